@@ -1,0 +1,11 @@
+#ifndef BASE_CORVANEEXPORT_H
+#define BASE_CORVANEEXPORT_H
+
+// Marks what Corvane.dll exports; the library itself is built with CORVANE_BUILD.
+#if defined(CORVANE_BUILD)
+#define CORVANE_API __declspec(dllexport)
+#else
+#define CORVANE_API __declspec(dllimport)
+#endif
+
+#endif

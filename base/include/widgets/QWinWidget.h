@@ -1,0 +1,42 @@
+#ifndef WIDGETS_QWINWIDGET_H
+#define WIDGETS_QWINWIDGET_H
+
+#include "base/CorvaneExport.h"
+
+#include <QWidget>
+
+#include <windows.h>
+
+/**
+ * A widget whose native parent is a window of somebody else's.
+ *
+ * Threads: the GUI thread.
+ * Owns:    nothing of the host's. The host window may be destroyed first; the widget survives as a hidden one
+ *          without a native window in it.
+ * Units:   device pixels of the host window's client area. It fills that area when it is made and follows no later
+ *          resize: geometry is the host's to set.
+ */
+class CORVANE_API QWinWidget : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit QWinWidget(HWND hParentWnd, QObject *pParent = nullptr, Qt::WindowFlags flags = {});
+    ~QWinWidget() override;
+
+    /** The host's window given to the constructor. */
+    [[nodiscard]] HWND parentWindow() const;
+    /** Shows it as a child of the host window, above its siblings. */
+    void show();
+
+protected:
+    bool eventFilter(QObject *pWatched, QEvent *pEvent) override;
+    bool nativeEvent(const QByteArray &eventType, void *pMessage, long *pResult) override;
+    void childEvent(QChildEvent *pEvent) override;
+    bool focusNextPrevChild(bool bNext) override;
+
+private:
+    HWND m_hParentWnd;
+};
+
+#endif

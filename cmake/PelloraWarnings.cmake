@@ -1,0 +1,28 @@
+# One interface target that every target of the project links: warnings, checks, debug format.
+add_library(pellora_options INTERFACE)
+target_compile_options(pellora_options INTERFACE
+    -Wall -Wextra -Werror -Wshadow $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
+    # Wine's backtraces read DWARF 4.
+    -gdwarf-4)
+if(WIN32)
+    # Windows 7 is the oldest system; UNICODE makes the wide functions the default.
+    target_compile_definitions(pellora_options INTERFACE _WIN32_WINNT=0x0601 WINVER=0x0601 UNICODE _UNICODE NOMINMAX
+        WIN32_LEAN_AND_MEAN)
+endif()
+
+option(PELLORA_CHECKED "Trap on undefined behaviour and check the standard library's preconditions" OFF)
+if(PELLORA_CHECKED)
+    # mingw has no sanitizer run-time library, hence the traps.
+    target_compile_options(pellora_options INTERFACE -fsanitize=undefined -fsanitize-undefined-trap-on-error
+        -fno-sanitize=vptr)
+    target_compile_definitions(pellora_options INTERFACE _GLIBCXX_ASSERTIONS)
+endif()
+
+set(PELLORA_SANITIZE "" CACHE STRING "Sanitizers of a native build, such as address,undefined or thread")
+if(PELLORA_SANITIZE)
+    target_compile_options(pellora_options INTERFACE -fsanitize=${PELLORA_SANITIZE} -fno-sanitize-recover=all
+        -fno-omit-frame-pointer -O1)
+    target_link_options(pellora_options INTERFACE -fsanitize=${PELLORA_SANITIZE})
+    target_compile_definitions(pellora_options INTERFACE _GLIBCXX_ASSERTIONS)
+endif()
+target_include_directories(pellora_options INTERFACE ${CMAKE_SOURCE_DIR})

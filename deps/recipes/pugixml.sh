@@ -1,0 +1,2 @@
+# XML reader for the layout file. Static; linked into the add-on base library.
+needs=""

@@ -1,0 +1,82 @@
+#!/usr/bin/env python3
+"""Fails on an include that points up, and on one that names a file relative to its own folder.
+
+The table below is the architecture: what each folder may include. Usage: tools/check_includes.py [ROOT]
+"""
+
+import re
+import sys
+from pathlib import Path
+
+# Folder: the project's folders whose headers it may include, besides its own.
+MAY_INCLUDE = {
+    "base": [],
+    "player": [],
+    "device": [],
+    "logging": ["base"],
+    "threadpool": ["logging"],
+    "rules": ["base"],
+    "Drovel": ["player", "base", "logging"],
+    "VideoWindow": ["Drovel", "rules", "threadpool", "logging", "base", "player", "device"],
+    "interface": ["VideoWindow", "Drovel", "rules", "threadpool", "logging", "base", "player", "device"],
+    # A host sees the public header and nothing else.
+    "hosts": ["interface"],
+    "tests": ["interface", "VideoWindow", "Drovel", "rules", "threadpool", "logging", "base", "player", "device"],
+    "bench": ["interface", "VideoWindow", "Drovel", "rules", "threadpool", "logging", "base", "player", "device"],
+}
+# Who may name a companion's public header. Its other headers are its own business.
+PUBLIC = {"player": ["Kavun.h"], "device": ["Selvikdcm.h"], "interface": ["Pellora.h"]}
+SOURCES = {".h", ".c", ".cpp"}
+
+
+def owners_of_headers(root):
+    """Every way in which a header may be named, and the folder that owns it."""
+    owners = {}
+    for folder in MAY_INCLUDE:
+        for header in (root / folder).rglob("*.h"):
+            owners[str(header.relative_to(root))] = folder
+            include = root / folder / "include"
+            if include in header.parents:
+                owners[str(header.relative_to(include))] = folder
+    return owners
+
+
+def problems_of(path, root, owners):
+    folder = path.relative_to(root).parts[0]
+    is_test = "tests" in path.relative_to(root).parts
+    allowed = set(MAY_INCLUDE[folder]) | {folder} | ({"tests"} if is_test else set())
+    for number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), 1):
+        match = re.match(r'\s*#\s*include\s+"([^"]+)"', line)
+        if not match:
+            continue
+        name = match.group(1)
+        owner = owners.get(name)
+        place = f"{path.relative_to(root)}:{number}"
+        if owner is None:
+            if not name.endswith((".moc",)) and not name.startswith(("lib", "turbojpeg")):
+                yield f'{place}: "{name}" is no header of the project as seen from the source root'
+        elif owner not in allowed:
+            yield f"{place}: {folder} may not include {owner} ({name})"
+        elif folder != owner and owner in PUBLIC and not is_test and folder not in ("bench",):
+            if Path(name).name not in PUBLIC[owner]:
+                yield f"{place}: only {', '.join(PUBLIC[owner])} of {owner} may be included from outside ({name})"
+
+
+def main():
+    root = Path(sys.argv[1] if len(sys.argv) > 1 else Path(__file__).resolve().parent.parent).resolve()
+    owners = owners_of_headers(root)
+    problems = []
+    files = 0
+    for folder in MAY_INCLUDE:
+        for path in sorted((root / folder).rglob("*")):
+            if path.suffix in SOURCES:
+                files += 1
+                problems += problems_of(path, root, owners)
+    for problem in problems:
+        print(problem)
+    print(f"{files} files, {len(problems)} includes against the rules.")
+    return 1 if problems or files == 0 else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

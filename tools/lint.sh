@@ -1,0 +1,22 @@
+#!/usr/bin/env bash
+# Formatting, include rules and clang-tidy over the whole project: tools/lint.sh [FILE…]
+#
+# clang-tidy needs the compile commands of build/mingw-release (and of build/linux-asan for what is built natively
+# only), so the presets are built first.
+set -euo pipefail
+root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
+cd "$root"
+failed=no
+
+mapfile -t sources < <(git ls-files --cached --others --exclude-standard '*.h' '*.c' '*.cpp')
+echo "Formatting: ${#sources[@]} files …"
+clang-format --dry-run -Werror "${sources[@]}" || failed=yes
+
+echo "Includes …"
+python3 tools/check_includes.py || failed=yes
+
+echo "clang-tidy …"
+python3 tools/tidy.py "$@" || failed=yes
+
+[ "$failed" = no ] || { echo "ERROR: the checks above found something." >&2; exit 1; }
+echo "Checks passed."
