@@ -3,6 +3,9 @@
 # One GoogleTest program (with main(), unless a source has its own) and one CTest test. DISPLAY: it opens windows, so that no other such test runs beside it.
 # WORKING_FOLDER puts the program into build/<preset>/<name> instead of bin, which is how a program meets doubles of
 # the platform libraries: Windows looks for a DLL beside the program first.
+#
+# The test is called PRESET.name, since one run goes over several presets.
+get_filename_component(PELLORA_PRESET ${CMAKE_BINARY_DIR} NAME)
 function(pellora_add_test)
     cmake_parse_arguments(arg "DISPLAY" "NAME;TIMEOUT;WORKING_FOLDER" "SOURCES;LIBRARIES;LABELS" ${ARGN})
     add_executable(${arg_NAME} ${arg_SOURCES})
@@ -11,14 +14,15 @@ function(pellora_add_test)
         set_target_properties(${arg_NAME} PROPERTIES
             RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/${arg_WORKING_FOLDER})
     endif()
-    add_test(NAME ${arg_NAME} COMMAND ${arg_NAME})
+    set(test ${PELLORA_PRESET}.${arg_NAME})
+    add_test(NAME ${test} COMMAND ${arg_NAME})
     if(NOT arg_TIMEOUT)
         set(arg_TIMEOUT 300)
     endif()
-    set_tests_properties(${arg_NAME} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}")
-    set_property(TEST ${arg_NAME} APPEND PROPERTY ENVIRONMENT
+    set_tests_properties(${test} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}")
+    set_property(TEST ${test} APPEND PROPERTY ENVIRONMENT
         "PELLORA_TEST_MEDIA=${CMAKE_SOURCE_DIR}/build/media" "PELLORA_BIN=${CMAKE_BINARY_DIR}/bin")
     if(arg_DISPLAY)
-        set_property(TEST ${arg_NAME} PROPERTY RESOURCE_LOCK display)
+        set_property(TEST ${test} PROPERTY RESOURCE_LOCK display)
     endif()
 endfunction()

@@ -1,0 +1,11 @@
+/** The host's own window: the video above, a status bar below, and a plain Win32 message loop. */
+#ifndef DEMO_HOST_WINDOW_H
+#define DEMO_HOST_WINDOW_H
+
+#include "hosts/demo/library.h"
+#include "hosts/demo/options.h"
+
+/** Shows the window and runs until it is closed; the program's exit code. */
+int host_window_run(const Library *library, const Options *options);
+
+#endif

@@ -1,0 +1,46 @@
+/**
+ * Pellora.dll, loaded at run time: the functions that this host uses.
+ *
+ * A program may link the import library instead; loading by hand lets the library lie in a folder of its own.
+ */
+#ifndef DEMO_LIBRARY_H
+#define DEMO_LIBRARY_H
+
+#include "interface/Pellora.h"
+
+#include <stdbool.h>
+
+/** One pointer for each function, named as in the header without its prefix. */
+typedef struct {
+    int (*Init)(void);
+    int (*Fini)(void);
+    long (*CreateWindow_)(HWND, unsigned char); /* windows.h makes a macro of the plain name */
+    int (*DestroyWindow)(long);
+    int (*SetGeometry)(long, int, int, int, int);
+    int (*SplitScreen)(long, unsigned short);
+    int (*SetCurWnd)(long, long);
+    int (*FullScreen)(long);
+    int (*NormalScreen)(long);
+    int (*PreviewFile)(long, char *, unsigned char, unsigned char);
+    int (*Play)(long);
+    int (*Pause)(long);
+    int (*Restore)(long);
+    int (*Fast)(long);
+    int (*Slow)(long);
+    int (*OneByOne)(long);
+    int (*OneByOneBack)(long);
+    int (*SetPlayPos)(long, unsigned long);
+    unsigned long (*GetPlayPos)(long);
+    unsigned long (*GetFileTime)(long);
+    int (*GetSystemTime)(long, tagPELLORA_SYSTEM_TIME *);
+    int (*GetPictureSize)(long, tagPELLORA_POINT *);
+    int (*Capture)(long, unsigned char *, unsigned long, unsigned long *);
+} Library;
+
+/**
+ * Loads the library from a path or, with null, from beside this program.
+ * False, with a message on standard error, when it cannot be loaded or lacks a function.
+ */
+bool library_load(Library *library, const wchar_t *path);
+
+#endif

@@ -1,0 +1,26 @@
+/** The command line. */
+#ifndef DEMO_OPTIONS_H
+#define DEMO_OPTIONS_H
+
+#include <stdbool.h>
+#include <wchar.h>
+
+enum { OPTIONS_MAX_FILES = 9 };
+
+typedef struct {
+    char *files[OPTIONS_MAX_FILES]; /**< UTF-8, as the library takes them */
+    int fileCount;
+    int split;              /**< panes: 1, 4 or 9; 0: as many as the files need */
+    int width, height;      /**< client area in pixels */
+    int seconds;            /**< end by itself after so many; 0: stay */
+    bool loop;              /**< start a file over at its end */
+    const wchar_t *library; /**< path of Pellora.dll; null: beside the program */
+} Options;
+
+/**
+ * Reads this process's command line.
+ * False when the program should end at once, with *exitCode (0 after --help, 2 for a wrong command line).
+ */
+bool options_parse(Options *options, int *exitCode);
+
+#endif

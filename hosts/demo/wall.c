@@ -1,0 +1,197 @@
+#include "hosts/demo/wall.h"
+
+#include <stdio.h>
+#include <stdlib.h>
+
+enum { SEEK_SECONDS = 5 };
+
+/* A plain host has no Chromium windows that the video must get along with: neither 0 nor 1. */
+enum { EMBED_PLAIN = 2 };
+
+static void start_pane(const Wall *wall, int pane)
+{
+    char *file = wall->options->files[pane % wall->options->fileCount];
+    wall->library->SetCurWnd(wall->window, pane); /* files go to the current pane */
+    if (!wall->library->PreviewFile(wall->window, file, wall->loop, 0))
+        fprintf(stderr, "%s cannot be played; the log beside the library says why.\n", file);
+}
+
+bool wall_open(Wall *wall, HWND host, const Library *library, const Options *options)
+{
+    *wall = (Wall){.library = library, .options = options, .window = -1, .loop = options->loop};
+    wall->window = library->CreateWindow_(host, EMBED_PLAIN);
+    if (wall->window < 0)
+        return false;
+    library->SplitScreen(wall->window, (unsigned short)options->split);
+    for (int pane = 0; pane < options->split; ++pane)
+        start_pane(wall, pane);
+    library->SetCurWnd(wall->window, 0);
+    return true;
+}
+
+void wall_close(Wall *wall)
+{
+    if (wall->window >= 0)
+        wall->library->DestroyWindow(wall->window);
+    wall->window = -1;
+}
+
+void wall_place(const Wall *wall, int x, int y, int width, int height)
+{
+    /* In full screen the library has the picture elsewhere; it comes back to the place given here. */
+    if (wall->window >= 0 && width > 0 && height > 0)
+        wall->library->SetGeometry(wall->window, x, y, width, height);
+}
+
+static void seek_by(const Wall *wall, int seconds)
+{
+    const unsigned long position = wall->library->GetPlayPos(wall->window);
+    const unsigned long distance = (unsigned long)abs(seconds);
+    const unsigned long target = seconds >= 0 ? position + distance : position > distance ? position - distance : 0;
+    wall->library->SetPlayPos(wall->window, target);
+}
+
+/** Space: the library does not tell whether a pane is paused, and pausing twice is no error; so both are tried. */
+static void toggle_pause(Wall *wall, wchar_t *message, size_t size)
+{
+    static bool paused = false;
+    paused = !paused;
+    if (paused)
+        wall->library->Pause(wall->window);
+    else
+        wall->library->Restore(wall->window);
+    swprintf(message, size, L"%ls", paused ? L"Paused" : L"Playing");
+}
+
+/** Looping is fixed when a file is started, so each pane is started anew and brought back to its position. */
+static void toggle_loop(Wall *wall, wchar_t *message, size_t size)
+{
+    wall->loop = !wall->loop;
+    for (int pane = 0; pane < wall->options->split; ++pane) {
+        wall->library->SetCurWnd(wall->window, pane);
+        const unsigned long position = wall->library->GetPlayPos(wall->window);
+        start_pane(wall, pane);
+        wall->library->SetPlayPos(wall->window, position);
+    }
+    wall->library->SetCurWnd(wall->window, 0);
+    swprintf(message, size, L"Loop %ls", wall->loop ? L"on" : L"off");
+}
+
+static bool write_file(const wchar_t *name, const unsigned char *bytes, size_t size)
+{
+    FILE *file = _wfopen(name, L"wb");
+    if (file == NULL)
+        return false;
+    const bool written = fwrite(bytes, 1, size, file) == size;
+    return fclose(file) == 0 && written;
+}
+
+static void capture(Wall *wall, wchar_t *message, size_t size)
+{
+    /* Too small a buffer fails and tells the size that is needed; an empty one asks for it. */
+    unsigned char nothing[1];
+    unsigned long needed = 0;
+    wall->library->Capture(wall->window, nothing, 0, &needed);
+    unsigned char *jpeg = needed > 0 ? malloc(needed + needed / 4) : NULL; /* the next picture may need a little more */
+    wchar_t name[64];
+    swprintf(name, 64, L"capture-%d.jpg", wall->captures + 1);
+    if (jpeg != NULL && wall->library->Capture(wall->window, jpeg, needed + needed / 4, &needed) &&
+        write_file(name, jpeg, needed)) {
+        ++wall->captures;
+        swprintf(message, size, L"Saved %ls", name);
+    } else {
+        swprintf(message, size, L"Nothing to capture");
+    }
+    free(jpeg);
+}
+
+static void split(Wall *wall, unsigned short panes, wchar_t *message, size_t size)
+{
+    if (wall->library->SplitScreen(wall->window, panes))
+        swprintf(message, size, L"%d pane%ls", panes, panes == 1 ? L"" : L"s");
+}
+
+static void set_full_screen(Wall *wall, bool fullScreen)
+{
+    wall->fullScreen = fullScreen;
+    if (fullScreen)
+        wall->library->FullScreen(wall->window);
+    else
+        wall->library->NormalScreen(wall->window);
+}
+
+bool wall_on_key(Wall *wall, WPARAM key, wchar_t *message, size_t size)
+{
+    const Library *library = wall->library;
+    const long window = wall->window;
+    if (window < 0)
+        return false;
+    switch (key) {
+    case VK_SPACE:
+        toggle_pause(wall, message, size);
+        return true;
+    case VK_LEFT:
+        seek_by(wall, -SEEK_SECONDS);
+        return true;
+    case VK_RIGHT:
+        seek_by(wall, SEEK_SECONDS);
+        return true;
+    case VK_HOME:
+        library->SetPlayPos(window, 0);
+        return true;
+    case VK_DOWN:
+        library->OneByOne(window);
+        return true;
+    case VK_UP:
+        if (!library->OneByOneBack(window))
+            swprintf(message, size, L"Cannot step back");
+        return true;
+    case VK_ADD:
+    case VK_OEM_PLUS:
+        swprintf(message, size, L"%ls", library->Fast(window) ? L"Faster" : L"Fastest");
+        return true;
+    case VK_SUBTRACT:
+    case VK_OEM_MINUS:
+        swprintf(message, size, L"%ls", library->Slow(window) ? L"Slower" : L"Slowest");
+        return true;
+    case 'N':
+        library->Play(window);
+        return true;
+    case '1':
+    case '4':
+    case '9':
+        split(wall, (unsigned short)(key - '0'), message, size);
+        return true;
+    case 'F':
+        set_full_screen(wall, !wall->fullScreen);
+        return true;
+    case VK_ESCAPE:
+        set_full_screen(wall, false);
+        return true;
+    case 'C':
+        capture(wall, message, size);
+        return true;
+    case 'R':
+        toggle_loop(wall, message, size);
+        return true;
+    default:
+        return false;
+    }
+}
+
+void wall_describe(const Wall *wall, wchar_t *text, size_t size)
+{
+    const unsigned long position = wall->library->GetPlayPos(wall->window);
+    const unsigned long length = wall->library->GetFileTime(wall->window);
+    tagPELLORA_POINT picture = {0, 0};
+    wall->library->GetPictureSize(wall->window, &picture);
+    const int used = swprintf(text, size, L"%02lu:%02lu / %02lu:%02lu    %ld \u00d7 %ld", position / 60, position % 60,
+                              length / 60, length % 60, picture.x, picture.y);
+
+    /* This function returns 0 also when it filled the record; the year tells. */
+    tagPELLORA_SYSTEM_TIME time = {0};
+    wall->library->GetSystemTime(wall->window, &time);
+    if (used > 0 && time.dwYear != 0)
+        swprintf(text + used, size - (size_t)used, L"    %04lu-%02lu-%02lu %02lu:%02lu:%02lu UTC", time.dwYear,
+                 time.dwMonth, time.dwDay, time.dwHour, time.dwMinute, time.dwSecond);
+}
