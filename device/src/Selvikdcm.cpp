@@ -1,89 +1,69 @@
-// The device library's C interface. It opens no connection yet: log-ins are kept and checked, and every preview is
-// answered with the reason why it cannot start, so that callers meet the errors that they must handle anyway.
+// The device library's C interface: checks arguments, keeps each thread's last error, lets nothing be thrown across.
 
 #include "Selvikdcm.h"
 
-#include <array>
-#include <cstring>
-#include <map>
-#include <mutex>
+#include "device/src/Address.h"
+#include "device/src/Failure.h"
+#include "device/src/LoginTable.h"
+#include "device/src/Module.h"
+#include "device/src/PreviewTable.h"
+
+#include <memory>
 #include <string>
 
 namespace
 {
 
+using selvik::Address;
+using selvik::Failure;
+using selvik::Login;
+using selvik::Preview;
+
 thread_local unsigned long t_lastError = SELVIK_ERROR_NONE;
 
-/** Sets the calling thread's last error; returns whether it is none. */
-bool finish(unsigned long error)
+// Neither table is ever destroyed: at the end of a process other threads may still ask.
+selvik::LoginTable &logins()
 {
-    t_lastError = error;
-    return error == SELVIK_ERROR_NONE;
-}
-
-/** Whether an address begins with a scheme that devices are reached by. */
-bool isAddress(const std::string &address)
-{
-    static constexpr std::array<const char *, 5> schemes = {"rtsp://", "rtsps://", "http://", "https://", "file:"};
-    for (const char *pScheme : schemes) {
-        const std::size_t length = std::strlen(pScheme);
-        if (address.size() > length && address.compare(0, length, pScheme) == 0) {
-            return true;
-        }
-    }
-    return false;
-}
-
-/**
- * The log-ins of the process.
- *
- * Threads: any; guarded by its mutex. Identifiers count up from 0 and are never handed out twice.
- */
-class LoginTable
-{
-public:
-    long add(std::string address)
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_addresses.emplace(m_lNext, std::move(address));
-        return m_lNext++;
-    }
-
-    bool remove(long userID)
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        return m_addresses.erase(userID) != 0;
-    }
-
-    bool contains(long userID) const
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        return m_addresses.count(userID) != 0;
-    }
-
-private:
-    mutable std::mutex m_mutex;
-    std::map<long, std::string> m_addresses;
-    long m_lNext = 0;
-};
-
-LoginTable &logins()
-{
-    // Never destroyed: at the end of a process other threads may still ask.
-    static LoginTable *pTable = new LoginTable;
+    static auto *const pTable = new selvik::LoginTable;
     return *pTable;
 }
 
-/** Runs a body at the C boundary: lack of memory becomes error 3, and nothing is thrown across it. */
+selvik::PreviewTable &previews()
+{
+    static auto *const pTable = new selvik::PreviewTable;
+    return *pTable;
+}
+
+/** Runs a body at the C boundary: what it throws becomes the last error, else that is none. */
 template <typename Result, typename Body>
 Result guarded(Result failure, Body body) noexcept
 {
     try {
-        return body();
+        const Result result = body();
+        t_lastError = SELVIK_ERROR_NONE;
+        return result;
+    } catch (const Failure &error) {
+        t_lastError = error.error();
     } catch (...) {
         t_lastError = SELVIK_ERROR_RESOURCES;
-        return failure;
     }
+    return failure;
+}
+
+/** The address that a request means. */
+Address addressOf(long userID, const SELVIK_DCM_PREVIEW_INFO &info)
+{
+    const std::optional<Login> login = logins().find(userID);
+    if (info.url == nullptr && !login) {
+        throw Failure(SELVIK_ERROR_HANDLE);
+    }
+    const std::string text = info.url != nullptr ? std::string(info.url) : login->address;
+    std::optional<Address> address = Address::parse(Address::fill(text, info.channel, info.streamType),
+                                                    login ? login->credentials : selvik::Credentials());
+    if (!address) {
+        throw Failure(SELVIK_ERROR_ADDRESS);
+    }
+    return *std::move(address);
 }
 
 } // namespace
@@ -92,22 +72,45 @@ long SELVIK_DCM_StartPreview(long userID, const SELVIK_DCM_PREVIEW_INFO *info)
 {
     return guarded(-1L, [&] {
         if (info == nullptr || info->callback == nullptr) {
-            finish(SELVIK_ERROR_ARGUMENT);
-        } else if (info->url == nullptr && !logins().contains(userID)) {
-            finish(SELVIK_ERROR_HANDLE);
-        } else if (info->url != nullptr && !isAddress(info->url)) {
-            finish(SELVIK_ERROR_ADDRESS);
-        } else {
-            finish(SELVIK_ERROR_HOST);
+            throw Failure(SELVIK_ERROR_ARGUMENT);
         }
-        return -1L;
+        Address address = addressOf(userID, *info);
+        selvik::prepareProcess();
+        const bool bLoggedIn = logins().find(userID).has_value();
+        long handle = -1;
+        // Known before it starts: the callback may already stop it.
+        const std::shared_ptr<Preview> preview =
+            previews().add(bLoggedIn ? userID : -1, std::move(address), {info->callback, info->user}, handle);
+        unsigned long error = SELVIK_ERROR_RESOURCES;
+        try {
+            error = preview->start();
+        } catch (...) {
+            previews().remove(handle);
+            throw;
+        }
+        if (error != SELVIK_ERROR_NONE) {
+            previews().remove(handle);
+            throw Failure(error);
+        }
+        return handle;
     });
 }
 
-int SELVIK_DCM_StopPreview(long /*previewHandle*/)
+int SELVIK_DCM_StopPreview(long previewHandle)
 {
-    // No preview ever started, so no handle is known.
-    return finish(SELVIK_ERROR_HANDLE) ? 1 : 0;
+    return guarded(0, [&] {
+        const std::shared_ptr<Preview> preview = previews().find(previewHandle);
+        if (preview == nullptr) {
+            throw Failure(SELVIK_ERROR_HANDLE);
+        }
+        // Whoever comes second waits for the callback too, but it is the first one's success.
+        const bool bFirst = preview->stop();
+        previews().remove(previewHandle);
+        if (!bFirst) {
+            throw Failure(SELVIK_ERROR_HANDLE);
+        }
+        return 1;
+    });
 }
 
 unsigned long SELVIK_DCM_GetLastError(void)
@@ -119,21 +122,29 @@ long SELVIK_DCM_Login(const char *address, const char *user, const char *passwor
 {
     return guarded(-1L, [&] {
         if (address == nullptr || user == nullptr || password == nullptr) {
-            finish(SELVIK_ERROR_ARGUMENT);
-            return -1L;
+            throw Failure(SELVIK_ERROR_ARGUMENT);
         }
-        if (!isAddress(address)) {
-            finish(SELVIK_ERROR_ADDRESS);
-            return -1L;
+        // Any channel shows whether the form is right.
+        if (!Address::parse(Address::fill(address, 1, 0), {})) {
+            throw Failure(SELVIK_ERROR_ADDRESS);
         }
-        const long userID = logins().add(address);
-        finish(SELVIK_ERROR_NONE);
-        return userID;
+        return logins().add({address, {user, password}});
     });
 }
 
 int SELVIK_DCM_Logout(long userID)
 {
-    return guarded(0,
-                   [&] { return finish(logins().remove(userID) ? SELVIK_ERROR_NONE : SELVIK_ERROR_HANDLE) ? 1 : 0; });
+    return guarded(0, [&] {
+        if (!logins().remove(userID)) {
+            throw Failure(SELVIK_ERROR_HANDLE);
+        }
+        const std::vector<std::shared_ptr<Preview>> ending = previews().takeOfLogin(userID);
+        for (const std::shared_ptr<Preview> &preview : ending) {
+            preview->stop();
+        }
+        for (const std::shared_ptr<Preview> &preview : ending) {
+            preview->awaitEnd();
+        }
+        return 1;
+    });
 }

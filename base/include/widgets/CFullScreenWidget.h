@@ -12,6 +12,7 @@ namespace ZentixGUIToolkit
  * A frame that can leave its place, cover the screen it is on and come back exactly.
  *
  * It keeps its Qt parent all the while, and no native window inside it is ever made anew: players draw into them.
+ * Closing it while it covers the screen brings it back instead.
  * Threads: the GUI thread.
  */
 class CORVANE_API CFullScreenWidget : public QFrame
@@ -30,7 +31,7 @@ public:
 
 protected:
     void keyPressEvent(QKeyEvent *pEvent) override;
-    bool eventFilter(QObject *pWatched, QEvent *pEvent) override;
+    void closeEvent(QCloseEvent *pEvent) override;
 
 private:
     struct State;

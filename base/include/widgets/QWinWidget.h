@@ -11,8 +11,8 @@
  * A widget whose native parent is a window of somebody else's.
  *
  * Threads: the GUI thread.
- * Owns:    nothing of the host's. The host window may be destroyed first; the widget survives as a hidden one
- *          without a native window in it.
+ * Owns:    nothing of the host's. The host window may be destroyed first; the widget survives as a hidden one that
+ *          cannot be shown again, and no native window is left of it and of what it holds.
  * Units:   device pixels of the host window's client area. It fills that area when it is made and follows no later
  *          resize: geometry is the host's to set.
  */
@@ -28,15 +28,19 @@ public:
     [[nodiscard]] HWND parentWindow() const;
     /** Shows it as a child of the host window, above its siblings. */
     void show();
+    void setVisible(bool bVisible) override;
 
 protected:
-    bool eventFilter(QObject *pWatched, QEvent *pEvent) override;
     bool nativeEvent(const QByteArray &eventType, void *pMessage, long *pResult) override;
-    void childEvent(QChildEvent *pEvent) override;
     bool focusNextPrevChild(bool bNext) override;
 
 private:
+    void onHostDestroyed();
+    void releaseNativeWindows();
+    void takeFocus();
+
     HWND m_hParentWnd;
+    bool m_bHostGone = false;
 };
 
 #endif

@@ -1,0 +1,81 @@
+#include "VideoWindow/HostStacking.h"
+
+#include "VideoWindow/VideoWindow.h"
+#include "logging/Log.h"
+
+namespace pellora
+{
+
+namespace
+{
+
+constexpr unsigned char kRenderWidgetMode = 0;
+constexpr unsigned char kD3dWindowMode = 1;
+
+LogLocation here(int nLine)
+{
+    // The place that log readers know: the host's window procedure.
+    return {"VideoWindow\\VideoWindowMgr",
+            "__int64 __cdecl pellora::NewWindowProc(struct HWND__ *,unsigned int,unsigned __int64,__int64)", nLine};
+}
+
+/** Calls `place` with each native video window and its size on the screen. */
+template <typename Place>
+void forEachNativeWindow(const std::vector<QPointer<VideoWindow>> &videoWindows, Place place)
+{
+    for (const QPointer<VideoWindow> &pWindow : videoWindows) {
+        if (!pWindow) {
+            continue;
+        }
+        HWND hVideoWnd = pWindow->nativeWindow();
+        if (hVideoWnd == nullptr) {
+            logError(here(__LINE__), "hwndQtWindow is null");
+            continue;
+        }
+        RECT rect{};
+        GetWindowRect(hVideoWnd, &rect);
+        place(hVideoWnd, rect.right - rect.left, rect.bottom - rect.top);
+    }
+}
+
+/** The page lies behind the video, all but transparent, and lets the mouse pass. */
+void putRenderWidgetBehind(HWND hHostWnd, const std::vector<QPointer<VideoWindow>> &videoWindows)
+{
+    HWND hPage = FindWindowExW(hHostWnd, nullptr, L"Chrome_RenderWidgetHostHWND", nullptr);
+    if (hPage == nullptr) {
+        logError(here(__LINE__), "hwndChromeLegacyWindow is null, %d", GetLastError());
+        return;
+    }
+    SetWindowLongW(hPage, GWL_EXSTYLE, WS_EX_LAYERED | WS_EX_TRANSPARENT);
+    SetLayeredWindowAttributes(hPage, 0, 1, LWA_ALPHA);
+    forEachNativeWindow(videoWindows, [hPage](HWND hVideoWnd, int nWidth, int nHeight) {
+        SetWindowPos(hPage, hVideoWnd, 0, 0, nWidth, nHeight, SWP_SHOWWINDOW);
+    });
+}
+
+/** The video lies directly behind the page, which is transparent where it wants the video to be seen. */
+void putVideoBehindD3dWindow(HWND hHostWnd, const std::vector<QPointer<VideoWindow>> &videoWindows)
+{
+    HWND hPage = FindWindowExW(hHostWnd, nullptr, L"Intermediate D3D Window", nullptr);
+    if (hPage == nullptr) {
+        logError(here(__LINE__), "hwndIntermediateD3DWindow is null, %d", GetLastError());
+        return;
+    }
+    forEachNativeWindow(videoWindows, [hPage](HWND hVideoWnd, int nWidth, int nHeight) {
+        SetWindowPos(hVideoWnd, hPage, 0, 0, nWidth, nHeight, SWP_NOSIZE | SWP_NOMOVE | SWP_SHOWWINDOW);
+    });
+}
+
+} // namespace
+
+void stackAmongHostWindows(HWND hHostWnd, unsigned char embedMode,
+                           const std::vector<QPointer<VideoWindow>> &videoWindows)
+{
+    if (embedMode == kRenderWidgetMode) {
+        putRenderWidgetBehind(hHostWnd, videoWindows);
+    } else if (embedMode == kD3dWindowMode) {
+        putVideoBehindD3dWindow(hHostWnd, videoWindows);
+    }
+}
+
+} // namespace pellora

@@ -1,0 +1,6 @@
+add_library(pellora_rulemgr STATIC
+    ${CMAKE_CURRENT_LIST_DIR}/HostMemory.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/RuleMgr.cpp)
+target_link_libraries(pellora_rulemgr
+    PRIVATE pellora_options pellora_rules_gdi pellora_logging
+    PUBLIC pellora_rules)

@@ -1,0 +1,37 @@
+#include "VideoWindow/SelectBoderWnd.h"
+
+#include <QEvent>
+
+namespace pellora
+{
+
+SelectBoderWnd::SelectBoderWnd(QWidget *pParent) : QFrame(pParent) {}
+
+void SelectBoderWnd::attach(QWidget *pTarget)
+{
+    if (pTarget == nullptr) {
+        return;
+    }
+    if (m_pTarget) {
+        m_pTarget->removeEventFilter(this);
+    }
+    m_pTarget = pTarget;
+    surroundTarget();
+    pTarget->installEventFilter(this);
+}
+
+bool SelectBoderWnd::eventFilter(QObject *pWatched, QEvent *pEvent)
+{
+    // Resizes only: a target that merely moves leaves the frame behind, which is how hosts know it.
+    if (pWatched != nullptr && pEvent != nullptr && pWatched == m_pTarget && pEvent->type() == QEvent::Resize) {
+        surroundTarget();
+    }
+    return QObject::eventFilter(pWatched, pEvent);
+}
+
+void SelectBoderWnd::surroundTarget()
+{
+    setGeometry(m_pTarget->geometry().adjusted(-1, -1, 1, 1));
+}
+
+} // namespace pellora

@@ -1,0 +1,96 @@
+#include "VideoWindow/TestChildWindow.h"
+
+namespace pellora
+{
+
+namespace
+{
+
+/** One for the whole process: the host that was given last. */
+WNDPROC s_pPreviousProcedure = nullptr;
+/** Never assigned, so that each paint passes null to SetParent, which does nothing; hosts rely on no more. */
+constexpr HWND kTestChild = nullptr;
+
+void addStyle(HWND hWnd, LONG_PTR nStyle)
+{
+    const LONG_PTR nOld = GetWindowLongPtrW(hWnd, GWL_STYLE);
+    if ((nOld & nStyle) == 0) {
+        SetWindowLongPtrW(hWnd, GWL_STYLE, nOld | nStyle);
+    }
+}
+
+/** Keeps the host and its page from painting over their children. */
+void clipHost(HWND hWnd)
+{
+    HWND hD3dChild = FindWindowExW(hWnd, nullptr, L"Intermediate D3D Window", nullptr);
+    if (hD3dChild != nullptr) {
+        addStyle(hD3dChild, WS_CLIPSIBLINGS);
+    }
+    addStyle(hWnd, WS_CLIPCHILDREN);
+}
+
+LRESULT CALLBACK HostPaintWndProc(HWND hWnd, UINT nMessage, WPARAM wParam, LPARAM lParam)
+{
+    if (nMessage == WM_PAINT) {
+        clipHost(hWnd);
+        SetParent(kTestChild, hWnd);
+    }
+    return CallWindowProcW(s_pPreviousProcedure, hWnd, nMessage, wParam, lParam);
+}
+
+LRESULT CALLBACK TestChildWndProc(HWND hWnd, UINT nMessage, WPARAM wParam, LPARAM lParam)
+{
+    switch (nMessage) {
+    case WM_NCCALCSIZE:
+        // No frame: all of the window is client area.
+        return 0;
+    case WM_LBUTTONDOWN:
+        MessageBoxW(hWnd, L"tarno", L"tarno", MB_ICONWARNING);
+        return 0;
+    default:
+        return DefWindowProcW(hWnd, nMessage, wParam, lParam);
+    }
+}
+
+/** False when the window cannot be subclassed. */
+bool subclass(HWND hWnd)
+{
+    const auto nProcedure = reinterpret_cast<LONG_PTR>(&HostPaintWndProc);
+    if (GetWindowLongPtrW(hWnd, GWLP_WNDPROC) == nProcedure) {
+        // As its own predecessor it would call itself for ever.
+        return true;
+    }
+    const LONG_PTR nPrevious = SetWindowLongPtrW(hWnd, GWLP_WNDPROC, nProcedure);
+    if (nPrevious == 0) {
+        return false;
+    }
+    s_pPreviousProcedure = reinterpret_cast<WNDPROC>(nPrevious); // NOLINT(performance-no-int-to-ptr): system's type.
+    return true;
+}
+
+} // namespace
+
+long installTestChildWindow(HWND hWnd)
+{
+    if (!subclass(hWnd)) {
+        return 1;
+    }
+    clipHost(hWnd);
+    WNDCLASSEXW windowClass{};
+    windowClass.cbSize = sizeof(windowClass);
+    windowClass.style = CS_HREDRAW | CS_VREDRAW;
+    windowClass.lpfnWndProc = TestChildWndProc;
+    windowClass.hbrBackground = CreateSolidBrush(0xA0A0E2);
+    windowClass.hCursor = LoadCursorW(nullptr, IDC_ARROW);
+    windowClass.lpszClassName = L"ChildWindowClass";
+    if (RegisterClassExW(&windowClass) == 0) {
+        // The class exists already; the one that is registered keeps its own brush.
+        DeleteObject(windowClass.hbrBackground);
+    }
+    HWND hChild = CreateWindowExW(0, windowClass.lpszClassName, nullptr, WS_POPUP | WS_CHILD | WS_VISIBLE, 100, 100,
+                                  600, 600, nullptr, nullptr, nullptr, nullptr);
+    SetParent(hChild, hWnd);
+    return 1;
+}
+
+} // namespace pellora

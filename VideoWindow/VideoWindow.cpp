@@ -1,0 +1,166 @@
+#include "VideoWindow/VideoWindow.h"
+
+#include "VideoWindow/SelectBoderWnd.h"
+#include "VideoWindow/VideoWnd.h"
+#include "widgets/CFullScreenWidget.h"
+#include "widgets/CWidgetLayoutMgr.h"
+
+#include <QGridLayout>
+
+#include <algorithm>
+
+namespace pellora
+{
+
+namespace
+{
+
+constexpr int kPaneCount = 9;
+
+} // namespace
+
+VideoWindow::VideoWindow(HWND hParentWnd, QObject *pParent, Qt::WindowFlags flags)
+    : QWinWidget(hParentWnd, pParent, flags)
+{
+    // A class derived from QWidget draws its style sheet's background only when told to.
+    setAttribute(Qt::WA_StyledBackground);
+    m_pFullScreenWidget = new ZentixGUIToolkit::CFullScreenWidget(this);
+    m_pFullScreenWidget->setObjectName(QStringLiteral("m_pPlayArea"));
+    auto *pLayout = new QGridLayout(this);
+    pLayout->setContentsMargins(0, 0, 0, 0);
+    pLayout->setSpacing(0);
+    pLayout->addWidget(m_pFullScreenWidget, 0, 0, 1, 1);
+
+    QList<QWidget *> widgets;
+    for (int i = 0; i < kPaneCount; ++i) {
+        auto *pPane = new VideoWnd(i, m_pFullScreenWidget);
+        connect(pPane, &VideoWnd::signalSelected, this, &VideoWindow::onWndSelected);
+        connect(pPane, &VideoWnd::signalMaxmized, this, &VideoWindow::onMaximized);
+        connect(pPane, &VideoWnd::signalNormal, this, &VideoWindow::onNormal);
+        if (i == 0) {
+            m_pCurWnd = pPane;
+        }
+        pPane->hide();
+        m_listWnd.append(pPane);
+        widgets.append(pPane);
+    }
+
+    m_pLayoutMgr = std::make_unique<ZentixGUIToolkit::CWidgetLayoutMgr>();
+    // A missing or broken file is logged and replaced by the layout manager itself.
+    m_pLayoutMgr->Init(ZentixGUIToolkit::GetTargetPathFile(QStringLiteral("WidgetLayout/WidgetLayout.xml")),
+                       m_pFullScreenWidget, widgets, struSplitTypeData::SPLIT_1);
+
+    m_pSelBodWnd = new SelectBoderWnd(m_pFullScreenWidget);
+    m_pSelBodWnd->setObjectName(QStringLiteral("m_pSelBodWnd"));
+    m_pSelBodWnd->lower();
+    m_pSelBodWnd->attach(m_pCurWnd);
+}
+
+VideoWindow::~VideoWindow()
+{
+    for (VideoWnd *pPane : qAsConst(m_listWnd)) {
+        pPane->setExit();
+    }
+    normalScreen();
+    m_pLayoutMgr.reset();
+}
+
+VideoWnd *VideoWindow::getWnd(long lSubHandel) const
+{
+    return lSubHandel >= 0 && lSubHandel < m_listWnd.size() ? m_listWnd.at(lSubHandel) : nullptr;
+}
+
+VideoWnd *VideoWindow::getCurWnd() const
+{
+    return m_pCurWnd;
+}
+
+void VideoWindow::splitScreen(unsigned short wSplitNum)
+{
+    switch (wSplitNum) {
+    case 1:
+        m_pLayoutMgr->ReDisplay(struSplitTypeData::SPLIT_1);
+        break;
+    case 4:
+        m_pLayoutMgr->ReDisplay(struSplitTypeData::SPLIT_4);
+        break;
+    case 9:
+        m_pLayoutMgr->ReDisplay(struSplitTypeData::SPLIT_9);
+        break;
+    default:
+        return;
+    }
+    // The grid has replaced a maximised pane, so that the next double click maximises again.
+    for (VideoWnd *pPane : qAsConst(m_listWnd)) {
+        pPane->forgetMaximized();
+    }
+}
+
+bool VideoWindow::fullScreen()
+{
+    // Without the host's window there is no native window to cover the screen, or to come back to.
+    if (m_bHostGone) {
+        return false;
+    }
+    m_pFullScreenWidget->EnterFullScreen();
+    return true;
+}
+
+bool VideoWindow::normalScreen()
+{
+    if (m_bHostGone) {
+        return false;
+    }
+    m_pFullScreenWidget->ExitFullScreen();
+    return true;
+}
+
+HWND VideoWindow::nativeWindow() const
+{
+    return reinterpret_cast<HWND>(internalWinId()); // NOLINT(performance-no-int-to-ptr): Qt's type.
+}
+
+void VideoWindow::setHostGone()
+{
+    m_bHostGone = true;
+    for (VideoWnd *pPane : qAsConst(m_listWnd)) {
+        pPane->forgetSurface();
+    }
+}
+
+bool VideoWindow::isInHostCall() const
+{
+    return std::any_of(m_listWnd.begin(), m_listWnd.end(),
+                       [](VideoWnd *pPane) { return pPane->hostCalls().isRunning(); });
+}
+
+void VideoWindow::retire(const std::function<void()> &whenHostCallsEnd)
+{
+    hide();
+    for (VideoWnd *pPane : qAsConst(m_listWnd)) {
+        pPane->setExit();
+        pPane->hostCalls().setWhenDone(whenHostCallsEnd);
+    }
+}
+
+void VideoWindow::onWndSelected()
+{
+    auto *pPane = qobject_cast<VideoWnd *>(sender());
+    if (pPane == nullptr) {
+        return;
+    }
+    m_pCurWnd = pPane;
+    m_pSelBodWnd->attach(pPane);
+}
+
+void VideoWindow::onMaximized()
+{
+    m_pLayoutMgr->ShowMaximized(m_pCurWnd);
+}
+
+void VideoWindow::onNormal()
+{
+    m_pLayoutMgr->ShowNormal();
+}
+
+} // namespace pellora

@@ -1,0 +1,77 @@
+#ifndef VIDEOWINDOW_VIDEOWINDOW_H
+#define VIDEOWINDOW_VIDEOWINDOW_H
+
+#include "widgets/QWinWidget.h"
+
+#include <QList>
+
+#include <functional>
+#include <memory>
+
+namespace ZentixGUIToolkit
+{
+class CFullScreenWidget;
+class CWidgetLayoutMgr;
+} // namespace ZentixGUIToolkit
+
+namespace pellora
+{
+
+class SelectBoderWnd;
+class VideoWnd;
+
+/**
+ * One video window of the host: nine panes, of which a grid shows 1, 4 or 9, a frame around the current one, and full
+ * screen.
+ *
+ * Threads: the GUI thread.
+ * Owns:    the panes and the frame through Qt parentage, and the layout. The host's window is the host's; when it goes
+ *          first, this one stays as a dead window that every call survives.
+ */
+class VideoWindow : public QWinWidget
+{
+    Q_OBJECT
+
+public:
+    explicit VideoWindow(HWND hParentWnd, QObject *pParent = nullptr, Qt::WindowFlags flags = {});
+    ~VideoWindow() override;
+
+    /** The pane of this index, 0 to 8, else null. */
+    [[nodiscard]] VideoWnd *getWnd(long lSubHandel) const;
+    /** The selected pane; there always is one. */
+    [[nodiscard]] VideoWnd *getCurWnd() const;
+
+    /** 1, 4 or 9 panes; other numbers: nothing. */
+    void splitScreen(unsigned short wSplitNum);
+    bool fullScreen();
+    bool normalScreen();
+
+    /** The native window, null when there is none; none is made. */
+    [[nodiscard]] HWND nativeWindow() const;
+    /** The host's window has been destroyed. */
+    void setHostGone();
+
+    /** The host may call from inside a callback of one of the panes: the window has to outlive it. */
+    [[nodiscard]] bool isInHostCall() const;
+    /** Calls this when such a callback has returned. Nothing of this window reaches the host any more. */
+    void retire(const std::function<void()> &whenHostCallsEnd);
+
+private slots:
+    void onWndSelected();
+    void onMaximized();
+    void onNormal();
+
+private:
+    VideoWnd *m_pCurWnd = nullptr;
+    /** In creation order, which is that of their indices. */
+    QList<VideoWnd *> m_listWnd;
+    std::unique_ptr<ZentixGUIToolkit::CWidgetLayoutMgr> m_pLayoutMgr;
+    SelectBoderWnd *m_pSelBodWnd = nullptr;
+    /** Holds the panes and the frame. */
+    ZentixGUIToolkit::CFullScreenWidget *m_pFullScreenWidget = nullptr;
+    bool m_bHostGone = false;
+};
+
+} // namespace pellora
+
+#endif

@@ -1,0 +1,79 @@
+#ifndef VIDEOWINDOW_VIDEOWINDOWMGR_H
+#define VIDEOWINDOW_VIDEOWINDOWMGR_H
+
+#include "VideoWindow/DeletionQueue.h"
+
+#include <windows.h>
+
+#include <array>
+#include <map>
+#include <memory>
+#include <set>
+#include <vector>
+
+#include <QPointer>
+
+namespace pellora
+{
+
+class VideoWindow;
+
+/**
+ * The registry of video windows by handle, and their embedding among the native windows of the host's.
+ *
+ * The process's instance is Base::CSingleton<VideoWindowMgr>'s; it stays until the process ends, with the windows that
+ * the host has not destroyed.
+ * Threads: the GUI thread, apart from the making of the instance.
+ * Owns:    the windows in its slots. Subclasses a host window while it holds a video window.
+ */
+class VideoWindowMgr
+{
+public:
+    VideoWindowMgr();
+    ~VideoWindowMgr() = delete;
+    VideoWindowMgr(const VideoWindowMgr &) = delete;
+    VideoWindowMgr &operator=(const VideoWindowMgr &) = delete;
+
+    /** Makes, shows, attaches and registers a window; its handle, or -1 when that was not possible. */
+    long createVideoWindow(HWND hHostWnd, unsigned char embedMode);
+    /** Takes the window into the lowest empty slot; -1 when none is empty, and the window is the caller's still. */
+    long pushVideoWindow(VideoWindow *pWindow);
+    /** Null for what is no handle. */
+    [[nodiscard]] VideoWindow *getVideoWindow(long lHandle) const;
+    /** Empties the slot at once; the window goes when no callback into the host runs in it. False: no handle. */
+    bool destroyVideoWindow(long lHandle);
+
+    bool attachHostWindow(VideoWindow *pWindow, unsigned char embedMode);
+    bool detachHostWindow(VideoWindow *pWindow);
+
+    /** The procedure that a host window had before it was subclassed; null for a window without an entry. */
+    [[nodiscard]] WNDPROC previousProcedure(HWND hHostWnd) const;
+    /** What the library does on a message of a host window that has an entry, before its own procedure. */
+    void onHostMessage(HWND hHostWnd, UINT nMessage);
+
+private:
+    struct HostEntry {
+        WNDPROC pPreviousProcedure = nullptr;
+        std::set<VideoWindow *> windows;
+        /** That of the first window; later ones do not change it. */
+        unsigned char embedMode = 0;
+    };
+
+    static constexpr std::size_t kMaxWindows = 9;
+
+    using WindowList = std::vector<QPointer<VideoWindow>>;
+    [[nodiscard]] static WindowList windowsOf(const HostEntry &entry);
+    void onHostGone(HWND hHostWnd);
+    [[nodiscard]] bool isRegistered(const VideoWindow *pWindow) const;
+
+    std::array<VideoWindow *, kMaxWindows> m_windows{};
+    std::map<HWND, HostEntry> m_hosts;
+    DeletionQueue m_deletions;
+};
+
+/** The window procedure of every host window that holds a video window. */
+LRESULT CALLBACK NewWindowProc(HWND hWnd, UINT nMessage, WPARAM wParam, LPARAM lParam);
+
+} // namespace pellora
+
+#endif

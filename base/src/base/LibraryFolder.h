@@ -1,0 +1,13 @@
+#ifndef SRC_BASE_LIBRARYFOLDER_H
+#define SRC_BASE_LIBRARYFOLDER_H
+
+#include <string>
+
+namespace Base {
+
+/** The folder of this library's own file, with a backslash at its end; the program may lie elsewhere. */
+[[nodiscard]] std::wstring libraryFolder();
+
+} // namespace Base
+
+#endif

@@ -1,0 +1,23 @@
+#ifndef SRC_BASE_LOGCONFIGURATION_H
+#define SRC_BASE_LOGCONFIGURATION_H
+
+#include <log4cxx/helpers/properties.h>
+
+#include <string>
+
+namespace Base {
+
+/**
+ * Reads a properties file whose path is UTF-8. False when it cannot be read or configures no root logger.
+ *
+ * Relative names of log files are made absolute: they lie beside the properties file or, where that folder cannot be
+ * written to, in %LOCALAPPDATA%\Corvane.
+ */
+[[nodiscard]] bool readLogConfiguration(const std::string &path, log4cxx::helpers::Properties &properties);
+
+/** Warnings and errors to standard error. */
+void fillDefaultLogConfiguration(log4cxx::helpers::Properties &properties);
+
+} // namespace Base
+
+#endif

@@ -1,0 +1,14 @@
+#ifndef SRC_BASE_UTF8_H
+#define SRC_BASE_UTF8_H
+
+#include <string>
+
+namespace Base {
+
+/** Between UTF-16 and UTF-8; what cannot be converted becomes a replacement character. */
+[[nodiscard]] std::string toUtf8(const std::wstring &text);
+[[nodiscard]] std::wstring toUtf16(const std::string &text);
+
+} // namespace Base
+
+#endif

@@ -1,0 +1,125 @@
+#include "widgets/QWinWidget.h"
+
+#include <QVariant>
+#include <QWindow>
+
+namespace {
+
+// Qt's own property for windows that live in a foreign one: with it the native window is a child from the start,
+// and positions are those of the foreign window's client area.
+constexpr const char *EmbeddingProperty = "_q_embedded_native_parent_handle";
+
+void destroyNativeWindow(QWidget *pWidget)
+{
+    if (QWindow *pWindow = pWidget->windowHandle()) {
+        // The window object stays: the widget refers to it until it is deleted itself.
+        pWindow->destroy();
+    }
+}
+
+bool takesTabFocus(const QWidget *pWidget)
+{
+    return (pWidget->focusPolicy() & Qt::TabFocus) != 0 && pWidget->isVisible() && pWidget->isEnabled();
+}
+
+} // namespace
+
+QWinWidget::QWinWidget(HWND hParentWnd, QObject *pParent, Qt::WindowFlags flags) :
+    QWidget(nullptr, flags), m_hParentWnd(hParentWnd)
+{
+    if (pParent != nullptr && !pParent->isWidgetType()) {
+        QObject::setParent(pParent);
+    }
+    if (IsWindow(hParentWnd) == FALSE) {
+        m_bHostGone = true;
+        return;
+    }
+    setProperty(EmbeddingProperty, QVariant::fromValue(reinterpret_cast<WId>(hParentWnd)));
+    RECT client{};
+    GetClientRect(hParentWnd, &client);
+    setGeometry(0, 0, static_cast<int>(client.right), static_cast<int>(client.bottom));
+    winId();
+}
+
+QWinWidget::~QWinWidget() = default;
+
+HWND QWinWidget::parentWindow() const
+{
+    return m_hParentWnd;
+}
+
+void QWinWidget::show()
+{
+    QWidget::show();
+    if (!m_bHostGone) {
+        // A new child lies beneath its siblings.
+        SetWindowPos(reinterpret_cast<HWND>(winId()), HWND_TOP, 0, 0, 0, 0,
+                     SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
+    }
+}
+
+void QWinWidget::setVisible(bool bVisible)
+{
+    QWidget::setVisible(bVisible && !m_bHostGone);
+}
+
+bool QWinWidget::nativeEvent(const QByteArray &eventType, void *pMessage, long *pResult)
+{
+    const MSG *pNative = static_cast<const MSG *>(pMessage);
+    const bool bOwn = testAttribute(Qt::WA_WState_Created) && pNative->hwnd == reinterpret_cast<HWND>(internalWinId());
+    if (bOwn && pNative->message == WM_DESTROY && !m_bHostGone && testAttribute(Qt::WA_WState_Created)) {
+        onHostDestroyed();
+    } else if (bOwn && pNative->message == WM_MOUSEACTIVATE) {
+        // A click into any window inside asks its ancestors up to this one.
+        takeFocus();
+    }
+    return QWidget::nativeEvent(eventType, pMessage, pResult);
+}
+
+void QWinWidget::onHostDestroyed()
+{
+    m_bHostGone = true;
+    setProperty(EmbeddingProperty, QVariant());
+    hide();
+    // Qt is still inside this window's procedure, so its side of the windows goes a little later.
+    QMetaObject::invokeMethod(this, [this] { releaseNativeWindows(); }, Qt::QueuedConnection);
+}
+
+void QWinWidget::releaseNativeWindows()
+{
+    // A widget that covers the screen has left this one's native window, not its Qt parent.
+    for (QWidget *pChild : findChildren<QWidget *>()) {
+        if (pChild->isWindow()) {
+            pChild->hide();
+            destroyNativeWindow(pChild);
+        }
+    }
+    destroyNativeWindow(this);
+}
+
+void QWinWidget::takeFocus()
+{
+    const HWND hOwn = reinterpret_cast<HWND>(internalWinId());
+    const HWND hFocus = GetFocus();
+    if (hFocus != hOwn && IsChild(hOwn, hFocus) == FALSE) {
+        SetFocus(hOwn);
+    }
+}
+
+bool QWinWidget::focusNextPrevChild(bool bNext)
+{
+    const QWidget *pCurrent = focusWidget() != nullptr ? focusWidget() : this;
+    // The focus chain is a ring; past this widget it would start over, and the host's controls come instead.
+    const auto step = [bNext](const QWidget *pWidget) {
+        return bNext ? pWidget->nextInFocusChain() : pWidget->previousInFocusChain();
+    };
+    for (const QWidget *pWidget = step(pCurrent); pWidget != this; pWidget = step(pWidget)) {
+        if (takesTabFocus(pWidget)) {
+            return QWidget::focusNextPrevChild(bNext);
+        }
+    }
+    if (!m_bHostGone) {
+        SetFocus(m_hParentWnd);
+    }
+    return true;
+}

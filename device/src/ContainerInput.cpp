@@ -1,0 +1,231 @@
+#include "device/src/ContainerInput.h"
+
+#include "Selvikdcm.h"
+#include "device/src/Resolver.h"
+
+#include <array>
+#include <atomic>
+#include <cstdlib>
+#include <thread>
+
+namespace selvik
+{
+
+namespace
+{
+
+constexpr Milliseconds lossOfLife{4500};
+constexpr std::int64_t assumedDuration = 40000;
+constexpr std::int64_t largestGap = 10000000;
+
+const std::atomic<bool> never{false};
+
+unsigned long errorOf(int result)
+{
+    switch (result) {
+    case AVERROR_HTTP_UNAUTHORIZED:
+    case AVERROR_HTTP_FORBIDDEN:
+        return SELVIK_ERROR_REFUSED;
+    case AVERROR_HTTP_BAD_REQUEST:
+    case AVERROR_HTTP_NOT_FOUND:
+    case AVERROR_HTTP_OTHER_4XX:
+    case AVERROR(ENOENT):
+    case AVERROR(EACCES):
+        return SELVIK_ERROR_CHANNEL;
+    case AVERROR_EXIT:
+    case AVERROR(ETIMEDOUT):
+        return SELVIK_ERROR_TIMEOUT;
+    case AVERROR_INVALIDDATA:
+    case AVERROR_DEMUXER_NOT_FOUND:
+    case AVERROR_PROTOCOL_NOT_FOUND:
+        return SELVIK_ERROR_MEDIA;
+    case AVERROR(ENOMEM):
+        return SELVIK_ERROR_RESOURCES;
+    default:
+        return SELVIK_ERROR_HOST;
+    }
+}
+
+std::int64_t microseconds(std::int64_t time, AVRational base)
+{
+    return time == AV_NOPTS_VALUE ? AV_NOPTS_VALUE : av_rescale_q(time, base, AV_TIME_BASE_Q);
+}
+
+bool canBeCarried(const AVCodecParameters &parameters)
+{
+    const bool bUnknownAac = parameters.codec_id == AV_CODEC_ID_AAC && parameters.extradata_size == 0;
+    return !bUnknownAac && avformat_query_codec(av_guess_format("matroska", nullptr, nullptr), parameters.codec_id,
+                                                FF_COMPLIANCE_NORMAL) == 1;
+}
+
+} // namespace
+
+ContainerInput::ContainerInput(Address address)
+    : m_address(std::move(address)), m_patience(never, Clock::time_point::max())
+{
+}
+
+ContainerInput::~ContainerInput() = default;
+
+void ContainerInput::open(const Patience &patience)
+{
+    m_patience = patience;
+    openFormat(patience);
+    // Live streams are recognised by their first packets, not by seconds of them.
+    const int result = avformat_find_stream_info(m_format.get(), nullptr);
+    if (result < 0) {
+        m_patience.check();
+        throw Failure(errorOf(result));
+    }
+    chooseTracks();
+    m_begin = Clock::now();
+}
+
+void ContainerInput::openFormat(const Patience &patience)
+{
+    AVFormatContext *pFormat = required(avformat_alloc_context());
+    pFormat->interrupt_callback = {&Patience::interrupts, &m_patience};
+    Options options;
+    std::string url;
+    if (isFile()) {
+        url = "file:" + m_address.fileName();
+    } else {
+        pFormat->flags |= AVFMT_FLAG_NOBUFFER;
+        options.set("fpsprobesize", "0");
+        options.set("analyzeduration", "500000");
+        options.set("headers", ("Host: " + m_address.hostAndPort() + "\r\n").c_str());
+        if (m_address.scheme() == Address::Scheme::Https) {
+            options.set("verifyhost", m_address.host().c_str());
+        }
+        try {
+            url = m_address.urlForHost(resolveHost(m_address.host(), patience).front());
+        } catch (...) {
+            avformat_free_context(pFormat);
+            throw;
+        }
+    }
+    // Frees the context itself when it fails.
+    const int result = avformat_open_input(&pFormat, url.c_str(), nullptr, options.get());
+    if (result < 0) {
+        m_patience.check();
+        throw Failure(errorOf(result));
+    }
+    m_format.reset(pFormat);
+}
+
+void ContainerInput::chooseTracks()
+{
+    m_trackOfStream.assign(m_format->nb_streams, -1);
+    for (const AVMediaType type : {AVMEDIA_TYPE_VIDEO, AVMEDIA_TYPE_AUDIO}) {
+        const int nStream = av_find_best_stream(m_format.get(), type, -1, -1, nullptr, 0);
+        if (nStream < 0 || !canBeCarried(*m_format->streams[nStream]->codecpar)) {
+            continue;
+        }
+        m_trackOfStream[static_cast<std::size_t>(nStream)] = static_cast<int>(m_parameters.size());
+        m_parameters.emplace_back(required(avcodec_parameters_alloc()));
+        if (avcodec_parameters_copy(m_parameters.back().get(), m_format->streams[nStream]->codecpar) < 0) {
+            throw std::bad_alloc();
+        }
+    }
+    for (unsigned int i = 0; i < m_format->nb_streams; ++i) {
+        if (m_trackOfStream[i] < 0) {
+            m_format->streams[i]->discard = AVDISCARD_ALL;
+        }
+    }
+    if (m_parameters.empty()) {
+        throw Failure(SELVIK_ERROR_MEDIA);
+    }
+}
+
+bool ContainerInput::read(const Patience &patience)
+{
+    const Clock::time_point lost = Clock::now() + lossOfLife;
+    for (;;) {
+        m_patience = {patience.isStopped() ? patience : patience.atMost(lossOfLife)};
+        PacketPtr packet(required(av_packet_alloc()));
+        const int result = av_read_frame(m_format.get(), packet.get());
+        if (patience.isStopped()) {
+            throw Stopped();
+        }
+        if (result >= 0 && m_trackOfStream[static_cast<std::size_t>(packet->stream_index)] >= 0 && packet->size > 0) {
+            m_packet = std::move(packet);
+            return true;
+        }
+        if (result == AVERROR_EOF && isFile() && m_bAny) {
+            startOver();
+        } else if (result < 0 && result != AVERROR(EAGAIN)) {
+            throw Failure(Clock::now() >= lost ? errorOf(AVERROR(ETIMEDOUT)) : errorOf(result));
+        }
+    }
+}
+
+void ContainerInput::startOver()
+{
+    if (av_seek_frame(m_format.get(), -1, m_format->start_time == AV_NOPTS_VALUE ? 0 : m_format->start_time,
+                      AVSEEK_FLAG_BACKWARD) < 0 &&
+        avformat_seek_file(m_format.get(), -1, INT64_MIN, 0, INT64_MAX, AVSEEK_FLAG_BYTE) < 0) {
+        throw Failure(SELVIK_ERROR_MEDIA);
+    }
+    m_bAny = false;
+    m_bStarted = false;
+}
+
+void ContainerInput::placeInTime()
+{
+    const AVRational base = m_format->streams[m_packet->stream_index]->time_base;
+    const std::int64_t pts = microseconds(m_packet->pts, base);
+    const std::int64_t dts = microseconds(m_packet->dts, base);
+    std::int64_t due = dts != AV_NOPTS_VALUE ? dts : pts;
+    const std::int64_t duration =
+        m_packet->duration > 0 ? av_rescale_q(m_packet->duration, base, AV_TIME_BASE_Q) : assumedDuration;
+    if (due == AV_NOPTS_VALUE) {
+        due = m_nEnd - m_nOffset;
+    }
+    if (!m_bStarted || std::abs(due + m_nOffset - m_nDue) > largestGap) {
+        // The beginning, the file's beginning once more, or a break in the source's time: go on where the last one
+        // ended.
+        m_nOffset = m_nEnd - due;
+        m_bStarted = true;
+    }
+    m_bAny = true;
+    m_nDue = due + m_nOffset;
+    m_packet->pts = (pts != AV_NOPTS_VALUE ? pts : due) + m_nOffset;
+    m_packet->duration = duration;
+    m_nEnd = std::max(m_nEnd, std::max(m_nDue, m_packet->pts) + duration);
+}
+
+bool ContainerInput::next(MediaUnit &unit, const Patience &patience)
+{
+    if (m_packet == nullptr) {
+        if (!read(patience)) {
+            return false;
+        }
+        placeInTime();
+    }
+    if (isFile()) {
+        const Clock::time_point due = m_begin + std::chrono::microseconds(m_nDue);
+        while (Clock::now() < due) {
+            if (patience.isStopped()) {
+                throw Stopped();
+            }
+            if (patience.isOver()) {
+                return false;
+            }
+            const auto left = std::chrono::ceil<Milliseconds>(due - Clock::now());
+            std::this_thread::sleep_for(std::min(left, patience.slice()));
+        }
+    }
+    unit.track = static_cast<std::size_t>(m_trackOfStream[static_cast<std::size_t>(m_packet->stream_index)]);
+    unit.captureTime = AV_NOPTS_VALUE;
+    unit.packet = std::move(m_packet);
+    unit.packet->pts = std::max<std::int64_t>(0, unit.packet->pts);
+    return true;
+}
+
+void ContainerInput::close(const Patience &patience) noexcept
+{
+    m_patience = patience;
+    m_format.reset();
+}
+
+} // namespace selvik

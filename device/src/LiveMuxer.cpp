@@ -1,0 +1,141 @@
+#include "device/src/LiveMuxer.h"
+
+#include "Selvikdcm.h"
+#include "device/src/Failure.h"
+
+#include <ctime>
+#include <string>
+
+namespace selvik
+{
+
+namespace
+{
+
+constexpr int bufferSize = 64 * 1024;
+// How far a picture may be shown before another that was sent ahead of it.
+constexpr std::int64_t longestReordering = 5000000;
+
+/** "2024-05-06T07:08:09.123456Z", the form that FFmpeg reads. */
+std::string timeText(std::int64_t utc)
+{
+    const std::time_t seconds = static_cast<std::time_t>(utc / 1000000);
+    std::tm parts = {};
+#ifdef _WIN32
+    gmtime_s(&parts, &seconds);
+#else
+    gmtime_r(&seconds, &parts);
+#endif
+    char text[40];
+    const std::size_t length = std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &parts);
+    std::snprintf(text + length, sizeof text - length, ".%06dZ", static_cast<int>(utc % 1000000));
+    return text;
+}
+
+} // namespace
+
+LiveMuxer::LiveMuxer(const std::vector<ParametersPtr> &tracks, std::int64_t utcOfZero)
+{
+    m_io.reset(required(avio_alloc_context(static_cast<unsigned char *>(required(av_malloc(bufferSize))), bufferSize, 1,
+                                           this, nullptr, &LiveMuxer::append, nullptr)));
+    m_io->seekable = 0;
+    AVFormatContext *pFormat = nullptr;
+    if (avformat_alloc_output_context2(&pFormat, nullptr, "matroska", nullptr) < 0) {
+        throw std::bad_alloc();
+    }
+    m_format.reset(pFormat);
+    m_format->pb = m_io.get();
+    m_format->flags |= AVFMT_FLAG_CUSTOM_IO | AVFMT_FLAG_BITEXACT;
+    m_format->avoid_negative_ts = AVFMT_AVOID_NEG_TS_DISABLED;
+    for (const ParametersPtr &parameters : tracks) {
+        addTrack(*parameters);
+    }
+    if (utcOfZero > 0) {
+        av_dict_set(&m_format->metadata, "creation_time", timeText(utcOfZero).c_str(), 0);
+    }
+    m_lastDts.assign(tracks.size(), -longestReordering);
+}
+
+void LiveMuxer::addTrack(const AVCodecParameters &parameters)
+{
+    AVStream *pStream = required(avformat_new_stream(m_format.get(), nullptr));
+    if (avcodec_parameters_copy(pStream->codecpar, &parameters) < 0) {
+        throw std::bad_alloc();
+    }
+    // Another container's tag would stand in the way.
+    pStream->codecpar->codec_tag = 0;
+    pStream->time_base = AV_TIME_BASE_Q;
+    if (parameters.codec_type == AVMEDIA_TYPE_SUBTITLE) {
+        av_dict_set(&pStream->metadata, "title", "application/vnd.onvif.metadata", 0);
+    }
+}
+
+int LiveMuxer::append(void *pSelf, const std::uint8_t *pBuffer, int size)
+{
+    try {
+        Bytes &output = static_cast<LiveMuxer *>(pSelf)->m_output;
+        output.insert(output.end(), pBuffer, pBuffer + size);
+        return size;
+    } catch (...) {
+        // FFmpeg's frames lie above this one: nothing may be thrown through them.
+        return AVERROR(ENOMEM);
+    }
+}
+
+Bytes LiveMuxer::take()
+{
+    avio_flush(m_io.get());
+    if (m_io->error < 0) {
+        throw std::bad_alloc();
+    }
+    Bytes bytes;
+    bytes.swap(m_output);
+    return bytes;
+}
+
+Bytes LiveMuxer::header()
+{
+    Options options;
+    options.set("live", "1");
+    if (avformat_write_header(m_format.get(), options.get()) < 0) {
+        throw Failure(SELVIK_ERROR_MEDIA);
+    }
+    return take();
+}
+
+Bytes LiveMuxer::write(const MediaUnit &unit)
+{
+    const AVStream *pStream = m_format->streams[unit.track];
+    const PacketPtr packet(required(av_packet_clone(unit.packet.get())));
+    packet->stream_index = static_cast<int>(unit.track);
+    // The muxer wants decoding times, which Matroska does not keep: any that never fall and are never late will do.
+    std::int64_t &lastDts = m_lastDts[unit.track];
+    lastDts = std::max(lastDts, unit.packet->pts - longestReordering);
+    packet->dts = std::min(lastDts, unit.packet->pts);
+    av_packet_rescale_ts(packet.get(), AV_TIME_BASE_Q, pStream->time_base);
+    if (unit.captureTime != AV_NOPTS_VALUE && pStream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO) {
+        constexpr std::uint64_t codecsOwnMeaning = 1;
+        std::uint8_t *pSide = required(av_packet_new_side_data(packet.get(), AV_PKT_DATA_MATROSKA_BLOCKADDITIONAL, 16));
+        AV_WB64(pSide, codecsOwnMeaning);
+        AV_WB64(pSide + 8, static_cast<std::uint64_t>(unit.captureTime));
+    }
+    writePacket(*packet);
+    if (pStream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO) {
+        // The muxer keeps one packet of sound back to see what follows; an empty one pushes it out.
+        packet->size = 0;
+        writePacket(*packet);
+    }
+    if (av_write_frame(m_format.get(), nullptr) < 0) {
+        throw Failure(SELVIK_ERROR_MEDIA);
+    }
+    return take();
+}
+
+void LiveMuxer::writePacket(AVPacket &packet)
+{
+    if (av_write_frame(m_format.get(), &packet) < 0) {
+        throw Failure(SELVIK_ERROR_MEDIA);
+    }
+}
+
+} // namespace selvik

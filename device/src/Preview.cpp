@@ -1,0 +1,198 @@
+#include "device/src/Preview.h"
+
+#include "device/src/Backoff.h"
+#include "device/src/ContainerInput.h"
+#include "device/src/LiveStream.h"
+#include "device/src/RtspInput.h"
+
+#include <random>
+
+namespace selvik
+{
+
+namespace
+{
+
+// Start answers within five seconds; the connection gives up a little earlier, so that its reason is told.
+constexpr Milliseconds startLimit{5000};
+constexpr Milliseconds connectLimit{4800};
+constexpr Milliseconds leaveLimit{700};
+
+std::unique_ptr<CameraInput> makeInput(const Address &address)
+{
+    if (address.isRtsp()) {
+        return std::make_unique<RtspInput>(address);
+    }
+    return std::make_unique<ContainerInput>(address);
+}
+
+} // namespace
+
+Preview::Preview(long handle, long userID, Address address, Callback callback)
+    : m_lHandle(handle), m_lUserID(userID), m_address(std::move(address)), m_callback(callback)
+{
+}
+
+Preview::~Preview() = default;
+
+Patience Preview::patienceFor(Milliseconds duration) const
+{
+    return {m_bStop, Clock::now() + duration};
+}
+
+unsigned long Preview::start()
+{
+    const Clock::time_point deadline = Clock::now() + startLimit;
+    std::unique_lock<std::mutex> lock(m_mutex);
+    std::thread worker([self = shared_from_this()] { self->run(); });
+    m_worker = worker.get_id();
+    // It keeps the preview alive and ends by itself.
+    worker.detach();
+    m_changed.wait_until(lock, deadline, [this] { return m_opening != Opening::Running || m_bStop; });
+    if (m_opening == Opening::Running) {
+        m_opening = Opening::Failed;
+        m_nError = SELVIK_ERROR_TIMEOUT;
+    }
+    if (m_opening == Opening::Failed) {
+        m_bStop = true;
+        m_changed.notify_all();
+    }
+    return m_nError;
+}
+
+bool Preview::stop()
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    const bool bFirst = !m_bStop;
+    m_bStop = true;
+    m_changed.notify_all();
+    if (m_worker != std::this_thread::get_id()) {
+        m_changed.wait(lock, [this] { return !m_bInCallback; });
+    }
+    return bFirst;
+}
+
+void Preview::awaitEnd()
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    if (m_worker != std::this_thread::get_id()) {
+        m_changed.wait(lock, [this] { return m_bEnded; });
+    }
+}
+
+void Preview::settle(Opening opening, unsigned long error)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_opening == Opening::Running) {
+        m_opening = opening;
+        m_nError = error;
+        m_changed.notify_all();
+    }
+}
+
+void Preview::run() noexcept
+{
+    {
+        // start() notes the thread's identity before anything can ask for it.
+        const std::lock_guard<std::mutex> lock(m_mutex);
+    }
+    try {
+        runConnections();
+    } catch (const Failure &failure) {
+        settle(Opening::Failed, failure.error());
+    } catch (const Stopped &) {
+        settle(Opening::Failed, SELVIK_ERROR_TIMEOUT);
+    } catch (...) {
+        settle(Opening::Failed, SELVIK_ERROR_RESOURCES);
+    }
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_bStop = true;
+    m_bEnded = true;
+    m_changed.notify_all();
+}
+
+void Preview::runConnections()
+{
+    Backoff backoff(std::random_device{}());
+    for (bool bFirst = true;; bFirst = false) {
+        bool bHeaderSent = false;
+        try {
+            runOneConnection(bFirst, bHeaderSent);
+        } catch (const Failure &) {
+            if (bFirst && !bHeaderSent) {
+                throw;
+            }
+        } catch (const std::bad_alloc &) {
+            // Perhaps there is memory again by the next attempt.
+            if (bFirst && !bHeaderSent) {
+                throw;
+            }
+        }
+        if (bHeaderSent) {
+            backoff.reset();
+        }
+        if (!waitBeforeNextAttempt(backoff.next())) {
+            return;
+        }
+    }
+}
+
+void Preview::runOneConnection(bool bFirst, bool &bHeaderSent)
+{
+    LiveStream stream(makeInput(m_address));
+    // Says good-bye however the connection ends, also after the preview was told to stop.
+    static const std::atomic<bool> never{false};
+    struct Leaver {
+        LiveStream &stream;
+        ~Leaver()
+        {
+            stream.close({never, Clock::now() + leaveLimit});
+        }
+    } const leaver{stream};
+
+    Bytes header = stream.open(patienceFor(connectLimit));
+    if (bFirst) {
+        settle(Opening::Done, SELVIK_ERROR_NONE);
+    }
+    bHeaderSent = true;
+    if (!deliver(SELVIK_STREAM_HEADER, header)) {
+        return;
+    }
+    while (!m_bStop) {
+        Bytes data = stream.next(patienceFor(Milliseconds(1000)));
+        if (!data.empty() && !deliver(SELVIK_STREAM_DATA, data)) {
+            return;
+        }
+    }
+}
+
+bool Preview::waitBeforeNextAttempt(Milliseconds duration)
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    return !m_changed.wait_for(lock, duration, [this] { return m_bStop.load(); });
+}
+
+bool Preview::deliver(unsigned int type, Bytes &bytes)
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_bStop) {
+            return false;
+        }
+        m_bInCallback = true;
+    }
+    struct Leaver {
+        Preview &preview;
+        ~Leaver()
+        {
+            const std::lock_guard<std::mutex> lock(preview.m_mutex);
+            preview.m_bInCallback = false;
+            preview.m_changed.notify_all();
+        }
+    } const leaver{*this};
+    const SELVIK_DCM_STREAM_DATA data = {type, static_cast<unsigned int>(bytes.size()), bytes.data()};
+    m_callback.pFunction(m_lHandle, &data, m_callback.pUser);
+    return true;
+}
+
+} // namespace selvik

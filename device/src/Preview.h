@@ -1,0 +1,87 @@
+#ifndef DEVICE_PREVIEW_H
+#define DEVICE_PREVIEW_H
+
+#include "Selvikdcm.h"
+#include "device/src/Address.h"
+#include "device/src/Bytes.h"
+#include "device/src/Patience.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+namespace selvik
+{
+
+class LiveStream;
+
+/**
+ * One live preview: a thread that connects, hands the stream to the callback, and connects again when the camera is
+ * lost, until it is stopped.
+ *
+ * Threads: every function from any thread. The callback runs on the preview's own; no lock is held meanwhile.
+ * Owns:    itself, as long as its thread runs; that ends at most a second after stop().
+ * Errors:  start() answers one of the SELVIK_ERROR_ codes.
+ */
+class Preview : public std::enable_shared_from_this<Preview>
+{
+public:
+    struct Callback {
+        SELVIK_DCM_STREAM_CB pFunction = nullptr;
+        void *pUser = nullptr;
+    };
+
+    Preview(long handle, long userID, Address address, Callback callback);
+    ~Preview();
+    Preview(const Preview &) = delete;
+    Preview &operator=(const Preview &) = delete;
+
+    [[nodiscard]] long userID() const
+    {
+        return m_lUserID;
+    }
+
+    /** Waits until the header is known, or the camera refused, or five seconds are over. */
+    [[nodiscard]] unsigned long start();
+    /**
+     * When it returns, the callback is not running, unless it is the one that calls, and is not called again. Waits
+     * for the callback, for nothing else. False when it was stopped before.
+     */
+    bool stop();
+    /** Waits until the thread has ended, which stop() has made it do; not when called from inside the callback. */
+    void awaitEnd();
+
+private:
+    enum class Opening { Running, Done, Failed };
+
+    void run() noexcept;
+    void runConnections();
+    void runOneConnection(bool bFirst, bool &bHeaderSent);
+    void settle(Opening opening, unsigned long error);
+    [[nodiscard]] bool waitBeforeNextAttempt(Milliseconds duration);
+    /** False when the preview was stopped, and the callback was not called. */
+    bool deliver(unsigned int type, Bytes &bytes);
+    [[nodiscard]] Patience patienceFor(Milliseconds duration) const;
+
+    const long m_lHandle;
+    const long m_lUserID;
+    const Address m_address;
+    const Callback m_callback;
+
+    std::atomic<bool> m_bStop{false}; /**< written under the mutex, read everywhere */
+
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    // Guarded by m_mutex.
+    Opening m_opening = Opening::Running;
+    unsigned long m_nError = SELVIK_ERROR_NONE;
+    bool m_bInCallback = false;
+    bool m_bEnded = false;
+    std::thread::id m_worker;
+};
+
+} // namespace selvik
+
+#endif

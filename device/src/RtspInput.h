@@ -1,0 +1,97 @@
+#ifndef DEVICE_RTSPINPUT_H
+#define DEVICE_RTSPINPUT_H
+
+#include "device/src/Address.h"
+#include "device/src/CameraInput.h"
+#include "device/src/ReorderBuffer.h"
+#include "device/src/RtpTrack.h"
+#include "device/src/RtspConnection.h"
+#include "device/src/Sdp.h"
+#include "device/src/Timeline.h"
+
+#include <deque>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace selvik
+{
+
+/**
+ * A camera that speaks RTSP: media over the same connection, or in datagrams where it refuses that.
+ *
+ * The first video, sound and ONVIF metadata that can be carried are taken. The session is kept alive by the method that
+ * the camera names. See CameraInput.
+ */
+class RtspInput : public CameraInput
+{
+public:
+    explicit RtspInput(Address address);
+    ~RtspInput() override;
+
+    void open(const Patience &patience) override;
+    [[nodiscard]] const std::vector<ParametersPtr> &tracks() const override
+    {
+        return m_parameters;
+    }
+    [[nodiscard]] bool next(MediaUnit &unit, const Patience &patience) override;
+    void close(const Patience &patience) noexcept override;
+
+private:
+    /** How the packets of one track travel. */
+    struct Channel {
+        SdpMedia media;
+        std::unique_ptr<RtpTrack> track;
+        int nRtpChannel = -1; /**< on the connection; the reports' number is not always the next one */
+        int nRtcpChannel = -1;
+        Socket rtp; /**< invalid while the media travel on the connection */
+        Socket rtcp;
+        Endpoint reports; /**< where the camera wants receiver reports in datagrams */
+        ReorderBuffer reorder;
+    };
+    enum class SetupResult { Done, Refused, TransportRefused };
+
+    void connect(const Patience &patience);
+    [[nodiscard]] Sdp describe(const Patience &patience);
+    void chooseTracks(const Sdp &sdp);
+    void setUpAll(const Patience &patience);
+    [[nodiscard]] SetupResult setUp(Channel &channel, bool bDatagrams, int nIndex, const Patience &patience);
+    [[nodiscard]] static bool bindPair(Channel &channel, bool bIpv6);
+    void readTransport(Channel &channel, const std::string &transport) const;
+    void play(const Patience &patience);
+    void noteSession(const RtspResponse &response);
+    [[nodiscard]] RtspConnection::Headers sessionHeaders() const;
+
+    void keepAlive(const Patience &patience);
+    void sendReports(const Patience &patience);
+    void receive(const Patience &patience);
+    void receiveDatagrams(const Patience &patience);
+    void drainDatagrams(Channel &channel);
+    void takePackets();
+    void noteMedia();
+    void checkLoss() const;
+    void collect(Channel &channel, ByteView packet);
+
+    Address m_address;
+    std::string m_remoteHost; /**< numeric */
+    std::unique_ptr<RtspConnection> m_connection;
+    std::string m_base;      /**< what controls are relative to */
+    std::string m_aggregate; /**< what PLAY and TEARDOWN name */
+    std::string m_session;
+    Milliseconds m_keepAliveInterval{25000};
+    bool m_bGetParameter = false;
+    bool m_bDatagrams = false;
+    std::vector<Channel> m_channels;
+    std::vector<ParametersPtr> m_parameters;
+    std::unique_ptr<Timeline> m_timeline;
+    std::deque<MediaUnit> m_units;
+    Clock::time_point m_begin;
+    Clock::time_point m_lastSign;  /**< of life, of any kind */
+    Clock::time_point m_lastMedia; /**< packet */
+    Clock::time_point m_lastKeepAlive;
+    Clock::time_point m_lastReport;
+};
+
+} // namespace selvik
+
+#endif

@@ -1,0 +1,142 @@
+#include "device/src/Sdp.h"
+
+#include "device/src/Text.h"
+
+namespace selvik
+{
+
+namespace
+{
+
+SdpMedia::Kind kindOf(const std::string &name)
+{
+    if (name == "video") {
+        return SdpMedia::Kind::Video;
+    }
+    return name == "audio" ? SdpMedia::Kind::Audio : SdpMedia::Kind::Other;
+}
+
+int staticClockRate(int nPayloadType)
+{
+    // The payload types that need no rtpmap line: sound at 8 kHz except a few, video at 90 kHz.
+    switch (nPayloadType) {
+    case 10:
+    case 11:
+        return 44100;
+    case 6:
+        return 16000;
+    default:
+        return nPayloadType < 24 && nPayloadType != 14 ? 8000 : 90000;
+    }
+}
+
+SdpMedia parseMediaLine(const std::string &value)
+{
+    SdpMedia media;
+    const std::vector<std::string> words = split(value, ' ');
+    if (words.size() >= 4) {
+        media.kind = kindOf(lowerCase(words[0]));
+        media.nPayloadType = leadingNumber(words[3]) & 0x7F;
+        media.nClockRate = staticClockRate(media.nPayloadType);
+    }
+    return media;
+}
+
+/** "96 H264/90000" for payload type 96: "H264/90000"; empty for another type's line. */
+std::string valueForType(const std::string &value, int nPayloadType)
+{
+    const std::size_t blank = value.find(' ');
+    if (blank == std::string::npos || leadingNumber(value) != nPayloadType) {
+        return {};
+    }
+    return trimmed(value.substr(blank));
+}
+
+void applyRtpmap(SdpMedia &media, const std::string &mapped)
+{
+    if (mapped.empty() || !media.rtpmap.empty()) {
+        return;
+    }
+    media.rtpmap = mapped;
+    const std::vector<std::string> parts = split(mapped, '/');
+    media.encoding = lowerCase(parts.front());
+    const int nRate = parts.size() > 1 ? leadingNumber(parts[1]) : 0;
+    if (nRate > 0) {
+        media.nClockRate = nRate;
+    }
+    if (media.encoding == "vnd.onvif.metadata") {
+        media.kind = SdpMedia::Kind::Metadata;
+    }
+}
+
+void applyAttribute(Sdp &sdp, const std::string &value)
+{
+    const std::size_t colon = value.find(':');
+    const std::string name = lowerCase(value.substr(0, colon));
+    const std::string argument = colon == std::string::npos ? std::string() : trimmed(value.substr(colon + 1));
+    if (sdp.media.empty()) {
+        if (name == "control") {
+            sdp.control = argument;
+        }
+        return;
+    }
+    SdpMedia &media = sdp.media.back();
+    if (name == "control") {
+        media.control = argument;
+    } else if (name == "rtpmap") {
+        applyRtpmap(media, valueForType(argument, media.nPayloadType));
+    } else if (name == "fmtp" && media.fmtp.empty()) {
+        media.fmtp = valueForType(argument, media.nPayloadType);
+    }
+}
+
+} // namespace
+
+std::string SdpMedia::description(bool bWithParameters) const
+{
+    const std::string type = std::to_string(nPayloadType);
+    std::string text = "v=0\r\no=- 0 0 IN IP4 127.0.0.1\r\ns=-\r\nc=IN IP4 127.0.0.1\r\nt=0 0\r\n";
+    text += std::string("m=") + (kind == Kind::Video ? "video" : "audio") + " 0 RTP/AVP " + type + "\r\n";
+    if (!rtpmap.empty()) {
+        text += "a=rtpmap:" + type + " " + rtpmap + "\r\n";
+    }
+    if (bWithParameters && !fmtp.empty()) {
+        text += "a=fmtp:" + type + " " + fmtp + "\r\n";
+    }
+    return text;
+}
+
+Sdp Sdp::parse(const std::string &text)
+{
+    Sdp sdp;
+    for (const std::string &line : lines(text)) {
+        if (line.size() < 2 || line[1] != '=') {
+            continue;
+        }
+        if (line[0] == 'm') {
+            sdp.media.push_back(parseMediaLine(line.substr(2)));
+        } else if (line[0] == 'a') {
+            applyAttribute(sdp, line.substr(2));
+        }
+    }
+    return sdp;
+}
+
+std::string resolveControl(const std::string &base, const std::string &control)
+{
+    if (control.empty() || control == "*") {
+        return base;
+    }
+    const std::string scheme = lowerCase(control.substr(0, 8));
+    if (startsWith(scheme, "rtsp://") || startsWith(scheme, "rtsps://")) {
+        return control;
+    }
+    // Not by the rules of relative addresses: devices expect their word behind the whole base, also behind a query.
+    const bool bSlash = !base.empty() && base.back() == '/';
+    if (control.front() == '/') {
+        return bSlash ? base + control.substr(1) : base + control;
+    }
+    return bSlash ? base + control : base + "/" + control;
+}
+
+} // namespace selvik

@@ -1,0 +1,44 @@
+#ifndef DEVICE_TCPSTREAM_H
+#define DEVICE_TCPSTREAM_H
+
+#include "device/src/ByteStream.h"
+
+#include <utility>
+
+namespace selvik
+{
+
+/** A plain connection; see ByteStream. Owns: its socket. */
+class TcpStream : public ByteStream
+{
+public:
+    explicit TcpStream(Socket socket) : m_socket(std::move(socket)) {}
+
+    [[nodiscard]] std::size_t receive(std::uint8_t *pBuffer, std::size_t capacity, const Patience &patience) override
+    {
+        for (;;) {
+            const std::size_t received = m_socket.receive(pBuffer, capacity);
+            if (received > 0 || patience.isOver()) {
+                return received;
+            }
+            (void)Socket::waitReadable({&m_socket}, patience.slice());
+        }
+    }
+
+    void send(const std::uint8_t *pData, std::size_t size, const Patience &patience) override
+    {
+        m_socket.sendAll(pData, size, patience);
+    }
+
+    [[nodiscard]] const Socket *socket() const override
+    {
+        return &m_socket;
+    }
+
+private:
+    Socket m_socket;
+};
+
+} // namespace selvik
+
+#endif

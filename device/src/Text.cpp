@@ -1,0 +1,61 @@
+#include "device/src/Text.h"
+
+#include <algorithm>
+
+namespace selvik
+{
+
+std::string lowerCase(std::string text)
+{
+    std::transform(text.begin(), text.end(), text.begin(), [](char letter) {
+        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+    });
+    return text;
+}
+
+std::string trimmed(const std::string &text)
+{
+    static const char *const pBlanks = " \t\r\n";
+    const std::size_t begin = text.find_first_not_of(pBlanks);
+    return begin == std::string::npos ? std::string() : text.substr(begin, text.find_last_not_of(pBlanks) - begin + 1);
+}
+
+std::vector<std::string> split(const std::string &text, char separator)
+{
+    std::vector<std::string> parts;
+    std::size_t begin = 0;
+    while (begin <= text.size()) {
+        const std::size_t end = std::min(text.find(separator, begin), text.size());
+        const std::string part = trimmed(text.substr(begin, end - begin));
+        if (!part.empty()) {
+            parts.push_back(part);
+        }
+        begin = end + 1;
+    }
+    return parts;
+}
+
+std::vector<std::string> lines(const std::string &text)
+{
+    return split(text, '\n');
+}
+
+bool startsWith(const std::string &text, const std::string &beginning)
+{
+    return text.compare(0, beginning.size(), beginning) == 0;
+}
+
+int leadingNumber(const std::string &text)
+{
+    constexpr long long most = 1000000000;
+    long long value = 0;
+    for (const char letter : text) {
+        if (letter < '0' || letter > '9') {
+            break;
+        }
+        value = std::min(value * 10 + (letter - '0'), most);
+    }
+    return static_cast<int>(value);
+}
+
+} // namespace selvik

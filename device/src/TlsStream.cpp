@@ -1,0 +1,56 @@
+#include "device/src/TlsStream.h"
+
+namespace selvik
+{
+
+TlsStream::TlsStream(const Endpoint &remote, const std::string &name, const Patience &patience) : m_patience(patience)
+{
+    const std::string host = remote.host.find(':') == std::string::npos ? remote.host : "[" + remote.host + "]";
+    const std::string url = "tls://" + host + ":" + std::to_string(remote.port);
+    const AVIOInterruptCB interrupt = {&Patience::interrupts, &m_patience};
+    Options options;
+    options.set("verifyhost", name.c_str());
+    options.set("tls_verify", "0");
+    const int result =
+        avio_open2(&m_pIo, url.c_str(), AVIO_FLAG_READ_WRITE | AVIO_FLAG_DIRECT, &interrupt, options.get());
+    if (result < 0) {
+        m_patience.check();
+        throw Failure(SELVIK_ERROR_HOST);
+    }
+}
+
+TlsStream::~TlsStream()
+{
+    // Closing says good-bye over the network; a device that does not listen is not waited for.
+    m_patience = m_patience.atMost(Milliseconds(300));
+    avio_closep(&m_pIo);
+}
+
+std::size_t TlsStream::receive(std::uint8_t *pBuffer, std::size_t capacity, const Patience &patience)
+{
+    m_patience = patience;
+    const int received = avio_read_partial(m_pIo, pBuffer, static_cast<int>(capacity));
+    if (received > 0) {
+        return static_cast<std::size_t>(received);
+    }
+    if (!patience.isOver()) {
+        throw Failure(SELVIK_ERROR_HOST);
+    }
+    // An interrupted read leaves its mark on the context, which would end every later one.
+    m_pIo->eof_reached = 0;
+    m_pIo->error = 0;
+    return 0;
+}
+
+void TlsStream::send(const std::uint8_t *pData, std::size_t size, const Patience &patience)
+{
+    m_patience = patience;
+    avio_write(m_pIo, pData, static_cast<int>(size));
+    avio_flush(m_pIo);
+    if (m_pIo->error < 0) {
+        patience.check();
+        throw Failure(SELVIK_ERROR_HOST);
+    }
+}
+
+} // namespace selvik

@@ -1,0 +1,52 @@
+#ifndef INTERFACE_PANECHOICE_H
+#define INTERFACE_PANECHOICE_H
+
+#include "VideoWindow/VideoWindow.h"
+#include "VideoWindow/VideoWindowMgr.h"
+#include "VideoWindow/VideoWnd.h"
+#include "base/CSingleton.h"
+#include "interface/Boundary.h"
+
+#include <functional>
+
+namespace pellora
+{
+
+// How exports find what they act on. Each answers with `Result`, 0 when the window or the pane is missing.
+
+[[nodiscard]] inline VideoWindowMgr &registry()
+{
+    return *Base::CSingleton<VideoWindowMgr>::getInstance();
+}
+
+/** Calls the operation, a member of VideoWindow or a function that takes one, on the window with this handle. */
+template <typename Result, typename Operation, typename... Arguments>
+Result onWindow(const LogLocation &where, long lHandle, Operation operation, Arguments... arguments) noexcept
+{
+    return guarded(where, Result{}, [&] {
+        VideoWindow *pWindow = registry().getVideoWindow(lHandle);
+        return pWindow != nullptr ? static_cast<Result>(std::invoke(operation, *pWindow, arguments...)) : Result{};
+    });
+}
+
+/** Calls the operation, a member of VideoWnd or a function that takes one, on a pane; -1 is the current one. */
+template <typename Result, typename Operation, typename... Arguments>
+Result onPane(const LogLocation &where, long lHandle, long lSubHandel, Operation operation,
+              Arguments... arguments) noexcept
+{
+    return onWindow<Result>(where, lHandle, [&](VideoWindow &window) {
+        VideoWnd *pPane = lSubHandel == -1 ? window.getCurWnd() : window.getWnd(lSubHandel);
+        return pPane != nullptr ? static_cast<Result>(std::invoke(operation, *pPane, arguments...)) : Result{};
+    });
+}
+
+/** As onPane, on the current pane. */
+template <typename Result, typename Operation, typename... Arguments>
+Result onCurrentPane(const LogLocation &where, long lHandle, Operation operation, Arguments... arguments) noexcept
+{
+    return onPane<Result>(where, lHandle, -1, operation, arguments...);
+}
+
+} // namespace pellora
+
+#endif

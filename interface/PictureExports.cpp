@@ -1,0 +1,84 @@
+#include "interface/Pellora.h"
+
+#include "interface/PaneChoice.h"
+
+#include <algorithm>
+#include <cstring>
+
+using namespace pellora;
+
+static_assert(sizeof(tagPELLORA_CROP_PIC_INFO) == sizeof(CROP_PIC_INFO), "the player's record is the host's");
+
+namespace
+{
+
+/** Thousandths of an extent as pixels, truncated; the largest value where that is more than fits. */
+unsigned long pixels(unsigned long nThousandths, long nExtent)
+{
+    const double fPixels = static_cast<double>(nThousandths) * static_cast<double>(nExtent) / 1000.0;
+    return static_cast<unsigned long>(std::clamp(fPixels, 0.0, static_cast<double>(MAXDWORD)));
+}
+
+bool takeScreenshot(VideoWnd &pane, tagPELLORA_CROP_PIC_INFO &info)
+{
+    // Without a picture both stay 0, and the player says what is wrong.
+    long nWidth = 0;
+    long nHeight = 0;
+    pane.getPictureSize(nWidth, nHeight);
+    unsigned long *pRect = info.pCropRect;
+    if (pRect == nullptr) {
+        return false;
+    }
+    // In place: hosts read the pixels from their own rectangle afterwards.
+    pRect[0] = pixels(pRect[0], nWidth);
+    pRect[1] = pixels(pRect[1], nHeight);
+    pRect[2] = pixels(pRect[2], nWidth);
+    pRect[3] = pixels(pRect[3], nHeight);
+    CROP_PIC_INFO request{};
+    std::memcpy(&request, &info, sizeof(request));
+    const bool bDone = pane.screenshot(&request);
+    std::memcpy(&info, &request, sizeof(request));
+    return bDone;
+}
+
+} // namespace
+
+int PELLORA_GetPictureSize(long lHandle, tagPELLORA_POINT *pSize) noexcept
+{
+    const LogLocation where = exportAt("int __cdecl PELLORA_GetPictureSize(long,struct tagPELLORA_POINT *)", __LINE__);
+    logCall(where, "PELLORA_GetPictureSize: lHandle: %d.", lHandle);
+    return onCurrentPane<int>(
+        where, lHandle, [&](VideoWnd &pane) { return pSize != nullptr && pane.getPictureSize(pSize->x, pSize->y); });
+}
+
+int PELLORA_Capture(long lHandle, unsigned char *pJpeg, unsigned long dwBufSize, unsigned long *pJpegSize) noexcept
+{
+    const LogLocation where =
+        exportAt("int __cdecl PELLORA_Capture(long,unsigned char *,unsigned long,unsigned long *)", __LINE__);
+    logCall(where, "PELLORA_Capture: lHandle: %d, pJpeg: %p, dwBufSize: %d, pJpegSize: %p.", lHandle, pJpeg, dwBufSize,
+            pJpegSize);
+    return onCurrentPane<int>(where, lHandle, &VideoWnd::capture, pJpeg, dwBufSize, pJpegSize);
+}
+
+int PELLORA_Screenshot(long lHandle, tagPELLORA_CROP_PIC_INFO *pInfo) noexcept
+{
+    const LogLocation where =
+        exportAt("int __cdecl PELLORA_Screenshot(long,struct tagPELLORA_CROP_PIC_INFO *)", __LINE__);
+    logCall(where, "PELLORA_Screenshot: lHandle: %d", lHandle);
+    return onCurrentPane<int>(where, lHandle,
+                              [&](VideoWnd &pane) { return pInfo != nullptr && takeScreenshot(pane, *pInfo); });
+}
+
+int PELLORA_SetDisplayRegion(long lHandle, tagPELLORA_RECT *pRect, long lSubHandel) noexcept
+{
+    const LogLocation where =
+        exportAt("int __cdecl PELLORA_SetDisplayRegion(long,struct tagPELLORA_RECT *,long)", __LINE__);
+    logCall(where, "PELLORA_SetDisplayRegion: lHandle: %d, lSubHandel: %d", lHandle, lSubHandel);
+    return onPane<int>(where, lHandle, lSubHandel, [&](VideoWnd &pane) {
+        if (pRect == nullptr) {
+            return pane.setDisplayRegion(nullptr);
+        }
+        const RECT region{pRect->left, pRect->top, pRect->right, pRect->bottom};
+        return pane.setDisplayRegion(&region);
+    });
+}

@@ -1,0 +1,153 @@
+#include "interface/Pellora.h"
+
+#include "interface/HostText.h"
+#include "interface/PaneChoice.h"
+
+#include "rules/RuleRecords.h"
+
+using namespace pellora;
+
+namespace
+{
+
+/** Selects all nine panes, where a function says so. */
+constexpr long kAllPanes = 255;
+
+/** The text that comes with a new rule; null where its type takes none. */
+const char *captionOf(unsigned short wRuleType, const void *pExtend)
+{
+    const auto *pText = static_cast<const char *>(pExtend);
+    switch (static_cast<RuleType>(wRuleType)) {
+    case RuleType::Polygon:
+    case RuleType::PolygonWithText:
+        return pText + RulePolygonExtension::kCaptionOffset;
+    case RuleType::RectWithText:
+    case RuleType::LineWithText:
+    case RuleType::PointWithCross:
+        return pText;
+    default:
+        return nullptr;
+    }
+}
+
+void logCreateRule(const LogLocation &where, long lHandle, long lSubHandel, unsigned short wRuleType,
+                   const void *pExtend)
+{
+    if (pExtend == nullptr) {
+        logCall(where, "PELLORA_CreateRule: lHandle: %d, lSubHandel: %d, wRuleType: %d", lHandle, lSubHandel,
+                wRuleType);
+        return;
+    }
+    // Types that take no text and come with one leave no line: log readers know it so.
+    if (const char *pCaption = captionOf(wRuleType, pExtend)) {
+        logCallWithText(where, "PELLORA_CreateRule: lHandle: %d, lSubHandel: %d, wRuleType: %d, pExtend: %s", pCaption,
+                        lHandle, lSubHandel, wRuleType);
+    }
+}
+
+COLORREF colorOf(unsigned long dwRed, unsigned long dwGreen, unsigned long dwBlue)
+{
+    return (dwRed & 0xFF) | (dwGreen & 0xFF) << 8 | (dwBlue & 0xFF) << 16;
+}
+
+/** As onPane, and on every pane of the window, with the answer 1, for 255. */
+template <typename Operation, typename... Arguments>
+int onPaneOrAll(const LogLocation &where, long lHandle, long lSubHandel, Operation operation,
+                Arguments... arguments) noexcept
+{
+    if (lSubHandel != kAllPanes) {
+        return onPane<int>(where, lHandle, lSubHandel, operation, arguments...);
+    }
+    return onWindow<int>(where, lHandle, [&](VideoWindow &window) {
+        for (long i = 0; VideoWnd *pPane = window.getWnd(i); ++i) {
+            std::invoke(operation, *pPane, arguments...);
+        }
+        return 1;
+    });
+}
+
+} // namespace
+
+int PELLORA_SetOriginPos(long lHandle, unsigned short wOriginPos, long lSubHandel) noexcept
+{
+    const LogLocation where = exportAt("int __cdecl PELLORA_SetOriginPos(long,unsigned short,long)", __LINE__);
+    logCall(where, "PELLORA_SetOriginPos: lHandle: %d, wOriginPos: %d, lSubHandel: %d.", lHandle, wOriginPos,
+            lSubHandel);
+    if (wOriginPos != 1 && wOriginPos != 2) {
+        return 0;
+    }
+    return onPane<int>(where, lHandle, lSubHandel, &VideoWnd::setOriginPos, wOriginPos);
+}
+
+int PELLORA_OpenDraw(long lHandle, long lSubHandel) noexcept
+{
+    const LogLocation where = exportAt("int __cdecl PELLORA_OpenDraw(long,long)", __LINE__);
+    logCall(where, "PELLORA_OpenDraw: lHandle: %d, lSubHandel: %d.", lHandle, lSubHandel);
+    return onPane<int>(where, lHandle, lSubHandel, &VideoWnd::openDraw);
+}
+
+int PELLORA_CloseDraw(long lHandle, long lSubHandel) noexcept
+{
+    const LogLocation where = exportAt("int __cdecl PELLORA_CloseDraw(long,long)", __LINE__);
+    logCall(where, "PELLORA_CloseDraw: lHandle: %d, lSubHandel: %d.", lHandle, lSubHandel);
+    return onPane<int>(where, lHandle, lSubHandel, &VideoWnd::closeDraw);
+}
+
+long PELLORA_CreateRule(long lHandle, unsigned short wRuleType, unsigned long dwRed, unsigned long dwGreen,
+                        unsigned long dwBlue, void *pExtend, unsigned char byLimitMask, long lSubHandel) noexcept
+{
+    const LogLocation where = exportAt("long __cdecl PELLORA_CreateRule(long,unsigned short,unsigned long,"
+                                       "unsigned long,unsigned long,void *,unsigned char,long)",
+                                       __LINE__);
+    logCreateRule(where, lHandle, lSubHandel, wRuleType, pExtend);
+    return onPane<long>(where, lHandle, lSubHandel, &VideoWnd::createRule, static_cast<RuleType>(wRuleType),
+                        colorOf(dwRed, dwGreen, dwBlue), pExtend, byLimitMask);
+}
+
+int PELLORA_DestroyRule(long lHandle, long lRuleID, long lSubHandel) noexcept
+{
+    const LogLocation where = exportAt("int __cdecl PELLORA_DestroyRule(long,long,long)", __LINE__);
+    logCall(where, "PELLORA_DestroyRule: lHandle: %d, lSubHandel: %d, lRuleID: %d", lHandle, lSubHandel, lRuleID);
+    return onPane<int>(where, lHandle, lSubHandel, &VideoWnd::destroyRule, lRuleID);
+}
+
+int PELLORA_ClearRule(long lHandle, long lSubHandel) noexcept
+{
+    const LogLocation where = exportAt("int __cdecl PELLORA_ClearRule(long,long)", __LINE__);
+    logCall(where, "PELLORA_ClearRule: lHandle: %d, lSubHandel: %d", lHandle, lSubHandel);
+    return onPaneOrAll(where, lHandle, lSubHandel, &VideoWnd::clearRule);
+}
+
+int PELLORA_GetRuleCoord(long lHandle, long lRuleID, void *pCoord, long lSubHandel) noexcept
+{
+    const LogLocation where = exportAt("int __cdecl PELLORA_GetRuleCoord(long,long,void *,long)", __LINE__);
+    logCall(where, "PELLORA_GetRuleCoord: lHandle: %d, lSubHandel: %d, lRuleID: %d", lHandle, lSubHandel, lRuleID);
+    return onPane<int>(where, lHandle, lSubHandel, &VideoWnd::getRuleCoord, lRuleID, pCoord);
+}
+
+int PELLORA_SetRuleCoord(long lHandle, long lRuleID, void *pCoord, long lSubHandel) noexcept
+{
+    const LogLocation where = exportAt("int __cdecl PELLORA_SetRuleCoord(long,long,void *,long)", __LINE__);
+    logCall(where, "PELLORA_SetRuleCoord: lHandle: %d, lSubHandel: %d, lRuleID: %d", lHandle, lSubHandel, lRuleID);
+    return onPane<int>(where, lHandle, lSubHandel, &VideoWnd::setRuleCoord, lRuleID, pCoord);
+}
+
+int PELLORA_SetRuleCoordCallback(long lHandle, pfnRuleCoordCB pfnCallback, long lSubHandel) noexcept
+{
+    const LogLocation where =
+        exportAt("int __cdecl PELLORA_SetRuleCoordCallback(long,void (__cdecl *)(long,unsigned short,void *,"
+                 "unsigned char,long,long,unsigned long),long)",
+                 __LINE__);
+    logCall(where, "PELLORA_SetRuleCoordCallback: lHandle: %d, lSubHandel: %d, pfnRuleCoordCB: %p", lHandle, lSubHandel,
+            pfnCallback);
+    return onPaneOrAll(where, lHandle, lSubHandel, &VideoWnd::setRuleCoordCallback, pfnCallback, lHandle);
+}
+
+int PELLORA_SetRuleArrowType(long lHandle, long lRuleID, unsigned short wArrowType, long lSubHandel) noexcept
+{
+    const LogLocation where = exportAt("int __cdecl PELLORA_SetRuleArrowType(long,long,unsigned short,long)", __LINE__);
+    // The number is printed as a pointer; log readers know it so.
+    logCall(where, "PELLORA_SetRuleArrowType: lHandle: %d, lSubHandel: %d, lRuleID: %p, wArrowType: %d.", lHandle,
+            lSubHandel, reinterpret_cast<void *>(static_cast<INT_PTR>(lRuleID)), wArrowType);
+    return onPane<int>(where, lHandle, lSubHandel, &VideoWnd::setRuleArrowType, lRuleID, wArrowType);
+}

@@ -1,0 +1,92 @@
+#include "interface/Pellora.h"
+
+#include "interface/HostText.h"
+#include "interface/PaneChoice.h"
+
+#include <cstring>
+
+using namespace pellora;
+
+static_assert(sizeof(tagPELLORA_SYSTEM_TIME) == sizeof(KAVUN_SYSTEM_TIME), "the player's times are copied as they are");
+
+namespace
+{
+
+/** The host's record as the player's for the length of a call; what the player does not fill stays as it was. */
+class PlayerTime
+{
+public:
+    explicit PlayerTime(tagPELLORA_SYSTEM_TIME &host) : m_host(host)
+    {
+        std::memcpy(&m_time, &m_host, sizeof(m_time));
+    }
+    ~PlayerTime()
+    {
+        std::memcpy(&m_host, &m_time, sizeof(m_time));
+    }
+    PlayerTime(const PlayerTime &) = delete;
+    PlayerTime &operator=(const PlayerTime &) = delete;
+
+    [[nodiscard]] KAVUN_SYSTEM_TIME *get()
+    {
+        return &m_time;
+    }
+
+private:
+    tagPELLORA_SYSTEM_TIME &m_host;
+    KAVUN_SYSTEM_TIME m_time{};
+};
+
+} // namespace
+
+int PELLORA_SetPlayPos(long lHandle, unsigned long dwPlayedTime) noexcept
+{
+    const LogLocation where = exportAt("int __cdecl PELLORA_SetPlayPos(long,unsigned long)", __LINE__);
+    logCall(where, "PELLORA_SetPlayPos: lHandle: %d, dwPlayedTime: %d", lHandle, dwPlayedTime);
+    return onCurrentPane<int>(where, lHandle, &VideoWnd::setPlayedTime, dwPlayedTime);
+}
+
+unsigned long PELLORA_GetPlayPos(long lHandle) noexcept
+{
+    const LogLocation where = exportAt("unsigned long __cdecl PELLORA_GetPlayPos(long)", __LINE__);
+    logCall(where, "PELLORA_GetPlayPos: lHandle: %d", lHandle);
+    return onCurrentPane<unsigned long>(where, lHandle, &VideoWnd::getPlayedTime);
+}
+
+unsigned long PELLORA_GetFileTime(long lHandle) noexcept
+{
+    const LogLocation where = exportAt("unsigned long __cdecl PELLORA_GetFileTime(long)", __LINE__);
+    logCall(where, "PELLORA_GetFileTime: lHandle: %d", lHandle);
+    return onCurrentPane<unsigned long>(where, lHandle, &VideoWnd::getFileTime);
+}
+
+unsigned long PELLORA_GetFileTimeNoPriview(char *pFileName) noexcept
+{
+    const LogLocation where = exportAt("unsigned long __cdecl PELLORA_GetFileTimeNoPriview(char *)", __LINE__);
+    logCallWithText(where, "PELLORA_GetFileTimeNoPriview: pFileName: %s.", pFileName);
+    return guarded(where, 0UL, [&] { return Drovel::getFileTimeNoPreview(HostPath(pFileName).get()); });
+}
+
+int PELLORA_GetSystemFileTime(long lHandle, tagPELLORA_SYSTEM_TIME *pStart, tagPELLORA_SYSTEM_TIME *pEnd) noexcept
+{
+    const LogLocation where = exportAt("int __cdecl PELLORA_GetSystemFileTime(long,struct tagPELLORA_SYSTEM_TIME *,"
+                                       "struct tagPELLORA_SYSTEM_TIME *)",
+                                       __LINE__);
+    logCall(where, "PELLORA_GetSystemFileTime: lHandle: %d", lHandle);
+    return onCurrentPane<int>(where, lHandle, [&](VideoWnd &pane) {
+        if (pStart == nullptr || pEnd == nullptr) {
+            return false;
+        }
+        return pane.getSystemFileTime(PlayerTime(*pStart).get(), PlayerTime(*pEnd).get());
+    });
+}
+
+int PELLORA_GetSystemTime(long lHandle, tagPELLORA_SYSTEM_TIME *pTime) noexcept
+{
+    const LogLocation where =
+        exportAt("int __cdecl PELLORA_GetSystemTime(long,struct tagPELLORA_SYSTEM_TIME *)", __LINE__);
+    logCall(where, "PELLORA_GetSystemTime: lHandle: %d.", lHandle);
+    return onCurrentPane<int>(where, lHandle, [&](VideoWnd &pane) {
+        return pTime != nullptr && pane.getSystemTime(PlayerTime(*pTime).get());
+    });
+}

@@ -1,0 +1,59 @@
+#include "interface/Pellora.h"
+
+#include "VideoWindow/TestChildWindow.h"
+#include "interface/ClipRegion.h"
+#include "interface/PaneChoice.h"
+
+using namespace pellora;
+
+long PELLORA_CreateWindow(HWND hwnd, unsigned char embedMode) noexcept
+{
+    const LogLocation where = exportAt("long __cdecl PELLORA_CreateWindow(struct HWND__ *,unsigned char)", __LINE__);
+    logCall(where, "PELLORA_CreateWindow: hwnd: %p", hwnd);
+    return guarded(where, -1L, [&] { return registry().createVideoWindow(hwnd, embedMode); });
+}
+
+long PELLORA_CreateWindow2(HWND hwnd) noexcept
+{
+    const LogLocation where = exportAt("long __cdecl PELLORA_CreateWindow2(struct HWND__ *)", __LINE__);
+    return guarded(where, 0L, [&] { return installTestChildWindow(hwnd); });
+}
+
+int PELLORA_DestroyWindow(long lHandle) noexcept
+{
+    const LogLocation where = exportAt("int __cdecl PELLORA_DestroyWindow(long)", __LINE__);
+    logCall(where, "PELLORA_DestroyWindow: lHandle: %d", lHandle);
+    return guarded(where, 0, [&] { return registry().destroyVideoWindow(lHandle); });
+}
+
+int PELLORA_SetVisible(long lHandle, unsigned short wVisible) noexcept
+{
+    const LogLocation where = exportAt("int __cdecl PELLORA_SetVisible(long,unsigned short)", __LINE__);
+    logCall(where, "PELLORA_SetVisible: lHandle: %d, wVisible: %d", lHandle, wVisible);
+    return onWindow<int>(where, lHandle, [&](VideoWindow &window) {
+        window.setVisible(wVisible != 0);
+        return 1;
+    });
+}
+
+int PELLORA_SetGeometry(long lHandle, int x, int y, int width, int height) noexcept
+{
+    const LogLocation where = exportAt("int __cdecl PELLORA_SetGeometry(long,int,int,int,int)", __LINE__);
+    return onWindow<int>(where, lHandle, [&](VideoWindow &window) {
+        window.setGeometry(x, y, width, height);
+        return 1;
+    });
+}
+
+int PELLORA_SetClipArea(long lHandle, tagPELLORA_CLIP_AREA *pArea) noexcept
+{
+    const LogLocation where = exportAt("int __cdecl PELLORA_SetClipArea(long,struct tagPELLORA_CLIP_AREA *)", __LINE__);
+    return onWindow<int>(where, lHandle, [&](VideoWindow &window) {
+        HWND hVideoWnd = window.nativeWindow();
+        if (pArea == nullptr || hVideoWnd == nullptr) {
+            return 0;
+        }
+        clipWindow(hVideoWnd, window.width(), window.height(), *pArea);
+        return 1;
+    });
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "player/src/picture/PictureShape.h"
+
+#include <cstdint>
+#include <memory>
+
+struct AVFrame;
+
+namespace player
+{
+
+/**
+ * One decoded picture of a source. Cheap to copy: the pixels are shared and never written again.
+ *
+ * Units: microseconds from the first picture of the source.
+ */
+struct Picture {
+    std::shared_ptr<const AVFrame> pFrame;
+    PictureShape shape;
+    std::int64_t time = 0;
+    std::int64_t duration = 0;
+    /** Pictures between this one and the one before it were left out to keep up with the clock. */
+    bool afterGap = false;
+
+    explicit operator bool() const
+    {
+        return pFrame != nullptr;
+    }
+
+    /** Bytes that the pixels take, for bounds. */
+    [[nodiscard]] std::int64_t bytes() const;
+};
+
+} // namespace player

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "player/src/core/ByteSource.h"
+#include "player/src/core/Picture.h"
+#include "player/src/picture/PixelRect.h"
+
+#include <functional>
+#include <memory>
+
+namespace player
+{
+
+/** A window of the caller's, as the platform knows it. */
+using WindowHandle = void *;
+/** Draws over a picture on the platform's drawing context; empty when nothing is to be drawn. */
+using Overlay = std::function<void(void *pContext)>;
+
+/**
+ * Shows pictures in one window.
+ *
+ * Threads: made, used and destroyed on one presenting thread. Never waits for the thread that owns the window.
+ * Errors:  a window that is gone or has no size shows nothing; never throws.
+ */
+class Presenter
+{
+public:
+    Presenter() = default;
+    virtual ~Presenter() = default;
+    Presenter(const Presenter &) = delete;
+    Presenter &operator=(const Presenter &) = delete;
+
+    /** Stretches the region over the window's client area, lets the overlay draw, then makes both visible at once. */
+    virtual void present(const Picture &picture, const PixelRect &region, const Overlay &overlay) = 0;
+};
+
+/**
+ * What the player needs of the system it runs on.
+ *
+ * Threads: any.
+ */
+class Platform
+{
+public:
+    Platform() = default;
+    virtual ~Platform() = default;
+    Platform(const Platform &) = delete;
+    Platform &operator=(const Platform &) = delete;
+
+    /** Null when no file can be opened by that name. */
+    virtual std::unique_ptr<ByteSource> openFile(const char *path) = 0;
+    [[nodiscard]] virtual bool isWindow(WindowHandle window) = 0;
+    virtual std::unique_ptr<Presenter> makePresenter(WindowHandle window) = 0;
+};
+
+} // namespace player

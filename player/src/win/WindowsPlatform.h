@@ -1,0 +1,17 @@
+#pragma once
+
+#include "player/src/core/Platform.h"
+
+namespace player
+{
+
+/** Windows' files and windows. Threads: any. */
+class WindowsPlatform : public Platform
+{
+public:
+    std::unique_ptr<ByteSource> openFile(const char *path) override;
+    [[nodiscard]] bool isWindow(WindowHandle window) override;
+    std::unique_ptr<Presenter> makePresenter(WindowHandle window) override;
+};
+
+} // namespace player

@@ -1,0 +1,77 @@
+#include "player/src/core/CallbackSlot.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <future>
+
+namespace
+{
+
+using player::CallbackSlot;
+
+TEST(CallbackSlot, CallsWhatIsSetAndNothingElse)
+{
+    CallbackSlot<int> slot;
+    slot.call(1);
+    int sum = 0;
+    slot.set([&](int value) { sum += value; });
+    slot.call(2);
+    slot.set(nullptr);
+    slot.call(4);
+    EXPECT_EQ(sum, 2);
+    EXPECT_FALSE(slot.isSet());
+}
+
+TEST(CallbackSlot, SettingWaitsForTheCallThatRuns)
+{
+    CallbackSlot<> slot;
+    std::promise<void> entered;
+    std::promise<void> mayReturn;
+    std::atomic<bool> returned{false};
+    slot.set([&] {
+        entered.set_value();
+        mayReturn.get_future().wait();
+        returned = true;
+    });
+    std::thread caller([&] { slot.call(); });
+    entered.get_future().wait();
+    auto cleared = std::async(std::launch::async, [&] {
+        slot.set(nullptr);
+        return returned.load();
+    });
+    EXPECT_EQ(cleared.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+    mayReturn.set_value();
+    EXPECT_TRUE(cleared.get());
+    caller.join();
+}
+
+TEST(CallbackSlot, CanBeClearedFromInsideItsOwnCall)
+{
+    CallbackSlot<> slot;
+    int calls = 0;
+    slot.set([&] {
+        ++calls;
+        slot.set(nullptr);
+    });
+    slot.call();
+    slot.call();
+    EXPECT_EQ(calls, 1);
+}
+
+TEST(CallbackSlot, WhatIsSetFromInsideIsCalledNext)
+{
+    CallbackSlot<> slot;
+    int first = 0;
+    int second = 0;
+    slot.set([&] {
+        ++first;
+        slot.set([&] { ++second; });
+    });
+    slot.call();
+    slot.call();
+    EXPECT_EQ(first, 1);
+    EXPECT_EQ(second, 1);
+}
+
+} // namespace

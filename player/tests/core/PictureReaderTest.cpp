@@ -1,0 +1,235 @@
+#include "player/src/core/PictureReader.h"
+
+#include "player/tests/support/Clips.h"
+#include "player/tests/support/PictureNumber.h"
+#include "player/tests/support/StdioBytes.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace
+{
+
+using player::Error;
+using player::MediaSource;
+using player::Picture;
+using player::PictureReader;
+using player::test::Clip;
+using player::test::numberOf;
+
+/** Matroska and FLV write whole milliseconds; a picture may begin by so much later or earlier than it should. */
+constexpr double kRounding = 1000;
+
+/** The AVI writer holds the first picture for two where the sound begins later. */
+double toleranceOf(const Clip &clip)
+{
+    return clip.file.rfind(".avi") == std::string::npos ? kRounding : static_cast<double>(clip.timeOf(1));
+}
+
+std::unique_ptr<PictureReader> open(const std::string &path)
+{
+    return std::make_unique<PictureReader>(player::test::StdioBytes::open(path));
+}
+
+bool never()
+{
+    return false;
+}
+
+/** When each picture begins according to the file, which the seek has to agree with; at the end the end. */
+std::vector<std::int64_t> timesOf(const Clip &clip)
+{
+    const auto pReader = open(clip.path());
+    std::vector<std::int64_t> times;
+    for (Picture picture = pReader->next(); picture; picture = pReader->next()) {
+        times.push_back(picture.time);
+    }
+    times.push_back(times.back() + clip.timeOf(1));
+    return times;
+}
+
+class EveryClip : public testing::TestWithParam<Clip>
+{
+};
+
+TEST_P(EveryClip, GivesEveryPictureInOrderWithItsTime)
+{
+    const auto pReader = open(GetParam().path());
+    for (int i = 0; i < GetParam().pictures; ++i) {
+        const Picture picture = pReader->next();
+        ASSERT_TRUE(picture) << "ends before picture " << i;
+        ASSERT_EQ(numberOf(picture), i);
+        ASSERT_NEAR(static_cast<double>(picture.time), static_cast<double>(GetParam().timeOf(i)),
+                    toleranceOf(GetParam()))
+            << i;
+    }
+    EXPECT_FALSE(pReader->next());
+    EXPECT_FALSE(pReader->next());
+}
+
+TEST_P(EveryClip, TellsSizeAndLength)
+{
+    const auto pReader = open(GetParam().path());
+    EXPECT_EQ(pReader->facts().shape.width, GetParam().width);
+    EXPECT_EQ(pReader->facts().shape.height, GetParam().height);
+    if (GetParam().isRaw()) {
+        EXPECT_FALSE(pReader->facts().length) << "nothing but an index can tell";
+        return;
+    }
+    ASSERT_TRUE(pReader->facts().length);
+    const double length = static_cast<double>(GetParam().timeOf(GetParam().pictures));
+    // Where sound goes on behind the last picture, some containers tell its end.
+    EXPECT_NEAR(static_cast<double>(*pReader->facts().length), length, 100000);
+}
+
+TEST_P(EveryClip, SeeksToExactlyThePictureOnDisplayAndGoesOnFromThere)
+{
+    const Clip &clip = GetParam();
+    const auto times = timesOf(clip);
+    const auto pReader = open(clip.path());
+    std::mt19937 random(7);
+    std::uniform_int_distribution<int> any(0, clip.pictures - 1);
+    for (int round = 0; round < 12; ++round) {
+        const int number = round == 0 ? clip.pictures - 1 : round == 1 ? 0 : any(random);
+        // The first and the last moment of the picture in turns.
+        const auto place = static_cast<std::size_t>(number);
+        const std::int64_t time = round % 2 == 0 ? times[place] : times[place + 1] - 1;
+        ASSERT_EQ(numberOf(pReader->seek(time, never)), number) << "round " << round;
+        const Picture following = pReader->next();
+        ASSERT_EQ(following ? numberOf(following) : clip.pictures, number + 1) << "round " << round;
+    }
+}
+
+TEST_P(EveryClip, SeeksPastTheEndToTheLastPicture)
+{
+    const auto pReader = open(GetParam().path());
+    EXPECT_EQ(numberOf(pReader->seek(std::int64_t{3600} * 1000000, never)), GetParam().pictures - 1);
+    EXPECT_FALSE(pReader->next());
+    EXPECT_EQ(numberOf(pReader->seek(0, never)), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Clips, EveryClip, testing::ValuesIn(player::test::numberedClips()),
+                         [](const auto &row) { return player::test::testName(row.param.file); });
+
+struct BadFile {
+    const char *file;
+    std::vector<Error> errors;
+};
+
+void PrintTo(const BadFile &bad, std::ostream *pStream)
+{
+    *pStream << bad.file;
+}
+
+class ABadFile : public testing::TestWithParam<BadFile>
+{
+};
+
+TEST_P(ABadFile, IsRefusedWithItsError)
+{
+    try {
+        open(player::test::mediaPath(GetParam().file));
+        FAIL() << "was opened";
+    } catch (const MediaSource::OpenFailure &failure) {
+        EXPECT_THAT(GetParam().errors, testing::Contains(failure.error));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, ABadFile,
+                         testing::Values(BadFile{"broken/empty.mp4", {Error::Corrupt}},
+                                         BadFile{"broken/no-index.mp4", {Error::Corrupt}},
+                                         BadFile{"broken/garbage.bin", {Error::Unsupported, Error::Corrupt}},
+                                         BadFile{"broken/garbage.mp4", {Error::Unsupported, Error::Corrupt}},
+                                         BadFile{"broken/garbage.ts", {Error::Unsupported, Error::Corrupt}},
+                                         BadFile{"broken/garbage.h264", {Error::Unsupported, Error::Corrupt}},
+                                         BadFile{"sound-only.mp4", {Error::Unsupported}},
+                                         BadFile{"sound-only.ts", {Error::Unsupported}}),
+                         [](const auto &row) { return player::test::testName(row.param.file); });
+
+class ACutFile : public testing::TestWithParam<const char *>
+{
+};
+
+TEST_P(ACutFile, PlaysAsFarAsItGoes)
+{
+    const Clip whole = player::test::clip(GetParam());
+    const auto pReader = open(player::test::mediaPath(std::string("broken/cut-") + GetParam()));
+    int number = 0;
+    for (Picture picture = pReader->next(); picture; picture = pReader->next()) {
+        ++number;
+    }
+    EXPECT_GT(number, whole.pictures / 4);
+    EXPECT_LT(number, whole.pictures);
+    EXPECT_EQ(numberOf(pReader->seek(timesOf(whole)[10], never)), 10);
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, ACutFile,
+                         testing::Values("h264.mp4", "h264-alaw.mkv", "vp9.webm", "h264.avi", "h264.ts", "mpeg2.mpg",
+                                         "h264.flv", "raw.h264", "raw.h265", "fragmented.mp4"),
+                         [](const auto &row) { return player::test::testName(row.param); });
+
+class ADamagedFile : public testing::TestWithParam<const char *>
+{
+};
+
+TEST_P(ADamagedFile, PlaysToItsEnd)
+{
+    const auto pReader = open(player::test::mediaPath(std::string("broken/damaged-") + GetParam()));
+    std::int64_t time = -1;
+    int pictures = 0;
+    for (Picture picture = pReader->next(); picture; picture = pReader->next()) {
+        EXPECT_GT(picture.time, time);
+        time = picture.time;
+        ++pictures;
+    }
+    EXPECT_GT(pictures, 30);
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, ADamagedFile, testing::Values("h264-alaw.mkv", "h264.ts", "h264.avi", "raw.h264"),
+                         [](const auto &row) { return player::test::testName(row.param); });
+
+TEST(PictureReader, KnowsTheRecordingTime)
+{
+    EXPECT_EQ(open(player::test::mediaPath("recorded.mkv"))->facts().recordingTime, 1709251198500000);
+    EXPECT_EQ(open(player::test::mediaPath("recorded.mp4"))->facts().recordingTime, 1709251198000000);
+    EXPECT_EQ(open(player::test::mediaPath("h264.ts"))->facts().recordingTime, std::nullopt);
+}
+
+TEST(PictureReader, OpensPicturesOfOddSizes)
+{
+    for (const char *file : {"pixel-1x1.avi", "wide-16384x16.avi", "tall-16x16384.avi"}) {
+        const Clip clip = player::test::clip(file);
+        const auto pReader = open(clip.path());
+        EXPECT_EQ(pReader->facts().shape.width, clip.width) << file;
+        EXPECT_EQ(pReader->facts().shape.height, clip.height) << file;
+        int pictures = 0;
+        while (pReader->next()) {
+            ++pictures;
+        }
+        EXPECT_EQ(pictures, clip.pictures) << file;
+    }
+}
+
+TEST(PictureReader, ASupersededSeekComesToNothingAndTheNextOneIsExact)
+{
+    const auto pReader = open(player::test::mediaPath("one-gop.mp4"));
+    int asked = 0;
+    EXPECT_FALSE(pReader->seek(11000000, [&] { return ++asked > 40; }));
+    EXPECT_EQ(numberOf(pReader->seek(2020000, never)), 50);
+}
+
+TEST(PictureReader, HurriesToAKeyPictureAndMarksTheGap)
+{
+    const auto pReader = open(player::test::mediaPath("long.mp4"));
+    pReader->next();
+    pReader->hurryTo(60000000);
+    const Picture picture = pReader->next();
+    EXPECT_TRUE(picture.afterGap);
+    EXPECT_GE(picture.time, 56000000);
+    EXPECT_LE(picture.time, 64000000);
+    EXPECT_EQ(numberOf(picture), picture.time / 40000);
+}
+
+} // namespace

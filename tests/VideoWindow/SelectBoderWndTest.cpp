@@ -1,0 +1,88 @@
+#include "VideoWindow/SelectBoderWnd.h"
+
+#include "corvane/CorvaneMgr.h"
+
+#include <QWidget>
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+class SelectBoderWndTest : public testing::Test
+{
+protected:
+    static void SetUpTestSuite()
+    {
+        corvane::CorvaneMgr::getInstance()->init();
+    }
+
+    void SetUp() override
+    {
+        m_parent.resize(400, 300);
+        m_pFirst = new QWidget(&m_parent);
+        m_pFirst->setGeometry(0, 0, 100, 80);
+        m_pSecond = new QWidget(&m_parent);
+        m_pSecond->setGeometry(150, 100, 60, 40);
+        m_pFrame = new pellora::SelectBoderWnd(&m_parent);
+        m_parent.show();
+    }
+
+    QWidget m_parent;
+    QWidget *m_pFirst = nullptr;
+    QWidget *m_pSecond = nullptr;
+    pellora::SelectBoderWnd *m_pFrame = nullptr;
+};
+
+TEST_F(SelectBoderWndTest, IsOnePixelLargerThanItsTargetOnEverySide)
+{
+    m_pFrame->attach(m_pFirst);
+
+    EXPECT_EQ(m_pFrame->geometry(), QRect(-1, -1, 102, 82));
+}
+
+TEST_F(SelectBoderWndTest, KeepsTargetAndGeometryWhenAttachedToNothing)
+{
+    m_pFrame->attach(m_pFirst);
+
+    m_pFrame->attach(nullptr);
+
+    EXPECT_EQ(m_pFrame->geometry(), QRect(-1, -1, 102, 82));
+    m_pFirst->resize(50, 50);
+    EXPECT_EQ(m_pFrame->geometry(), QRect(-1, -1, 52, 52));
+}
+
+TEST_F(SelectBoderWndTest, FollowsOnlyTheSecondTarget)
+{
+    m_pFrame->attach(m_pFirst);
+    m_pFrame->attach(m_pSecond);
+    EXPECT_EQ(m_pFrame->geometry(), QRect(149, 99, 62, 42));
+
+    m_pFirst->resize(20, 20);
+    EXPECT_EQ(m_pFrame->geometry(), QRect(149, 99, 62, 42));
+    m_pSecond->resize(80, 40);
+    EXPECT_EQ(m_pFrame->geometry(), QRect(149, 99, 82, 42));
+}
+
+TEST_F(SelectBoderWndTest, FollowsNoMoveWithoutAResize)
+{
+    m_pFrame->attach(m_pSecond);
+
+    m_pSecond->move(10, 10);
+    EXPECT_EQ(m_pFrame->geometry(), QRect(149, 99, 62, 42));
+
+    m_pSecond->resize(61, 40);
+    EXPECT_EQ(m_pFrame->geometry(), QRect(9, 9, 63, 42));
+}
+
+TEST_F(SelectBoderWndTest, OutlivesItsTarget)
+{
+    m_pFrame->attach(m_pFirst);
+    delete m_pFirst;
+
+    m_pFrame->attach(m_pSecond);
+
+    EXPECT_EQ(m_pFrame->geometry(), QRect(149, 99, 62, 42));
+}
+
+} // namespace

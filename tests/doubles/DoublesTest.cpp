@@ -1,0 +1,162 @@
+#include "tests/doubles/DoubleControl.h"
+#include "tests/support/ExportNames.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <thread>
+
+using testing::ElementsAre;
+
+namespace
+{
+
+class DoublesTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        doubles::reset();
+    }
+};
+
+TEST_F(DoublesTest, ExportsWhatThePlayersHeaderDeclares)
+{
+    const auto declared = support::declaredFunctions(PELLORA_SOURCE_FOLDER "/player/include/Kavun.h", "Kavun_");
+    EXPECT_EQ(declared.size(), 34U);
+    EXPECT_EQ(support::exportedNames(GetModuleHandleW(L"Drovel.dll")), declared);
+}
+
+TEST_F(DoublesTest, ExportsWhatTheDeviceLibrarysHeaderDeclares)
+{
+    const auto declared =
+        support::declaredFunctions(PELLORA_SOURCE_FOLDER "/device/include/Selvikdcm.h", "SELVIK_DCM_");
+    EXPECT_EQ(declared.count("SELVIK_DCM_StartPreview"), 1U);
+    EXPECT_EQ(support::exportedNames(GetModuleHandleW(L"Selvikdcm.dll")), declared);
+}
+
+TEST_F(DoublesTest, RecordsBothLibrariesInOneOrder)
+{
+    long nPort = -1;
+    Kavun_GetPort(&nPort);
+    SELVIK_DCM_StopPreview(5);
+    Kavun_FreePort(nPort);
+
+    EXPECT_THAT(doubles::callTexts(),
+                ElementsAre("Kavun_GetPort(out)", "SELVIK_DCM_StopPreview(5)", "Kavun_FreePort(0)"));
+}
+
+TEST_F(DoublesTest, FailsJustTheCallThatTheScriptNames)
+{
+    doubles::script("Kavun_GetPort", {0, 9});
+    long nFirst = -1;
+    long nSecond = -1;
+    long nThird = -1;
+
+    EXPECT_NE(Kavun_GetPort(&nFirst), 0);
+    EXPECT_EQ(Kavun_GetPort(&nSecond), 0);
+    EXPECT_EQ(Kavun_GetLastError(-1), 9UL);
+    EXPECT_NE(Kavun_GetPort(&nThird), 0);
+
+    EXPECT_EQ(nSecond, -1);
+    EXPECT_THAT(doubles::openPorts(), ElementsAre(0, 1));
+}
+
+TEST_F(DoublesTest, KeepsLastErrorsApartByThread)
+{
+    long nPort = -1;
+    Kavun_GetPort(&nPort);
+    doubles::script("Kavun_Stop", {2});
+    std::thread([nPort] { Kavun_Stop(nPort); }).join();
+
+    EXPECT_EQ(Kavun_GetLastError(nPort), 0UL);
+}
+
+TEST_F(DoublesTest, RefusesAPortThatWasFreed)
+{
+    long nPort = -1;
+    Kavun_GetPort(&nPort);
+    Kavun_FreePort(nPort);
+
+    EXPECT_EQ(Kavun_Stop(nPort), 0);
+    EXPECT_EQ(Kavun_GetLastError(nPort), 1UL);
+}
+
+TEST_F(DoublesTest, RunsTheCallbackThatIsSetOnAnotherThread)
+{
+    long nPort = -1;
+    Kavun_GetPort(&nPort);
+    EXPECT_FALSE(doubles::fireFileEnd(nPort));
+    unsigned long nThread = 0;
+    Kavun_SetFileEndCallback(
+        nPort, [](long, void *pUser) { *static_cast<unsigned long *>(pUser) = GetCurrentThreadId(); }, &nThread);
+
+    EXPECT_TRUE(doubles::fireFileEnd(nPort));
+
+    EXPECT_NE(nThread, 0UL);
+    EXPECT_NE(nThread, GetCurrentThreadId());
+}
+
+TEST_F(DoublesTest, LetsACallbackExchangeItself)
+{
+    long nPort = -1;
+    Kavun_GetPort(&nPort);
+    Kavun_SetFileEndCallback(
+        nPort, [](long nEnded, void *) { Kavun_SetFileEndCallback(nEnded, nullptr, nullptr); }, nullptr);
+
+    EXPECT_TRUE(doubles::fireFileEnd(nPort));
+    EXPECT_FALSE(doubles::fireFileEnd(nPort));
+}
+
+TEST_F(DoublesTest, SendsStreamDataUntilThePreviewIsStopped)
+{
+    std::string received;
+    SELVIK_DCM_PREVIEW_INFO info = {};
+    info.channel = 2;
+    info.user = &received;
+    info.callback = [](long, const SELVIK_DCM_STREAM_DATA *pData, void *pUser) {
+        static_cast<std::string *>(pUser)->append(reinterpret_cast<const char *>(pData->bytes), pData->length);
+    };
+    const long nPreview = SELVIK_DCM_StartPreview(0, &info);
+
+    EXPECT_TRUE(doubles::sendStream(nPreview, SELVIK_STREAM_HEADER, "head"));
+    EXPECT_TRUE(doubles::sendStream(nPreview, SELVIK_STREAM_DATA, "data"));
+    EXPECT_NE(SELVIK_DCM_StopPreview(nPreview), 0);
+    EXPECT_FALSE(doubles::sendStream(nPreview, SELVIK_STREAM_DATA, "late"));
+
+    EXPECT_EQ(received, "headdata");
+    EXPECT_THAT(doubles::openPreviews(), testing::IsEmpty());
+}
+
+TEST_F(DoublesTest, WaitsForARunningCallbackBeforeExchangingIt)
+{
+    long nPort = -1;
+    Kavun_GetPort(&nPort);
+    struct Progress {
+        HANDLE entered = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+        HANDLE leave = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+        volatile LONG nLeft = 0;
+    } progress;
+    Kavun_SetFileEndCallback(
+        nPort,
+        [](long, void *pUser) {
+            auto *pProgress = static_cast<Progress *>(pUser);
+            SetEvent(pProgress->entered);
+            WaitForSingleObject(pProgress->leave, 5000);
+            InterlockedExchange(&pProgress->nLeft, 1);
+        },
+        &progress);
+    std::thread player([nPort] { doubles::fireFileEnd(nPort); });
+    WaitForSingleObject(progress.entered, 5000);
+    // The callback is let go only when the exchange has begun.
+    doubles::whenCalled("Kavun_SetFileEndCallback", [&progress] { SetEvent(progress.leave); });
+
+    Kavun_SetFileEndCallback(nPort, nullptr, nullptr);
+
+    EXPECT_EQ(progress.nLeft, 1);
+    player.join();
+    CloseHandle(progress.entered);
+    CloseHandle(progress.leave);
+}
+
+} // namespace

@@ -1,0 +1,78 @@
+#include "tests/interface/PelloraFixture.h"
+#include "tests/support/ExportNames.h"
+
+namespace
+{
+
+const char *const kHeader = PELLORA_SOURCE_FOLDER "/interface/Pellora.h";
+
+class ExportsTest : public PelloraFixture
+{
+};
+
+std::set<std::string> functionsOf(const std::set<std::string> &names)
+{
+    std::set<std::string> functions;
+    for (const std::string &name : names) {
+        if (name.rfind("PELLORA_", 0) == 0) {
+            functions.insert(name);
+        }
+    }
+    return functions;
+}
+
+TEST_F(ExportsTest, ExportsExactlyWhatTheDefinitionFileNames)
+{
+    EXPECT_EQ(support::exportedNames(GetModuleHandleW(L"Pellora.dll")),
+              support::definitionFileNames(PELLORA_SOURCE_FOLDER "/interface/Pellora.def"));
+}
+
+TEST_F(ExportsTest, ExportsExactlyTheFunctionsThatTheHeaderDeclares)
+{
+    auto declared = support::declaredFunctions(kHeader, "PELLORA_");
+    declared.erase("PELLORA_STATIC_ASSERT");
+    EXPECT_EQ(functionsOf(support::exportedNames(GetModuleHandleW(L"Pellora.dll"))), declared);
+}
+
+TEST_F(ExportsTest, ExportsEveryFunctionAboutWindowsFilesAndSound)
+{
+    EXPECT_THAT(support::exportedNames(GetModuleHandleW(L"Pellora.dll")),
+                testing::IsSupersetOf({"PELLORA_Init",
+                                       "PELLORA_Fini",
+                                       "PELLORA_CreateWindow",
+                                       "PELLORA_CreateWindow2",
+                                       "PELLORA_DestroyWindow",
+                                       "PELLORA_SetVisible",
+                                       "PELLORA_SetGeometry",
+                                       "PELLORA_SetClipArea",
+                                       "PELLORA_PreviewFile",
+                                       "PELLORA_StopPreviewFile",
+                                       "PELLORA_Play",
+                                       "PELLORA_Pause",
+                                       "PELLORA_Restore",
+                                       "PELLORA_Fast",
+                                       "PELLORA_Slow",
+                                       "PELLORA_OneByOne",
+                                       "PELLORA_OneByOneBack",
+                                       "PELLORA_SetPlayPos",
+                                       "PELLORA_GetPlayPos",
+                                       "PELLORA_GetFileTime",
+                                       "PELLORA_GetFileTimeNoPriview",
+                                       "PELLORA_GetSystemFileTime",
+                                       "PELLORA_GetSystemTime",
+                                       "PELLORA_GetPictureSize",
+                                       "PELLORA_Capture",
+                                       "PELLORA_Screenshot",
+                                       "PELLORA_SetFileEndCallback",
+                                       "PELLORA_SplitScreen",
+                                       "PELLORA_FullScreen",
+                                       "PELLORA_NormalScreen",
+                                       "PELLORA_SetCurWnd",
+                                       "PELLORA_SetDisplayRegion",
+                                       "PELLORA_OpenSound",
+                                       "PELLORA_CloseSound",
+                                       "PELLORA_SetVolume",
+                                       "PELLORA_GetVolume"}));
+}
+
+} // namespace

@@ -1,0 +1,23 @@
+#ifndef TESTS_SUPPORT_EXPORTNAMES_H
+#define TESTS_SUPPORT_EXPORTNAMES_H
+
+#include <windows.h>
+
+#include <set>
+#include <string>
+
+namespace support
+{
+
+/** Names in the export table of a loaded module. */
+[[nodiscard]] std::set<std::string> exportedNames(HMODULE module);
+
+/** Names with this prefix that are declared as functions in a header of the source tree, comments left out. */
+[[nodiscard]] std::set<std::string> declaredFunctions(const std::string &headerPath, const std::string &prefix);
+
+/** Names that a module definition file of the source tree exports. */
+[[nodiscard]] std::set<std::string> definitionFileNames(const std::string &path);
+
+} // namespace support
+
+#endif
