@@ -27,6 +27,20 @@ std::size_t readableInRegion(const char *pStart, std::size_t nMaxBytes)
 
 } // namespace
 
+std::size_t readableBytes(const void *pStart, std::size_t nMaxBytes)
+{
+    const auto *const pBytes = static_cast<const char *>(pStart);
+    std::size_t nReadable = 0;
+    while (nReadable < nMaxBytes) {
+        const std::size_t nMore = readableInRegion(pBytes + nReadable, nMaxBytes - nReadable);
+        if (nMore == 0) {
+            break;
+        }
+        nReadable += nMore;
+    }
+    return nReadable;
+}
+
 std::string readHostText(const void *pText, std::size_t nMaxBytes)
 {
     std::string text;

@@ -16,6 +16,9 @@ constexpr std::size_t kMaxHostText = 1024;
  */
 [[nodiscard]] std::string readHostText(const void *pText, std::size_t nMaxBytes = kMaxHostText);
 
+/** How many bytes from there on can be read without a gap, at most nMaxBytes. Any thread. */
+[[nodiscard]] std::size_t readableBytes(const void *pStart, std::size_t nMaxBytes);
+
 } // namespace pellora
 
 #endif

@@ -2,7 +2,6 @@
 
 #include "VideoWindow/DisplayRegion.h"
 #include "logging/Log.h"
-#include "rules/RuleArithmetic.h"
 
 #include <QLabel>
 #include <QMouseEvent>
@@ -43,7 +42,6 @@ std::optional<RuleMouseEvent> ruleMouseEvent(const QEvent &event)
     return result;
 }
 
-/** Rules scaled by it could never come back. */
 bool refuseRegion(const RECT &region)
 {
     logError(
@@ -220,9 +218,14 @@ bool VideoWnd::setDisplayRegion(const RECT *pRegion)
 
 bool VideoWnd::showRegion(const RECT &region)
 {
-    const PixelSize picture = extentOf(m_ruleMgr.getPictureRect());
-    const PixelRect part = regionInPixels(region, picture);
+    const PixelRect picture = m_ruleMgr.getPictureRect();
+    const PixelRect part = regionInPixels(region, extentOf(picture));
     if (isEmptyRegion(part)) {
+        return refuseRegion(region);
+    }
+    const PictureChange change = changeToRegion(part, extentOf(picture), m_ruleMgr.getOriginPos());
+    // Also one so large that the picture shrinks to nothing, from which no rule could come back.
+    if (isEmptyRegion(changedPicture(picture, change))) {
         return refuseRegion(region);
     }
     RECT source{};
@@ -235,37 +238,20 @@ bool VideoWnd::showRegion(const RECT &region)
         }
         source = {pixels.left, pixels.top, pixels.right, pixels.bottom};
     }
-    const PixelSize partExtent = extentOf(part);
-    const unsigned short wOriginPos = m_ruleMgr.getOriginPos();
-    m_fScaleX = quotient(picture.width, partExtent.width);
-    m_nOffsetX = wrappingSubtract(0, part.left);
-    if (wOriginPos == 2) {
-        // The width, not the height: hosts that count from the bottom have always had their rules scaled so.
-        m_fScaleY = quotient(picture.width, wrappingSubtract(0, partExtent.height));
-        m_nOffsetY = wrappingSubtract(part.top, picture.height);
-    } else if (wOriginPos == 1) {
-        m_fScaleY = quotient(picture.height, partExtent.height);
-        m_nOffsetY = wrappingSubtract(0, part.top);
-    }
-    m_ruleMgr.moveAll(m_nOffsetX, m_nOffsetY);
-    m_ruleMgr.scaleAll(m_fScaleX, m_fScaleY);
+    changePicture(change);
     return m_drovel.setDisplayRegion(&source);
 }
 
 bool VideoWnd::showWholePicture()
 {
-    const PixelRect picture = m_ruleMgr.getPictureRect();
-    if (isEmptyRegion(picture)) {
-        return refuseRegion({picture.left, picture.top, picture.right, picture.bottom});
-    }
-    const PixelSize extent = extentOf(picture);
-    m_fScaleX = quotient(width(), extent.width);
-    m_nOffsetX = wrappingSubtract(0, picture.left);
-    m_fScaleY = quotient(height(), extent.height);
-    m_nOffsetY = wrappingSubtract(0, picture.top);
-    m_ruleMgr.moveAll(m_nOffsetX, m_nOffsetY);
-    m_ruleMgr.scaleAll(m_fScaleX, m_fScaleY);
+    changePicture(changeToWhole(m_ruleMgr.getPictureRect(), {width(), height()}));
     return m_drovel.setDisplayRegion(nullptr);
+}
+
+void VideoWnd::changePicture(const PictureChange &change)
+{
+    m_ruleMgr.moveAll(change.nOffsetX, change.nOffsetY);
+    m_ruleMgr.scaleAll(change.fScaleX, change.fScaleY);
 }
 
 bool VideoWnd::openSound()
@@ -415,10 +401,9 @@ void VideoWnd::resizeEvent(QResizeEvent *pEvent)
     const int nOldWidth = std::max(m_pLiveViewWnd->width(), 1);
     const int nOldHeight = std::max(m_pLiveViewWnd->height(), 1);
     m_pLiveViewWnd->setGeometry(0, 0, width(), height());
-    m_fScaleX = quotient(width(), nOldWidth);
-    m_fScaleY = quotient(height(), nOldHeight);
-    // Rules scaled to nothing could never come back; the members keep what was computed.
-    m_ruleMgr.scaleAll(m_fScaleX == 0.0F ? 1.0F : m_fScaleX, m_fScaleY == 0.0F ? 1.0F : m_fScaleY);
+    const PictureChange change = changeToSize({nOldWidth, nOldHeight}, {width(), height()});
+    // Rules scaled to nothing could never come back.
+    m_ruleMgr.scaleAll(change.fScaleX == 0.0F ? 1.0F : change.fScaleX, change.fScaleY == 0.0F ? 1.0F : change.fScaleY);
 }
 
 void VideoWnd::fileEndCallback(long nPort, void *pUser)

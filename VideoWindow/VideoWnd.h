@@ -18,6 +18,8 @@ class QLabel;
 namespace pellora
 {
 
+struct PictureChange;
+
 /**
  * One pane of a video window: a player port, the surface that it draws on, and the rules over the picture.
  *
@@ -124,6 +126,7 @@ private:
 
     bool showRegion(const RECT &region);
     bool showWholePicture();
+    void changePicture(const PictureChange &change);
 
     // GUI thread.
     QLabel *m_pLiveViewWnd;
@@ -135,10 +138,6 @@ private:
     FileEndCallback m_pfnFileEndCB = nullptr;
     long m_lHandle = -1;
     const long m_lSubHandel;
-    int m_nOffsetX = 0;
-    int m_nOffsetY = 0;
-    float m_fScaleX = 1.0F;
-    float m_fScaleY = 1.0F;
     HostCalls m_hostCalls;
 
     // Any thread.

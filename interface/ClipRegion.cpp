@@ -1,5 +1,10 @@
 #include "interface/ClipRegion.h"
 
+#include "VideoWindow/HostMemory.h"
+
+#include <cstring>
+#include <iterator>
+
 namespace pellora
 {
 
@@ -27,29 +32,25 @@ private:
     HRGN m_hRegion;
 };
 
-struct Hole {
-    tagPELLORA_RECT rect;
-    unsigned short wRadius;
-};
-
-/** False where the host's memory ends. */
-bool readBytes(const void *pFrom, void *pTo, SIZE_T nSize)
+/** Copies an array element of the record; one beyond the array lies in what follows it in the host's memory. */
+template <typename Element>
+Element elementAt(const tagPELLORA_CLIP_AREA &area, std::size_t nArrayOffset, std::size_t nIndex)
 {
-    SIZE_T nRead = 0;
-    return ReadProcessMemory(GetCurrentProcess(), pFrom, pTo, nSize, &nRead) != 0 && nRead == nSize;
+    Element element{};
+    const auto *pArray = reinterpret_cast<const unsigned char *>(&area) + nArrayOffset;
+    std::memcpy(&element, pArray + nIndex * sizeof(element), sizeof(element));
+    return element;
 }
 
-/** A count beyond the record's four goes on reading behind them, as hosts may have laid it out, while it can. */
-bool readHole(const tagPELLORA_CLIP_AREA &area, int nIndex, Hole &hole)
+/** The holes that can be read: all that the record claims, unless the host's memory ends before. */
+std::size_t countHoles(const tagPELLORA_CLIP_AREA &area)
 {
-    if (nIndex < 4) {
-        hole = {area.struRect[nIndex], area.wRadius[nIndex]};
-        return true;
+    constexpr std::size_t kHoleSize = sizeof(area.struRect[0]);
+    if (area.wNum <= std::size(area.struRect)) {
+        return area.wNum;
     }
-    const auto *pRecord = reinterpret_cast<const unsigned char *>(&area);
-    return readBytes(pRecord + nIndex * sizeof(hole.rect), &hole.rect, sizeof(hole.rect)) &&
-           readBytes(pRecord + offsetof(tagPELLORA_CLIP_AREA, wRadius) + nIndex * sizeof(hole.wRadius), &hole.wRadius,
-                     sizeof(hole.wRadius));
+    // From the fifth on each rectangle ends behind its radius.
+    return readableBytes(&area, area.wNum * kHoleSize) / kHoleSize;
 }
 
 } // namespace
@@ -57,10 +58,12 @@ bool readHole(const tagPELLORA_CLIP_AREA &area, int nIndex, Hole &hole)
 void clipWindow(HWND hWnd, int nWidth, int nHeight, const tagPELLORA_CLIP_AREA &area)
 {
     const Region region(CreateRectRgn(0, 0, nWidth, nHeight));
-    Hole hole{};
-    for (int i = 0; i < area.wNum && readHole(area, i, hole); ++i) {
-        const Region part(CreateRoundRectRgn(hole.rect.left, hole.rect.top, hole.rect.right, hole.rect.bottom,
-                                             hole.wRadius, hole.wRadius));
+    // The count is deliberately not limited to the record's four: hosts lay more of them out behind it.
+    const std::size_t nHoles = countHoles(area);
+    for (std::size_t i = 0; i < nHoles; ++i) {
+        const auto rect = elementAt<tagPELLORA_RECT>(area, offsetof(tagPELLORA_CLIP_AREA, struRect), i);
+        const auto wRadius = elementAt<unsigned short>(area, offsetof(tagPELLORA_CLIP_AREA, wRadius), i);
+        const Region part(CreateRoundRectRgn(rect.left, rect.top, rect.right, rect.bottom, wRadius, wRadius));
         CombineRgn(region.get(), region.get(), part.get(), RGN_DIFF);
     }
     // The region is deleted afterwards although the system has taken it: hosts' sequence of calls, kept as it is.

@@ -9,8 +9,7 @@
  *            call changes nothing, logs an error and returns its failure value. That thread must run a message loop
  *            (GetMessage/DispatchMessage is enough). Host callbacks are called on it too.
  * RESULTS    An int is 1 for success and 0 for failure unless a function says otherwise; a value is 0 when it is not
- *            known. The reason of a failure is in the log. No function throws, and no function waits for the network,
- *            the disk's index or the player's threads' pictures.
+ *            known. The reason of a failure is in the log. No function throws.
  * WINDOWS    lHandle is the number of a video window, 0 to 8. Each window holds nine panes, of which 1, 4 or 9 are
  *            shown; one pane is the current one (framed). A command takes the current pane, or the pane whose index,
  *            0 to 8 in reading order, is lSubHandel; there -1 stands for the current pane. With a handle or index
@@ -173,7 +172,14 @@ typedef void (*pfnPreviewStatusCB)(tagPELLORA_PREVIEW_STATUS struStatus);
 /** The file in a pane has reached its end; lHandle is the one given with the callback. */
 typedef void (*fFileEndCBFun)(long lHandle);
 
-/** The user has drawn or moved a rule. dwSize is the size in bytes of the record at pCoord. */
+/**
+ * The user draws or edits a rule with the mouse.
+ *
+ * pCoord   the record of the rule's type with its coordinates, dwSize bytes long; see the rules below
+ * byState  2: it is being drawn (with each mouse event), 0: it is complete, 4: it is being edited (each event; the end
+ *          of an edit is not told)
+ * lHandle  the handle given with the callback; lSubHandel: the index of the pane
+ */
 typedef void (*pfnRuleCoordCB)(long lRuleID, unsigned short wRuleType, void *pCoord, unsigned char byState,
                                long lHandle, long lSubHandel, unsigned long dwSize);
 
@@ -210,9 +216,9 @@ int PELLORA_Fini(void) PELLORA_NOEXCEPT;
 long PELLORA_CreateWindow(HWND hwnd, unsigned char embedMode) PELLORA_NOEXCEPT;
 
 /**
- * Puts a plain native test window, 600 x 600 pixels at (100, 100), into the host's window, and subclasses the host's
- * window for good. No video window, no handle. Calls after the first one for the same window change nothing. Always 1
- * on the right thread.
+ * Puts a plain native test window, 600 x 600 pixels at (100, 100), into the host's window and subclasses the host's
+ * window for good, once. No video window, no handle. Meant for one host window of a process. Always 1 on the right
+ * thread.
  */
 long PELLORA_CreateWindow2(HWND hwnd) PELLORA_NOEXCEPT;
 
@@ -356,6 +362,135 @@ int PELLORA_CloseSound(long lHandle) PELLORA_NOEXCEPT;
 int PELLORA_SetVolume(long lHandle, unsigned short wVolume) PELLORA_NOEXCEPT;
 
 unsigned short PELLORA_GetVolume(long lHandle) PELLORA_NOEXCEPT;
+
+/* ---- rules: shapes over the picture of a pane; all take lSubHandel ---- */
+
+/*
+ * A rule is a shape of one of ten types, drawn over the picture while the overlay is open. Rules belong to the picture:
+ * they move and grow with it. Coordinates are thousandths of the picture, counted from its top left corner or, after
+ * PELLORA_SetOriginPos with 2, from its bottom left one.
+ *
+ * type                 record of its coordinates      pExtend of PELLORA_CreateRule
+ *  1 point             tagPELLORA_RULE_POINT          ignored
+ *  2 line              tagPELLORA_RULE_LINE           ignored
+ *  3 rectangle         tagPELLORA_RULE_RECT           ignored
+ *  4 polygon           tagPELLORA_RULE_POLYGON        null, or tagPELLORA_RULE_POLYGON_EXT
+ *  5 text              tagPELLORA_RULE_TEXT           ignored
+ *  6 line with arrows  tagPELLORA_RULE_LINE           ignored
+ *  7 rectangle + text  tagPELLORA_RULE_RECT           null, or the caption
+ *  8 polygon + text    tagPELLORA_RULE_POLYGON        null, or three bytes as for a polygon and, directly after them,
+ *                                                     the caption
+ *  9 line + text       tagPELLORA_RULE_LINE           null, or the caption
+ * 10 cross + text      tagPELLORA_RULE_POINT          null, or the caption
+ *
+ * Captions are UTF-8 and end with a zero byte; at most 1 KiB of them is read.
+ */
+
+/** A point, or the middle of a cross. */
+typedef struct tagPELLORA_RULE_POINT {
+    tagPELLORA_POINT struPoint;
+} tagPELLORA_RULE_POINT;
+
+/** A line. */
+typedef struct tagPELLORA_RULE_LINE {
+    tagPELLORA_POINT struStart;
+    tagPELLORA_POINT struEnd;
+} tagPELLORA_RULE_LINE;
+
+/** A rectangle. */
+typedef struct tagPELLORA_RULE_RECT {
+    tagPELLORA_POINT struTopLeft;
+    tagPELLORA_POINT struBottomRight;
+} tagPELLORA_RULE_RECT;
+
+/** A polygon; it is closed from the last point to the first. */
+typedef struct tagPELLORA_RULE_POLYGON {
+    tagPELLORA_POINT struPoints[10];
+    unsigned short wPointNum; /**< points that count, at most 10                                            */
+} tagPELLORA_RULE_POLYGON;
+
+/** A text. */
+typedef struct tagPELLORA_RULE_TEXT {
+    char szText[1024];          /**< UTF-8, with its zero byte                                              */
+    unsigned short wAnchor;     /**< struPoint is the text's top left corner (1) or its top right one (2)   */
+    tagPELLORA_POINT struPoint; /**< the reference point                                                    */
+    unsigned char byDock;       /**< 0 free, 1 docked to the picture's left edge, 2 to its right edge       */
+} tagPELLORA_RULE_TEXT;
+
+/** How a polygon is drawn by mouse. Only its first three bytes count. */
+typedef struct tagPELLORA_RULE_POLYGON_EXT {
+    unsigned short wPointNum;    /**< points of the complete polygon, at most 10; without the record 4      */
+    unsigned char byFinishEarly; /**< not 0: the right button completes it with fewer                       */
+} tagPELLORA_RULE_POLYGON_EXT;
+
+PELLORA_STATIC_ASSERT(sizeof(tagPELLORA_RULE_POINT) == 8, "tagPELLORA_RULE_POINT");
+PELLORA_STATIC_ASSERT(offsetof(tagPELLORA_RULE_POINT, struPoint) == 0, "struPoint");
+
+PELLORA_STATIC_ASSERT(sizeof(tagPELLORA_RULE_LINE) == 16, "tagPELLORA_RULE_LINE");
+PELLORA_STATIC_ASSERT(offsetof(tagPELLORA_RULE_LINE, struStart) == 0, "struStart");
+PELLORA_STATIC_ASSERT(offsetof(tagPELLORA_RULE_LINE, struEnd) == 8, "struEnd");
+
+PELLORA_STATIC_ASSERT(sizeof(tagPELLORA_RULE_RECT) == 16, "tagPELLORA_RULE_RECT");
+PELLORA_STATIC_ASSERT(offsetof(tagPELLORA_RULE_RECT, struTopLeft) == 0, "struTopLeft");
+PELLORA_STATIC_ASSERT(offsetof(tagPELLORA_RULE_RECT, struBottomRight) == 8, "struBottomRight");
+
+PELLORA_STATIC_ASSERT(sizeof(tagPELLORA_RULE_POLYGON) == 84, "tagPELLORA_RULE_POLYGON");
+PELLORA_STATIC_ASSERT(offsetof(tagPELLORA_RULE_POLYGON, struPoints) == 0, "struPoints");
+PELLORA_STATIC_ASSERT(offsetof(tagPELLORA_RULE_POLYGON, wPointNum) == 80, "wPointNum");
+
+PELLORA_STATIC_ASSERT(sizeof(tagPELLORA_RULE_TEXT) == 1040, "tagPELLORA_RULE_TEXT");
+PELLORA_STATIC_ASSERT(offsetof(tagPELLORA_RULE_TEXT, szText) == 0, "szText");
+PELLORA_STATIC_ASSERT(offsetof(tagPELLORA_RULE_TEXT, wAnchor) == 1024, "wAnchor");
+PELLORA_STATIC_ASSERT(offsetof(tagPELLORA_RULE_TEXT, struPoint) == 1028, "struPoint");
+PELLORA_STATIC_ASSERT(offsetof(tagPELLORA_RULE_TEXT, byDock) == 1036, "byDock");
+
+PELLORA_STATIC_ASSERT(offsetof(tagPELLORA_RULE_POLYGON_EXT, wPointNum) == 0, "wPointNum");
+PELLORA_STATIC_ASSERT(offsetof(tagPELLORA_RULE_POLYGON_EXT, byFinishEarly) == 2, "byFinishEarly");
+
+/** Where coordinates count from: 1 the picture's top left corner (at first), 2 its bottom left one; else 0. */
+int PELLORA_SetOriginPos(long lHandle, unsigned short wOriginPos, long lSubHandel) PELLORA_NOEXCEPT;
+
+/** Opens the overlay: rules are painted, and the mouse draws and edits them. 0 while nothing plays in the pane. */
+int PELLORA_OpenDraw(long lHandle, long lSubHandel) PELLORA_NOEXCEPT;
+
+/** Closes the overlay; the rules stay. */
+int PELLORA_CloseDraw(long lHandle, long lSubHandel) PELLORA_NOEXCEPT;
+
+/**
+ * Creates a rule, without coordinates: give it some (PELLORA_SetRuleCoord), or let the user draw it, which the next
+ * mouse event on the picture begins. A point takes one click, a line two, a rectangle a drag, a polygon one click a
+ * point. A line with arrows has its place at once and is only moved.
+ *
+ * dwRed, dwGreen, dwBlue  0 to 255 each; higher bits are ignored
+ * byLimitMask             edges of the picture that the rule stays within: 1 left, 2 top, 4 right, 8 bottom, added up
+ *
+ * Returns the rule's number, the lowest free one of 0 to 63; -1 for an unknown type and when 64 rules exist; 0 also
+ * when there is no such window or pane.
+ */
+long PELLORA_CreateRule(long lHandle, unsigned short wRuleType, unsigned long dwRed, unsigned long dwGreen,
+                        unsigned long dwBlue, void *pExtend, unsigned char byLimitMask,
+                        long lSubHandel) PELLORA_NOEXCEPT;
+
+/** Removes a rule. 1 for 0 to 63, also without such a rule. */
+int PELLORA_DestroyRule(long lHandle, long lRuleID, long lSubHandel) PELLORA_NOEXCEPT;
+
+/** Removes every rule of the pane; lSubHandel 255: of all panes. */
+int PELLORA_ClearRule(long lHandle, long lSubHandel) PELLORA_NOEXCEPT;
+
+/** Reads a rule's coordinates into the record of its type, which must be zeroed before. */
+int PELLORA_GetRuleCoord(long lHandle, long lRuleID, void *pCoord, long lSubHandel) PELLORA_NOEXCEPT;
+
+/** Gives a rule the coordinates in the record of its type, kept within the edges of its limit mask. */
+int PELLORA_SetRuleCoord(long lHandle, long lRuleID, void *pCoord, long lSubHandel) PELLORA_NOEXCEPT;
+
+/**
+ * Sets the function that is told what the user does to the pane's rules, with lHandle; null: none.
+ * lSubHandel 255: for all panes.
+ */
+int PELLORA_SetRuleCoordCallback(long lHandle, pfnRuleCoordCB pfnCallback, long lSubHandel) PELLORA_NOEXCEPT;
+
+/** The arrows of a rule of type 6: 0 both, 1 only A, 2 only B. 0 for other types. */
+int PELLORA_SetRuleArrowType(long lHandle, long lRuleID, unsigned short wArrowType, long lSubHandel) PELLORA_NOEXCEPT;
 
 #ifdef __cplusplus
 }

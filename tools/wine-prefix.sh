@@ -23,6 +23,9 @@ if [ ! -e "$prefix/.complete" ]; then
             "MS Shell Dlg=Liberation Sans" "Segoe UI=Liberation Sans"; do
             "$wine" reg add 'HKCU\Software\Wine\Fonts\Replacements' /v "${value%%=*}" /d "${value#*=}" /f 9>&-
         done
+        # No window manager runs on the virtual display: without this Wine waits two seconds for one whenever a
+        # top-level window is hidden, with the window's thread blocked.
+        "$wine" reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f 9>&-
         "$wine" reg add 'HKCU\Software\Wine\WineDbg' /v ShowCrashDialog /t REG_DWORD /d 0 /f 9>&-
         mkdir -p "$prefix/drive_c/windows/Fonts"
         cp /usr/share/wine/fonts/*.ttf "$prefix/drive_c/windows/Fonts/" || true

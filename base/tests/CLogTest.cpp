@@ -15,7 +15,8 @@
 #include <thread>
 #include <vector>
 
-namespace {
+namespace
+{
 
 const std::string FileAppender = "log4j.rootLogger=INFO, f\n"
                                  "log4j.appender.f=org.apache.log4j.RollingFileAppender\n"
@@ -158,7 +159,8 @@ TEST_P(CLogBrokenFileTest, IsReportedInOneLine)
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, CLogBrokenFileTest,
-                         testing::Values("", "garbage \x01\xff without an equals sign", "log4j.rootLogger=INFO, absent\n",
+                         testing::Values("", "garbage \x01\xff without an equals sign",
+                                         "log4j.rootLogger=INFO, absent\n",
                                          "log4j.rootLogger=INFO, f\nlog4j.appender.f=org.example.Unknown\n"));
 
 TEST_F(CLogTest, SurvivesAFileThatCannotBeOpened)

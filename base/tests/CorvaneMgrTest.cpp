@@ -1,5 +1,5 @@
-#include "base/tests/HostWindow.h"
 #include "corvane/CorvaneMgr.h"
+#include "base/tests/HostWindow.h"
 #include "widgets/CWidgetLayoutMgr.h"
 
 #include <QApplication>
@@ -8,7 +8,8 @@
 
 #include <gtest/gtest.h>
 
-namespace {
+namespace
+{
 
 using corvane::CorvaneMgr;
 
@@ -34,7 +35,8 @@ TEST(CorvaneMgr, DeliversEventsUnderAPlainMessageLoop)
 {
     bool queued = false;
     bool timed = false;
-    QMetaObject::invokeMethod(qApp, [&queued] { queued = true; }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        qApp, [&queued] { queued = true; }, Qt::QueuedConnection);
     QTimer::singleShot(10, qApp, [&timed] { timed = true; });
     EXPECT_FALSE(queued);
     EXPECT_TRUE(pumpUntil([&] { return queued && timed; }));

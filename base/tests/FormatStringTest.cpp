@@ -5,7 +5,8 @@
 #include <cstdint>
 #include <string>
 
-namespace {
+namespace
+{
 
 using Base::StringUtil;
 

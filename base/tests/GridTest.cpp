@@ -1,5 +1,5 @@
+#include "base/src/widgets/LayoutFile.h"
 #include "base/tests/TemporaryFolder.h"
-#include "src/widgets/LayoutFile.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,8 @@
 #include <cstdlib>
 #include <tuple>
 
-namespace {
+namespace
+{
 
 using namespace ZentixGUIToolkit;
 
@@ -27,7 +28,8 @@ TEST_P(GridPlaces, FillTheContainerAndLeaveOnePixelRoundEachCell)
         EXPECT_GE(rect.width, 1);
         EXPECT_GE(rect.height, 1);
         const CellRect &left = places[static_cast<std::size_t>(cell.row * grid.columns + std::max(cell.column - 1, 0))];
-        const CellRect &above = places[static_cast<std::size_t>(std::max(cell.row - 1, 0) * grid.columns + cell.column)];
+        const CellRect &above =
+            places[static_cast<std::size_t>(std::max(cell.row - 1, 0) * grid.columns + cell.column)];
         EXPECT_EQ(cell.column == 0 ? 1 : left.x + left.width + 1, rect.x);
         EXPECT_EQ(cell.row == 0 ? 1 : above.y + above.height + 1, rect.y);
         if (cell.column == grid.columns - 1) {
@@ -68,7 +70,8 @@ TEST(LayoutFile, ShippedFileSaysWhatIsBuiltIn)
 {
     const char *bin = std::getenv("PELLORA_BIN");
     ASSERT_NE(nullptr, bin);
-    const LayoutFile file = readLayoutFile(std::filesystem::path(std::string(bin) + "/WidgetLayout/WidgetLayout.xml").wstring());
+    const LayoutFile file =
+        readLayoutFile(std::filesystem::path(std::string(bin) + "/WidgetLayout/WidgetLayout.xml").wstring());
     ASSERT_EQ("", file.error);
     const std::vector<GridSpec> expected = builtInGrids();
     ASSERT_EQ(expected.size(), file.grids.size());

@@ -9,9 +9,9 @@
 class HostWindow
 {
 public:
-    HostWindow(int x, int y, int width, int height) :
-        m_hWnd(CreateWindowExW(0, L"Static", L"host", WS_POPUP | WS_VISIBLE | WS_CLIPCHILDREN, x, y, width, height,
-                               nullptr, nullptr, nullptr, nullptr))
+    HostWindow(int x, int y, int width, int height)
+        : m_hWnd(CreateWindowExW(0, L"Static", L"host", WS_POPUP | WS_VISIBLE | WS_CLIPCHILDREN, x, y, width, height,
+                                 nullptr, nullptr, nullptr, nullptr))
     {
     }
     ~HostWindow()

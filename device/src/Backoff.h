@@ -37,7 +37,7 @@ private:
     static constexpr Milliseconds shortest{1000};
     static constexpr Milliseconds longest{8000};
 
-    std::minstd_rand m_random;
+    std::mt19937 m_random;
     Milliseconds m_wait = shortest;
 };
 

@@ -1,6 +1,7 @@
 #include "device/src/ContainerInput.h"
 
 #include "Selvikdcm.h"
+#include "device/src/LiveMuxer.h"
 #include "device/src/Resolver.h"
 
 #include <array>
@@ -49,13 +50,6 @@ unsigned long errorOf(int result)
 std::int64_t microseconds(std::int64_t time, AVRational base)
 {
     return time == AV_NOPTS_VALUE ? AV_NOPTS_VALUE : av_rescale_q(time, base, AV_TIME_BASE_Q);
-}
-
-bool canBeCarried(const AVCodecParameters &parameters)
-{
-    const bool bUnknownAac = parameters.codec_id == AV_CODEC_ID_AAC && parameters.extradata_size == 0;
-    return !bUnknownAac && avformat_query_codec(av_guess_format("matroska", nullptr, nullptr), parameters.codec_id,
-                                                FF_COMPLIANCE_NORMAL) == 1;
 }
 
 } // namespace
@@ -118,7 +112,7 @@ void ContainerInput::chooseTracks()
     m_trackOfStream.assign(m_format->nb_streams, -1);
     for (const AVMediaType type : {AVMEDIA_TYPE_VIDEO, AVMEDIA_TYPE_AUDIO}) {
         const int nStream = av_find_best_stream(m_format.get(), type, -1, -1, nullptr, 0);
-        if (nStream < 0 || !canBeCarried(*m_format->streams[nStream]->codecpar)) {
+        if (nStream < 0 || !LiveMuxer::canCarry(*m_format->streams[nStream]->codecpar)) {
             continue;
         }
         m_trackOfStream[static_cast<std::size_t>(nStream)] = static_cast<int>(m_parameters.size());

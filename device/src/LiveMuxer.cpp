@@ -3,6 +3,8 @@
 #include "Selvikdcm.h"
 #include "device/src/Failure.h"
 
+#include <array>
+#include <cstdio>
 #include <ctime>
 #include <string>
 
@@ -15,6 +17,12 @@ namespace
 constexpr int bufferSize = 64 * 1024;
 // How far a picture may be shown before another that was sent ahead of it.
 constexpr std::int64_t longestReordering = 5000000;
+
+/** Null-terminated, as FFmpeg wants it. */
+std::array<const AVCodecTag *, 2> riffTags(AVMediaType type)
+{
+    return {type == AVMEDIA_TYPE_AUDIO ? avformat_get_riff_audio_tags() : avformat_get_riff_video_tags(), nullptr};
+}
 
 /** "2024-05-06T07:08:09.123456Z", the form that FFmpeg reads. */
 std::string timeText(std::int64_t utc)
@@ -54,6 +62,18 @@ LiveMuxer::LiveMuxer(const std::vector<ParametersPtr> &tracks, std::int64_t utcO
         av_dict_set(&m_format->metadata, "creation_time", timeText(utcOfZero).c_str(), 0);
     }
     m_lastDts.assign(tracks.size(), -longestReordering);
+}
+
+bool LiveMuxer::canCarry(const AVCodecParameters &parameters)
+{
+    const AVCodecID codec = parameters.codec_id;
+    if (codec == AV_CODEC_ID_AAC && parameters.extradata_size == 0) {
+        // Its parameters stand in the header, and nothing else tells them.
+        return false;
+    }
+    // Matroska has names of its own for some, and takes the others by their number in WAV and AVI files.
+    return avformat_query_codec(av_guess_format("matroska", nullptr, nullptr), codec, FF_COMPLIANCE_NORMAL) == 1 ||
+           av_codec_get_tag(riffTags(parameters.codec_type).data(), codec) != 0;
 }
 
 void LiveMuxer::addTrack(const AVCodecParameters &parameters)

@@ -27,6 +27,9 @@ public:
     LiveMuxer(const LiveMuxer &) = delete;
     LiveMuxer &operator=(const LiveMuxer &) = delete;
 
+    /** Whether a track of that kind can be part of the stream. */
+    [[nodiscard]] static bool canCarry(const AVCodecParameters &parameters);
+
     [[nodiscard]] Bytes header();
     [[nodiscard]] Bytes write(const MediaUnit &unit);
 

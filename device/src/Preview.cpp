@@ -28,8 +28,12 @@ std::unique_ptr<CameraInput> makeInput(const Address &address)
 
 } // namespace
 
-Preview::Preview(long handle, long userID, Address address, Callback callback)
-    : m_lHandle(handle), m_lUserID(userID), m_address(std::move(address)), m_callback(callback)
+Preview::Preview(long handle, long userID, Address address, Callback callback, std::function<void(long)> ended)
+    : m_lHandle(handle),
+      m_lUserID(userID),
+      m_address(std::move(address)),
+      m_callback(callback),
+      m_ended(std::move(ended))
 {
 }
 
@@ -105,10 +109,13 @@ void Preview::run() noexcept
     } catch (...) {
         settle(Opening::Failed, SELVIK_ERROR_RESOURCES);
     }
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_bStop = true;
-    m_bEnded = true;
-    m_changed.notify_all();
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_bStop = true;
+        m_bEnded = true;
+        m_changed.notify_all();
+    }
+    m_ended(m_lHandle);
 }
 
 void Preview::runConnections()

@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -33,7 +34,8 @@ public:
         void *pUser = nullptr;
     };
 
-    Preview(long handle, long userID, Address address, Callback callback);
+    /** `ended` is called with the handle as the last deed of the preview's thread. */
+    Preview(long handle, long userID, Address address, Callback callback, std::function<void(long)> ended);
     ~Preview();
     Preview(const Preview &) = delete;
     Preview &operator=(const Preview &) = delete;
@@ -69,6 +71,7 @@ private:
     const long m_lUserID;
     const Address m_address;
     const Callback m_callback;
+    const std::function<void(long)> m_ended;
 
     std::atomic<bool> m_bStop{false}; /**< written under the mutex, read everywhere */
 

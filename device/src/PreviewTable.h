@@ -14,7 +14,11 @@ namespace selvik
 /**
  * The previews of the process. Handles count up from 0 and are never handed out twice.
  *
+ * A preview stays in it until its thread has ended, so that whoever stops it a second time still waits for its
+ * callback, and a log-out for its leave-taking.
+ *
  * Threads: any. No lock is held while a preview starts or stops.
+ * Owns:    its previews; it outlives them, since it is never destroyed.
  */
 class PreviewTable
 {
@@ -23,7 +27,8 @@ public:
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         handle = m_lNext++;
-        auto preview = std::make_shared<Preview>(handle, userID, std::move(address), callback);
+        auto preview = std::make_shared<Preview>(handle, userID, std::move(address), callback,
+                                                 [this](long ended) { remove(ended); });
         m_previews.emplace(handle, preview);
         return preview;
     }
@@ -41,20 +46,17 @@ public:
         m_previews.erase(handle);
     }
 
-    /** Takes out the previews of one log-in. */
-    [[nodiscard]] std::vector<std::shared_ptr<Preview>> takeOfLogin(long userID)
+    /** The previews of one log-in, those among them that are taking leave. */
+    [[nodiscard]] std::vector<std::shared_ptr<Preview>> ofLogin(long userID) const
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        std::vector<std::shared_ptr<Preview>> taken;
-        for (auto it = m_previews.begin(); it != m_previews.end();) {
-            if (it->second->userID() == userID) {
-                taken.push_back(it->second);
-                it = m_previews.erase(it);
-            } else {
-                ++it;
+        std::vector<std::shared_ptr<Preview>> found;
+        for (const auto &[handle, preview] : m_previews) {
+            if (preview->userID() == userID) {
+                found.push_back(preview);
             }
         }
-        return taken;
+        return found;
     }
 
 private:

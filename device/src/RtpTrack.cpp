@@ -3,6 +3,7 @@
 #include "Selvikdcm.h"
 #include "device/src/CodedPicture.h"
 #include "device/src/Failure.h"
+#include "device/src/LiveMuxer.h"
 
 namespace selvik
 {
@@ -28,10 +29,18 @@ ByteView payloadOf(ByteView packet)
     return begin < end ? ByteView{packet.pData + begin, end - begin} : ByteView{};
 }
 
-bool canBeCarried(const AVCodecParameters &parameters)
+/** Whether a packet of H.264 or H.265 holds a part of a unit that is not its last one. */
+bool isUnfinishedFragment(AVCodecID codec, ByteView payload)
 {
-    return avformat_query_codec(av_guess_format("matroska", nullptr, nullptr), parameters.codec_id,
-                                FF_COMPLIANCE_NORMAL) == 1;
+    constexpr int fragmentOfH264 = 28;
+    constexpr int fragmentOfH265 = 49;
+    constexpr int lastFragment = 0x40;
+    if (codec == AV_CODEC_ID_H264) {
+        return payload.size > 1 && (payload.pData[0] & 0x1F) == fragmentOfH264 &&
+               (payload.pData[1] & lastFragment) == 0;
+    }
+    return codec == AV_CODEC_ID_HEVC && payload.size > 2 && ((payload.pData[0] >> 1) & 0x3F) == fragmentOfH265 &&
+           (payload.pData[2] & lastFragment) == 0;
 }
 
 } // namespace
@@ -48,8 +57,7 @@ RtpTrack::RtpTrack(const SdpMedia &media) : m_media(media), m_parameters(require
         throw std::bad_alloc();
     }
     const bool bSilent = m_parameters->codec_type == AVMEDIA_TYPE_AUDIO && m_parameters->sample_rate <= 0;
-    const bool bUnknownAac = m_parameters->codec_id == AV_CODEC_ID_AAC && m_parameters->extradata_size == 0;
-    if (!canBeCarried(*m_parameters) || bSilent || bUnknownAac) {
+    if (!LiveMuxer::canCarry(*m_parameters) || bSilent) {
         throw Failure(SELVIK_ERROR_MEDIA);
     }
 }
@@ -117,10 +125,11 @@ void RtpTrack::feedVideo(ByteView packet, bool bMarker, std::vector<MediaUnit> &
         // No marker told the end of the former picture.
         finishPicture(units);
     }
-    if (m_nLastPictureTicks == m_nTicks) {
-        // More of a picture whose marker had come: this camera sets markers anywhere, so that only the next picture's
-        // beginning tells the end of one.
+    const bool bMoreOfTheLast = m_nLastPictureTicks == m_nTicks;
+    if (bMoreOfTheLast || (bMarker && isUnfinishedFragment(m_parameters->codec_id, payloadOf(packet)))) {
+        // This camera sets markers anywhere, so that only the next picture's beginning tells the end of one.
         m_bMarkerTrusted = false;
+        m_bDamaged = m_bDamaged || bMoreOfTheLast;
     }
     std::vector<PacketPtr> pieces;
     m_depacketizer->feed(packet, pieces);
@@ -200,7 +209,8 @@ void RtpTrack::emit(ByteView bytes, std::int64_t ticks, bool bKey, std::vector<M
     unit.packet->pts = av_rescale_q(ticks - m_nFirstTicks, tick, AV_TIME_BASE_Q);
     unit.packet->flags = bKey ? AV_PKT_FLAG_KEY : 0;
     if (m_report) {
-        unit.captureTime = m_report->utc + av_rescale_q(ticks - m_report->ticks, tick, AV_TIME_BASE_Q);
+        const auto nSince = static_cast<std::int32_t>(static_cast<std::uint32_t>(ticks) - m_report->timestamp);
+        unit.captureTime = m_report->utc + av_rescale_q(nSince, tick, AV_TIME_BASE_Q);
     }
     units.push_back(std::move(unit));
 }
@@ -215,12 +225,12 @@ void RtpTrack::feedReport(ByteView packet)
         if (size > packet.size) {
             return;
         }
-        if (packet.pData[1] == senderReport && size >= reportSize && m_bStarted) {
+        if (packet.pData[1] == senderReport && size >= reportSize) {
             const std::int64_t nSeconds = read32(packet.pData + 8) - secondsFrom1900To1970;
             const std::int64_t nFraction = (static_cast<std::int64_t>(read32(packet.pData + 12)) * 1000000) >> 32;
             // A camera without a clock counts from its start, or sends zero: that is no time of day.
             if (nSeconds > 0) {
-                m_report = SenderReport{nSeconds * 1000000 + nFraction, unwrap(read32(packet.pData + 16))};
+                m_report = SenderReport{nSeconds * 1000000 + nFraction, read32(packet.pData + 16)};
             }
         }
         packet = {packet.pData + size, packet.size - size};

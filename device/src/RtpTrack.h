@@ -39,8 +39,8 @@ public:
 
 private:
     struct SenderReport {
-        std::int64_t utc; /**< microseconds since 1970 */
-        std::int64_t ticks;
+        std::int64_t utc;        /**< microseconds since 1970 */
+        std::uint32_t timestamp; /**< what the media clock showed then */
     };
 
     /** Whether the packet goes on where the last one ended; an old one is not to be used at all. */

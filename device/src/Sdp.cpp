@@ -57,8 +57,11 @@ void applyRtpmap(SdpMedia &media, const std::string &mapped)
     if (mapped.empty() || !media.rtpmap.empty()) {
         return;
     }
-    media.rtpmap = mapped;
     const std::vector<std::string> parts = split(mapped, '/');
+    if (parts.empty()) {
+        return;
+    }
+    media.rtpmap = mapped;
     media.encoding = lowerCase(parts.front());
     const int nRate = parts.size() > 1 ? leadingNumber(parts[1]) : 0;
     if (nRate > 0) {

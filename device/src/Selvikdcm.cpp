@@ -81,15 +81,15 @@ long SELVIK_DCM_StartPreview(long userID, const SELVIK_DCM_PREVIEW_INFO *info)
         // Known before it starts: the callback may already stop it.
         const std::shared_ptr<Preview> preview =
             previews().add(bLoggedIn ? userID : -1, std::move(address), {info->callback, info->user}, handle);
-        unsigned long error = SELVIK_ERROR_RESOURCES;
+        unsigned long error = SELVIK_ERROR_NONE;
         try {
             error = preview->start();
         } catch (...) {
+            // There is no thread that would take it out at its end.
             previews().remove(handle);
             throw;
         }
         if (error != SELVIK_ERROR_NONE) {
-            previews().remove(handle);
             throw Failure(error);
         }
         return handle;
@@ -104,9 +104,7 @@ int SELVIK_DCM_StopPreview(long previewHandle)
             throw Failure(SELVIK_ERROR_HANDLE);
         }
         // Whoever comes second waits for the callback too, but it is the first one's success.
-        const bool bFirst = preview->stop();
-        previews().remove(previewHandle);
-        if (!bFirst) {
+        if (!preview->stop()) {
             throw Failure(SELVIK_ERROR_HANDLE);
         }
         return 1;
@@ -138,7 +136,7 @@ int SELVIK_DCM_Logout(long userID)
         if (!logins().remove(userID)) {
             throw Failure(SELVIK_ERROR_HANDLE);
         }
-        const std::vector<std::shared_ptr<Preview>> ending = previews().takeOfLogin(userID);
+        const std::vector<std::shared_ptr<Preview>> ending = previews().ofLogin(userID);
         for (const std::shared_ptr<Preview> &preview : ending) {
             preview->stop();
         }

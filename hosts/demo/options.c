@@ -21,7 +21,7 @@ static const char help[] =
     "The keys act on the selected pane:\n"
     "\n"
     "  space            pause, go on                +  -        faster, slower\n"
-    "  left, right      5 seconds back, on          N           normal speed\n"
+    "  left, right      5 seconds back, on          N           play, after the end too\n"
     "  down, up         one picture on, back        home        to the beginning\n"
     "  1  4  9          panes                       F, esc      full screen, back\n"
     "  C                save a capture              R           loop on, off (all panes)\n"

@@ -16,6 +16,16 @@ static void start_pane(const Wall *wall, int pane)
         fprintf(stderr, "%s cannot be played; the log beside the library says why.\n", file);
 }
 
+/** Gives a file to each of so many panes that has none yet, and selects the first pane. */
+static void fill_panes(Wall *wall, int panes)
+{
+    if (panes <= wall->filled)
+        return;
+    while (wall->filled < panes)
+        start_pane(wall, wall->filled++);
+    wall->library->SetCurWnd(wall->window, 0);
+}
+
 bool wall_open(Wall *wall, HWND host, const Library *library, const Options *options)
 {
     *wall = (Wall){.library = library, .options = options, .window = -1, .loop = options->loop};
@@ -23,9 +33,7 @@ bool wall_open(Wall *wall, HWND host, const Library *library, const Options *opt
     if (wall->window < 0)
         return false;
     library->SplitScreen(wall->window, (unsigned short)options->split);
-    for (int pane = 0; pane < options->split; ++pane)
-        start_pane(wall, pane);
-    library->SetCurWnd(wall->window, 0);
+    fill_panes(wall, options->split);
     return true;
 }
 
@@ -51,23 +59,24 @@ static void seek_by(const Wall *wall, int seconds)
     wall->library->SetPlayPos(wall->window, target);
 }
 
-/** Space: the library does not tell whether a pane is paused, and pausing twice is no error; so both are tried. */
+/** The library does not tell whether a pane is paused, so the host remembers; a pane selected since may need a second
+ *  press. */
 static void toggle_pause(Wall *wall, wchar_t *message, size_t size)
 {
-    static bool paused = false;
-    paused = !paused;
-    if (paused)
+    wall->paused = !wall->paused;
+    if (wall->paused)
         wall->library->Pause(wall->window);
     else
         wall->library->Restore(wall->window);
-    swprintf(message, size, L"%ls", paused ? L"Paused" : L"Playing");
+    swprintf(message, size, L"%ls", wall->paused ? L"Paused" : L"Playing");
 }
 
 /** Looping is fixed when a file is started, so each pane is started anew and brought back to its position. */
 static void toggle_loop(Wall *wall, wchar_t *message, size_t size)
 {
     wall->loop = !wall->loop;
-    for (int pane = 0; pane < wall->options->split; ++pane) {
+    wall->paused = false;
+    for (int pane = 0; pane < wall->filled; ++pane) {
         wall->library->SetCurWnd(wall->window, pane);
         const unsigned long position = wall->library->GetPlayPos(wall->window);
         start_pane(wall, pane);
@@ -107,8 +116,10 @@ static void capture(Wall *wall, wchar_t *message, size_t size)
 
 static void split(Wall *wall, unsigned short panes, wchar_t *message, size_t size)
 {
-    if (wall->library->SplitScreen(wall->window, panes))
-        swprintf(message, size, L"%d pane%ls", panes, panes == 1 ? L"" : L"s");
+    if (!wall->library->SplitScreen(wall->window, panes))
+        return;
+    fill_panes(wall, panes);
+    swprintf(message, size, L"%d pane%ls", panes, panes == 1 ? L"" : L"s");
 }
 
 static void set_full_screen(Wall *wall, bool fullScreen)
@@ -140,10 +151,12 @@ bool wall_on_key(Wall *wall, WPARAM key, wchar_t *message, size_t size)
         library->SetPlayPos(window, 0);
         return true;
     case VK_DOWN:
-        library->OneByOne(window);
+        wall->paused = library->OneByOne(window) || wall->paused; /* a step leaves the pane paused */
         return true;
     case VK_UP:
-        if (!library->OneByOneBack(window))
+        if (library->OneByOneBack(window))
+            wall->paused = true;
+        else
             swprintf(message, size, L"Cannot step back");
         return true;
     case VK_ADD:
@@ -156,6 +169,7 @@ bool wall_on_key(Wall *wall, WPARAM key, wchar_t *message, size_t size)
         return true;
     case 'N':
         library->Play(window);
+        wall->paused = false;
         return true;
     case '1':
     case '4':

@@ -15,7 +15,9 @@ typedef struct {
     const Library *library;
     const Options *options;
     long window; /**< Pellora's handle; -1: none */
+    int filled;  /**< panes that have been given a file, from the first */
     bool loop;
+    bool paused; /**< by the space bar */
     bool fullScreen;
     int captures; /**< saved so far */
 } Wall;

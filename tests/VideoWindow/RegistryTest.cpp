@@ -74,10 +74,10 @@ TEST_F(RegistryTest, HandsOutNineHandlesAndThenNone)
     for (long lHandle = 0; lHandle < 9; ++lHandle) {
         PELLORA_DestroyWindow(lHandle);
     }
-    // It keeps the host subclassed; nobody but the test can free it.
-    ASSERT_EQ(videoWindows().size(), 1U);
+    // It keeps the host subclassed, and goes with it, since no handle reaches it.
+    EXPECT_EQ(videoWindows().size(), 1U);
     m_pHost->destroy();
-    delete videoWindows().front();
+    EXPECT_TRUE(support::pumpUntil([] { return videoWindows().empty(); }));
 }
 
 TEST_F(RegistryTest, HandsTheLowestFreeHandleOutAgain)
@@ -105,7 +105,7 @@ TEST_F(RegistryTest, DestroysByHandle)
     EXPECT_EQ(PELLORA_DestroyWindow(-1), 0);
 
     EXPECT_THAT(videoWindows(), IsEmpty());
-    EXPECT_THAT(m_log.lines().front(),
+    EXPECT_THAT(m_log.first(),
                 IsExportLine("PELLORA_DestroyWindow: lHandle: 0", "int __cdecl PELLORA_DestroyWindow(long)"));
     EXPECT_EQ(m_log.texts().size(), 5U);
 }

@@ -28,7 +28,8 @@ protected:
         m_parent.show();
     }
 
-    QWidget m_parent;
+    // No managed window: without a window manager Wine 8 waits two seconds for each that goes.
+    QWidget m_parent{nullptr, Qt::ToolTip};
     QWidget *m_pFirst = nullptr;
     QWidget *m_pSecond = nullptr;
     pellora::SelectBoderWnd *m_pFrame = nullptr;

@@ -65,14 +65,17 @@ def make_clip(path):
 class Screen:
     """One screenshot, cut to the host's client area."""
 
-    def __init__(self):
+    def __init__(self, size):
         run = subprocess.run(["xwininfo", "-name", TITLE], capture_output=True, text=True, check=True).stdout
         values = {}
         for line in run.splitlines():
             name, _, value = line.partition(":")
             values[name.strip()] = value.strip()
-        self.width, self.height = int(values["Width"]), int(values["Height"])
-        left, top = int(values["Absolute upper-left X"]), int(values["Absolute upper-left Y"])
+        # No window manager: the X window is the whole Windows one, with a caption and equal borders elsewhere.
+        self.width, self.height = size
+        border = (int(values["Width"]) - self.width) // 2
+        left = self.left = int(values["Absolute upper-left X"]) + border
+        top = self.top = int(values["Absolute upper-left Y"]) + int(values["Height"]) - border - self.height
         self.pixels = subprocess.run(
             ["import", "-window", "root", "-crop", f"{self.width}x{self.height}+{left}+{top}", "-depth", "8", "rgb:-"],
             capture_output=True, check=True).stdout
@@ -104,8 +107,9 @@ class Screen:
 class Host:
     """The demo host, running for the length of a with block."""
 
-    def __init__(self, *arguments):
-        self.arguments = [str(a) for a in arguments]
+    def __init__(self, size, *arguments):
+        self.size = size
+        self.arguments = ["--size", f"{size[0]}x{size[1]}", *(str(a) for a in arguments)]
 
     def __enter__(self):
         self.log = tempfile.TemporaryFile()
@@ -128,7 +132,7 @@ class Host:
                 self.log.seek(0)
                 raise AssertionError("the host ended: " + self.log.read().decode(errors="replace"))
             try:
-                screen = Screen()
+                screen = Screen(self.size)
                 if condition(screen):
                     return screen
             except subprocess.CalledProcessError:
@@ -186,7 +190,7 @@ class DemoOnScreen(unittest.TestCase):
         cls.folder.cleanup()
 
     def host(self, split, width=642, height=362 + STATUS_HEIGHT):
-        return Host("--split", split, "--size", f"{width}x{height}", "Z:" + str(self.clip))
+        return Host((width, height), "--split", split, "Z:" + str(self.clip))
 
     def check_ring(self, screen):
         left, top, right, bottom = screen.ring()
@@ -203,7 +207,6 @@ class DemoOnScreen(unittest.TestCase):
     def test_one_pane_fills_the_video_area_and_shows_the_right_colours_at_the_right_place(self):
         with self.host(1) as host:
             screen = host.screen_when(selected_pane_plays)
-            self.assertEqual((screen.width, screen.height), (642, 362 + STATUS_HEIGHT))
             self.check_ring(screen)
             left, top, width, height = pane_in_ring(screen)
             video_height = screen.height - STATUS_HEIGHT
@@ -266,10 +269,8 @@ class DemoOnScreen(unittest.TestCase):
         with self.host(4) as host:
             screen = host.screen_when(selected_pane_plays)
             before = screen.ring()
-            window = subprocess.run(["xdotool", "search", "--name", TITLE], capture_output=True, text=True,
-                                    check=True).stdout.split()[-1]
-            subprocess.run(["xdotool", "mousemove", "--window", window, str(screen.width * 3 // 4),
-                            str((screen.height - STATUS_HEIGHT) * 3 // 4), "click", "1"], check=True)
+            subprocess.run(["xdotool", "mousemove", str(screen.left + screen.width * 3 // 4),
+                            str(screen.top + (screen.height - STATUS_HEIGHT) * 3 // 4), "click", "1"], check=True)
             after = host.screen_when(lambda s: s.ring() not in (None, before), 10)
             self.check_ring(after)
             self.assertGreater(after.ring()[0], screen.width // 2 - 4)

@@ -333,7 +333,7 @@ TEST_F(FileCommandsTest, PlaysAFileInTheOrderThatThePlayerNeeds)
     const Texts calls = newCalls();
     ASSERT_EQ(calls.size(), 7U);
     EXPECT_EQ(calls[0], "Kavun_GetPort(out)");
-    EXPECT_THAT(calls[1], testing::MatchesRegex("Kavun_SetFileRefCallBack.0, 0x[0-9A-F]+, 0x[0-9A-F]+."));
+    EXPECT_THAT(calls[1], testing::StartsWith("Kavun_SetFileRefCallBack(0, 0x"));
     EXPECT_EQ(calls[2], "Kavun_SetStreamOpenMode(0, 1)");
     EXPECT_EQ(calls[3], "Kavun_OpenFile(0, \"C:\\films\\b.mp4\")");
     EXPECT_EQ(calls[4], "Kavun_SetDisplayBuf(0, 6)");
@@ -900,7 +900,7 @@ TEST_F(FileCommandsTest, LogsNoMoreThanAKibibyteOfANameAndPlaysAllOfIt)
     EXPECT_EQ(PELLORA_PreviewFile(lHandle, path.data(), 0, 0), 1);
 
     EXPECT_THAT(newCalls(), testing::Contains("Kavun_OpenFile(0, \"" + path + "\")"));
-    const std::string message = m_log.lines().at(0).message;
+    const std::string message = m_log.first().message;
     const std::string beginning = "PELLORA_PreviewFile: lHandle: 0, pFileName: ";
     ASSERT_EQ(message.substr(0, beginning.size()), beginning);
     EXPECT_GE(message.size(), beginning.size() + 1000);
@@ -920,7 +920,7 @@ TEST_F(FileCommandsTest, ReadsANameOnlyAsFarAsItCanBeRead)
     EXPECT_EQ(PELLORA_PreviewFile(99, pPages + kPage, 0, 0), 0);
     EXPECT_EQ(PELLORA_PreviewFile(99, reinterpret_cast<char *>(0x10), 0, 0), 0);
 
-    EXPECT_EQ(m_log.texts().at(0), "INFO PELLORA_PreviewFile: lHandle: 99, pFileName: films");
+    EXPECT_EQ(m_log.first().message, "PELLORA_PreviewFile: lHandle: 99, pFileName: films");
     EXPECT_EQ(m_log.texts().size(), 3U);
     VirtualFree(pPages, 0, MEM_RELEASE);
 }
@@ -939,8 +939,8 @@ TEST_F(FileCommandsTest, SelectsNoPaneForTheCurrentOneOrBeyondTheLast)
     EXPECT_EQ(PELLORA_SetCurWnd(1, 4), 0);
     EXPECT_EQ(PELLORA_SetCurWnd(lHandle, 8), 1);
 
-    EXPECT_THAT(m_log.lines().front(), IsExportLine("PELLORA_SetCurWnd: lHandle: 0, lSubHandel: -1",
-                                                    "int __cdecl PELLORA_SetCurWnd(long,long)"));
+    EXPECT_THAT(m_log.first(), IsExportLine("PELLORA_SetCurWnd: lHandle: 0, lSubHandel: -1",
+                                            "int __cdecl PELLORA_SetCurWnd(long,long)"));
 }
 
 TEST_F(FileCommandsTest, SplitsOnlyIntoOneFourOrNine)
@@ -955,8 +955,8 @@ TEST_F(FileCommandsTest, SplitsOnlyIntoOneFourOrNine)
     EXPECT_EQ(PELLORA_SplitScreen(lHandle, 0), 0);
     EXPECT_EQ(PELLORA_SplitScreen(99, 4), 0);
 
-    EXPECT_THAT(m_log.lines().front(), IsExportLine("PELLORA_SplitScreen: lHandle: 0, wSplitNum: 4",
-                                                    "int __cdecl PELLORA_SplitScreen(long,unsigned short)"));
+    EXPECT_THAT(m_log.first(), IsExportLine("PELLORA_SplitScreen: lHandle: 0, wSplitNum: 4",
+                                            "int __cdecl PELLORA_SplitScreen(long,unsigned short)"));
 }
 
 } // namespace

@@ -5,6 +5,10 @@
 #include <QApplication>
 #include <QThread>
 
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <regex>
 #include <thread>
 
 using testing::Contains;
@@ -103,14 +107,36 @@ TEST_F(LifecycleTest, BeginsTwiceAndEndsTwice)
     EXPECT_EQ(PELLORA_Fini(), 1);
 }
 
+/** The installation's own log, beside the library that writes it. */
+std::string installedLog()
+{
+    wchar_t path[MAX_PATH] = {};
+    GetModuleFileNameW(GetModuleHandleW(L"Corvane.dll"), path, MAX_PATH);
+    std::ifstream file(std::filesystem::path(path).replace_filename(L"addon.log"), std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+TEST_F(LifecycleTest, BeginsWithItsBannerInTheInstallationsLog)
+{
+    PELLORA_Fini();
+    const std::size_t nBefore = installedLog().size();
+
+    PELLORA_Init();
+
+    const std::string log = installedLog();
+    const std::string added = log.size() > nBefore ? log.substr(nBefore) : log;
+    const std::regex banner("==================Pellora Begin==================[^]*"
+                            "CorvaneMgr: [0-9A-F]{16}[^]*CLog: [0-9A-F]{16}");
+    EXPECT_TRUE(std::regex_search(added, banner)) << added;
+}
+
 TEST_F(LifecycleTest, SaysThatItEnds)
 {
     support::LogCapture log;
 
     PELLORA_Fini();
 
-    ASSERT_FALSE(log.lines().empty());
-    EXPECT_THAT(log.lines().front(),
+    EXPECT_THAT(log.first(),
                 IsExportLine("==================Pellora End==================", "int __cdecl PELLORA_Fini(void)"));
 }
 

@@ -13,6 +13,8 @@ TEST(QtHostTest, UsesTheHostsOwnApplicationObject)
     int nArguments = 1;
     char name[] = "host";
     char *arguments[] = {name, nullptr};
+    // A host that brings Qt finds the plug-ins itself; Wine's drive Z: is the file system that they are in.
+    QCoreApplication::addLibraryPath("Z:" + qEnvironmentVariable("PELLORA_BIN"));
     QApplication application(nArguments, arguments);
     QPushButton button("host");
     button.setGeometry(50, 50, 400, 300);

@@ -27,8 +27,11 @@ void registerClass(const wchar_t *name, WNDPROC procedure)
 
 void pumpPosted()
 {
+    // Timers may keep the queue from ever being empty.
+    constexpr ULONGLONG kLongest = 500;
+    const ULONGLONG end = GetTickCount64() + kLongest;
     MSG message;
-    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+    while (GetTickCount64() < end && PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
         TranslateMessage(&message);
         DispatchMessageW(&message);
     }
@@ -54,10 +57,10 @@ bool pumpUntil(const std::function<bool()> &condition, unsigned milliseconds)
 HostWindow::HostWindow(int width, int height)
 {
     registerClass(kHostClass, &HostWindow::procedure);
-    RECT frame = {0, 0, width, height};
-    AdjustWindowRectEx(&frame, WS_OVERLAPPEDWINDOW, FALSE, 0);
-    m_hWnd = CreateWindowExW(0, kHostClass, L"host", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 20, 20, frame.right - frame.left,
-                             frame.bottom - frame.top, nullptr, nullptr, GetModuleHandleW(nullptr), this);
+    // Neither framed nor active: without a window manager Wine 8 waits two seconds for each managed window that goes.
+    m_hWnd = CreateWindowExW(0, kHostClass, L"host", WS_POPUP, 20, 20, width, height, nullptr, nullptr,
+                             GetModuleHandleW(nullptr), this);
+    ShowWindow(m_hWnd, SW_SHOWNOACTIVATE);
 }
 
 HostWindow::~HostWindow()

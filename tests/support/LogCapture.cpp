@@ -102,7 +102,8 @@ std::ostream &operator<<(std::ostream &stream, const LogLine &line)
 void startLogger()
 {
     const std::string path = temporaryFile("-test.properties");
-    std::ofstream(path) << "log4j.rootLogger=INFO\n";
+    // The logger insists on an appender; this one's lines are nobody's.
+    std::ofstream(path) << "log4j.rootLogger=INFO, test\nlog4j.appender.test=MemoryAppender\n";
     Base::CLog::getInstance()->InitLog(path);
     DeleteFileA(path.c_str());
 }
@@ -125,6 +126,12 @@ LogCapture::~LogCapture()
 std::vector<LogLine> LogCapture::lines() const
 {
     return m_pAppender->lines();
+}
+
+LogLine LogCapture::first() const
+{
+    const std::vector<LogLine> all = lines();
+    return all.empty() ? LogLine() : all.front();
 }
 
 std::vector<std::string> LogCapture::texts() const

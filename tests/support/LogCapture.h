@@ -40,6 +40,8 @@ public:
     LogCapture &operator=(const LogCapture &) = delete;
 
     [[nodiscard]] std::vector<LogLine> lines() const;
+    /** An empty line when there is none. */
+    [[nodiscard]] LogLine first() const;
     /** Level and message: "ERROR Kavun_Play error: 2.". */
     [[nodiscard]] std::vector<std::string> texts() const;
     void clear();

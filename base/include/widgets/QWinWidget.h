@@ -11,8 +11,8 @@
  * A widget whose native parent is a window of somebody else's.
  *
  * Threads: the GUI thread.
- * Owns:    nothing of the host's. The host window may be destroyed first; the widget survives as a hidden one that
- *          cannot be shown again, and no native window is left of it and of what it holds.
+ * Owns:    nothing of the host's. The host window may be destroyed first: the widget and its native windows survive,
+ *          hidden, out of the host's reach, and cannot be shown again.
  * Units:   device pixels of the host window's client area. It fills that area when it is made and follows no later
  *          resize: geometry is the host's to set.
  */
@@ -35,8 +35,7 @@ protected:
     bool focusNextPrevChild(bool bNext) override;
 
 private:
-    void onHostDestroyed();
-    void releaseNativeWindows();
+    void leaveHost();
     void takeFocus();
 
     HWND m_hParentWnd;

@@ -1,6 +1,6 @@
 #include "base/CLog.h"
 
-#include "src/base/LogConfiguration.h"
+#include "base/src/base/LogConfiguration.h"
 
 #include <log4cxx/helpers/loglog.h>
 #include <log4cxx/helpers/transcoder.h>
@@ -14,9 +14,12 @@
 #include <mutex>
 #include <shared_mutex>
 
-namespace Base {
-namespace details {
-namespace {
+namespace Base
+{
+namespace details
+{
+namespace
+{
 
 bool configure(log4cxx::helpers::Properties &properties)
 {
@@ -73,9 +76,7 @@ void CLog::State::write(const log4cxx::LevelPtr &level, const std::string &messa
     }
 }
 
-CLog::CLog() : m_pState(std::make_unique<State>())
-{
-}
+CLog::CLog() : m_pState(std::make_unique<State>()) {}
 
 CLog::~CLog() = default;
 

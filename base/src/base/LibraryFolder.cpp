@@ -1,8 +1,9 @@
-#include "src/base/LibraryFolder.h"
+#include "base/src/base/LibraryFolder.h"
 
 #include <windows.h>
 
-namespace Base {
+namespace Base
+{
 
 std::wstring libraryFolder()
 {

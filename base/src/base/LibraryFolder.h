@@ -3,7 +3,8 @@
 
 #include <string>
 
-namespace Base {
+namespace Base
+{
 
 /** The folder of this library's own file, with a backslash at its end; the program may lie elsewhere. */
 [[nodiscard]] std::wstring libraryFolder();

@@ -1,6 +1,6 @@
-#include "src/base/LogConfiguration.h"
+#include "base/src/base/LogConfiguration.h"
 
-#include "src/base/Utf8.h"
+#include "base/src/base/Utf8.h"
 
 #include <log4cxx/helpers/bytearrayinputstream.h>
 
@@ -12,15 +12,15 @@
 #include <string_view>
 #include <vector>
 
-namespace Base {
-namespace {
+namespace Base
+{
+namespace
+{
 
 class FileHandle
 {
 public:
-    explicit FileHandle(HANDLE hFile) : m_hFile(hFile)
-    {
-    }
+    explicit FileHandle(HANDLE hFile) : m_hFile(hFile) {}
     ~FileHandle()
     {
         if (isOpen()) {

@@ -5,7 +5,8 @@
 
 #include <string>
 
-namespace Base {
+namespace Base
+{
 
 /**
  * Reads a properties file whose path is UTF-8. False when it cannot be read or configures no root logger.

@@ -1,6 +1,6 @@
-#include "src/base/PrintfFormatter.h"
+#include "base/src/base/PrintfFormatter.h"
 
-#include "src/base/Utf8.h"
+#include "base/src/base/Utf8.h"
 
 #include <algorithm>
 #include <array>
@@ -9,8 +9,10 @@
 #include <cstdio>
 #include <cstring>
 
-namespace Base {
-namespace {
+namespace Base
+{
+namespace
+{
 
 // A width from a broken format must not ask for all memory.
 constexpr int MaximumField = 65536;
@@ -110,8 +112,8 @@ void appendByLibrary(std::string &text, const Conversion &conversion, const char
     format += conversion.type;
     std::array<char, 128> small{};
     // A negative precision counts as none.
-    const int length = std::snprintf(small.data(), small.size(), format.c_str(), conversion.width,
-                                     conversion.precision, value);
+    const int length =
+        std::snprintf(small.data(), small.size(), format.c_str(), conversion.width, conversion.precision, value);
     if (length < 0) {
         return;
     }
@@ -159,7 +161,8 @@ std::string boundedText(const char *value, int precision)
     }
     const std::size_t limit = static_cast<std::size_t>(precision);
     const void *end = std::memchr(value, 0, limit);
-    return std::string(value, end != nullptr ? static_cast<std::size_t>(static_cast<const char *>(end) - value) : limit);
+    return std::string(value,
+                       end != nullptr ? static_cast<std::size_t>(static_cast<const char *>(end) - value) : limit);
 }
 
 std::string boundedText(const wchar_t *value, int precision)
@@ -201,8 +204,7 @@ void appendPointer(std::string &text, const Conversion &conversion, Arguments &a
     appendPadded(text, conversion, digits.data());
 }
 
-void appendConversion(std::string &text, const Conversion &conversion, const std::string &source,
-                      Arguments &arguments)
+void appendConversion(std::string &text, const Conversion &conversion, const std::string &source, Arguments &arguments)
 {
     switch (conversion.type) {
     case '%':

@@ -4,7 +4,8 @@
 #include <cstdarg>
 #include <string>
 
-namespace Base {
+namespace Base
+{
 
 /**
  * Expands a printf format. The C library's own one is not used as a whole: its `%p` and null `%s` differ between

@@ -1,10 +1,11 @@
 #include "base/StringUtil.h"
 
-#include "src/base/PrintfFormatter.h"
+#include "base/src/base/PrintfFormatter.h"
 
 #include <cstdarg>
 
-namespace Base {
+namespace Base
+{
 
 std::string StringUtil::FormatString(const char *format, ...)
 {

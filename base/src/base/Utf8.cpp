@@ -1,8 +1,9 @@
-#include "src/base/Utf8.h"
+#include "base/src/base/Utf8.h"
 
 #include <windows.h>
 
-namespace Base {
+namespace Base
+{
 
 std::string toUtf8(const std::wstring &text)
 {

@@ -3,7 +3,8 @@
 
 #include <string>
 
-namespace Base {
+namespace Base
+{
 
 /** Between UTF-16 and UTF-8; what cannot be converted becomes a replacement character. */
 [[nodiscard]] std::string toUtf8(const std::wstring &text);

@@ -1,16 +1,18 @@
 #include "corvane/CorvaneMgr.h"
 
 #include "base/CSingleton.h"
-#include "src/base/LibraryFolder.h"
-#include "src/corvane/ScopedEnvironment.h"
+#include "base/src/base/LibraryFolder.h"
+#include "base/src/corvane/ScopedEnvironment.h"
 
 #include <QApplication>
 #include <QFileInfo>
 
 #include <cstdio>
 
-namespace corvane {
-namespace {
+namespace corvane
+{
+namespace
+{
 
 // Kept until the process ends: Qt refers to both as long as the application object lives.
 int s_argumentCount = 1;

@@ -7,7 +7,8 @@
 #include <utility>
 #include <vector>
 
-namespace corvane {
+namespace corvane
+{
 
 /** Takes variables out of the process's environment and puts them back at the end of its life. */
 class ScopedEnvironment

@@ -53,6 +53,10 @@ void CFullScreenWidget::EnterFullScreen()
         return;
     }
     const HWND hWnd = reinterpret_cast<HWND>(winId());
+    if (!parentWidget()->isVisible()) {
+        // Among others a host that has destroyed its window: what it no longer shows must not fill the screen.
+        return;
+    }
     const QRect screen = monitorOf(hWnd);
     m_pState->m_bFullScreen = true;
     m_pState->m_bShown = !isHidden();

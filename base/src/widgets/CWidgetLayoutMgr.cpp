@@ -2,7 +2,7 @@
 
 #include "base/CLog.h"
 #include "base/StringUtil.h"
-#include "src/widgets/LayoutFile.h"
+#include "base/src/widgets/LayoutFile.h"
 
 #include <QCoreApplication>
 #include <QPointer>
@@ -112,9 +112,7 @@ void CWidgetLayoutMgr::State::layOutMaximized(const GridSpec &shown) const
     }
 }
 
-CWidgetLayoutMgr::CWidgetLayoutMgr() : m_pState(new State)
-{
-}
+CWidgetLayoutMgr::CWidgetLayoutMgr() : m_pState(new State) {}
 
 CWidgetLayoutMgr::~CWidgetLayoutMgr()
 {

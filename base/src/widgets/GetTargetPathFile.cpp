@@ -1,9 +1,10 @@
-#include "src/base/LibraryFolder.h"
+#include "base/src/base/LibraryFolder.h"
 #include "widgets/CWidgetLayoutMgr.h"
 
 #include <QDir>
 
-namespace ZentixGUIToolkit {
+namespace ZentixGUIToolkit
+{
 
 QString GetTargetPathFile(const QString &relative)
 {

@@ -1,9 +1,11 @@
-#include "src/widgets/GridSpec.h"
+#include "base/src/widgets/GridSpec.h"
 
 #include <algorithm>
 
-namespace ZentixGUIToolkit {
-namespace {
+namespace ZentixGUIToolkit
+{
+namespace
+{
 
 constexpr int MaximumTracks = 64;
 constexpr int MaximumGap = 1000;
@@ -40,7 +42,8 @@ bool isValid(const GridSpec &grid)
 {
     const auto fits = [&grid](const GridCell &cell) {
         return inRange(cell.row, 0, grid.rows - 1) && inRange(cell.column, 0, grid.columns - 1) &&
-               inRange(cell.rowSpan, 1, grid.rows - cell.row) && inRange(cell.columnSpan, 1, grid.columns - cell.column);
+               inRange(cell.rowSpan, 1, grid.rows - cell.row) &&
+               inRange(cell.columnSpan, 1, grid.columns - cell.column);
     };
     return grid.type > 0 && inRange(grid.rows, 1, MaximumTracks) && inRange(grid.columns, 1, MaximumTracks) &&
            inRange(grid.margin, 0, MaximumGap) && inRange(grid.spacing, 0, MaximumGap) && !grid.cells.empty() &&
@@ -60,8 +63,8 @@ std::vector<CellRect> placeCells(const GridSpec &grid, int width, int height)
         const Track &right = columns[static_cast<std::size_t>(cell.column + cell.columnSpan - 1)];
         const Track &top = rows[static_cast<std::size_t>(cell.row)];
         const Track &bottom = rows[static_cast<std::size_t>(cell.row + cell.rowSpan - 1)];
-        places.push_back({left.start, top.start, right.start + right.length - left.start,
-                          bottom.start + bottom.length - top.start});
+        places.push_back(
+            {left.start, top.start, right.start + right.length - left.start, bottom.start + bottom.length - top.start});
     }
     return places;
 }

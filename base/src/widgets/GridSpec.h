@@ -3,7 +3,8 @@
 
 #include <vector>
 
-namespace ZentixGUIToolkit {
+namespace ZentixGUIToolkit
+{
 
 struct GridCell {
     int row = 0;

@@ -1,11 +1,13 @@
-#include "src/widgets/LayoutFile.h"
+#include "base/src/widgets/LayoutFile.h"
 
 #include <pugixml.hpp>
 
 #include <algorithm>
 
-namespace ZentixGUIToolkit {
-namespace {
+namespace ZentixGUIToolkit
+{
+namespace
+{
 
 GridSpec readGrid(const pugi::xml_node &node, int margin, int spacing)
 {

@@ -1,12 +1,13 @@
 #ifndef SRC_WIDGETS_LAYOUTFILE_H
 #define SRC_WIDGETS_LAYOUTFILE_H
 
-#include "src/widgets/GridSpec.h"
+#include "base/src/widgets/GridSpec.h"
 
 #include <string>
 #include <vector>
 
-namespace ZentixGUIToolkit {
+namespace ZentixGUIToolkit
+{
 
 struct LayoutFile {
     std::vector<GridSpec> grids;

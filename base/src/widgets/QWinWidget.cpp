@@ -1,21 +1,16 @@
 #include "widgets/QWinWidget.h"
 
-#include <QVariant>
-#include <QWindow>
+#include "base/src/widgets/HostDestroyWatch.h"
+#include "widgets/CFullScreenWidget.h"
 
-namespace {
+#include <QVariant>
+
+namespace
+{
 
 // Qt's own property for windows that live in a foreign one: with it the native window is a child from the start,
 // and positions are those of the foreign window's client area.
 constexpr const char *EmbeddingProperty = "_q_embedded_native_parent_handle";
-
-void destroyNativeWindow(QWidget *pWidget)
-{
-    if (QWindow *pWindow = pWidget->windowHandle()) {
-        // The window object stays: the widget refers to it until it is deleted itself.
-        pWindow->destroy();
-    }
-}
 
 bool takesTabFocus(const QWidget *pWidget)
 {
@@ -24,8 +19,8 @@ bool takesTabFocus(const QWidget *pWidget)
 
 } // namespace
 
-QWinWidget::QWinWidget(HWND hParentWnd, QObject *pParent, Qt::WindowFlags flags) :
-    QWidget(nullptr, flags), m_hParentWnd(hParentWnd)
+QWinWidget::QWinWidget(HWND hParentWnd, QObject *pParent, Qt::WindowFlags flags)
+    : QWidget(nullptr, flags), m_hParentWnd(hParentWnd)
 {
     if (pParent != nullptr && !pParent->isWidgetType()) {
         QObject::setParent(pParent);
@@ -39,9 +34,13 @@ QWinWidget::QWinWidget(HWND hParentWnd, QObject *pParent, Qt::WindowFlags flags)
     GetClientRect(hParentWnd, &client);
     setGeometry(0, 0, static_cast<int>(client.right), static_cast<int>(client.bottom));
     winId();
+    base::HostDestroyWatch::watch(this, hParentWnd, [this] { leaveHost(); });
 }
 
-QWinWidget::~QWinWidget() = default;
+QWinWidget::~QWinWidget()
+{
+    base::HostDestroyWatch::forget(this);
+}
 
 HWND QWinWidget::parentWindow() const
 {
@@ -53,8 +52,7 @@ void QWinWidget::show()
     QWidget::show();
     if (!m_bHostGone) {
         // A new child lies beneath its siblings.
-        SetWindowPos(reinterpret_cast<HWND>(winId()), HWND_TOP, 0, 0, 0, 0,
-                     SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
+        SetWindowPos(reinterpret_cast<HWND>(winId()), HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
     }
 }
 
@@ -67,34 +65,22 @@ bool QWinWidget::nativeEvent(const QByteArray &eventType, void *pMessage, long *
 {
     const MSG *pNative = static_cast<const MSG *>(pMessage);
     const bool bOwn = testAttribute(Qt::WA_WState_Created) && pNative->hwnd == reinterpret_cast<HWND>(internalWinId());
-    if (bOwn && pNative->message == WM_DESTROY && !m_bHostGone && testAttribute(Qt::WA_WState_Created)) {
-        onHostDestroyed();
-    } else if (bOwn && pNative->message == WM_MOUSEACTIVATE) {
+    if (bOwn && pNative->message == WM_MOUSEACTIVATE) {
         // A click into any window inside asks its ancestors up to this one.
         takeFocus();
     }
     return QWidget::nativeEvent(eventType, pMessage, pResult);
 }
 
-void QWinWidget::onHostDestroyed()
+void QWinWidget::leaveHost()
 {
-    m_bHostGone = true;
-    setProperty(EmbeddingProperty, QVariant());
-    hide();
-    // Qt is still inside this window's procedure, so its side of the windows goes a little later.
-    QMetaObject::invokeMethod(this, [this] { releaseNativeWindows(); }, Qt::QueuedConnection);
-}
-
-void QWinWidget::releaseNativeWindows()
-{
-    // A widget that covers the screen has left this one's native window, not its Qt parent.
-    for (QWidget *pChild : findChildren<QWidget *>()) {
-        if (pChild->isWindow()) {
-            pChild->hide();
-            destroyNativeWindow(pChild);
-        }
+    for (ZentixGUIToolkit::CFullScreenWidget *pFrame : findChildren<ZentixGUIToolkit::CFullScreenWidget *>()) {
+        pFrame->ExitFullScreen();
     }
-    destroyNativeWindow(this);
+    m_bHostGone = true;
+    hide();
+    // The native windows live on where nobody sees them: Qt goes on with them, and so may whoever draws into them.
+    SetParent(reinterpret_cast<HWND>(winId()), HWND_MESSAGE);
 }
 
 void QWinWidget::takeFocus()

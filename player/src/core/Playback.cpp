@@ -1,7 +1,6 @@
 #include "player/src/core/Playback.h"
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
 namespace player
@@ -39,7 +38,9 @@ PixelRect DisplayRegion::on(const PictureShape &shape) const
 
 Playback::Playback(Platform &platform, std::unique_ptr<PictureReader> pReader,
                    std::shared_ptr<PortCallbacks> pCallbacks)
-    : m_platform(platform), m_pCallbacks(std::move(pCallbacks)), m_facts(pReader->facts()),
+    : m_platform(platform),
+      m_pCallbacks(std::move(pCallbacks)),
+      m_facts(pReader->facts()),
       m_feed(std::move(pReader), *this)
 {
 }

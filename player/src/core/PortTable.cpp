@@ -24,14 +24,16 @@ std::shared_ptr<Port> PortTable::add()
 std::shared_ptr<Port> PortTable::find(std::int64_t number) const
 {
     const std::lock_guard lock(m_mutex);
-    const auto entry = number < 0 || number >= m_nNext ? m_ports.end() : m_ports.find(static_cast<std::int32_t>(number));
+    const auto entry =
+        number < 0 || number >= m_nNext ? m_ports.end() : m_ports.find(static_cast<std::int32_t>(number));
     return entry == m_ports.end() ? nullptr : entry->second;
 }
 
 std::shared_ptr<Port> PortTable::remove(std::int64_t number)
 {
     const std::lock_guard lock(m_mutex);
-    const auto entry = number < 0 || number >= m_nNext ? m_ports.end() : m_ports.find(static_cast<std::int32_t>(number));
+    const auto entry =
+        number < 0 || number >= m_nNext ? m_ports.end() : m_ports.find(static_cast<std::int32_t>(number));
     if (entry == m_ports.end()) {
         return nullptr;
     }

@@ -97,8 +97,8 @@ private:
 
 bool PictureConverter::Work::convertOnGrid(const AVFrame &frame, const PixelRect &region, const BgraImage &target)
 {
-    return PlanarConverter::accepts(frame) ? m_planar.convert(frame, region, target)
-                                           : m_swscale.convert(frame, region, target);
+    return PlanarConverter::accepts(frame, region, target) ? m_planar.convert(frame, region, target)
+                                                           : m_swscale.convert(frame, region, target);
 }
 
 bool PictureConverter::Work::convertUnturned(const AVFrame &frame, const PixelRect &region, const BgraImage &target)
@@ -110,8 +110,8 @@ bool PictureConverter::Work::convertUnturned(const AVFrame &frame, const PixelRe
     }
     if (isMuchSmaller) {
         // Planes of a region between two chroma samples are less than one target pixel apart then.
-        return PlanarConverter::accepts(frame) ? m_planar.convert(frame, region, target)
-                                               : m_swscale.convert(frame, grown, target);
+        return PlanarConverter::accepts(frame, region, target) ? m_planar.convert(frame, region, target)
+                                                               : m_swscale.convert(frame, grown, target);
     }
     // Elsewhere colours would be seen beside their shapes: convert at full size and scale exactly the region.
     const BgraImage whole = imageIn(m_whole, grown.width(), grown.height());
@@ -150,7 +150,7 @@ bool PictureConverter::Work::convert(const AVFrame &frame, const PictureShape &s
         frame.height <= 0 || frame.data[0] == nullptr) {
         return false;
     }
-    if (!PlanarConverter::accepts(frame) && !SwscaleConverter::accepts(frame)) {
+    if (!SwscaleConverter::accepts(frame)) { // the wider of the two
         return false;
     }
     const PixelRect coded = codedRegion(shown, shape, frame.width, frame.height);

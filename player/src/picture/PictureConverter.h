@@ -15,7 +15,7 @@ namespace player
  * Turns decoded pictures of any pixel format into BGRA of the size in which they are shown.
  *
  * The region is stretched over the whole target. Planes are scaled before they are converted, so that the cost follows
- * the target's size; box filter for less than half the size, bilinear otherwise.
+ * the target's size, and every source pixel counts when it shrinks.
  *
  * Threads: one thread at a time.
  * Owns:    scratch pictures and the scaler's state, kept from picture to picture: never more than a few times the

@@ -1,6 +1,7 @@
 #include "player/src/picture/PlanarConverter.h"
 
 #include "player/src/picture/ColourSpec.h"
+#include "player/src/picture/YuvTable.h"
 
 #include <libyuv.h>
 
@@ -25,6 +26,7 @@ struct Layout {
     int shiftX = 0;
     int shiftY = 0;
     bool isKnown = false;
+    bool isDeep = false; // two bytes a sample
 };
 
 Layout layoutOf(int format)
@@ -42,6 +44,12 @@ Layout layoutOf(int format)
     case AV_PIX_FMT_YUVJ444P:
     case AV_PIX_FMT_YUVA444P:
         return {Chroma::Planes, 0, 0, true};
+    case AV_PIX_FMT_YUV420P10LE:
+        return {Chroma::Planes, 1, 1, true, true};
+    case AV_PIX_FMT_YUV422P10LE:
+        return {Chroma::Planes, 1, 0, true, true};
+    case AV_PIX_FMT_YUV444P10LE:
+        return {Chroma::Planes, 0, 0, true, true};
     case AV_PIX_FMT_NV12:
         return {Chroma::Interleaved, 1, 1, true};
     case AV_PIX_FMT_GRAY8:
@@ -55,14 +63,6 @@ int halved(int length, int shift)
 {
     return (length + (1 << shift) - 1) >> shift;
 }
-
-/** One plane, or a rectangle of it. */
-struct Plane {
-    const std::uint8_t *pBytes = nullptr;
-    int stride = 0;
-    int width = 0;
-    int height = 0;
-};
 
 /** Luma and chroma of a picture in one of the layouts. */
 struct Planes {
@@ -78,7 +78,7 @@ struct Planes {
 
     [[nodiscard]] int bytesPerSample(int index) const
     {
-        return index > 0 && layout.chroma == Chroma::Interleaved ? 2 : 1;
+        return layout.isDeep || (index > 0 && layout.chroma == Chroma::Interleaved) ? 2 : 1;
     }
 };
 
@@ -103,58 +103,75 @@ Planes regionOf(const AVFrame &frame, const PixelRect &region)
     return planes;
 }
 
-/** Scales every plane; a box is averaged where the picture becomes less than half as large. Null scratch: false. */
-bool scale(const Planes &source, int width, int height, ScratchBuffer &scratch, Planes &scaled)
+/** Planes in memory of one's own, and where each of them may be written. */
+struct OwnPlanes {
+    Planes planes;
+    std::array<std::uint8_t *, 3> pBytes{};
+};
+
+/** Null bytes for lack of memory. */
+OwnPlanes planesIn(ScratchBuffer &scratch, const Layout &layout, int width, int height)
 {
-    scaled.layout = source.layout;
-    scaled.width = width;
-    scaled.height = height;
+    OwnPlanes own;
+    own.planes.layout = layout;
+    own.planes.width = width;
+    own.planes.height = height;
     std::array<std::size_t, 3> offset{};
     std::size_t size = 0;
-    for (int index = 0; index < source.count(); ++index) {
-        Plane &plane = scaled.plane.at(index);
-        plane.width = halved(width, index > 0 ? source.layout.shiftX : 0);
-        plane.height = halved(height, index > 0 ? source.layout.shiftY : 0);
+    for (int index = 0; index < own.planes.count(); ++index) {
+        Plane &plane = own.planes.plane.at(index);
+        plane.width = halved(width, index > 0 ? layout.shiftX : 0);
+        plane.height = halved(height, index > 0 ? layout.shiftY : 0);
         // Rows start where vector instructions like them to.
-        plane.stride = (plane.width * source.bytesPerSample(index) + 63) / 64 * 64;
+        plane.stride = (plane.width + 63) / 64 * 64;
         offset.at(index) = size;
         size += static_cast<std::size_t>(plane.stride) * plane.height;
     }
-    std::uint8_t *pBytes = scratch.take(size);
+    if (std::uint8_t *pBytes = scratch.take(size)) {
+        for (int index = 0; index < own.planes.count(); ++index) {
+            own.pBytes.at(index) = pBytes + offset.at(index);
+            own.planes.plane.at(index).pBytes = own.pBytes.at(index);
+        }
+    }
+    return own;
+}
+
+/** Interleaved chroma becomes two planes, since each is scaled by itself. False for lack of memory. */
+bool separateChroma(Planes &planes, ScratchBuffer &scratch)
+{
+    const Plane both = planes.plane[1];
+    Plane u = both;
+    u.stride = (both.width + 63) / 64 * 64;
+    Plane v = u;
+    const std::size_t size = static_cast<std::size_t>(u.stride) * u.height;
+    std::uint8_t *pBytes = scratch.take(2 * size);
     if (pBytes == nullptr) {
         return false;
     }
-    for (int index = 0; index < source.count(); ++index) {
-        const Plane &from = source.plane.at(index);
-        Plane &to = scaled.plane.at(index);
-        std::uint8_t *pTarget = pBytes + offset.at(index);
-        to.pBytes = pTarget;
-        if (source.bytesPerSample(index) == 2) {
-            libyuv::UVScale(from.pBytes, from.stride, from.width, from.height, pTarget, to.stride, to.width, to.height,
-                            libyuv::kFilterBox);
-        } else {
-            libyuv::ScalePlane(from.pBytes, from.stride, from.width, from.height, pTarget, to.stride, to.width,
-                               to.height, libyuv::kFilterBox);
-        }
-    }
+    libyuv::SplitUVPlane(both.pBytes, both.stride, pBytes, u.stride, pBytes + size, v.stride, both.width, both.height);
+    u.pBytes = pBytes;
+    v.pBytes = pBytes + size;
+    planes.plane[1] = u;
+    planes.plane[2] = v;
+    planes.layout.chroma = Chroma::Planes;
     return true;
 }
 
-const libyuv::YuvConstants *constantsOf(const ColourSpec &spec)
+/** Ten bits, in words of two bytes; strides are counted in words. */
+bool deepToBgra(const Planes &source, const ColourSpec &spec, const BgraImage &target)
 {
-    switch (spec.matrix) {
-    case ColourMatrix::Bt709:
-        return spec.fullRange ? &libyuv::kYuvF709Constants : &libyuv::kYuvH709Constants;
-    case ColourMatrix::Bt2020:
-        return spec.fullRange ? &libyuv::kYuvV2020Constants : &libyuv::kYuv2020Constants;
-    default:
-        return spec.fullRange ? &libyuv::kYuvJPEGConstants : &libyuv::kYuvI601Constants;
-    }
+    const auto words = [](const Plane &plane) { return reinterpret_cast<const std::uint16_t *>(plane.pBytes); };
+    const auto convert = source.layout.shiftY == 1   ? libyuv::I010ToARGBMatrix
+                         : source.layout.shiftX == 1 ? libyuv::I210ToARGBMatrix
+                                                     : libyuv::I410ToARGBMatrix;
+    const auto &[luma, u, v] = source.plane;
+    return convert(words(luma), luma.stride / 2, words(u), u.stride / 2, words(v), v.stride / 2, target.pPixels,
+                   target.stride, &yuvTable(spec), target.width, target.height) == 0;
 }
 
 bool toBgra(const Planes &source, const ColourSpec &spec, const BgraImage &target)
 {
-    const libyuv::YuvConstants *pConstants = constantsOf(spec);
+    const libyuv::YuvConstants *pConstants = &yuvTable(spec);
     const auto &[luma, u, v] = source.plane;
     // What libyuv calls ARGB is blue, green, red, alpha in memory.
     if (source.layout.chroma == Chroma::None) {
@@ -174,20 +191,36 @@ bool toBgra(const Planes &source, const ColourSpec &spec, const BgraImage &targe
 
 } // namespace
 
-bool PlanarConverter::accepts(const AVFrame &frame)
+bool PlanarConverter::accepts(const AVFrame &frame, const PixelRect &region, const BgraImage &target)
 {
-    return layoutOf(frame.format).isKnown;
+    const Layout layout = layoutOf(frame.format);
+    const bool isSameSize = region.width() == target.width && region.height() == target.height;
+    return layout.isKnown && (isSameSize || !layout.isDeep);
 }
 
 bool PlanarConverter::convert(const AVFrame &frame, const PixelRect &region, const BgraImage &target)
 {
-    const Planes source = regionOf(frame, region);
+    Planes source = regionOf(frame, region);
     const ColourSpec spec = colourSpecOf(frame);
+    if (source.layout.isDeep) {
+        return deepToBgra(source, spec, target);
+    }
     if (source.width == target.width && source.height == target.height) {
         return toBgra(source, spec, target);
     }
-    Planes scaled;
-    return scale(source, target.width, target.height, m_scaled, scaled) && toBgra(scaled, spec, target);
+    if (source.layout.chroma == Chroma::Interleaved && !separateChroma(source, m_apart)) {
+        return false;
+    }
+    const OwnPlanes scaled = planesIn(m_scaled, source.layout, target.width, target.height);
+    for (int index = 0; index < source.count(); ++index) {
+        const Plane &plane = scaled.planes.plane.at(index);
+        std::uint8_t *pBytes = scaled.pBytes.at(index);
+        if (pBytes == nullptr ||
+            !m_scaler.scale(source.plane.at(index), pBytes, plane.stride, plane.width, plane.height)) {
+            return false;
+        }
+    }
+    return toBgra(scaled.planes, spec, target);
 }
 
 } // namespace player

@@ -6,8 +6,6 @@
 #include "player/src/win/WindowsPlatform.h"
 
 #include <cstring>
-#include <new>
-#include <system_error>
 
 namespace
 {

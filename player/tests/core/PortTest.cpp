@@ -28,10 +28,9 @@ class Counter
 public:
     void add()
     {
-        {
-            const std::lock_guard lock(m_mutex);
-            ++m_nCount;
-        }
+        // Told with the lock held: whoever waits may destroy the counter as soon as it can see the new count.
+        const std::lock_guard lock(m_mutex);
+        ++m_nCount;
         m_changed.notify_all();
     }
 
@@ -311,6 +310,8 @@ TEST_F(PortTest, AnyCallOnItsOwnPortWorksFromInsideTheDrawCallback)
         done.add();
     });
     EXPECT_TRUE(done.waitFor(1));
+    // Waits for the callback, which is about to return.
+    m_port->callbacks().draw.set(nullptr);
 }
 
 TEST_F(PortTest, DoesNotDrawAnyMoreOnceTheCallbackIsGone)
@@ -377,8 +378,12 @@ TEST_F(PortTest, NineOfTheSameFilePlaySideBySide)
         ASSERT_EQ(ports.back()->openFile(clip("h264.mp4").path().c_str()), Error::None);
         ASSERT_EQ(ports.back()->play(m_platform.window()), Error::None);
     }
-    ASSERT_TRUE(m_platform.waitForNumber(10));
+    const auto deadline = std::chrono::steady_clock::now() + 10s;
+    while (m_platform.presenters() < 9 && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::yield();
+    }
     EXPECT_EQ(m_platform.presenters(), 9);
+    EXPECT_TRUE(m_platform.waitForNumber(10));
 }
 
 TEST_F(PortTest, OpensPlaysSeeksAndStopsManyTimes)

@@ -104,7 +104,8 @@ Clip clip(const std::string &file)
 std::string testName(const std::string &file)
 {
     std::string name = file;
-    std::replace_if(name.begin(), name.end(), [](unsigned char c) { return !std::isalnum(c); }, '_');
+    std::replace_if(
+        name.begin(), name.end(), [](unsigned char c) { return !std::isalnum(c); }, '_');
     return name;
 }
 

@@ -1,0 +1,148 @@
+#include "device/src/RtpTrack.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+namespace selvik
+{
+namespace
+{
+
+SdpMedia h264()
+{
+    return Sdp::parse("m=video 0 RTP/AVP 96\na=rtpmap:96 H264/90000\n").media.front();
+}
+
+Bytes rtp(std::uint16_t sequence, std::uint32_t time, bool bMarker, const Bytes &payload, std::uint32_t source = 1)
+{
+    Bytes packet(12 + payload.size());
+    packet[0] = 0x80;
+    packet[1] = static_cast<std::uint8_t>(96 | (bMarker ? 0x80 : 0));
+    packet[2] = static_cast<std::uint8_t>(sequence >> 8);
+    packet[3] = static_cast<std::uint8_t>(sequence);
+    write32(&packet[4], time);
+    write32(&packet[8], source);
+    std::copy(payload.begin(), payload.end(), packet.begin() + 12);
+    return packet;
+}
+
+const Bytes keyPicture = {0x65, 1, 2, 3};
+const Bytes otherPicture = {0x41, 1, 2, 3};
+
+std::vector<MediaUnit> feed(RtpTrack &track, const Bytes &packet)
+{
+    std::vector<MediaUnit> units;
+    track.feed({packet.data(), packet.size()}, units);
+    return units;
+}
+
+TEST(RtpTrack, HandsAPictureOverWithItsMarker)
+{
+    RtpTrack track(h264());
+    EXPECT_TRUE(feed(track, rtp(1, 0, false, {0x67, 1, 2})).empty());
+    const std::vector<MediaUnit> units = feed(track, rtp(2, 0, true, keyPicture));
+    ASSERT_EQ(units.size(), 1U);
+    EXPECT_TRUE(units[0].isKey());
+    EXPECT_EQ(Bytes(units[0].bytes().begin(), units[0].bytes().end()),
+              (Bytes{0, 0, 0, 1, 0x67, 1, 2, 0, 0, 0, 1, 0x65, 1, 2, 3}));
+}
+
+TEST(RtpTrack, CountsMicrosecondsAcrossTheWrapOfTheClock)
+{
+    RtpTrack track(h264());
+    (void)feed(track, rtp(0xFFFF, 0xFFFFFFFF - 44999, true, keyPicture));
+    const std::vector<MediaUnit> units = feed(track, rtp(0, 45000, true, otherPicture));
+    ASSERT_EQ(units.size(), 1U);
+    EXPECT_EQ(units[0].packet->pts, 1000000);
+}
+
+TEST(RtpTrack, AfterALossItWaitsForAKeyPicture)
+{
+    RtpTrack track(h264());
+    EXPECT_EQ(feed(track, rtp(1, 0, true, keyPicture)).size(), 1U);
+    EXPECT_EQ(feed(track, rtp(2, 3600, true, otherPicture)).size(), 1U);
+    EXPECT_TRUE(feed(track, rtp(4, 10800, true, otherPicture)).empty());
+    EXPECT_TRUE(feed(track, rtp(5, 14400, true, otherPicture)).empty());
+    EXPECT_EQ(feed(track, rtp(6, 18000, true, keyPicture)).size(), 1U);
+    EXPECT_EQ(feed(track, rtp(7, 21600, true, otherPicture)).size(), 1U);
+}
+
+TEST(RtpTrack, IgnoresPacketsThatCameBefore)
+{
+    RtpTrack track(h264());
+    EXPECT_EQ(feed(track, rtp(5, 3600, true, keyPicture)).size(), 1U);
+    EXPECT_TRUE(feed(track, rtp(5, 3600, true, keyPicture)).empty());
+    EXPECT_TRUE(feed(track, rtp(4, 0, true, otherPicture)).empty());
+    EXPECT_EQ(feed(track, rtp(6, 7200, true, otherPicture)).size(), 1U);
+}
+
+TEST(RtpTrack, ANewSourceBeginsWithAKeyPicture)
+{
+    RtpTrack track(h264());
+    EXPECT_EQ(feed(track, rtp(5, 3600, true, keyPicture)).size(), 1U);
+    EXPECT_TRUE(feed(track, rtp(900, 99, true, otherPicture, 2)).empty());
+    EXPECT_EQ(feed(track, rtp(901, 3699, true, keyPicture, 2)).size(), 1U);
+}
+
+TEST(RtpTrack, TellsTheTimeOfDayOfAPicture)
+{
+    RtpTrack track(h264());
+    Bytes report(28);
+    report[0] = 0x80;
+    report[1] = 200;
+    report[3] = 6;
+    write32(&report[8], 2208988800U + 1000);
+    write32(&report[12], 0x80000000U);
+    write32(&report[16], 90000);
+    track.feedReport({report.data(), report.size()});
+    const std::vector<MediaUnit> units = feed(track, rtp(1, 0, true, keyPicture));
+    ASSERT_EQ(units.size(), 1U);
+    EXPECT_EQ(units[0].captureTime, 1000500000 - 1000000);
+}
+
+TEST(RtpTrack, JoinsAMetadataDocument)
+{
+    RtpTrack track(Sdp::parse("m=application 0 RTP/AVP 107\na=rtpmap:107 vnd.onvif.metadata/90000\n").media.front());
+    EXPECT_TRUE(feed(track, rtp(1, 0, false, {'<', 'a'})).empty());
+    const std::vector<MediaUnit> units = feed(track, rtp(2, 0, true, {'/', '>'}));
+    ASSERT_EQ(units.size(), 1U);
+    EXPECT_EQ(std::string(units[0].bytes().begin(), units[0].bytes().end()), "<a/>");
+}
+
+TEST(RtpTrack, RefusesWhatCannotBeCarried)
+{
+    EXPECT_THROW(RtpTrack(Sdp::parse("m=video 0 RTP/AVP 96\na=rtpmap:96 UNHEARD/90000\n").media.front()),
+                 std::exception);
+    EXPECT_THROW(RtpTrack(Sdp::parse("m=audio 0 RTP/AVP 97\na=rtpmap:97 mpeg4-generic/48000/2\n").media.front()),
+                 std::exception);
+}
+
+TEST(RtpTrack, SurvivesAnyPacket)
+{
+    std::mt19937 random(815);
+    for (const char *pName : {"H264", "H265", "JPEG", "VP8", "MP4V-ES"}) {
+        const std::string text = std::string("m=video 0 RTP/AVP 96\na=rtpmap:96 ") + pName + "/90000\n";
+        RtpTrack track(Sdp::parse(text).media.front());
+        std::vector<MediaUnit> units;
+        for (std::uint16_t n = 0; n < 400; ++n) {
+            Bytes packet = rtp(n, random() % 3, random() % 2 == 0, Bytes(random() % 60));
+            for (std::size_t i = 12; i < packet.size(); ++i) {
+                packet[i] = static_cast<std::uint8_t>(random());
+            }
+            if (random() % 4 == 0) {
+                packet[0] = static_cast<std::uint8_t>(random());
+            }
+            packet.resize(random() % 10 == 0 ? random() % packet.size() : packet.size());
+            track.feed({packet.data(), packet.size()}, units);
+            track.feedReport({packet.data(), packet.size()});
+        }
+        for (const MediaUnit &unit : units) {
+            EXPECT_GT(unit.packet->size, 0);
+        }
+    }
+}
+
+} // namespace
+} // namespace selvik

@@ -1,0 +1,136 @@
+#include "device/src/Backoff.h"
+#include "device/src/ReorderBuffer.h"
+#include "device/src/Resolver.h"
+#include "device/src/Timeline.h"
+
+#include <gtest/gtest.h>
+
+namespace selvik
+{
+namespace
+{
+
+TEST(Backoff, Waits1248AndThenAlways8SecondsWithJitter)
+{
+    Backoff backoff(1);
+    for (const int nSeconds : {1, 2, 4, 8, 8, 8}) {
+        const Milliseconds wait = backoff.next();
+        EXPECT_GE(wait, Milliseconds(900) * nSeconds);
+        EXPECT_LE(wait, Milliseconds(1100) * nSeconds);
+    }
+    backoff.reset();
+    EXPECT_LE(backoff.next(), Milliseconds(1100));
+}
+
+TEST(Backoff, DiffersFromPreviewToPreview)
+{
+    Backoff first(1);
+    Backoff second(2);
+    EXPECT_NE(first.next(), second.next());
+}
+
+Bytes numbered(std::uint16_t sequence)
+{
+    return {0x80, 96, static_cast<std::uint8_t>(sequence >> 8), static_cast<std::uint8_t>(sequence)};
+}
+
+std::vector<int> popAll(ReorderBuffer &buffer, Clock::time_point now)
+{
+    std::vector<int> numbers;
+    while (const std::optional<Bytes> packet = buffer.pop(now)) {
+        numbers.push_back(read16(packet->data() + 2));
+    }
+    return numbers;
+}
+
+TEST(ReorderBuffer, PutsPacketsInOrderAcrossTheWrap)
+{
+    ReorderBuffer buffer;
+    const Clock::time_point now = Clock::now();
+    for (const std::uint16_t sequence : {65534, 0, 65535, 2, 1}) {
+        buffer.push(numbered(sequence), now);
+    }
+    EXPECT_EQ(popAll(buffer, now), (std::vector<int>{65534, 65535, 0, 1, 2}));
+}
+
+TEST(ReorderBuffer, WaitsOnlyShortlyForAMissingOne)
+{
+    ReorderBuffer buffer;
+    const Clock::time_point now = Clock::now();
+    buffer.push(numbered(1), now);
+    buffer.push(numbered(3), now);
+    EXPECT_EQ(popAll(buffer, now), (std::vector<int>{1}));
+    EXPECT_EQ(popAll(buffer, now + Milliseconds(500)), (std::vector<int>{3}));
+    // Too late now.
+    buffer.push(numbered(2), now);
+    EXPECT_TRUE(popAll(buffer, now + Milliseconds(500)).empty());
+}
+
+TEST(ReorderBuffer, FollowsACameraThatNumbersAnew)
+{
+    ReorderBuffer buffer;
+    const Clock::time_point now = Clock::now();
+    buffer.push(numbered(1), now);
+    EXPECT_EQ(popAll(buffer, now), (std::vector<int>{1}));
+    buffer.push(numbered(20000), now);
+    EXPECT_EQ(popAll(buffer, now), (std::vector<int>{20000}));
+}
+
+TEST(Resolver, AnswersNumbersAtOnceAndIsStoppedByItsCaller)
+{
+    std::atomic<bool> stop{false};
+    EXPECT_EQ(resolveHost("127.0.0.1", {stop, Clock::now() + Milliseconds(100)}),
+              (std::vector<std::string>{"127.0.0.1"}));
+    stop = true;
+    EXPECT_THROW((void)resolveHost("a-name.invalid", {stop, Clock::now() + std::chrono::seconds(10)}), std::exception);
+}
+
+std::int64_t placed(Timeline &timeline, std::size_t track, std::int64_t media, std::int64_t arrival,
+                    std::int64_t capture = AV_NOPTS_VALUE)
+{
+    MediaUnit unit;
+    unit.track = track;
+    unit.packet.reset(av_packet_alloc());
+    unit.packet->pts = media;
+    unit.captureTime = capture;
+    timeline.place(unit, arrival);
+    return unit.packet->pts;
+}
+
+TEST(Timeline, AnchorsEachTrackToItsArrival)
+{
+    Timeline timeline(2, 0);
+    EXPECT_EQ(placed(timeline, 0, 700, 10000), 10000);
+    EXPECT_EQ(placed(timeline, 0, 40700, 99999), 50000);
+    EXPECT_EQ(placed(timeline, 1, 5, 60000), 60000);
+}
+
+TEST(Timeline, BridgesJumpsOfTheCamerasClock)
+{
+    Timeline timeline(1, 0);
+    EXPECT_EQ(placed(timeline, 0, 5000000, 0), 0);
+    EXPECT_EQ(placed(timeline, 0, 5040000, 40000), 40000);
+    // Back by five seconds, then forward by an hour.
+    EXPECT_EQ(placed(timeline, 0, 0, 80000), 80000);
+    EXPECT_EQ(placed(timeline, 0, 3600000000, 120000), 120000);
+}
+
+TEST(Timeline, LetsPicturesBeReordered)
+{
+    Timeline timeline(1, 0);
+    EXPECT_EQ(placed(timeline, 0, 0, 1000000), 1000000);
+    EXPECT_EQ(placed(timeline, 0, 120000, 1040000), 1120000);
+    EXPECT_EQ(placed(timeline, 0, 40000, 1080000), 1040000);
+}
+
+TEST(Timeline, MovesSoundToThePicturesOfTheSameMoment)
+{
+    Timeline timeline(2, 0);
+    EXPECT_EQ(placed(timeline, 0, 0, 100000, 50000000), 100000);
+    // Taken 20 ms after the picture, arrived 300 ms after it.
+    EXPECT_EQ(placed(timeline, 1, 0, 400000, 50020000), 120000);
+    EXPECT_EQ(placed(timeline, 1, 20000, 500000, 50040000), 140000);
+}
+
+} // namespace
+} // namespace selvik

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "player/src/picture/ScratchBuffer.h"
+
+#include <cstdint>
+
+namespace player
+{
+
+/** One plane of 8-bit samples, or a rectangle of it; borrowed. */
+struct Plane {
+    const std::uint8_t *pBytes = nullptr;
+    int stride = 0;
+    int width = 0;
+    int height = 0;
+};
+
+/**
+ * Scales planes so that every sample counts: halved again and again while more than twice too large, then bilinear.
+ *
+ * libyuv's box filter for other ratios takes one pass, but rounds down (one level in each plane is three in the
+ * colour), divides to zero for boxes of more than 65,536 samples, and is not used where only one side shrinks.
+ *
+ * Threads: one thread at a time. Owns two halved planes.
+ */
+class PlaneScaler
+{
+public:
+    /** False for lack of memory. */
+    [[nodiscard]] bool scale(const Plane &source, std::uint8_t *pTarget, int stride, int width, int height);
+
+    void trim() noexcept
+    {
+        m_halved[0].free();
+        m_halved[1].free();
+    }
+
+private:
+    ScratchBuffer m_halved[2];
+};
+
+} // namespace player
