@@ -34,7 +34,6 @@ void DeletionQueue::add(std::unique_ptr<VideoWindow> pWindow)
 LRESULT CALLBACK DeletionQueue::messageProcedure(HWND hWnd, UINT nMessage, WPARAM wParam, LPARAM lParam)
 {
     if (nMessage == kDeleteIdle) {
-        // NOLINTNEXTLINE(performance-no-int-to-ptr): the system keeps the pointer as a number.
         reinterpret_cast<DeletionQueue *>(GetWindowLongPtrW(hWnd, GWLP_USERDATA))->deleteIdle();
         return 0;
     }

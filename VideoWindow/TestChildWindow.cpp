@@ -64,7 +64,7 @@ bool subclass(HWND hWnd)
     if (nPrevious == 0) {
         return false;
     }
-    s_pPreviousProcedure = reinterpret_cast<WNDPROC>(nPrevious); // NOLINT(performance-no-int-to-ptr): system's type.
+    s_pPreviousProcedure = reinterpret_cast<WNDPROC>(nPrevious);
     return true;
 }
 

@@ -117,7 +117,7 @@ bool VideoWindow::normalScreen()
 
 HWND VideoWindow::nativeWindow() const
 {
-    return reinterpret_cast<HWND>(internalWinId()); // NOLINT(performance-no-int-to-ptr): Qt's type.
+    return reinterpret_cast<HWND>(internalWinId());
 }
 
 void VideoWindow::setHostGone()

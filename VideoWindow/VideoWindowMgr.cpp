@@ -24,13 +24,11 @@ LogLocation at(const char *pSignature, int nLine)
 
 WNDPROC procedureOf(HWND hWnd)
 {
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): the system's type.
     return reinterpret_cast<WNDPROC>(GetWindowLongPtrW(hWnd, GWLP_WNDPROC));
 }
 
 WNDPROC replaceProcedure(HWND hWnd, WNDPROC pProcedure)
 {
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): the system's type.
     return reinterpret_cast<WNDPROC>(SetWindowLongPtrW(hWnd, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(pProcedure)));
 }
 

@@ -63,7 +63,7 @@ VideoWnd::VideoWnd(long lSubHandel, QWidget *pParent)
     m_pLiveViewWnd->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored);
     m_pLiveViewWnd->setGeometry(0, 0, 1, 1);
     // Makes the label a native window, which no later change of its parents makes anew.
-    m_hPlayWnd = reinterpret_cast<HWND>(m_pLiveViewWnd->winId()); // NOLINT(performance-no-int-to-ptr): Qt's type.
+    m_hPlayWnd = reinterpret_cast<HWND>(m_pLiveViewWnd->winId());
     connect(this, &VideoWnd::signalFileEnd, this, &VideoWnd::onFileEnd);
 }
 

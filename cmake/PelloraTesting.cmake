@@ -1,6 +1,7 @@
 # pellora_add_test(NAME name SOURCES … [LIBRARIES …] [LABELS …] [DISPLAY] [TIMEOUT s] [WORKING_FOLDER name])
 #
-# One GoogleTest program (with main(), unless a source has its own) and one CTest test. DISPLAY: it opens windows, so that no other such test runs beside it.
+# One GoogleTest program (with main(), unless a source has its own) and one CTest test. DISPLAY: it opens windows, so
+# that no other such test runs beside it.
 # WORKING_FOLDER puts the program into build/<preset>/<name> instead of bin, which is how a program meets doubles of
 # the platform libraries: Windows looks for a DLL beside the program first.
 #
@@ -22,6 +23,10 @@ function(pellora_add_test)
     set_tests_properties(${test} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}")
     set_property(TEST ${test} APPEND PROPERTY ENVIRONMENT
         "PELLORA_TEST_MEDIA=${CMAKE_SOURCE_DIR}/build/media" "PELLORA_BIN=${CMAKE_BINARY_DIR}/bin")
+    if(PELLORA_SANITIZE MATCHES "thread")
+        # FFmpeg is not instrumented, so that its own atomics are invisible and its memory would look unguarded.
+        set_property(TEST ${test} APPEND PROPERTY ENVIRONMENT "TSAN_OPTIONS=ignore_noninstrumented_modules=1")
+    endif()
     if(arg_DISPLAY)
         set_property(TEST ${test} PROPERTY RESOURCE_LOCK display)
     endif()

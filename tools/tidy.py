@@ -64,7 +64,7 @@ def check(path, entry, extra):
             skip = False
         elif word == "-o":
             skip = True
-        elif not word.startswith(("-gdwarf", "-fsanitize", "-fno-sanitize", "-Werror")):
+        elif not word.startswith(("-gdwarf", "-fno-keep-inline-dllexport", "-fsanitize", "-fno-sanitize", "-Werror")):
             arguments.append(word)
     run = subprocess.run(["clang-tidy", "--quiet", "--warnings-as-errors=*", str(path), "--"] + extra + arguments +
                          ["-Qunused-arguments", "-Wno-unknown-warning-option"],

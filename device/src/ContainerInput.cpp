@@ -77,13 +77,30 @@ void ContainerInput::open(const Patience &patience)
 
 void ContainerInput::openFormat(const Patience &patience)
 {
+    int result = AVERROR(ENOENT);
+    if (isFile()) {
+        result = tryToOpen("file:" + m_address.fileName());
+    } else {
+        for (const std::string &host : resolveHost(m_address.host(), patience)) {
+            result = tryToOpen(m_address.urlForHost(host));
+            const bool bNobodyThere = result < 0 && errorOf(result) == SELVIK_ERROR_HOST;
+            if (!bNobodyThere) {
+                break;
+            }
+        }
+    }
+    if (result < 0) {
+        m_patience.check();
+        throw Failure(errorOf(result));
+    }
+}
+
+int ContainerInput::tryToOpen(const std::string &url)
+{
     AVFormatContext *pFormat = required(avformat_alloc_context());
     pFormat->interrupt_callback = {&Patience::interrupts, &m_patience};
     Options options;
-    std::string url;
-    if (isFile()) {
-        url = "file:" + m_address.fileName();
-    } else {
+    if (!isFile()) {
         pFormat->flags |= AVFMT_FLAG_NOBUFFER;
         options.set("fpsprobesize", "0");
         options.set("analyzeduration", "500000");
@@ -91,20 +108,13 @@ void ContainerInput::openFormat(const Patience &patience)
         if (m_address.scheme() == Address::Scheme::Https) {
             options.set("verifyhost", m_address.host().c_str());
         }
-        try {
-            url = m_address.urlForHost(resolveHost(m_address.host(), patience).front());
-        } catch (...) {
-            avformat_free_context(pFormat);
-            throw;
-        }
     }
     // Frees the context itself when it fails.
     const int result = avformat_open_input(&pFormat, url.c_str(), nullptr, options.get());
-    if (result < 0) {
-        m_patience.check();
-        throw Failure(errorOf(result));
+    if (result >= 0) {
+        m_format.reset(pFormat);
     }
-    m_format.reset(pFormat);
+    return result;
 }
 
 void ContainerInput::chooseTracks()

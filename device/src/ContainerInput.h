@@ -4,6 +4,9 @@
 #include "device/src/Address.h"
 #include "device/src/CameraInput.h"
 
+#include <string>
+#include <vector>
+
 namespace selvik
 {
 
@@ -33,6 +36,8 @@ private:
         return m_address.scheme() == Address::Scheme::File;
     }
     void openFormat(const Patience &patience);
+    /** FFmpeg's result; the format is there when that is no error. */
+    [[nodiscard]] int tryToOpen(const std::string &url);
     void chooseTracks();
     /** Reads one packet of a chosen track; false where time is up. */
     [[nodiscard]] bool read(const Patience &patience);

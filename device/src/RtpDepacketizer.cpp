@@ -27,8 +27,9 @@ RtpDepacketizer::RtpDepacketizer(const SdpMedia &media) : m_nPayloadType(media.n
 bool RtpDepacketizer::open(const std::string &description)
 {
     m_format.reset();
+    m_bOpen = false;
     m_io.reset(required(avio_alloc_context(static_cast<unsigned char *>(required(av_malloc(bufferSize))), bufferSize, 0,
-                                           this, &RtpDepacketizer::read, nullptr, nullptr)));
+                                           this, &RtpDepacketizer::read, &RtpDepacketizer::drop, nullptr)));
     m_input.assign(description.begin(), description.end());
     AVFormatContext *pFormat = required(avformat_alloc_context());
     pFormat->pb = m_io.get();
@@ -41,19 +42,34 @@ bool RtpDepacketizer::open(const std::string &description)
         return false;
     }
     m_format.reset(pFormat);
+    // FFmpeg writes receiver reports into the context that it reads the packets from, now and then, and hangs where
+    // that one is for reading only. Marked as one for both, it is read packet by packet, past its buffer, and what is
+    // written is dropped: the session sends reports of its own.
+    m_io->write_flag = 1;
+    m_io->buf_ptr = m_io->buffer;
+    m_io->buf_ptr_max = m_io->buffer;
+    m_io->buf_end = m_io->buffer + m_io->buffer_size;
+    m_bOpen = true;
     return m_format->nb_streams == 1 && m_format->streams[0]->codecpar->codec_id != AV_CODEC_ID_NONE;
 }
 
 int RtpDepacketizer::read(void *pSelf, std::uint8_t *pBuffer, int size)
 {
-    Bytes &input = static_cast<RtpDepacketizer *>(pSelf)->m_input;
+    auto &self = *static_cast<RtpDepacketizer *>(pSelf);
+    Bytes &input = self.m_input;
     if (input.empty()) {
-        return AVERROR_EOF;
+        // Between packets there is nothing for the moment; behind the description there is an end.
+        return self.m_bOpen ? AVERROR(EAGAIN) : AVERROR_EOF;
     }
     const std::size_t count = std::min(input.size(), static_cast<std::size_t>(size));
     std::memcpy(pBuffer, input.data(), count);
     input.erase(input.begin(), input.begin() + static_cast<std::ptrdiff_t>(count));
     return static_cast<int>(count);
+}
+
+int RtpDepacketizer::drop(void * /*pSelf*/, const std::uint8_t * /*pBuffer*/, int size)
+{
+    return size;
 }
 
 void RtpDepacketizer::feed(ByteView packet, std::vector<PacketPtr> &output)
@@ -65,9 +81,6 @@ void RtpDepacketizer::feed(ByteView packet, std::vector<PacketPtr> &output)
     m_input.assign(packet.begin(), packet.end());
     // Some cameras number the payload otherwise than they described it; there is one medium here, so it is meant.
     m_input[1] = static_cast<std::uint8_t>((m_input[1] & 0x80) | m_nPayloadType);
-    // The end that the last read met is over.
-    m_io->eof_reached = 0;
-    m_io->error = 0;
     for (;;) {
         PacketPtr piece(required(av_packet_alloc()));
         if (av_read_frame(m_format.get(), piece.get()) < 0) {

@@ -36,11 +36,13 @@ public:
 private:
     [[nodiscard]] bool open(const std::string &description);
     static int read(void *pSelf, std::uint8_t *pBuffer, int size);
+    static int drop(void *pSelf, const std::uint8_t *pBuffer, int size);
 
     // Before the format, which reads through it to the end.
     IoPtr m_io;
     FormatPtr m_format;
-    Bytes m_input; /**< what the next read gets: the description, then one packet after the other */
+    Bytes m_input;        /**< what the next read gets: the description, then one packet after the other */
+    bool m_bOpen = false; /**< the description was read */
     int m_nPayloadType;
 };
 

@@ -500,6 +500,23 @@ INSTANTIATE_TEST_SUITE_P(Reasons, RtspFailure,
                                          FailureCase{"SaysNothing", silent(), "", SELVIK_ERROR_TIMEOUT}),
                          [](const testing::TestParamInfo<FailureCase> &testCase) { return testCase.param.pName; });
 
+TEST(Secrets, NeitherReachTheOutputNorTheErrors)
+{
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    const ScriptedCamera camera(withCredentials(Script::Credentials::DigestMd5));
+    const std::string secret = "viewer:topsecret@";
+    for (const std::string &url : {camera.url(secret), "rtsp://" + secret + "127.0.0.1:1/x",
+                                   "http://" + secret + "127.0.0.1:1/x", "rtsp://" + secret + "a.invalid/"}) {
+        StreamRecorder recorder;
+        const StartedPreview preview(recorder, url);
+        EXPECT_EQ(preview.handle(), -1);
+    }
+    const std::string output = testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr();
+    EXPECT_EQ(output.find("topsecret"), std::string::npos) << output;
+    EXPECT_EQ(output.find("viewer"), std::string::npos) << output;
+}
+
 TEST(RtspFailureOfTheNetwork, ARefusingPortIsAHostThatIsNotReached)
 {
     unsigned short port = 0;

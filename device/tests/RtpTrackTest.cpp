@@ -111,6 +111,45 @@ TEST(RtpTrack, JoinsAMetadataDocument)
     EXPECT_EQ(std::string(units[0].bytes().begin(), units[0].bytes().end()), "<a/>");
 }
 
+TEST(RtpTrack, TakesTheUnitsOfAacApart)
+{
+    RtpTrack track(Sdp::parse("m=audio 0 RTP/AVP 96\na=rtpmap:96 mpeg4-generic/16000/1\n"
+                              "a=fmtp:96 streamtype=5;profile-level-id=1;mode=AAC-hbr;sizelength=13;indexlength=3;"
+                              "indexdeltalength=3;config=1408\n")
+                       .media.front());
+    EXPECT_EQ(track.parameters().codec_id, AV_CODEC_ID_AAC);
+    EXPECT_EQ(track.parameters().extradata_size, 2);
+    // Two headers of 16 bits: sizes of 3 and 2 bytes.
+    const std::vector<MediaUnit> units = feed(track, rtp(1, 0, true, {0, 32, 0, 24, 0, 16, 1, 2, 3, 4, 5}));
+    ASSERT_EQ(units.size(), 2U);
+    EXPECT_EQ(Bytes(units[0].bytes().begin(), units[0].bytes().end()), (Bytes{1, 2, 3}));
+    EXPECT_EQ(Bytes(units[1].bytes().begin(), units[1].bytes().end()), (Bytes{4, 5}));
+    EXPECT_EQ(units[1].packet->pts - units[0].packet->pts, 64000);
+}
+
+TEST(RtpTrack, MakesAJpegPictureOutOfItsPieces)
+{
+    RtpTrack track(Sdp::parse("m=video 0 RTP/AVP 26\n").media.front());
+    EXPECT_EQ(track.parameters().codec_id, AV_CODEC_ID_MJPEG);
+    EXPECT_TRUE(feed(track, rtp(1, 0, false, {0, 0, 0, 0, 1, 50, 4, 4, 9, 9, 9, 9})).empty());
+    const std::vector<MediaUnit> units = feed(track, rtp(2, 0, true, {0, 0, 0, 4, 1, 50, 4, 4, 8, 8, 8, 8}));
+    ASSERT_EQ(units.size(), 1U);
+    EXPECT_TRUE(units[0].isKey());
+    EXPECT_EQ(read16(units[0].bytes().begin()), 0xFFD8);
+    EXPECT_EQ(read16(units[0].bytes().end() - 2), 0xFFD9);
+}
+
+TEST(RtpTrack, GoesOnWhenFfmpegWantsToReport)
+{
+    // It does so for every 280 kilobytes.
+    RtpTrack track(h264());
+    Bytes payload(1200, 7);
+    payload[0] = 0x41;
+    for (std::uint16_t nSequence = 0; nSequence < 1000; ++nSequence) {
+        ASSERT_EQ(feed(track, rtp(nSequence, 3600U * nSequence, true, payload)).size(), 1U) << nSequence;
+    }
+}
+
 TEST(RtpTrack, RefusesWhatCannotBeCarried)
 {
     EXPECT_THROW(RtpTrack(Sdp::parse("m=video 0 RTP/AVP 96\na=rtpmap:96 UNHEARD/90000\n").media.front()),

@@ -81,7 +81,6 @@ void StreamRecorder::callback(long handle, const SELVIK_DCM_STREAM_DATA *pData, 
     {
         const std::lock_guard<std::mutex> lock(self.m_mutex);
         self.m_nOverlaps += self.m_nInside++ > 0 ? 1 : 0;
-        self.m_lHandle = handle;
         if (pData->type == SELVIK_STREAM_HEADER) {
             self.m_connections.emplace_back();
         } else {
@@ -131,12 +130,6 @@ bool StreamRecorder::beganWithHeader() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     return !m_bDataFirst && !m_connections.empty();
-}
-
-long StreamRecorder::handle() const
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_lHandle;
 }
 
 std::vector<Bytes> StreamRecorder::connection(std::size_t number) const

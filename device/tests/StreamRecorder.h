@@ -56,8 +56,6 @@ public:
     /** Each record's bytes of the connection, header first. */
     [[nodiscard]] std::vector<Bytes> connection(std::size_t number) const;
     [[nodiscard]] StreamContents read(std::size_t number) const;
-    /** The time from the header of a connection to its first data. */
-    [[nodiscard]] long handle() const;
 
 private:
     mutable std::mutex m_mutex;
@@ -69,7 +67,6 @@ private:
     int m_nInside = 0;
     int m_nOverlaps = 0;
     bool m_bDataFirst = false;
-    long m_lHandle = -1;
 };
 
 } // namespace selvik

@@ -14,7 +14,7 @@ namespace corvane
 class ScopedEnvironment
 {
 public:
-    explicit ScopedEnvironment(std::initializer_list<const char *> names)
+    ScopedEnvironment(std::initializer_list<const char *> names)
     {
         for (const char *name : names) {
             if (qEnvironmentVariableIsSet(name)) {

@@ -119,6 +119,7 @@ CWidgetLayoutMgr::~CWidgetLayoutMgr()
     delete m_pState;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is callers' contract, and QList is shared.
 bool CWidgetLayoutMgr::Init(const QString &xmlPath, QWidget *pContainer, QList<QWidget *> widgets,
                             struSplitTypeData::SplitType initial)
 {

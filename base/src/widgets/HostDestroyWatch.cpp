@@ -46,7 +46,7 @@ void onHostDestroyed(HWND hHostWnd)
 
 LRESULT CALLBACK onSentMessage(int nCode, WPARAM wParam, LPARAM lParam)
 {
-    const auto *pMessage = reinterpret_cast<const CWPSTRUCT *>(lParam); // NOLINT(performance-no-int-to-ptr)
+    const auto *pMessage = reinterpret_cast<const CWPSTRUCT *>(lParam);
     if (nCode == HC_ACTION && pMessage->message == WM_DESTROY) {
         onHostDestroyed(pMessage->hwnd);
     }

@@ -188,6 +188,8 @@ void PictureFeed::decodeOne(std::unique_lock<std::mutex> &lock)
     if (m_seekTarget || m_bStop) {
         return;
     }
+    // Whoever shows the pictures knows when the one after the next is due without being told of each that is ready.
+    const bool bNews = m_queue.empty() || !picture;
     if (picture) {
         m_nDecodedUpTo = picture.time + picture.duration;
         m_nQueuedBytes += picture.bytes();
@@ -197,9 +199,11 @@ void PictureFeed::decodeOne(std::unique_lock<std::mutex> &lock)
         m_bAtEnd = true;
         m_end = m_nDecodedUpTo;
     }
-    lock.unlock();
-    m_client.feedChanged();
-    lock.lock();
+    if (bNews) {
+        lock.unlock();
+        m_client.feedChanged();
+        lock.lock();
+    }
 }
 
 void PictureFeed::keepUp(const Picture &picture, const FeedClient::Pace &pace)

@@ -1,7 +1,9 @@
 #include "player/src/picture/PlaneScaler.h"
 
+#include <libyuv/planar_functions.h>
 #include <libyuv/scale.h>
 
+#include <algorithm>
 #include <cstddef>
 
 namespace player
@@ -34,7 +36,29 @@ bool PlaneScaler::scale(const Plane &source, std::uint8_t *pTarget, int stride, 
         half.pBytes = pHalf;
         current = half;
     }
+    const bool isWide = current.width > width && current.height >= height;
+    if (isWide && RowShrinker::isAvailable()) {
+        return shrink(current, pTarget, stride, width, height);
+    }
     scaleOnce(current, pTarget, stride, width, height);
+    return true;
+}
+
+bool PlaneScaler::shrink(const Plane &source, std::uint8_t *pTarget, int stride, int width, int height)
+{
+    std::uint8_t *pRow = m_row.take(static_cast<std::size_t>(source.width) + RowShrinker::kReadsBehind);
+    if (pRow == nullptr || !m_shrinker.prepare(source.width, width)) {
+        return false;
+    }
+    for (int row = 0; row < height; ++row) {
+        const int place = RowShrinker::placeOf(row, source.height, height);
+        const int upper = place / 256;
+        const int lower = std::min(upper + 1, source.height - 1);
+        libyuv::InterpolatePlane(source.pBytes + std::ptrdiff_t{upper} * source.stride, 0,
+                                 source.pBytes + std::ptrdiff_t{lower} * source.stride, 0, pRow, 0, source.width, 1,
+                                 place % 256);
+        m_shrinker.shrink(pRow, pTarget + std::ptrdiff_t{row} * stride);
+    }
     return true;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "player/src/picture/RowShrinker.h"
 #include "player/src/picture/ScratchBuffer.h"
 
 #include <cstdint>
@@ -21,7 +22,7 @@ struct Plane {
  * libyuv's box filter for other ratios takes one pass, but rounds down (one level in each plane is three in the
  * colour), divides to zero for boxes of more than 65,536 samples, and is not used where only one side shrinks.
  *
- * Threads: one thread at a time. Owns two halved planes.
+ * Threads: one thread at a time. Owns two halved planes and a row.
  */
 class PlaneScaler
 {
@@ -33,10 +34,15 @@ public:
     {
         m_halved[0].free();
         m_halved[1].free();
+        m_row.free();
     }
 
 private:
+    [[nodiscard]] bool shrink(const Plane &source, std::uint8_t *pTarget, int stride, int width, int height);
+
     ScratchBuffer m_halved[2];
+    ScratchBuffer m_row;
+    RowShrinker m_shrinker;
 };
 
 } // namespace player

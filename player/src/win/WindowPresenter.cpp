@@ -32,18 +32,59 @@ bool WindowPresenter::matchClientSize()
     if (!GetClientRect(m_hWnd, &client) || client.right <= 0 || client.bottom <= 0) {
         return false;
     }
+    const BgraImage &image = m_image.pixels();
+    if (image.width != client.right || image.height != client.bottom) {
+        m_pInImage.reset();
+    }
     return m_image.resize(client.right, client.bottom);
+}
+
+bool WindowPresenter::isInImage(const Picture &picture, const PixelRect &region) const
+{
+    const PixelRect &shown = m_regionInImage;
+    return m_pInImage.lock() == picture.pFrame && shown.left == region.left && shown.top == region.top &&
+           shown.right == region.right && shown.bottom == region.bottom;
+}
+
+bool WindowPresenter::convert(const Picture &picture, const PixelRect &region, const MemoryImage &image)
+{
+    // GDI may still be reading what the conversion writes over.
+    GdiFlush();
+    return m_converter.convert(*picture.pFrame, picture.shape, region, image.pixels());
+}
+
+bool WindowPresenter::prepareImage(const Picture &picture, const PixelRect &region)
+{
+    if (isInImage(picture, region)) {
+        return !m_bOverlayInImage || restoreImage(picture, region);
+    }
+    m_bCleanMade = false;
+    m_pInImage.reset();
+    if (!convert(picture, region, m_image)) {
+        return false;
+    }
+    m_pInImage = picture.pFrame;
+    m_regionInImage = region;
+    return true;
+}
+
+bool WindowPresenter::restoreImage(const Picture &picture, const PixelRect &region)
+{
+    const BgraImage &image = m_image.pixels();
+    if (!m_bCleanMade) {
+        m_bCleanMade = m_clean.resize(image.width, image.height) && convert(picture, region, m_clean);
+    }
+    // Without memory for a second image there is still the picture.
+    return m_bCleanMade ? BitBlt(m_image.dc(), 0, 0, image.width, image.height, m_clean.dc(), 0, 0, SRCCOPY) != 0
+                        : convert(picture, region, m_image);
 }
 
 void WindowPresenter::present(const Picture &picture, const PixelRect &region, const Overlay &overlay)
 {
-    if (!matchClientSize()) {
+    if (!matchClientSize() || !prepareImage(picture, region)) {
         return;
     }
-    GdiFlush();
-    if (!m_converter.convert(*picture.pFrame, picture.shape, region, m_image.pixels())) {
-        return;
-    }
+    m_bOverlayInImage = static_cast<bool>(overlay);
     if (overlay) {
         const SavedDc saved(m_image.dc());
         overlay(m_image.dc());
