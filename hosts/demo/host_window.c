@@ -129,6 +129,7 @@ int host_window_run(const Library *library, const Options *options)
     RECT client;
     GetClientRect(window, &client);
     wall_place(&state.wall, 0, 0, client.right, client.bottom - STATUS_HEIGHT);
+    wall_play(&state.wall);
     SetTimer(window, TIMER_STATUS, STATUS_INTERVAL_MS, NULL);
     if (options->seconds > 0)
         SetTimer(window, TIMER_END, (UINT)options->seconds * 1000, NULL);

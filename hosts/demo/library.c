@@ -34,6 +34,9 @@ static const Function functions[] = {
     {"PELLORA_GetSystemTime", offsetof(Library, GetSystemTime)},
     {"PELLORA_GetPictureSize", offsetof(Library, GetPictureSize)},
     {"PELLORA_Capture", offsetof(Library, Capture)},
+    {"PELLORA_CreateRule", offsetof(Library, CreateRule)},
+    {"PELLORA_SetRuleCoord", offsetof(Library, SetRuleCoord)},
+    {"PELLORA_SetRuleCoordCallback", offsetof(Library, SetRuleCoordCallback)},
 };
 
 /** Replaces the file name in a path of this program's own by another. */

@@ -35,6 +35,9 @@ typedef struct {
     int (*GetSystemTime)(long, tagPELLORA_SYSTEM_TIME *);
     int (*GetPictureSize)(long, tagPELLORA_POINT *);
     int (*Capture)(long, unsigned char *, unsigned long, unsigned long *);
+    long (*CreateRule)(long, unsigned short, unsigned long, unsigned long, unsigned long, void *, unsigned char, long);
+    int (*SetRuleCoord)(long, long, void *, long);
+    int (*SetRuleCoordCallback)(long, pfnRuleCoordCB, long);
 } Library;
 
 /**

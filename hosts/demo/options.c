@@ -13,6 +13,7 @@ static const char help[] =
     "  --split N        panes: 1, 4 or 9 (default: as many as there are files)\n"
     "  --size WxH       client area in pixels (default: 1280x760)\n"
     "  --once           do not start files over at their end\n"
+    "  --rules          put a rule of each type on the pictures, and print what the mouse does to them\n"
     "  --seconds N      end by itself after N seconds\n"
     "  --library PATH   Pellora.dll (default: beside this program)\n"
     "  --help           this text\n"
@@ -25,7 +26,11 @@ static const char help[] =
     "  down, up         one picture on, back        home        to the beginning\n"
     "  1  4  9          panes                       F, esc      full screen, back\n"
     "  C                save a capture              R           loop on, off (all panes)\n"
-    "  Q                quit\n";
+    "  Q                quit\n"
+    "\n"
+    "With --rules:\n"
+    "\n"
+    "  Ctrl+1 .. Ctrl+9, Ctrl+0     draw a new rule of type 1 to 9, 10 with the mouse\n";
 
 /** A wide text as UTF-8, which the library's paths are in. The caller frees it. */
 static char *utf8_of(const wchar_t *text)
@@ -63,6 +68,10 @@ static int take_option(Options *options, const wchar_t *word, const wchar_t *val
 {
     if (wcscmp(word, L"--once") == 0) {
         options->loop = false;
+        return 1;
+    }
+    if (wcscmp(word, L"--rules") == 0) {
+        options->rules = true;
         return 1;
     }
     if (wcscmp(word, L"--split") == 0) {

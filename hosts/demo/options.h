@@ -14,6 +14,7 @@ typedef struct {
     int width, height;      /**< client area in pixels */
     int seconds;            /**< end by itself after so many; 0: stay */
     bool loop;              /**< start a file over at its end */
+    bool rules;             /**< put rules on the pictures */
     const wchar_t *library; /**< path of Pellora.dll; null: beside the program */
 } Options;
 

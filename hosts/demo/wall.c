@@ -1,5 +1,7 @@
 #include "hosts/demo/wall.h"
 
+#include "hosts/demo/rules.h"
+
 #include <stdio.h>
 #include <stdlib.h>
 
@@ -12,8 +14,10 @@ static void start_pane(const Wall *wall, int pane)
 {
     char *file = wall->options->files[pane % wall->options->fileCount];
     wall->library->SetCurWnd(wall->window, pane); /* files go to the current pane */
-    if (!wall->library->PreviewFile(wall->window, file, wall->loop, 0))
+    if (!wall->library->PreviewFile(wall->window, file, wall->loop, wall->options->rules))
         fprintf(stderr, "%s cannot be played; the log beside the library says why.\n", file);
+    if (wall->options->rules)
+        rules_put(wall->library, wall->window, pane); /* the file before took its rules with it */
 }
 
 /** Gives a file to each of so many panes that has none yet, and selects the first pane. */
@@ -33,8 +37,14 @@ bool wall_open(Wall *wall, HWND host, const Library *library, const Options *opt
     if (wall->window < 0)
         return false;
     library->SplitScreen(wall->window, (unsigned short)options->split);
-    fill_panes(wall, options->split);
+    if (options->rules)
+        rules_listen(library, wall->window);
     return true;
+}
+
+void wall_play(Wall *wall)
+{
+    fill_panes(wall, wall->options->split);
 }
 
 void wall_close(Wall *wall)
@@ -137,6 +147,8 @@ bool wall_on_key(Wall *wall, WPARAM key, wchar_t *message, size_t size)
     const long window = wall->window;
     if (window < 0)
         return false;
+    if (wall->options->rules && GetKeyState(VK_CONTROL) < 0)
+        return rules_draw_new(library, window, key, message, size);
     switch (key) {
     case VK_SPACE:
         toggle_pause(wall, message, size);

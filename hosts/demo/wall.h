@@ -22,8 +22,10 @@ typedef struct {
     int captures; /**< saved so far */
 } Wall;
 
-/** Makes the video window in the host's and starts the files; a file for each pane, from the first again. */
+/** Makes the video window in the host's. */
 bool wall_open(Wall *wall, HWND host, const Library *library, const Options *options);
+/** Starts the files, one for each pane, from the first again. Place the video before: each resize moves rules a bit. */
+void wall_play(Wall *wall);
 void wall_close(Wall *wall);
 /** Places the video in the host's client area. */
 void wall_place(const Wall *wall, int x, int y, int width, int height);

@@ -1,37 +1,745 @@
+// What hosts ask of rules: log lines, results, and records at the edge of what may be read.
+
+#include "rules/RuleRecords.h"
 #include "tests/VideoWindow/RuleReports.h"
 #include "tests/interface/PelloraFixture.h"
 
+#include <climits>
 #include <cstdio>
+#include <cstring>
+#include <functional>
+#include <thread>
+
+using testing::ElementsAre;
+using testing::IsEmpty;
 
 namespace
 {
 
-class RuleMouseTest : public PelloraFixture
+// ---- the public records are the ones that the rules read and write ----
+
+static_assert(sizeof(tagPELLORA_POINT) == sizeof(pellora::NormalisedPoint));
+static_assert(offsetof(tagPELLORA_POINT, y) == offsetof(pellora::NormalisedPoint, nY));
+static_assert(sizeof(tagPELLORA_RULE_POINT) == sizeof(pellora::RulePointRecord));
+static_assert(sizeof(tagPELLORA_RULE_LINE) == sizeof(pellora::RuleLineRecord));
+static_assert(offsetof(tagPELLORA_RULE_LINE, struEnd) == offsetof(pellora::RuleLineRecord, struEnd));
+static_assert(sizeof(tagPELLORA_RULE_RECT) == sizeof(pellora::RuleRectRecord));
+static_assert(offsetof(tagPELLORA_RULE_RECT, struBottomRight) == offsetof(pellora::RuleRectRecord, struBottomRight));
+static_assert(sizeof(tagPELLORA_RULE_POLYGON) == sizeof(pellora::RulePolygonRecord));
+static_assert(sizeof(tagPELLORA_RULE_POLYGON::struPoints) == sizeof(pellora::RulePolygonRecord::struPoints));
+static_assert(offsetof(tagPELLORA_RULE_POLYGON, wPointNum) == offsetof(pellora::RulePolygonRecord, wPointNum));
+static_assert(sizeof(tagPELLORA_RULE_TEXT) == sizeof(pellora::RuleTextRecord));
+static_assert(sizeof(tagPELLORA_RULE_TEXT::szText) == sizeof(pellora::RuleTextRecord::szText));
+static_assert(offsetof(tagPELLORA_RULE_TEXT, wAnchor) == offsetof(pellora::RuleTextRecord, wAnchor));
+static_assert(offsetof(tagPELLORA_RULE_TEXT, struPoint) == offsetof(pellora::RuleTextRecord, struPoint));
+static_assert(offsetof(tagPELLORA_RULE_TEXT, byDock) == offsetof(pellora::RuleTextRecord, byDock));
+static_assert(offsetof(tagPELLORA_RULE_POLYGON_EXT, wPointNum) == pellora::RulePolygonExtension::kPointNumOffset);
+static_assert(offsetof(tagPELLORA_RULE_POLYGON_EXT, byFinishEarly) ==
+              pellora::RulePolygonExtension::kFinishEarlyOffset);
+
+/** Bytes that end where the address space has a hole: whoever touches the next one crashes. */
+class GuardedBytes
+{
+public:
+    explicit GuardedBytes(std::size_t nSize)
+        : m_pPages(static_cast<unsigned char *>(
+              VirtualAlloc(nullptr, 2 * kPageSize, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE))),
+          m_pBytes(m_pPages + kPageSize - nSize)
+    {
+        DWORD nBefore = 0;
+        EXPECT_TRUE(VirtualProtect(m_pPages + kPageSize, kPageSize, PAGE_NOACCESS, &nBefore));
+    }
+    ~GuardedBytes()
+    {
+        VirtualFree(m_pPages, 0, MEM_RELEASE);
+    }
+    GuardedBytes(const GuardedBytes &) = delete;
+    GuardedBytes &operator=(const GuardedBytes &) = delete;
+
+    /** The bytes, filled with what is given; it may be shorter. */
+    static GuardedBytes holding(const std::string &bytes)
+    {
+        return GuardedBytes(bytes);
+    }
+
+    [[nodiscard]] void *get() const
+    {
+        return m_pBytes;
+    }
+
+private:
+    static constexpr std::size_t kPageSize = 4096;
+
+    explicit GuardedBytes(const std::string &bytes) : GuardedBytes(bytes.size())
+    {
+        std::memcpy(m_pBytes, bytes.data(), bytes.size());
+    }
+
+    unsigned char *m_pPages;
+    unsigned char *m_pBytes;
+};
+
+std::string pointerDigits(long long nValue)
+{
+    char text[32];
+    std::snprintf(text, sizeof(text), "%016llX", static_cast<unsigned long long>(nValue));
+    return text;
+}
+
+std::string replaced(std::string text, const std::string &what, const std::string &by)
+{
+    const std::size_t nAt = text.find(what);
+    return nAt == std::string::npos ? text : text.replace(nAt, what.size(), by);
+}
+
+tagPELLORA_RULE_LINE g_line;
+
+/** One export about rules, as a row. */
+struct RuleCommand {
+    const char *name;
+    std::function<long(long lHandle, long lSubHandel)> run;
+    std::string log; /**< HANDLE and PANE stand for the numbers */
+    const char *signature;
+    bool bTakesAllPanes = false;
+};
+
+void PrintTo(const RuleCommand &command, std::ostream *pStream)
+{
+    *pStream << command.name;
+}
+
+/** Each succeeds with 1 on a pane that plays and has a line with arrows as rule 0. */
+std::vector<RuleCommand> ruleCommands()
+{
+    return {
+        {"SetOriginPos", [](long h, long s) { return PELLORA_SetOriginPos(h, 2, s); },
+         "PELLORA_SetOriginPos: lHandle: HANDLE, wOriginPos: 2, lSubHandel: PANE.",
+         "int __cdecl PELLORA_SetOriginPos(long,unsigned short,long)"},
+        {"OpenDraw", [](long h, long s) { return PELLORA_OpenDraw(h, s); },
+         "PELLORA_OpenDraw: lHandle: HANDLE, lSubHandel: PANE.", "int __cdecl PELLORA_OpenDraw(long,long)"},
+        {"CloseDraw", [](long h, long s) { return PELLORA_CloseDraw(h, s); },
+         "PELLORA_CloseDraw: lHandle: HANDLE, lSubHandel: PANE.", "int __cdecl PELLORA_CloseDraw(long,long)"},
+        {"CreateRule", [](long h, long s) { return PELLORA_CreateRule(h, 2, 0, 0, 0, nullptr, 0, s); },
+         "PELLORA_CreateRule: lHandle: HANDLE, lSubHandel: PANE, wRuleType: 2",
+         "long __cdecl PELLORA_CreateRule(long,unsigned short,unsigned long,unsigned long,unsigned long,void *,"
+         "unsigned char,long)"},
+        {"DestroyRule", [](long h, long s) { return PELLORA_DestroyRule(h, 0, s); },
+         "PELLORA_DestroyRule: lHandle: HANDLE, lSubHandel: PANE, lRuleID: 0",
+         "int __cdecl PELLORA_DestroyRule(long,long,long)"},
+        {"ClearRule", [](long h, long s) { return PELLORA_ClearRule(h, s); },
+         "PELLORA_ClearRule: lHandle: HANDLE, lSubHandel: PANE", "int __cdecl PELLORA_ClearRule(long,long)", true},
+        {"GetRuleCoord", [](long h, long s) { return PELLORA_GetRuleCoord(h, 0, &g_line, s); },
+         "PELLORA_GetRuleCoord: lHandle: HANDLE, lSubHandel: PANE, lRuleID: 0",
+         "int __cdecl PELLORA_GetRuleCoord(long,long,void *,long)"},
+        {"SetRuleCoord", [](long h, long s) { return PELLORA_SetRuleCoord(h, 0, &g_line, s); },
+         "PELLORA_SetRuleCoord: lHandle: HANDLE, lSubHandel: PANE, lRuleID: 0",
+         "int __cdecl PELLORA_SetRuleCoord(long,long,void *,long)"},
+        {"SetRuleCoordCallback", [](long h, long s) { return PELLORA_SetRuleCoordCallback(h, nullptr, s); },
+         "PELLORA_SetRuleCoordCallback: lHandle: HANDLE, lSubHandel: PANE, pfnRuleCoordCB: 0000000000000000",
+         "int __cdecl PELLORA_SetRuleCoordCallback(long,void (__cdecl *)(long,unsigned short,void *,unsigned char,long,"
+         "long,unsigned long),long)",
+         true},
+        // The rule's number reads as a pointer there.
+        {"SetRuleArrowType", [](long h, long s) { return PELLORA_SetRuleArrowType(h, 0, 2, s); },
+         "PELLORA_SetRuleArrowType: lHandle: HANDLE, lSubHandel: PANE, lRuleID: 0000000000000000, wArrowType: 2.",
+         "int __cdecl PELLORA_SetRuleArrowType(long,long,unsigned short,long)"},
+    };
+}
+
+class RuleCommandTest : public PelloraFixture, public testing::WithParamInterface<RuleCommand>
+{
+protected:
+    [[nodiscard]] auto logLine(long lHandle, long lSubHandel) const
+    {
+        const std::string text = replaced(GetParam().log, "HANDLE", std::to_string(lHandle));
+        return IsExportLine(replaced(text, "PANE", std::to_string(lSubHandel)), std::string(GetParam().signature));
+    }
+};
+
+TEST_P(RuleCommandTest, LogsAndActsOnThePaneItNames)
+{
+    const long lHandle = createWindow();
+    PELLORA_SplitScreen(lHandle, 4);
+    PELLORA_SetCurWnd(lHandle, 2);
+    playFile(lHandle);
+    PELLORA_CreateRule(lHandle, 6, 0, 0, 0, nullptr, 0, -1);
+    for (const long lSubHandel : {-1L, 2L}) {
+        m_log.clear();
+
+        EXPECT_EQ(GetParam().run(lHandle, lSubHandel), 1) << lSubHandel;
+
+        EXPECT_THAT(m_log.lines(), ElementsAre(logLine(lHandle, lSubHandel)));
+        PELLORA_ClearRule(lHandle, 2);
+        PELLORA_CreateRule(lHandle, 6, 0, 0, 0, nullptr, 0, 2);
+    }
+}
+
+TEST_P(RuleCommandTest, OnlyLogsWithoutSuchAPane)
+{
+    const long lHandle = createWindow();
+    playFile(lHandle);
+    PELLORA_CreateRule(lHandle, 6, 0, 0, 0, nullptr, 0, -1);
+    for (const long lSubHandel : {-2L, 9L, 10L, 254L, 256L, static_cast<long>(INT_MAX), static_cast<long>(INT_MIN)}) {
+        m_log.clear();
+
+        EXPECT_EQ(GetParam().run(lHandle, lSubHandel), 0) << lSubHandel;
+
+        EXPECT_THAT(m_log.lines(), ElementsAre(logLine(lHandle, lSubHandel)));
+    }
+    EXPECT_THAT(newCalls(), IsEmpty());
+}
+
+TEST_P(RuleCommandTest, OnlyLogsWithoutSuchAWindow)
+{
+    createWindow();
+    for (const long lHandle : {-1L, 1L, 9L, static_cast<long>(INT_MAX)}) {
+        m_log.clear();
+
+        EXPECT_EQ(GetParam().run(lHandle, -1), 0) << lHandle;
+
+        EXPECT_THAT(m_log.lines(), ElementsAre(logLine(lHandle, -1)));
+    }
+}
+
+TEST_P(RuleCommandTest, TakesAllPanesOnlyWhereItSaysSo)
+{
+    const long lHandle = createWindow();
+    playFile(lHandle);
+    PELLORA_CreateRule(lHandle, 6, 0, 0, 0, nullptr, 0, -1);
+    m_log.clear();
+
+    EXPECT_EQ(GetParam().run(lHandle, 255), GetParam().bTakesAllPanes ? 1 : 0);
+
+    EXPECT_THAT(m_log.lines(), ElementsAre(logLine(lHandle, 255)));
+    EXPECT_EQ(GetParam().run(lHandle + 1, 255), 0);
+}
+
+TEST_P(RuleCommandTest, TouchesNothingOnAnotherThread)
+{
+    const long lHandle = createWindow();
+    playFile(lHandle);
+    PELLORA_CreateRule(lHandle, 6, 0, 0, 0, nullptr, 0, -1);
+    m_log.clear();
+    long nResult = -7;
+
+    std::thread([&] { nResult = GetParam().run(lHandle, -1); }).join();
+
+    EXPECT_EQ(nResult, 0);
+    EXPECT_THAT(newCalls(), IsEmpty());
+    EXPECT_THAT(m_log.texts(), testing::Contains(testing::StartsWith("ERROR ")));
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, RuleCommandTest, testing::ValuesIn(ruleCommands()),
+                         [](const auto &command) { return std::string(command.param.name); });
+
+/** A window of one pane that shows 1000 by 500 pixels and plays a file: 1 thousandth is 1 pixel across, 1/2 down. */
+class RuleExportsTest : public PelloraFixture
+{
+protected:
+    void SetUp() override
+    {
+        PelloraFixture::SetUp();
+        rulereports::reset();
+        // The selection frame takes a pixel on each side.
+        m_pHost = std::make_unique<support::HostWindow>(1002, 502);
+        m_lHandle = createWindow();
+        m_lPort = playFile(m_lHandle);
+    }
+
+    void TearDown() override
+    {
+        rulereports::reset();
+        PelloraFixture::TearDown();
+    }
+
+    long create(unsigned short wRuleType, void *pExtend = nullptr, unsigned char byLimitMask = 0)
+    {
+        return PELLORA_CreateRule(m_lHandle, wRuleType, 255, 0, 0, pExtend, byLimitMask, -1);
+    }
+
+    template <typename Record>
+    bool set(long lRuleID, Record record)
+    {
+        return PELLORA_SetRuleCoord(m_lHandle, lRuleID, &record, -1) == 1;
+    }
+
+    /** The coordinates in a record that was zeroed before; "none" when they cannot be read. */
+    std::string coordinates(long lRuleID, unsigned short wRuleType)
+    {
+        tagPELLORA_RULE_TEXT record;
+        std::memset(&record, 0, sizeof(record));
+        return PELLORA_GetRuleCoord(m_lHandle, lRuleID, &record, -1) == 1 ? rulereports::spellRecord(wRuleType, &record)
+                                                                          : "none";
+    }
+
+    long m_lHandle = -1;
+    long m_lPort = -1;
+};
+
+// ---- creation ----
+
+struct CreateLogRow {
+    unsigned short wRuleType;
+    const char *logged; /**< what follows the type in the line; null: there is no line */
+};
+
+class CreateRuleLogTest : public RuleExportsTest, public testing::WithParamInterface<CreateLogRow>
 {
 };
 
-TEST_F(RuleMouseTest, Probe)
+TEST_P(CreateRuleLogTest, SpellsTheCaptionOfTypesThatTakeOne)
 {
-    const long h = createWindow();
-    for (auto &t : m_log.texts()) std::printf("%s\n", t.c_str());
-    playFile(h);
-    for (int n : {1, 1002, 1004, 1000}) {
-        if (n > 1)
-            PELLORA_SetGeometry(h, 0, 0, n, n / 2);
-        QWidget *pane = panesOf(videoWindows().front()).front();
-        QWidget *label = childNamed(pane, "m_pLiveViewWnd");
-        PELLORA_OpenDraw(h, -1);
-        PELLORA_SetRuleCoordCallback(h, &rulereports::callback, -1);
-        long id = PELLORA_CreateRule(h, 1, 0, 0, 0, nullptr, 0, -1);
-        PostMessageW(nativeWindow(label), WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(label->width(), label->height()));
-        support::pumpPosted();
-        PostMessageW(nativeWindow(label), WM_LBUTTONUP, 0, MAKELPARAM(label->width(), label->height()));
-        support::pumpPosted();
-        std::printf("%d: label %d x %d at %d %d pane at %d %d\n", n, label->width(), label->height(), label->x(), label->y(), pane->x(), pane->y());
-        for (auto &t : rulereports::take())
-            std::printf("   %s\n", t.c_str());
-        PELLORA_DestroyRule(h, id, -1);
+    char extension[] = "\x04\x01\x01"
+                       "gate";
+    m_log.clear();
+
+    EXPECT_EQ(create(GetParam().wRuleType, extension), 0);
+
+    if (GetParam().logged == nullptr) {
+        EXPECT_THAT(m_log.lines(), IsEmpty());
+        return;
     }
+    EXPECT_THAT(m_log.lines(),
+                ElementsAre(IsExportLine("PELLORA_CreateRule: lHandle: 0, lSubHandel: -1, wRuleType: " +
+                                             std::to_string(GetParam().wRuleType) + ", pExtend: " + GetParam().logged,
+                                         std::string("long __cdecl PELLORA_CreateRule(long,unsigned short,unsigned "
+                                                     "long,unsigned long,unsigned long,void *,unsigned char,long)"))));
+}
+
+// Polygons have three bytes before their caption; the plain one's is logged although it has none.
+INSTANTIATE_TEST_SUITE_P(Every, CreateRuleLogTest,
+                         testing::Values(CreateLogRow{1, nullptr}, CreateLogRow{2, nullptr}, CreateLogRow{3, nullptr},
+                                         CreateLogRow{4, "gate"}, CreateLogRow{5, nullptr}, CreateLogRow{6, nullptr},
+                                         CreateLogRow{7, "\x04\x01\x01gate"}, CreateLogRow{8, "gate"},
+                                         CreateLogRow{9, "\x04\x01\x01gate"}, CreateLogRow{10, "\x04\x01\x01gate"}),
+                         [](const auto &row) { return "Type" + std::to_string(row.param.wRuleType); });
+
+TEST_F(RuleExportsTest, LogsEveryTypeAlikeWithoutAnExtension)
+{
+    for (unsigned short wRuleType = 1; wRuleType <= 10; ++wRuleType) {
+        m_log.clear();
+        EXPECT_EQ(create(wRuleType), wRuleType - 1);
+        EXPECT_THAT(m_log.texts(), ElementsAre("INFO PELLORA_CreateRule: lHandle: 0, lSubHandel: -1, wRuleType: " +
+                                               std::to_string(wRuleType)));
+    }
+}
+
+TEST_F(RuleExportsTest, LogsACaptionUpToOneKibibyte)
+{
+    std::string caption(3000, 'x');
+    m_log.clear();
+    EXPECT_EQ(create(7, caption.data()), 0);
+    EXPECT_THAT(m_log.texts(), ElementsAre("INFO PELLORA_CreateRule: lHandle: 0, lSubHandel: -1, wRuleType: 7, "
+                                           "pExtend: " +
+                                           std::string(1024, 'x')));
+}
+
+TEST_F(RuleExportsTest, LogsACaptionAsFarAsItIsReadable)
+{
+    const GuardedBytes unended = GuardedBytes::holding("gate");
+    for (const unsigned short wRuleType : {7, 9, 10}) {
+        m_log.clear();
+        EXPECT_EQ(create(wRuleType, unended.get()), 0);
+        EXPECT_THAT(m_log.texts(), ElementsAre("INFO PELLORA_CreateRule: lHandle: 0, lSubHandel: -1, wRuleType: " +
+                                               std::to_string(wRuleType) + ", pExtend: gate"));
+        PELLORA_ClearRule(m_lHandle, -1);
+    }
+}
+
+TEST_F(RuleExportsTest, LogsNothingBehindTheThreeBytesOfAPolygon)
+{
+    const GuardedBytes bytes = GuardedBytes::holding(std::string("\x06\x00\x01", 3));
+    for (const unsigned short wRuleType : {4, 8}) {
+        m_log.clear();
+        EXPECT_EQ(create(wRuleType, bytes.get()), 0);
+        EXPECT_THAT(m_log.texts(), ElementsAre("INFO PELLORA_CreateRule: lHandle: 0, lSubHandel: -1, wRuleType: " +
+                                               std::to_string(wRuleType) + ", pExtend: "));
+        PELLORA_ClearRule(m_lHandle, -1);
+    }
+}
+
+TEST_F(RuleExportsTest, ReadsNoExtensionOfTypesThatTakeNone)
+{
+    const GuardedBytes nothing(0);
+    for (const unsigned short wRuleType : {1, 2, 3, 5, 6}) {
+        EXPECT_NE(create(wRuleType, nothing.get()), -1) << wRuleType;
+    }
+}
+
+TEST_F(RuleExportsTest, KeepsNothingOfAnExtension)
+{
+    const std::string extension("\x06\x00\x01gate\0", 8);
+    std::vector<long> rules;
+    for (const unsigned short wRuleType : {4, 7, 8, 9, 10}) {
+        // Its pages are gone before the rule is painted with its caption.
+        const GuardedBytes bytes = GuardedBytes::holding(extension);
+        rules.push_back(create(wRuleType, bytes.get()));
+    }
+    tagPELLORA_RULE_POLYGON shape = {{{100, 200}, {300, 400}, {100, 400}}, 3};
+    for (const long lRuleID : rules) {
+        EXPECT_TRUE(set(lRuleID, shape));
+    }
+    ASSERT_EQ(PELLORA_OpenDraw(m_lHandle, -1), 1);
+    const HDC hDc = CreateCompatibleDC(nullptr);
+    EXPECT_TRUE(doubles::fireDraw(m_lPort, hDc));
+    DeleteDC(hDc);
+}
+
+TEST_F(RuleExportsTest, RefusesUnknownTypes)
+{
+    for (const unsigned short wRuleType : {0, 11, 256 + 1, 65535}) {
+        m_log.clear();
+        EXPECT_EQ(create(wRuleType), -1) << wRuleType;
+        EXPECT_THAT(m_log.texts(), ElementsAre("INFO PELLORA_CreateRule: lHandle: 0, lSubHandel: -1, wRuleType: " +
+                                               std::to_string(wRuleType)));
+    }
+}
+
+TEST_F(RuleExportsTest, GivesOutTheLowestFreeNumber)
+{
+    for (long lRuleID = 0; lRuleID < 6; ++lRuleID) {
+        EXPECT_EQ(create(1), lRuleID);
+    }
+    EXPECT_EQ(PELLORA_DestroyRule(m_lHandle, 3, -1), 1);
+    EXPECT_EQ(create(2), 3);
+    EXPECT_EQ(create(2), 6);
+}
+
+TEST_F(RuleExportsTest, RefusesTheSixtyFifthRule)
+{
+    for (long lRuleID = 0; lRuleID < 64; ++lRuleID) {
+        EXPECT_EQ(create(1), lRuleID);
+    }
+    m_log.clear();
+
+    EXPECT_EQ(create(1), -1);
+
+    EXPECT_THAT(m_log.texts(), ElementsAre("INFO PELLORA_CreateRule: lHandle: 0, lSubHandel: -1, wRuleType: 1",
+                                           "ERROR the container of Rule is full, the max count is: 64"));
+    PELLORA_DestroyRule(m_lHandle, 63, -1);
+    EXPECT_EQ(create(1), 63);
+}
+
+TEST_F(RuleExportsTest, KeepsTheRulesOfEachPaneApart)
+{
+    PELLORA_SplitScreen(m_lHandle, 4);
+    EXPECT_EQ(PELLORA_CreateRule(m_lHandle, 2, 0, 0, 0, nullptr, 0, 3), 0);
+    EXPECT_EQ(PELLORA_CreateRule(m_lHandle, 1, 0, 0, 0, nullptr, 0, 1), 0);
+    tagPELLORA_RULE_LINE line = {};
+    EXPECT_EQ(PELLORA_GetRuleCoord(m_lHandle, 0, &line, 0), 0);
+    EXPECT_EQ(PELLORA_GetRuleCoord(m_lHandle, 0, &line, 3), 1);
+    EXPECT_EQ(PELLORA_ClearRule(m_lHandle, 255), 1);
+    EXPECT_EQ(PELLORA_GetRuleCoord(m_lHandle, 0, &line, 1), 0);
+    EXPECT_EQ(PELLORA_GetRuleCoord(m_lHandle, 0, &line, 3), 0);
+}
+
+TEST_F(RuleExportsTest, ClearsAllPanesAlsoWhenNoneHasRules)
+{
+    EXPECT_EQ(PELLORA_ClearRule(m_lHandle, 255), 1);
+}
+
+/** Colours come from the low byte of each part: the ink of a cross drawn into a bitmap tells. */
+TEST_F(RuleExportsTest, TakesTheLowByteOfEachColour)
+{
+    const long lRuleID = PELLORA_CreateRule(m_lHandle, 3, 0x1FF, 0xABCDEF00 | 0x40, 0xFFFFFF20, nullptr, 0, -1);
+    ASSERT_TRUE(set(lRuleID, tagPELLORA_RULE_RECT{{10, 20}, {40, 80}}));
+    ASSERT_EQ(PELLORA_OpenDraw(m_lHandle, -1), 1);
+    const HDC hScreen = GetDC(nullptr);
+    const HDC hDc = CreateCompatibleDC(hScreen);
+    const HBITMAP hBitmap = CreateCompatibleBitmap(hScreen, 100, 100);
+    const HGDIOBJ hBefore = SelectObject(hDc, hBitmap);
+
+    EXPECT_TRUE(doubles::fireDraw(m_lPort, hDc));
+
+    // The left side: column 10, rows 10 to 40.
+    EXPECT_EQ(GetPixel(hDc, 10, 25), static_cast<COLORREF>(RGB(0xFF, 0x40, 0x20)));
+    SelectObject(hDc, hBefore);
+    DeleteObject(hBitmap);
+    DeleteDC(hDc);
+    ReleaseDC(nullptr, hScreen);
+}
+
+// ---- origin ----
+
+TEST_F(RuleExportsTest, RefusesOtherOriginsBeforeItLooksForTheWindow)
+{
+    for (const unsigned short wOriginPos : {0, 3, 65535}) {
+        for (const long lHandle : {m_lHandle, 5L}) {
+            m_log.clear();
+            EXPECT_EQ(PELLORA_SetOriginPos(lHandle, wOriginPos, -1), 0);
+            EXPECT_THAT(m_log.texts(),
+                        ElementsAre("INFO PELLORA_SetOriginPos: lHandle: " + std::to_string(lHandle) +
+                                    ", wOriginPos: " + std::to_string(wOriginPos) + ", lSubHandel: -1."));
+        }
+    }
+    // The check comes before that of the thread, which alone would be logged.
+    m_log.clear();
+    std::thread([this] { EXPECT_EQ(PELLORA_SetOriginPos(m_lHandle, 3, -1), 0); }).join();
+    EXPECT_EQ(m_log.texts().size(), 1U);
+}
+
+TEST_F(RuleExportsTest, CountsRowsFromTheBottomWithTheOtherOrigin)
+{
+    const long lRuleID = create(2);
+    ASSERT_TRUE(set(lRuleID, tagPELLORA_RULE_LINE{{0, 0}, {200, 1000}}));
+    EXPECT_EQ(PELLORA_SetOriginPos(m_lHandle, 2, -1), 1);
+    EXPECT_EQ(coordinates(lRuleID, 2), "0,1000 200,0");
+    EXPECT_EQ(PELLORA_SetOriginPos(m_lHandle, 1, -1), 1);
+    EXPECT_EQ(coordinates(lRuleID, 2), "0,0 200,1000");
+}
+
+TEST_F(RuleExportsTest, KeepsTheOriginAfterARefusedOne)
+{
+    const long lRuleID = create(1);
+    ASSERT_TRUE(set(lRuleID, tagPELLORA_RULE_POINT{{100, 200}}));
+    PELLORA_SetOriginPos(m_lHandle, 2, -1);
+    PELLORA_SetOriginPos(m_lHandle, 3, -1);
+    EXPECT_EQ(coordinates(lRuleID, 1), "100,800");
+}
+
+// ---- display region ----
+
+TEST_F(RuleExportsTest, MovesRulesWithADisplayRegion)
+{
+    const long lRuleID = create(2);
+    ASSERT_TRUE(set(lRuleID, tagPELLORA_RULE_LINE{{250, 500}, {750, 1000}}));
+    tagPELLORA_RECT region = {250, 500, 750, 1000};
+    EXPECT_EQ(PELLORA_SetDisplayRegion(m_lHandle, &region, -1), 1);
+    // Pixels: the region is 250..750 by 250..500. Moved by -250, -250 and doubled, the line goes from 0,0 to 1000,500.
+    // The picture does the same, so its coordinates stay.
+    EXPECT_EQ(coordinates(lRuleID, 2), "250,500 750,1000");
+    EXPECT_EQ(PELLORA_SetDisplayRegion(m_lHandle, nullptr, -1), 1);
+    EXPECT_EQ(coordinates(lRuleID, 2), "250,500 750,1000");
+    // Of 704 by 576 the region is 176..528 by 288..576.
+    EXPECT_THAT(newCalls(), ElementsAre("Kavun_GetPictureSize(0, out, out)",
+                                        "Kavun_SetDisplayRegion(0, 0, {176, 288, 528, 576}, null, 0)",
+                                        "Kavun_SetDisplayRegion(0, 0, null, null, 0)"));
+}
+
+TEST_F(RuleExportsTest, ScalesRowsByTheWidthWithTheOtherOrigin)
+{
+    PELLORA_SetOriginPos(m_lHandle, 2, -1);
+    const long lRuleID = create(1);
+    ASSERT_TRUE(set(lRuleID, tagPELLORA_RULE_POINT{{500, 500}}));
+    // From the bottom: the top at 750 thousandths, 375 pixels, the bottom at 250, 125 pixels.
+    tagPELLORA_RECT region = {250, 750, 750, 250};
+    EXPECT_EQ(PELLORA_SetDisplayRegion(m_lHandle, &region, -1), 1);
+    // Across: -250, then 1000 / 500 = 2. Down: 375 - 500 = -125, then 1000 / (375 - 125) = 4, by the picture's width
+    // instead of its height, which hosts have always got. The picture of 0,0 to 1000,500 becomes -500,-500 to
+    // 1500,1500, and a press at the pane's pixel 500,500 is its middle.
+    PELLORA_SetRuleCoordCallback(m_lHandle, &rulereports::callback, -1);
+    EXPECT_EQ(coordinates(lRuleID, 1), "500,500");
+    // The player counts rows from the bottom too: the rectangle goes there as it was computed.
+    EXPECT_THAT(newCalls(), ElementsAre("Kavun_GetPictureSize(0, out, out)",
+                                        "Kavun_SetDisplayRegion(0, 0, {176, 432, 528, 144}, null, 0)"));
+    // A bitmap shows where the rule went: 500,250 moved to 250,125 and scaled to 500,500; it would be 250 by the
+    // height.
+    ASSERT_EQ(PELLORA_OpenDraw(m_lHandle, -1), 1);
+    const HDC hScreen = GetDC(nullptr);
+    const HDC hDc = CreateCompatibleDC(hScreen);
+    const HBITMAP hBitmap = CreateCompatibleBitmap(hScreen, 600, 600);
+    const HGDIOBJ hBefore = SelectObject(hDc, hBitmap);
+    EXPECT_TRUE(doubles::fireDraw(m_lPort, hDc));
+    EXPECT_EQ(GetPixel(hDc, 500, 500), static_cast<COLORREF>(RGB(255, 0, 0)));
+    EXPECT_EQ(GetPixel(hDc, 500, 250), static_cast<COLORREF>(RGB(0, 0, 0)));
+    SelectObject(hDc, hBefore);
+    DeleteObject(hBitmap);
+    DeleteDC(hDc);
+    ReleaseDC(nullptr, hScreen);
+}
+
+// ---- coordinates ----
+
+TEST_F(RuleExportsTest, ReadsAndWritesNothingOfRulesThatAreNot)
+{
+    create(1);
+    tagPELLORA_RULE_TEXT record;
+    std::memset(&record, 0xCC, sizeof(record));
+    const tagPELLORA_RULE_TEXT untouched = record;
+    for (const long lRuleID : {-1L, 1L, 63L, 64L, static_cast<long>(INT_MAX), static_cast<long>(INT_MIN)}) {
+        EXPECT_EQ(PELLORA_GetRuleCoord(m_lHandle, lRuleID, &record, -1), 0) << lRuleID;
+        EXPECT_EQ(PELLORA_SetRuleCoord(m_lHandle, lRuleID, &record, -1), 0) << lRuleID;
+        EXPECT_EQ(PELLORA_SetRuleArrowType(m_lHandle, lRuleID, 1, -1), 0) << lRuleID;
+    }
+    EXPECT_EQ(std::memcmp(&record, &untouched, sizeof(record)), 0);
+}
+
+TEST_F(RuleExportsTest, DestroysWhatIsInTheTableAndNamesWhatIsNot)
+{
+    create(1);
+    EXPECT_EQ(PELLORA_DestroyRule(m_lHandle, 0, -1), 1);
+    EXPECT_EQ(PELLORA_DestroyRule(m_lHandle, 0, -1), 1);
+    EXPECT_EQ(PELLORA_DestroyRule(m_lHandle, 63, -1), 1);
+    for (const long lRuleID : {-1L, 64L, static_cast<long>(INT_MAX)}) {
+        m_log.clear();
+        EXPECT_EQ(PELLORA_DestroyRule(m_lHandle, lRuleID, -1), 0);
+        EXPECT_THAT(m_log.texts(), ElementsAre("INFO PELLORA_DestroyRule: lHandle: 0, lSubHandel: -1, lRuleID: " +
+                                                   std::to_string(lRuleID),
+                                               "ERROR handle wrong: " + std::to_string(lRuleID)));
+    }
+}
+
+TEST_F(RuleExportsTest, RefusesANullRecord)
+{
+    for (unsigned short wRuleType = 1; wRuleType <= 10; ++wRuleType) {
+        const long lRuleID = create(wRuleType);
+        EXPECT_EQ(PELLORA_GetRuleCoord(m_lHandle, lRuleID, nullptr, -1), 0) << wRuleType;
+        EXPECT_EQ(PELLORA_SetRuleCoord(m_lHandle, lRuleID, nullptr, -1), 0) << wRuleType;
+    }
+}
+
+struct RecordRow {
+    unsigned short wRuleType;
+    std::size_t nSize;
+};
+
+class GuardedRecordTest : public RuleExportsTest, public testing::WithParamInterface<RecordRow>
+{
+};
+
+TEST_P(GuardedRecordTest, IsReadAndWrittenWithoutTheByteBehindIt)
+{
+    const long lRuleID = create(GetParam().wRuleType);
+    const GuardedBytes record(GetParam().nSize);
+    for (const int nFill : {0, 1, 0x7F, 0xFF}) {
+        std::memset(record.get(), nFill, GetParam().nSize);
+        EXPECT_EQ(PELLORA_SetRuleCoord(m_lHandle, lRuleID, record.get(), -1), 1) << nFill;
+        EXPECT_EQ(PELLORA_GetRuleCoord(m_lHandle, lRuleID, record.get(), -1), 1) << nFill;
+    }
+    // Nor before it.
+    std::memset(record.get(), 0, GetParam().nSize);
+    *(static_cast<unsigned char *>(record.get()) - 1) = 0xA5;
+    EXPECT_EQ(PELLORA_GetRuleCoord(m_lHandle, lRuleID, record.get(), -1), 1);
+    EXPECT_EQ(*(static_cast<unsigned char *>(record.get()) - 1), 0xA5);
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, GuardedRecordTest,
+                         testing::Values(RecordRow{1, 8}, RecordRow{2, 16}, RecordRow{3, 16}, RecordRow{4, 84},
+                                         RecordRow{5, 1040}, RecordRow{6, 16}, RecordRow{7, 16}, RecordRow{8, 84},
+                                         RecordRow{9, 16}, RecordRow{10, 8}),
+                         [](const auto &row) { return "Type" + std::to_string(row.param.wRuleType); });
+
+TEST_F(RuleExportsTest, TakesRecordsAtOddAddresses)
+{
+    const long lRuleID = create(4);
+    alignas(8) char bytes[sizeof(tagPELLORA_RULE_POLYGON) + 1] = {};
+    const tagPELLORA_RULE_POLYGON polygon = {{{10, 20}, {30, 40}}, 2};
+    std::memcpy(bytes + 1, &polygon, sizeof(polygon));
+    EXPECT_EQ(PELLORA_SetRuleCoord(m_lHandle, lRuleID, bytes + 1, -1), 1);
+    EXPECT_EQ(PELLORA_GetRuleCoord(m_lHandle, lRuleID, bytes + 1, -1), 1);
+    EXPECT_EQ(rulereports::spellRecord(4, bytes + 1), "2 10,20 30,40");
+}
+
+struct PointCountRow {
+    unsigned short wPointNum;
+    const char *read;
+};
+
+class PolygonRecordTest : public RuleExportsTest, public testing::WithParamInterface<PointCountRow>
+{
+};
+
+TEST_P(PolygonRecordTest, HoldsTenPointsAtMost)
+{
+    const long lRuleID = create(4);
+    const GuardedBytes bytes(sizeof(tagPELLORA_RULE_POLYGON));
+    auto *pPolygon = static_cast<tagPELLORA_RULE_POLYGON *>(bytes.get());
+    for (long i = 0; i < 10; ++i) {
+        pPolygon->struPoints[i] = {i * 10, i * 20};
+    }
+    pPolygon->wPointNum = GetParam().wPointNum;
+    EXPECT_EQ(PELLORA_SetRuleCoord(m_lHandle, lRuleID, pPolygon, -1), 1);
+    EXPECT_EQ(coordinates(lRuleID, 4), GetParam().read);
+}
+
+constexpr const char *kTenPoints = "10 0,0 10,20 20,40 30,60 40,80 50,100 60,120 70,140 80,160 90,180";
+INSTANTIATE_TEST_SUITE_P(Every, PolygonRecordTest,
+                         testing::Values(PointCountRow{0, "0"}, PointCountRow{1, "1 0,0"},
+                                         PointCountRow{2, "2 0,0 10,20"}, PointCountRow{10, kTenPoints},
+                                         PointCountRow{11, kTenPoints}, PointCountRow{65535, kTenPoints}),
+                         [](const auto &row) { return "Of" + std::to_string(row.param.wPointNum); });
+
+TEST_F(RuleExportsTest, ReadsAndLogsATextAndItsAnchorWhereTheDockIsExpected)
+{
+    const long lRuleID = create(5);
+    tagPELLORA_RULE_TEXT text;
+    std::memset(&text, 0, sizeof(text));
+    std::strcpy(text.szText, "gate \xE9\x97\xA8");
+    text.wAnchor = 1;
+    text.struPoint = {100, 200};
+    text.byDock = 2;
+    m_log.clear();
+
+    EXPECT_TRUE(set(lRuleID, text));
+
+    EXPECT_THAT(m_log.texts(), ElementsAre("INFO PELLORA_SetRuleCoord: lHandle: 0, lSubHandel: -1, lRuleID: 0",
+                                           "INFO setRuleCoode szText: gate \xE9\x97\xA8"));
+    EXPECT_EQ(coordinates(lRuleID, 5), "\"gate \xE9\x97\xA8\" 1 100,200 1");
+}
+
+TEST_F(RuleExportsTest, CutsATextWithoutAnEnd)
+{
+    const long lRuleID = create(5);
+    const GuardedBytes record(sizeof(tagPELLORA_RULE_TEXT));
+    std::memset(record.get(), 'x', sizeof(tagPELLORA_RULE_TEXT));
+    EXPECT_EQ(PELLORA_SetRuleCoord(m_lHandle, lRuleID, record.get(), -1), 1);
+    EXPECT_EQ(PELLORA_GetRuleCoord(m_lHandle, lRuleID, record.get(), -1), 1);
+    const auto *pText = static_cast<const tagPELLORA_RULE_TEXT *>(record.get());
+    EXPECT_EQ(strnlen(pText->szText, 1024), 1023U);
+}
+
+TEST_F(RuleExportsTest, PutsArrowsOnLinesWithArrowsOnly)
+{
+    for (unsigned short wRuleType = 1; wRuleType <= 10; ++wRuleType) {
+        const long lRuleID = create(wRuleType);
+        for (const unsigned short wArrowType : {0, 1, 2, 3, 65535}) {
+            m_log.clear();
+            EXPECT_EQ(PELLORA_SetRuleArrowType(m_lHandle, lRuleID, wArrowType, -1), wRuleType == 6 ? 1 : 0);
+            EXPECT_THAT(m_log.texts(),
+                        ElementsAre("INFO PELLORA_SetRuleArrowType: lHandle: 0, lSubHandel: -1, lRuleID: " +
+                                    pointerDigits(lRuleID) + ", wArrowType: " + std::to_string(wArrowType) + "."));
+        }
+    }
+}
+
+TEST_F(RuleExportsTest, LogsANegativeRuleNumberAsAPointerToo)
+{
+    m_log.clear();
+    PELLORA_SetRuleArrowType(m_lHandle, -1, 0, -1);
+    EXPECT_EQ(m_log.first().message, "PELLORA_SetRuleArrowType: lHandle: 0, lSubHandel: -1, lRuleID: "
+                                     "FFFFFFFFFFFFFFFF, wArrowType: 0.");
+}
+
+TEST_F(RuleExportsTest, KeepsRulesWithinTheEdgesOfTheirMask)
+{
+    const long lRuleID = create(2, nullptr, 1 | 8);
+    ASSERT_TRUE(set(lRuleID, tagPELLORA_RULE_LINE{{-100, -100}, {1200, 1200}}));
+    // Left and bottom are kept, top and right are not.
+    EXPECT_EQ(coordinates(lRuleID, 2), "0,-100 1200,1000");
+}
+
+// ---- the overlay ----
+
+TEST_F(RuleExportsTest, OpensTheOverlayOnlyWhereSomethingPlays)
+{
+    EXPECT_EQ(PELLORA_OpenDraw(m_lHandle, -1), 1);
+    EXPECT_EQ(PELLORA_CloseDraw(m_lHandle, -1), 1);
+    EXPECT_EQ(PELLORA_OpenDraw(m_lHandle, 5), 0);
+    EXPECT_EQ(PELLORA_CloseDraw(m_lHandle, 5), 0);
+}
+
+TEST_F(RuleExportsTest, AnswersAsThePlayerTakesTheOverlay)
+{
+    doubles::script("Kavun_RegisterDrawFun", {2, 2});
+    EXPECT_EQ(PELLORA_OpenDraw(m_lHandle, -1), 0);
+    EXPECT_EQ(PELLORA_CloseDraw(m_lHandle, -1), 0);
+}
+
+TEST_F(RuleExportsTest, LosesItsRulesWithTheFile)
+{
+    create(1);
+    PELLORA_StopPreviewFile(m_lHandle);
+    EXPECT_EQ(coordinates(0, 1), "none");
 }
 
 } // namespace

@@ -60,34 +60,76 @@ std::unique_ptr<FileBytes> FileBytes::openIn(UINT codePage, const char *path)
     }
     const HANDLE hFile =
         CreateFileW(extended(name).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                    nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+                    nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OVERLAPPED, nullptr);
     if (hFile == INVALID_HANDLE_VALUE) {
         return nullptr;
     }
-    std::unique_ptr<FileBytes> pFile(new FileBytes(hFile));
+    auto pFile = std::make_unique<FileBytes>(hFile);
     // Pipes and consoles have names too, but reading from them may never end.
     return GetFileType(hFile) == FILE_TYPE_DISK ? std::move(pFile) : nullptr;
 }
 
+FileBytes::FileBytes(HANDLE hFile)
+    : m_hFile(hFile),
+      m_hDone(CreateEventW(nullptr, TRUE, FALSE, nullptr)),
+      m_hInterrupted(CreateEventW(nullptr, TRUE, FALSE, nullptr))
+{
+}
+
 FileBytes::~FileBytes()
 {
-    CloseHandle(m_hFile);
+    for (const HANDLE hOwned : {m_hFile, m_hDone, m_hInterrupted}) {
+        if (hOwned) {
+            CloseHandle(hOwned);
+        }
+    }
 }
 
 int FileBytes::read(std::uint8_t *pBuffer, int size)
 {
-    DWORD count = 0;
-    if (!ReadFile(m_hFile, pBuffer, static_cast<DWORD>(size), &count, nullptr)) {
+    if (!m_hDone || !m_hInterrupted || WaitForSingleObject(m_hInterrupted, 0) == WAIT_OBJECT_0) {
         return -1;
     }
-    return static_cast<int>(count);
+    OVERLAPPED request{};
+    request.Offset = static_cast<DWORD>(m_nPosition);
+    request.OffsetHigh = static_cast<DWORD>(m_nPosition >> 32);
+    request.hEvent = m_hDone;
+    int count = 0;
+    if (ReadFile(m_hFile, pBuffer, static_cast<DWORD>(size), nullptr, &request) || GetLastError() == ERROR_IO_PENDING) {
+        count = awaitRead(request);
+    } else {
+        count = GetLastError() == ERROR_HANDLE_EOF ? 0 : -1;
+    }
+    m_nPosition += count > 0 ? count : 0;
+    return count;
+}
+
+int FileBytes::awaitRead(OVERLAPPED &request)
+{
+    // A server that is gone can keep a read for minutes.
+    const HANDLE events[] = {m_hDone, m_hInterrupted};
+    if (WaitForMultipleObjects(2, events, FALSE, INFINITE) != WAIT_OBJECT_0) {
+        CancelIoEx(m_hFile, &request);
+    }
+    // The system writes into the buffer until it has let go of the request, cancelled or not.
+    DWORD count = 0;
+    if (GetOverlappedResult(m_hFile, &request, &count, TRUE)) {
+        return static_cast<int>(count);
+    }
+    return GetLastError() == ERROR_HANDLE_EOF ? 0 : -1;
 }
 
 bool FileBytes::seek(std::int64_t position)
 {
-    LARGE_INTEGER to;
-    to.QuadPart = position;
-    return SetFilePointerEx(m_hFile, to, nullptr, FILE_BEGIN) != 0;
+    m_nPosition = position;
+    return position >= 0;
+}
+
+void FileBytes::interrupt()
+{
+    if (m_hInterrupted) {
+        SetEvent(m_hInterrupted);
+    }
 }
 
 std::int64_t FileBytes::size() const

@@ -1,13 +1,16 @@
 #include "player/src/core/PictureReader.h"
 
 #include "player/tests/support/Clips.h"
+#include "player/tests/support/MemoryBytes.h"
 #include "player/tests/support/PictureNumber.h"
 #include "player/tests/support/StdioBytes.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
+#include <string_view>
 
 namespace
 {
@@ -17,6 +20,7 @@ using player::MediaSource;
 using player::Picture;
 using player::PictureReader;
 using player::test::Clip;
+using player::test::MemoryBytes;
 using player::test::numberOf;
 
 /** Matroska and FLV write whole milliseconds; a picture may begin by so much later or earlier than it should. */
@@ -140,6 +144,7 @@ TEST_P(ABadFile, IsRefusedWithItsError)
 INSTANTIATE_TEST_SUITE_P(Files, ABadFile,
                          testing::Values(BadFile{"broken/empty.mp4", {Error::Corrupt}},
                                          BadFile{"broken/no-index.mp4", {Error::Corrupt}},
+                                         BadFile{"broken/cut-h264.mov", {Error::Corrupt}}, // its index was at the end
                                          BadFile{"broken/garbage.bin", {Error::Unsupported, Error::Corrupt}},
                                          BadFile{"broken/garbage.mp4", {Error::Unsupported, Error::Corrupt}},
                                          BadFile{"broken/garbage.ts", {Error::Unsupported, Error::Corrupt}},
@@ -230,6 +235,90 @@ TEST(PictureReader, HurriesToAKeyPictureAndMarksTheGap)
     EXPECT_GE(picture.time, 56000000);
     EXPECT_LE(picture.time, 64000000);
     EXPECT_EQ(numberOf(picture), picture.time / 40000);
+}
+
+/** The numbers of all pictures from here on, and that their times rise. */
+std::vector<int> numbersOf(PictureReader &reader)
+{
+    std::vector<int> numbers;
+    std::int64_t time = -1;
+    for (Picture picture = reader.next(); picture; picture = reader.next()) {
+        EXPECT_GT(picture.time, time);
+        time = picture.time;
+        numbers.push_back(numberOf(picture));
+    }
+    return numbers;
+}
+
+/** First to end - 1, then again from nought. */
+std::vector<int> counted(int first, int end, int again = 0)
+{
+    std::vector<int> numbers;
+    for (int number = first; number < end; ++number) {
+        numbers.push_back(number);
+    }
+    for (int number = 0; number < again; ++number) {
+        numbers.push_back(number);
+    }
+    return numbers;
+}
+
+TEST(PictureReader, FollowsASizeThatChangesInTheMiddle)
+{
+    using player::test::mediaPath;
+    PictureReader reader(std::make_unique<MemoryBytes>(
+        player::test::codedPicturesOf({mediaPath("mjpeg.avi"), mediaPath("odd-321x243.avi")})));
+    EXPECT_EQ(reader.facts().shape.width, 320);
+    for (int i = 0; i < 100; ++i) {
+        const Picture picture = reader.next();
+        ASSERT_EQ(numberOf(picture), i);
+        ASSERT_EQ(picture.shape.width, 320);
+    }
+    for (int i = 0; i < 25; ++i) {
+        const Picture picture = reader.next();
+        ASSERT_EQ(numberOf(picture), i);
+        ASSERT_EQ(picture.shape.width, 321);
+        ASSERT_EQ(picture.shape.height, 243);
+    }
+    EXPECT_FALSE(reader.next());
+}
+
+TEST(PictureReader, GoesOnThroughJoinedFilesWhoseTimesStartOver)
+{
+    std::vector<std::uint8_t> bytes = player::test::bytesOf(player::test::mediaPath("h264.ts"));
+    const std::vector<std::uint8_t> once = bytes;
+    bytes.insert(bytes.end(), once.begin(), once.end());
+    PictureReader reader(std::make_unique<MemoryBytes>(bytes));
+    EXPECT_EQ(numbersOf(reader), counted(0, 100, 100));
+}
+
+/** A clip whose edit list, which is FFmpeg's own otherwise, begins later and ends earlier. */
+std::vector<std::uint8_t> clipWithEditList(std::uint32_t firstTick, std::uint32_t milliseconds)
+{
+    std::vector<std::uint8_t> bytes = player::test::bytesOf(player::test::mediaPath("h264.mp4"));
+    constexpr std::string_view kEditList = "elst";
+    const auto found = std::search(bytes.begin(), bytes.end(), kEditList.begin(), kEditList.end());
+    const auto put = [&](std::ptrdiff_t offset, std::uint32_t value) {
+        for (int shift = 24; shift >= 0; shift -= 8) {
+            found[offset++] = static_cast<std::uint8_t>(value >> shift);
+        }
+    };
+    // Behind the name: version and flags, number of entries; then length and first tick of the only one.
+    put(12, milliseconds);
+    put(16, firstTick);
+    return bytes;
+}
+
+TEST(PictureReader, LeavesOutWhatTheEditListLeavesOut)
+{
+    // 512 ticks a picture; the first one is at 1024. Picture 30 is no key picture.
+    const auto bytes = clipWithEditList(1024 + 30 * 512, 2000);
+    PictureReader reader(std::make_unique<MemoryBytes>(bytes));
+    EXPECT_EQ(reader.facts().length, 2000000);
+    EXPECT_EQ(numbersOf(reader), counted(30, 80));
+    EXPECT_EQ(numberOf(reader.seek(0, never)), 30);
+    EXPECT_EQ(numberOf(reader.seek(1000000, never)), 55);
+    EXPECT_EQ(numberOf(reader.seek(3600000000, never)), 79);
 }
 
 } // namespace

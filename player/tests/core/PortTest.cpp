@@ -16,7 +16,6 @@ namespace
 using namespace std::chrono_literals;
 using player::DisplayRegion;
 using player::Error;
-using player::Picture;
 using player::Port;
 using player::test::clip;
 using player::test::FakePlatform;

@@ -2,6 +2,7 @@
 #include "Kavun.h"
 
 #include "player/tests/support/Clips.h"
+#include "player/tests/support/MemoryBytes.h"
 #include "player/tests/win/TestWindow.h"
 
 #include <gtest/gtest.h>
@@ -9,15 +10,17 @@
 
 #include <tlhelp32.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
+#include <fstream>
+#include <functional>
 #include <string>
 #include <vector>
 
 namespace
 {
 
-using player::test::clip;
 using player::test::mediaPath;
 using player::test::pumpUntil;
 using player::test::TestWindow;
@@ -117,6 +120,93 @@ TEST_F(PlayerTest, ComesBackAfterTheWindowWasPaintedOver)
     PatBlt(hDc, 0, 0, 320, 240, BLACKNESS);
     ReleaseDC(window.handle(), hDc);
     EXPECT_TRUE(window.waitForNumber(25));
+}
+
+TEST_F(PlayerTest, GoesBackFromTheEndWhilePaused)
+{
+    const TestWindow window;
+    std::atomic<int> ends{0};
+    Kavun_SetFileEndCallback(
+        m_nPort, [](long, void *user) { ++*static_cast<std::atomic<int> *>(user); }, &ends);
+    play("h264.mp4", window.handle());
+    ASSERT_TRUE(Kavun_SetPlayedTimeEx(m_nPort, 3900));
+    ASSERT_TRUE(pumpUntil([&] { return ends == 1; }));
+    EXPECT_TRUE(window.waitForNumber(99));
+    ASSERT_TRUE(Kavun_Pause(m_nPort, 1));
+    ASSERT_TRUE(Kavun_SetPlayedTimeEx(m_nPort, 1000));
+    EXPECT_TRUE(window.waitForNumber(25));
+    Kavun_SetFileEndCallback(m_nPort, nullptr, nullptr);
+}
+
+/** Draws over one quarter of a strip across the picture, each time over the next one. */
+struct MovingOverlay {
+    std::atomic<int> drawn{0};
+
+    static void draw(long, HDC dc, void *user)
+    {
+        auto &self = *static_cast<MovingOverlay *>(user);
+        const int turn = self.drawn++;
+        PatBlt(dc, turn % 4 * 80, 120, 80, 40, turn % 2 == 0 ? WHITENESS : BLACKNESS);
+    }
+};
+
+TEST_F(PlayerTest, DrawsAnOverlayThatMovesOverACleanPictureEachTime)
+{
+    const TestWindow window;
+    holdAt("h264.mp4", window.handle(), 1000);
+    ASSERT_TRUE(window.waitForNumber(25));
+    const std::vector<COLORREF> clean = window.row(140);
+    MovingOverlay overlay;
+    ASSERT_TRUE(Kavun_RegisterDrawFun(m_nPort, &MovingOverlay::draw, &overlay));
+    for (int drawings = 1; drawings <= 9; ++drawings) {
+        ASSERT_TRUE(pumpUntil([&] { return overlay.drawn >= drawings; }));
+        const std::vector<COLORREF> seen = window.row(140);
+        int drawnOver = 0;
+        for (std::size_t quarter = 0; quarter < 4; ++quarter) {
+            const auto begin = static_cast<std::ptrdiff_t>(quarter * 80);
+            drawnOver += std::equal(seen.begin() + begin, seen.begin() + begin + 80, clean.begin() + begin) ? 0 : 1;
+        }
+        EXPECT_LE(drawnOver, 1) << drawings;
+    }
+    ASSERT_TRUE(Kavun_RegisterDrawFun(m_nPort, nullptr, nullptr));
+    EXPECT_TRUE(pumpUntil([&] { return window.row(140) == clean; }));
+}
+
+TEST_F(PlayerTest, ShowsPicturesOf16384Pixels)
+{
+    const TestWindow window;
+    std::atomic<int> ends{0};
+    Kavun_SetFileEndCallback(
+        m_nPort, [](long, void *user) { ++*static_cast<std::atomic<int> *>(user); }, &ends);
+    play("wide-16384x16.avi", window.handle());
+    EXPECT_TRUE(window.waitForNumber(4));
+    ASSERT_TRUE(Kavun_CloseFile(m_nPort));
+    ends = 0;
+    play("tall-16x16384.avi", window.handle());
+    EXPECT_TRUE(pumpUntil([&] { return ends == 1; }));
+    Kavun_SetFileEndCallback(m_nPort, nullptr, nullptr);
+}
+
+TEST_F(PlayerTest, NineOfTheSameFilePlayInNineWindows)
+{
+    std::vector<std::unique_ptr<TestWindow>> windows;
+    std::vector<long> ports(9, -1);
+    for (std::size_t i = 0; i < ports.size(); ++i) {
+        const int place = static_cast<int>(i);
+        windows.push_back(std::make_unique<TestWindow>(320, 240, place % 3 * 320, place / 3 * 240));
+        std::string path = mediaPath("h264.mp4");
+        ASSERT_TRUE(Kavun_GetPort(&ports[i]));
+        ASSERT_TRUE(Kavun_OpenFile(ports[i], text(path)));
+        ASSERT_TRUE(Kavun_Play(ports[i], windows[i]->handle()));
+    }
+    for (std::size_t i = 0; i < ports.size(); ++i) {
+        ASSERT_TRUE(Kavun_Pause(ports[i], 1));
+        ASSERT_TRUE(Kavun_SetPlayedTimeEx(ports[i], static_cast<unsigned long>(i) * 400));
+    }
+    for (std::size_t i = 0; i < ports.size(); ++i) {
+        EXPECT_TRUE(windows[i]->waitForNumber(static_cast<int>(i) * 10)) << i;
+        EXPECT_TRUE(Kavun_FreePort(ports[i]));
+    }
 }
 
 TEST_F(PlayerTest, SurvivesAWindowThatVanishes)
@@ -353,6 +443,70 @@ TEST_F(PlayerTest, OpensPathsOfMoreThan260Characters)
     }
 }
 
+TEST_F(PlayerTest, PlaysOnWhenItsFileIsDeleted)
+{
+    const TestWindow window;
+    const std::wstring file = temporaryFolder() + L"deleted.mp4";
+    ASSERT_TRUE(open(copyAs(file, CP_UTF8)));
+    ASSERT_TRUE(Kavun_Play(m_nPort, window.handle()));
+    EXPECT_TRUE(DeleteFileW(file.c_str()));
+    ASSERT_TRUE(Kavun_SetPlayedTimeEx(m_nPort, 3000));
+    EXPECT_TRUE(window.waitForNumber(80));
+}
+
+TEST_F(PlayerTest, EndsWhereItsFileIsCutWhilePlaying)
+{
+    const TestWindow window;
+    const std::wstring file = temporaryFolder() + L"cut.mp4";
+    std::atomic<int> ends{0};
+    Kavun_SetFileEndCallback(
+        m_nPort, [](long, void *user) { ++*static_cast<std::atomic<int> *>(user); }, &ends);
+    ASSERT_TRUE(open(copyAs(file, CP_UTF8)));
+    ASSERT_TRUE(Kavun_Play(m_nPort, window.handle()));
+    ASSERT_TRUE(window.waitForAnyNumber());
+    const HANDLE hFile =
+        CreateFileW(file.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                    OPEN_EXISTING, 0, nullptr);
+    ASSERT_NE(hFile, INVALID_HANDLE_VALUE);
+    SetFilePointer(hFile, 30000, nullptr, FILE_BEGIN);
+    EXPECT_TRUE(SetEndOfFile(hFile));
+    CloseHandle(hFile);
+    // Past what is left of the file.
+    ASSERT_TRUE(Kavun_SetPlayedTimeEx(m_nPort, 3900));
+    EXPECT_TRUE(pumpUntil([&] { return ends >= 1; }));
+    EXPECT_TRUE(window.number());
+    Kavun_SetFileEndCallback(m_nPort, nullptr, nullptr);
+    EXPECT_TRUE(Kavun_CloseFile(m_nPort));
+    EXPECT_TRUE(DeleteFileW(file.c_str()));
+    EXPECT_TRUE(open(mediaPath("h264.mp4")));
+}
+
+TEST_F(PlayerTest, FollowsASizeThatChangesInTheMiddle)
+{
+    const TestWindow window;
+    const std::wstring file = temporaryFolder() + L"two sizes.mjpeg";
+    const std::string path = copyAs(file, CP_UTF8);
+    const auto pictures = player::test::codedPicturesOf({mediaPath("mjpeg.avi"), mediaPath("odd-321x243.avi")});
+    std::ofstream(path, std::ios::binary)
+        .write(reinterpret_cast<const char *>(pictures.data()), static_cast<std::streamsize>(pictures.size()));
+    long width = 0;
+    long height = 0;
+    ASSERT_TRUE(open(path));
+    ASSERT_TRUE(Kavun_Play(m_nPort, window.handle()));
+    ASSERT_TRUE(Kavun_Pause(m_nPort, 1));
+    ASSERT_TRUE(Kavun_SetPlayedTimeEx(m_nPort, 2000));
+    EXPECT_TRUE(window.waitForNumber(50));
+    EXPECT_TRUE(Kavun_GetPictureSize(m_nPort, &width, &height));
+    EXPECT_EQ(width, 320);
+    ASSERT_TRUE(Kavun_SetPlayedTimeEx(m_nPort, 3600000));
+    EXPECT_TRUE(window.waitForNumber(24));
+    EXPECT_TRUE(Kavun_GetPictureSize(m_nPort, &width, &height));
+    EXPECT_EQ(width, 321);
+    EXPECT_EQ(height, 243);
+    EXPECT_TRUE(Kavun_CloseFile(m_nPort));
+    EXPECT_TRUE(DeleteFileW(file.c_str()));
+}
+
 TEST_F(PlayerTest, RefusesFoldersAndFilesThatAreNotThere)
 {
     for (const char *path : {"no such file.mp4", "C:\\windows", "", "NUL"}) {
@@ -389,41 +543,42 @@ TEST_P(AnOddPort, FailsEveryFunctionAndHarmsNothing)
     CROP_PIC_INFO info{};
     RECT rect{0, 0, 10, 10};
     std::string path = mediaPath("h264.mp4");
-    const int results[] = {Kavun_FreePort(port),
-                           Kavun_SetStreamOpenMode(port, 1),
-                           Kavun_OpenStream(port, &byte, 1, 1),
-                           Kavun_CloseStream(port),
-                           Kavun_InputData(port, &byte, 1),
-                           Kavun_OpenFile(port, text(path)),
-                           Kavun_CloseFile(port),
-                           Kavun_SetDisplayBuf(port, 6),
-                           Kavun_Play(port, nullptr),
-                           Kavun_Stop(port),
-                           Kavun_Pause(port, 1),
-                           Kavun_Fast(port),
-                           Kavun_Slow(port),
-                           Kavun_OneByOne(port),
-                           Kavun_OneByOneBack(port),
-                           Kavun_SetPlayedTimeEx(port, 0),
-                           static_cast<int>(Kavun_GetPlayedTime(port)),
-                           static_cast<int>(Kavun_GetFileTime(port)),
-                           Kavun_GetFileTotalTime(port, &time, &time),
-                           Kavun_GetSystemTime(port, &time),
-                           Kavun_GetPictureSize(port, &width, &width),
-                           Kavun_GetJPEG(port, &byte, 1, &size),
-                           Kavun_GetCropJPEG(port, &info),
-                           Kavun_SetDisplayRegion(port, 0, &rect, nullptr, 0),
-                           Kavun_PlaySound(port),
-                           Kavun_SetVolume(port, 1),
-                           static_cast<int>(Kavun_GetVolume(port)),
-                           Kavun_SetFileEndCallback(port, nullptr, nullptr),
-                           Kavun_SetFileRefCallBack(port, nullptr, nullptr),
-                           Kavun_RegisterDrawFun(port, nullptr, nullptr),
-                           Kavun_RenderPrivateData(port, 1, 1)};
-    for (std::size_t i = 0; i < std::size(results); ++i) {
-        EXPECT_EQ(results[i], 0) << "function " << i;
+    const std::function<int()> calls[] = {[&] { return Kavun_FreePort(port); },
+                                          [&] { return Kavun_SetStreamOpenMode(port, 1); },
+                                          [&] { return Kavun_OpenStream(port, &byte, 1, 1); },
+                                          [&] { return Kavun_CloseStream(port); },
+                                          [&] { return Kavun_InputData(port, &byte, 1); },
+                                          [&] { return Kavun_OpenFile(port, text(path)); },
+                                          [&] { return Kavun_CloseFile(port); },
+                                          [&] { return Kavun_SetDisplayBuf(port, 6); },
+                                          [&] { return Kavun_Play(port, nullptr); },
+                                          [&] { return Kavun_Stop(port); },
+                                          [&] { return Kavun_Pause(port, 1); },
+                                          [&] { return Kavun_Fast(port); },
+                                          [&] { return Kavun_Slow(port); },
+                                          [&] { return Kavun_OneByOne(port); },
+                                          [&] { return Kavun_OneByOneBack(port); },
+                                          [&] { return Kavun_SetPlayedTimeEx(port, 0); },
+                                          [&] { return static_cast<int>(Kavun_GetPlayedTime(port)); },
+                                          [&] { return static_cast<int>(Kavun_GetFileTime(port)); },
+                                          [&] { return Kavun_GetFileTotalTime(port, &time, &time); },
+                                          [&] { return Kavun_GetSystemTime(port, &time); },
+                                          [&] { return Kavun_GetPictureSize(port, &width, &width); },
+                                          [&] { return Kavun_GetJPEG(port, &byte, 1, &size); },
+                                          [&] { return Kavun_GetCropJPEG(port, &info); },
+                                          [&] { return Kavun_SetDisplayRegion(port, 0, &rect, nullptr, 0); },
+                                          [&] { return Kavun_PlaySound(port); },
+                                          [&] { return Kavun_SetVolume(port, 1); },
+                                          [&] { return static_cast<int>(Kavun_GetVolume(port)); },
+                                          [&] { return Kavun_SetFileEndCallback(port, nullptr, nullptr); },
+                                          [&] { return Kavun_SetFileRefCallBack(port, nullptr, nullptr); },
+                                          [&] { return Kavun_RegisterDrawFun(port, nullptr, nullptr); },
+                                          [&] { return Kavun_RenderPrivateData(port, 1, 1); }};
+    for (std::size_t i = 0; i < std::size(calls); ++i) {
+        EXPECT_TRUE(Kavun_StopSound()); // leaves no error, so that the one below is the call's
+        EXPECT_EQ(calls[i](), 0) << "function " << i;
+        EXPECT_EQ(Kavun_GetLastError(port), KAVUN_ERROR_ARGUMENT) << "function " << i;
     }
-    EXPECT_EQ(Kavun_GetLastError(port), KAVUN_ERROR_ARGUMENT);
 }
 
 INSTANTIATE_TEST_SUITE_P(Numbers, AnOddPort, testing::Values(-1, 0, 0x7FFFFFFF));
@@ -435,21 +590,33 @@ TEST_F(PlayerTest, RefusesNullForEveryPointer)
     KAVUN_SYSTEM_TIME time{};
     long number = 0;
     unsigned char byte = 0;
-    const int results[] = {Kavun_GetPort(nullptr),
-                           Kavun_OpenFile(m_nPort, nullptr),
-                           Kavun_OpenStream(m_nPort, nullptr, 1, 1),
-                           Kavun_InputData(m_nPort, nullptr, 1),
-                           Kavun_GetFileTotalTime(m_nPort, nullptr, &time),
-                           Kavun_GetFileTotalTime(m_nPort, &time, nullptr),
-                           Kavun_GetSystemTime(m_nPort, nullptr),
-                           Kavun_GetPictureSize(m_nPort, nullptr, &number),
-                           Kavun_GetPictureSize(m_nPort, &number, nullptr),
-                           Kavun_GetJPEG(m_nPort, &byte, 1, nullptr),
-                           Kavun_GetJPEG(m_nPort, nullptr, 1, reinterpret_cast<unsigned long *>(&number)),
-                           Kavun_GetCropJPEG(m_nPort, nullptr)};
-    for (std::size_t i = 0; i < std::size(results); ++i) {
-        EXPECT_EQ(results[i], 0) << "call " << i;
+    unsigned long rect[4] = {0, 0, 10, 10};
+    CROP_PIC_INFO withoutBuffer{};
+    withoutBuffer.pCropRect = rect;
+    CROP_PIC_INFO withoutRectangle{};
+    withoutRectangle.pBuf = &byte;
+    const std::function<int()> calls[] = {
+        [&] { return Kavun_GetPort(nullptr); },
+        [&] { return Kavun_OpenFile(m_nPort, nullptr); },
+        [&] { return Kavun_OpenStream(m_nPort, nullptr, 1, 1); },
+        [&] { return Kavun_InputData(m_nPort, nullptr, 1); },
+        [&] { return Kavun_GetFileTotalTime(m_nPort, nullptr, &time); },
+        [&] { return Kavun_GetFileTotalTime(m_nPort, &time, nullptr); },
+        [&] { return Kavun_GetSystemTime(m_nPort, nullptr); },
+        [&] { return Kavun_GetPictureSize(m_nPort, nullptr, &number); },
+        [&] { return Kavun_GetPictureSize(m_nPort, &number, nullptr); },
+        [&] { return Kavun_GetJPEG(m_nPort, &byte, 1, nullptr); },
+        [&] { return Kavun_GetJPEG(m_nPort, nullptr, 1, reinterpret_cast<unsigned long *>(&number)); },
+        [&] { return Kavun_GetCropJPEG(m_nPort, nullptr); },
+        [&] { return Kavun_GetCropJPEG(m_nPort, &withoutBuffer); },
+        [&] { return Kavun_GetCropJPEG(m_nPort, &withoutRectangle); }};
+    for (std::size_t i = 0; i < std::size(calls); ++i) {
+        EXPECT_TRUE(Kavun_SetVolume(m_nPort, 1)); // leaves no error, so that the one below is the call's
+        EXPECT_EQ(calls[i](), 0) << "call " << i;
+        // What belongs to no port leaves its error with the thread.
+        EXPECT_EQ(Kavun_GetLastError(i == 0 ? -1 : m_nPort), KAVUN_ERROR_ARGUMENT) << "call " << i;
     }
+    EXPECT_TRUE(window.waitForNumber(25));
 }
 
 TEST_F(PlayerTest, KeepsTheVolume)

@@ -49,18 +49,40 @@ void TestWindow::resize(int width, int height)
     SetWindowPos(m_hWnd, nullptr, 0, 0, width, height, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
-std::optional<int> TestWindow::number() const
+bool TestWindow::copyTo(MemoryImage &image) const
 {
     RECT client{};
     GetClientRect(m_hWnd, &client);
-    MemoryImage image;
     if (client.right == 0 || !image.resize(client.right, client.bottom)) {
-        return std::nullopt;
+        return false;
     }
     const WindowDc window(m_hWnd);
     BitBlt(image.dc(), 0, 0, client.right, client.bottom, window.get(), 0, 0, SRCCOPY);
     GdiFlush();
-    return testsupport::readBarCode(image.pixels().pPixels, image.pixels().stride, client.right, client.bottom);
+    return true;
+}
+
+std::optional<int> TestWindow::number() const
+{
+    MemoryImage image;
+    if (!copyTo(image)) {
+        return std::nullopt;
+    }
+    const BgraImage &pixels = image.pixels();
+    return testsupport::readBarCode(pixels.pPixels, pixels.stride, pixels.width, pixels.height);
+}
+
+std::vector<COLORREF> TestWindow::row(int top) const
+{
+    MemoryImage image;
+    std::vector<COLORREF> pixels;
+    if (copyTo(image)) {
+        const std::uint8_t *pRow = image.pixels().pPixels + std::ptrdiff_t{top} * image.pixels().stride;
+        for (int x = 0; x < image.pixels().width; ++x, pRow += 4) {
+            pixels.push_back(RGB(pRow[2], pRow[1], pRow[0]));
+        }
+    }
+    return pixels;
 }
 
 bool TestWindow::waitForNumber(int wanted) const

@@ -3,6 +3,12 @@
 #include <windows.h>
 
 #include <optional>
+#include <vector>
+
+namespace player
+{
+class MemoryImage;
+}
 
 namespace player::test
 {
@@ -29,12 +35,16 @@ public:
     void destroy();
     /** The number that the picture in the window carries. */
     [[nodiscard]] std::optional<int> number() const;
+    /** The pixels of one row as they are on the screen. */
+    [[nodiscard]] std::vector<COLORREF> row(int top) const;
     /** Lets this thread's messages run until the window shows that picture; false after ten seconds. */
     bool waitForNumber(int number) const;
     /** Until it shows any picture, whose number is returned. */
     std::optional<int> waitForAnyNumber() const;
 
 private:
+    bool copyTo(MemoryImage &image) const;
+
     HWND m_hWnd = nullptr;
 };
 

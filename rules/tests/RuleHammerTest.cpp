@@ -1,0 +1,106 @@
+#include "rules/tests/RecordingCanvas.h"
+#include "rules/tests/RuleTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <random>
+#include <thread>
+
+namespace pellora
+{
+namespace
+{
+
+/** PELLORA_HAMMER_SECONDS makes it longer. */
+std::chrono::seconds hammerTime()
+{
+    const char *pSeconds = std::getenv("PELLORA_HAMMER_SECONDS");
+    return std::chrono::seconds(pSeconds != nullptr ? std::strtol(pSeconds, nullptr, 10) : 2);
+}
+
+/** One random thing that a host or a mouse may do. */
+void doSomething(RuleTable &table, std::mt19937 &random)
+{
+    const auto nId = static_cast<std::int32_t>(random() % 66) - 1;
+    const PixelPoint point = {static_cast<std::int32_t>(random() % 400), static_cast<std::int32_t>(random() % 300)};
+    RuleRecord record = {};
+    switch (random() % 10) {
+    case 0:
+        table.remove(nId);
+        break;
+    case 1:
+    case 2:
+        table.add(makeRule(kAllTypes[random() % 10], placementWith(static_cast<std::uint8_t>(random() % 16)),
+                           {{10, true}, "caption"}));
+        break;
+    case 3:
+        EXPECT_EQ(table.report(nId).has_value(), table.get(nId) != nullptr);
+        break;
+    case 4:
+        std::fill(record.begin(), record.begin() + 1000, static_cast<unsigned char>(random() % 3));
+        table.write(nId, record.data());
+        break;
+    case 5:
+        table.read(nId, record.data());
+        break;
+    case 6:
+        table.addPoint(nId, point, RuleAction::LeftPress);
+        break;
+    case 7:
+        table.selectAt(point);
+        table.editPoint(nId, point, static_cast<RuleAction>(random() % 5));
+        break;
+    case 8:
+        table.setArrowType(nId, static_cast<std::uint16_t>(random() % 4));
+        table.setOriginPos(static_cast<std::uint16_t>(random() % 4));
+        break;
+    default:
+        table.move(1, -1);
+        table.scale(1.0F, 1.0F);
+        break;
+    }
+}
+
+TEST(RuleHammer, DrawsWhileRulesComeChangeAndGo)
+{
+    RuleTable table;
+    std::atomic<bool> bEnd = false;
+    std::size_t nPasses = 0;
+    std::size_t nDrawn = 0;
+    std::thread drawing([&] {
+        while (!bEnd) {
+            table.forEach([&nDrawn](AbstractRule &rule) {
+                RecordingCanvas canvas;
+                rule.draw(canvas);
+                ++nDrawn;
+            });
+            ++nPasses;
+            std::this_thread::yield();
+        }
+    });
+    std::mt19937 random(42);
+    std::size_t nDone = 0;
+    const auto end = std::chrono::steady_clock::now() + hammerTime();
+    while (std::chrono::steady_clock::now() < end) {
+        doSomething(table, random);
+        ++nDone;
+        if (nDone % 64 == 0) {
+            std::this_thread::yield();
+        }
+    }
+    bEnd = true;
+    drawing.join();
+    EXPECT_GT(nPasses, 10U);
+    EXPECT_GT(nDrawn, nPasses);
+    EXPECT_GT(nDone, 1000U);
+    for (std::int32_t nId = 0; nId < RuleTable::kCapacity; ++nId) {
+        table.remove(nId);
+    }
+    EXPECT_TRUE(table.all().empty());
+}
+
+} // namespace
+} // namespace pellora

@@ -1,0 +1,295 @@
+#!/usr/bin/env python3
+"""Draws and edits every type of rule with a real mouse over playing video: rules_mouse_test.py PelloraDemo.exe
+
+The demo host prints each report of the library; the reports are compared in full. Needs what demo_screen_test.py needs,
+and xdotool.
+"""
+
+import os
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+from pathlib import Path
+
+import demo_screen_test as demo
+
+# The picture has 1000 by 500 pixels: a pixel is a thousandth across and two down. The selection frame takes one pixel
+# on each side.
+WIDTH, HEIGHT = 1000, 500
+FRAME = 1
+SIZE = (WIDTH + 2 * FRAME, HEIGHT + 2 * FRAME + demo.STATUS_HEIGHT)
+# Wine merges moves that follow each other too closely.
+PAUSE = 0.06
+
+# The demo host's colour of rectangles; the first one's left side lies at 430, from 100 to 260.
+RECT_COLOUR = (255, 255, 0)
+
+RECORD_SIZES = {1: 8, 2: 16, 3: 16, 4: 84, 5: 1040, 6: 16, 7: 16, 8: 84, 9: 16, 10: 8}
+
+
+def xdotool(*arguments):
+    subprocess.run(["xdotool", *(str(argument) for argument in arguments)], check=True, stdout=subprocess.DEVNULL)
+
+
+def report(rule, kind, state, coordinates):
+    return f"rule {rule} type {kind} state {state} window 0 pane 0 size {RECORD_SIZES[kind]}: {coordinates}"
+
+
+def without_repeats(lines):
+    """Releases and repeated moves report the same place again."""
+    return [line for i, line in enumerate(lines) if i == 0 or line != lines[i - 1]]
+
+
+def shows_picture_with_rules(screen):
+    """The corners have the colours of the clip's quarters, and the rectangle's left side is drawn."""
+    pane = demo.pane_in_ring(screen)
+    if pane is None or pane[2] < 100 or pane[3] < 100:
+        return False
+    left, top, width, height = pane
+    corners = [(left + 20, top + 20), (left + width - 20, top + 20), (left + 20, top + height - 20),
+               (left + width - 20, top + height - 20)]
+    colours = [demo.near(screen.at(*corner), demo.rgb_of(quarter)) for corner, quarter in zip(corners, demo.QUARTERS)]
+    return all(colours) and RECT_COLOUR in [screen.at(left + width * 430 // 1000 + i, top + height * 180 // 1000)
+                                            for i in (-1, 0, 1)]
+
+
+class RulesHost(demo.Host):
+    """The demo host with a rule of each type; the first ten have the numbers 0 to 9."""
+
+    def __init__(self, clip):
+        super().__init__(SIZE, "--rules", "Z:" + str(clip))
+        self.taken = 0
+
+    def __enter__(self):
+        super().__enter__()
+        try:
+            screen = self.screen_when(shows_picture_with_rules)
+            self.left, self.top = screen.left + FRAME, screen.top + FRAME
+            self.window = subprocess.run(["xdotool", "search", "--name", demo.TITLE], capture_output=True, text=True,
+                                         check=True).stdout.split()[-1]
+            xdotool("windowfocus", self.window)
+        except BaseException:
+            self.__exit__()
+            raise
+        return self
+
+    def key(self, name):
+        xdotool("key", name)
+        time.sleep(PAUSE)
+
+    def move(self, x, y):
+        """To a pixel of the picture."""
+        xdotool("mousemove", self.left + x, self.top + y)
+        time.sleep(PAUSE)
+
+    def down(self, x, y, button=1):
+        self.move(x, y)
+        xdotool("mousedown", button)
+        time.sleep(PAUSE)
+
+    def up(self, x, y, button=1):
+        self.move(x, y)
+        xdotool("mouseup", button)
+        time.sleep(PAUSE)
+
+    def click(self, x, y, button=1):
+        self.down(x, y, button)
+        self.up(x, y, button)
+
+    def drag(self, *places):
+        self.down(*places[0])
+        for place in places[1:]:
+            self.move(*place)
+        self.up(*places[-1])
+
+    def lines(self):
+        # The program shares the file's position: read without moving it.
+        text = os.pread(self.log.fileno(), 1 << 20, 0).decode(errors="replace")
+        return [line for line in text.splitlines() if line.startswith("rule ")]
+
+    def reports(self, expected, seconds=10):
+        """The new reports without repeats, as soon as there are as many as expected, and none follows."""
+        deadline = time.monotonic() + seconds
+        while time.monotonic() < deadline:
+            if len(without_repeats(self.lines()[self.taken:])) >= expected:
+                break
+            time.sleep(PAUSE)
+        time.sleep(4 * PAUSE)
+        lines = self.lines()
+        new = without_repeats(lines[self.taken:])
+        self.taken = len(lines)
+        return new
+
+
+class RulesByMouse(unittest.TestCase):
+    maxDiff = None
+
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = tempfile.TemporaryDirectory()
+        cls.clip = Path(cls.folder.name) / "known pictures.mp4"
+        demo.make_clip(cls.clip)
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.folder.cleanup()
+
+    def expect(self, host, expected):
+        self.assertEqual(host.reports(len(expected)), expected)
+
+    def test_every_type_is_drawn(self):
+        with RulesHost(self.clip) as host:
+            for rule, kind, key in ((10, 1, "ctrl+1"), (11, 10, "ctrl+0")):
+                with self.subTest(kind):
+                    host.key(key)
+                    host.click(200, 100)
+                    self.expect(host, [report(rule, kind, 0, "200,200")])
+            for rule, kind, key in ((12, 2, "ctrl+2"), (13, 9, "ctrl+9")):
+                with self.subTest(kind):
+                    host.key(key)
+                    host.click(100, 50)
+                    host.move(400, 300)
+                    host.click(500, 100)
+                    self.expect(host, [report(rule, kind, 2, "100,100 100,100"), report(rule, kind, 2, "100,100 400,600"),
+                                       report(rule, kind, 2, "100,100 500,200"),
+                                       report(rule, kind, 0, "100,100 500,200")])
+            for rule, kind, key in ((14, 3, "ctrl+3"), (15, 7, "ctrl+7")):
+                with self.subTest(kind):
+                    host.key(key)
+                    host.drag((600, 300), (500, 200), (400, 350))
+                    self.expect(host, [report(rule, kind, 2, "600,600 600,600"), report(rule, kind, 2, "500,400 600,600"),
+                                       report(rule, kind, 2, "400,600 600,700"),
+                                       report(rule, kind, 0, "400,600 600,700")])
+            for rule, kind, key in ((16, 4, "ctrl+4"), (17, 8, "ctrl+8")):
+                with self.subTest(kind):
+                    host.key(key)
+                    # Up to six points; with four the right button may end it, and takes the one at the mouse away.
+                    for place in ((100, 100), (300, 100), (300, 200), (100, 200)):
+                        host.click(*place)
+                    host.click(50, 250, button=3)
+                    self.expect(host, [
+                        report(rule, kind, 2, "100,200 100,200"), report(rule, kind, 2, "100,200 300,200"),
+                        report(rule, kind, 2, "100,200 300,200 300,200"),
+                        report(rule, kind, 2, "100,200 300,200 300,400"),
+                        report(rule, kind, 2, "100,200 300,200 300,400 300,400"),
+                        report(rule, kind, 2, "100,200 300,200 300,400 100,400"),
+                        report(rule, kind, 2, "100,200 300,200 300,400 100,400 100,400"),
+                        report(rule, kind, 2, "100,200 300,200 300,400 100,400 50,500"),
+                        report(rule, kind, 0, "100,200 300,200 300,400 100,400")])
+            with self.subTest(6):
+                # Lines with arrows stand in the middle from the start: 500,125 to 500,375. Its end is free of others.
+                host.key("ctrl+6")
+                host.drag((500, 375), (520, 400), (540, 410))
+                self.expect(host, [report(18, 6, 4, "500,250 500,750"), report(18, 6, 4, "500,250 520,800"),
+                                   report(18, 6, 4, "500,250 540,820")])
+            with self.subTest(5):
+                # The host gives a text its place.
+                host.key("ctrl+5")
+                host.drag((453, 178), (463, 188), (853, 413))
+                self.expect(host, [report(19, 5, 4, '"new text" 450,350'), report(19, 5, 4, '"new text" 460,370'),
+                                   report(19, 5, 4, '"new text" 850,820')])
+
+    def test_every_type_is_edited(self):
+        # Places as the demo host puts them, in pixels: the first ten rules.
+        rows = [
+            (0, 1, [(100, 90), (110, 95)], ["100,180", "110,190"]),
+            (1, 2, [(340, 130), (345, 140)], ["200,100 340,260", "200,100 345,280"]),
+            (2, 3, [(500, 90), (510, 100)], ["430,100 570,260", "440,120 580,280"]),
+            (3, 4, [(650, 90), (640, 95)], ["650,180 700,90 790,120 780,240 690,270",
+                                            "640,190 700,90 790,120 780,240 690,270"]),
+            (4, 6, [(60, 225), (50, 235)], ["60,450 160,750", "50,470 160,750"]),
+            (5, 7, [(280, 225), (270, 230)], ["280,450 440,700", "270,460 440,700"]),
+            (6, 8, [(600, 300), (605, 295)], ["520,560 600,430 700,520 640,720", "525,550 605,420 705,510 645,710"]),
+            (7, 9, [(840, 300), (850, 310)], ["760,720 920,480", "770,740 930,500"]),
+            (8, 10, [(500, 430), (480, 420)], ["500,860", "480,840"]),
+            (9, 5, [(862, 83), (872, 88)], ['"text" 860,160', '"text" 870,170']),
+        ]
+        with RulesHost(self.clip) as host:
+            # The overlay knows the size of a text once it has drawn it, which it has: a picture with rules was shown.
+            for rule, kind, places, coordinates in rows:
+                with self.subTest(kind):
+                    host.drag(*places)
+                    self.expect(host, [report(rule, kind, 4, text) for text in coordinates])
+
+    def test_clicks_beside_rules_and_outside_the_picture_leave_nothing_in_hand(self):
+        with RulesHost(self.clip) as host:
+            with self.subTest("the right button edits nothing"):
+                host.down(100, 90, button=3)
+                host.move(150, 95)
+                host.up(150, 95, button=3)
+                self.expect(host, [])
+            with self.subTest("a press in the status bar reaches no rule"):
+                host.drag((500, HEIGHT + 10), (500, 430), (480, 400))
+                self.expect(host, [])
+            with self.subTest("a release outside the window ends the drag where it happens"):
+                host.down(100, 90)
+                host.move(120, 100)
+                host.move(WIDTH + 200, 100)
+                host.up(WIDTH + 200, 100)
+                self.expect(host, [report(0, 1, 4, "100,180"), report(0, 1, 4, "120,200"),
+                                   report(0, 1, 4, f"{WIDTH + 200},200")])
+                host.move(300, 300)
+                self.expect(host, [])
+            with self.subTest("a new rule waits while the mouse is used elsewhere"):
+                host.key("ctrl+3")
+                host.click(500, HEIGHT + 10)
+                host.click(300, 300, button=3)
+                self.expect(host, [])
+                host.drag((100, 300), (200, 400))
+                self.expect(host, [report(10, 3, 2, "100,600 100,600"), report(10, 3, 2, "100,600 200,800"),
+                                   report(10, 3, 0, "100,600 200,800")])
+
+    def test_rules_are_drawn_and_edited_while_the_window_is_resized(self):
+        with RulesHost(self.clip) as host:
+            border = self.window_size(host)
+            border = (border[0] - SIZE[0], border[1] - SIZE[1])
+
+            def resize(width, height):
+                """To a picture of this size, and until it has it."""
+                frame = 2 * FRAME
+                xdotool("windowsize", host.window, width + frame + border[0],
+                        height + frame + demo.STATUS_HEIGHT + border[1])
+                host.size = (width + frame, height + frame + demo.STATUS_HEIGHT)
+                host.screen_when(lambda s: demo.pane_in_ring(s) == (FRAME, FRAME, width, height), 15)
+
+            # A point in hand follows the mouse while its pane changes under it.
+            host.down(100, 90)
+            for width, height in ((900, 450), (800, 500), (1000, 500)):
+                resize(width, height)
+                host.move(width // 4, height // 2)
+            host.up(300, 200)
+            lines = host.reports(4)
+            self.assertEqual(lines[0], report(0, 1, 4, "100,180"))
+            # A quarter and a half of whatever size; the picture's own may be a pixel off after a resize.
+            self.check_places(lines[1:], [(250, 500)] * (len(lines) - 1), report(0, 1, 4, ""))
+            self.assertGreaterEqual(len(lines), 2)
+
+            # A rectangle begun in one size and ended in another: its first corner stays on its spot of the picture.
+            host.key("ctrl+3")
+            host.down(200, 250)
+            host.move(400, 300)
+            resize(800, 400)
+            host.move(400, 300)
+            host.up(480, 320)
+            lines = host.reports(4)
+            self.assertEqual(lines[:2], [report(10, 3, 2, "200,500 200,500"), report(10, 3, 2, "200,500 400,600")])
+            self.assertTrue(lines[-1].startswith(report(10, 3, 0, "").rstrip()), lines)
+
+    def check_places(self, lines, places, beginning):
+        for line, (x, y) in zip(lines, places):
+            self.assertTrue(line.startswith(beginning), line)
+            seen = tuple(int(number) for number in line.rsplit(" ", 1)[1].split(","))
+            self.assertTrue(abs(seen[0] - x) <= 3 and abs(seen[1] - y) <= 3, line)
+
+    def window_size(self, host):
+        text = subprocess.run(["xdotool", "getwindowgeometry", host.window], capture_output=True, text=True,
+                              check=True).stdout
+        return tuple(int(number) for number in text.split("Geometry:")[1].split()[0].split("x"))
+
+
+if __name__ == "__main__":
+    demo.PROGRAM = sys.argv.pop(1)
+    os.environ.setdefault("PELLORA_BIN", str(Path(demo.PROGRAM).parent))
+    unittest.main(verbosity=2)
