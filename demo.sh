@@ -53,6 +53,6 @@ if [ -n "${DISPLAY:-}" ] || [ "$stay" = yes ]; then
 fi
 
 rm -f demo.png
-PELLORA_SCREEN=1280x800x24 tools/with-display.sh tools/demo-screenshot.sh "$seconds" "$root/demo.png" \
+PELLORA_SCREEN=1300x810x24 tools/with-display.sh tools/demo-screenshot.sh "$seconds" "$root/demo.png" \
     "$bin/PelloraDemo.exe" "${arguments[@]}"
 echo "The demo host played for $seconds seconds; its screenshot: $root/demo.png"

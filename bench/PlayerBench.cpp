@@ -6,9 +6,11 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <string>
+#include <thread>
 
 namespace
 {
@@ -36,6 +38,12 @@ double processorSeconds()
     return seconds(kernel) + seconds(user);
 }
 
+/** As many as the player's decoder takes for pictures of this size. */
+int threadsOfThePlayer()
+{
+    return std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, 4);
+}
+
 /** Decodes the whole file with as many threads as the player takes; the number of pictures. */
 int decodeWithFfmpegAlone(const std::string &path)
 {
@@ -52,7 +60,7 @@ int decodeWithFfmpegAlone(const std::string &path)
     }
     const player::CodecPtr pCodec(avcodec_alloc_context3(pDecoder));
     avcodec_parameters_to_context(pCodec.get(), pFormat->streams[stream]->codecpar);
-    pCodec->thread_count = 2;
+    pCodec->thread_count = threadsOfThePlayer();
     avcodec_open2(pCodec.get(), pDecoder, nullptr);
     const player::PacketPtr pPacket(av_packet_alloc());
     const player::FramePtr pFrame(av_frame_alloc());

@@ -4,7 +4,8 @@
 
 #include <log4cxx/spi/location/locationinfo.h>
 
-namespace pellora {
+namespace pellora
+{
 
 void writeLog(LogLevel level, const LogLocation &location, const std::string &message) noexcept
 {

@@ -5,7 +5,8 @@
 
 #include <string>
 
-namespace pellora {
+namespace pellora
+{
 
 /** Where a log line comes from. Literals: log readers match on them, whatever compiler built the library. */
 struct LogLocation {

@@ -44,7 +44,7 @@ ThreadPool::~ThreadPool()
 
 void ThreadPool::AddTask(ThreadTask *&&task)
 {
-    m_queue.Put(std::move(task));
+    m_queue.Put(task);
 }
 
 void ThreadPool::AddTask(ThreadTask *const &task)

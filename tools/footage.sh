@@ -24,5 +24,5 @@ if [ ! -e "$folder/.complete" ]; then
     rm -rf "$folder/packages"
     touch "$folder/.complete"
 fi
-# The clip with the most movement first: it is the one that the selected pane shows.
-find "$folder" -type f \( -name '*.mp4' -o -name '*.mpg' -o -name '*.avi' -o -name '*.mpeg' \) -size +200k | sort
+# Clips with movement first: the first one is in the selected pane.
+find "$folder" -type f \( -name '*.mp4' -o -name '*.mpg' -o -name '*.avi' -o -name '*.mpeg' \) -size +200k | sort -r

@@ -8,7 +8,7 @@ root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 cd "$root"
 failed=no
 
-mapfile -t sources < <(git ls-files --cached --others --exclude-standard '*.h' '*.c' '*.cpp')
+mapfile -t sources < <(git ls-files --cached --others --exclude-standard '*.h' '*.c' '*.cpp' ':!deps/')
 echo "Formatting: ${#sources[@]} files …"
 clang-format --dry-run -Werror "${sources[@]}" || failed=yes
 

@@ -27,9 +27,10 @@ TEST_P(GridPlaces, FillTheContainerAndLeaveOnePixelRoundEachCell)
         const CellRect &rect = places[i];
         EXPECT_GE(rect.width, 1);
         EXPECT_GE(rect.height, 1);
-        const CellRect &left = places[static_cast<std::size_t>(cell.row * grid.columns + std::max(cell.column - 1, 0))];
-        const CellRect &above =
-            places[static_cast<std::size_t>(std::max(cell.row - 1, 0) * grid.columns + cell.column)];
+        const int nLeft = cell.row * grid.columns + std::max(cell.column - 1, 0);
+        const int nAbove = std::max(cell.row - 1, 0) * grid.columns + cell.column;
+        const CellRect &left = places[static_cast<std::size_t>(nLeft)];
+        const CellRect &above = places[static_cast<std::size_t>(nAbove)];
         EXPECT_EQ(cell.column == 0 ? 1 : left.x + left.width + 1, rect.x);
         EXPECT_EQ(cell.row == 0 ? 1 : above.y + above.height + 1, rect.y);
         if (cell.column == grid.columns - 1) {

@@ -52,6 +52,7 @@ void giveJpeg(unsigned char *buffer, unsigned long bufferSize, unsigned long *si
 {
     const std::string jpeg = playerOutputs().jpeg;
     if (buffer != nullptr) {
+        // NOLINTNEXTLINE(bugprone-not-null-terminated-result): bytes, not a text.
         std::memcpy(buffer, jpeg.data(), std::min<std::size_t>(bufferSize, jpeg.size()));
     }
     if (size != nullptr) {

@@ -165,43 +165,58 @@ TEST_P(RuleDrawingTest, IsReportedInFull)
     EXPECT_EQ(mouse(GetParam().mouse), expected);
 }
 
+/** The reports, each without its beginning that tells state and record size. */
+Texts inFull(int nState, int nSize, const Texts &records)
+{
+    Texts texts;
+    for (const std::string &record : records) {
+        texts.push_back("state " + std::to_string(nState) + " handle 0 pane 0 size " + std::to_string(nSize) + ": " +
+                        record);
+    }
+    return texts;
+}
+
+Texts drawn(int nSize, const Texts &records, const std::string &last)
+{
+    Texts texts = inFull(2, nSize, records);
+    texts.push_back(inFull(0, nSize, {last}).front());
+    return texts;
+}
+
 std::vector<DrawRow> drawRows()
 {
-    const Texts point = {"state 0 handle 0 pane 0 size 8: 100,200"};
-    const char *const pLineMouse = "M50,50 L+100,100 L-100,100 M200,150 X+1,1 X-1,1 L+300,50 L-300,50";
-    const Texts line = {
-        "state 2 handle 0 pane 0 size 16: 100,200 100,200", "state 2 handle 0 pane 0 size 16: 100,200 100,200",
-        "state 2 handle 0 pane 0 size 16: 100,200 200,300", "state 2 handle 0 pane 0 size 16: 100,200 200,300",
-        "state 2 handle 0 pane 0 size 16: 100,200 200,300", "state 0 handle 0 pane 0 size 16: 100,200 300,100"};
-    const char *const pRectMouse = "R+9,9 R-9,9 L+300,200 D200,150 L-100,250";
-    const Texts rect = {"state 2 handle 0 pane 0 size 16: 300,400 300,400",
-                        "state 2 handle 0 pane 0 size 16: 200,300 300,400",
-                        "state 0 handle 0 pane 0 size 16: 100,400 300,500"};
-    const char *const pPolygonMouse =
-        "L+100,100 L-100,100 L+200,100 L-200,100 L+200,200 L-200,200 M100,200 L+100,200 L-100,200";
-    const Texts polygon = {"state 2 handle 0 pane 0 size 84: 2 100,200 100,200",
-                           "state 2 handle 0 pane 0 size 84: 2 100,200 100,200",
-                           "state 2 handle 0 pane 0 size 84: 3 100,200 100,200 200,200",
-                           "state 2 handle 0 pane 0 size 84: 3 100,200 100,200 200,200",
-                           "state 2 handle 0 pane 0 size 84: 4 100,200 100,200 200,200 200,400",
-                           "state 2 handle 0 pane 0 size 84: 4 100,200 100,200 200,200 200,400",
-                           "state 2 handle 0 pane 0 size 84: 4 100,200 100,200 200,200 100,400",
-                           "state 0 handle 0 pane 0 size 84: 4 100,200 100,200 200,200 100,400"};
+    // Buttons go up and down where the mouse is: Qt puts a move in front of those that do not.
+    const char *const pPointMouse = "L+100,100 L-100,100 M300,300";
+    const char *const pLineMouse = "L+100,100 L-100,100 M200,150 X+200,150 X-200,150 M300,50 L+300,50 L-300,50";
+    const char *const pRectMouse = "R+9,9 R-9,9 L+300,200 D200,150 D100,250 L-100,250";
+    const char *const pPolygonMouse = "L+100,100 L-100,100 M200,100 L+200,100 L-200,100 M200,200 L+200,200 L-200,200 "
+                                      "M100,200 L+100,200 L-100,200";
+    const Texts point = drawn(8, {}, "100,200");
+    const Texts line = drawn(16,
+                             {"100,200 100,200", "100,200 100,200", "100,200 200,300", "100,200 200,300",
+                              "100,200 200,300", "100,200 300,100"},
+                             "100,200 300,100");
+    const Texts rect = drawn(16, {"300,400 300,400", "200,300 300,400", "100,400 300,500"}, "100,400 300,500");
+    const Texts polygon =
+        drawn(84,
+              {"2 100,200 100,200", "2 100,200 100,200", "2 100,200 200,200", "3 100,200 200,200 200,200",
+               "3 100,200 200,200 200,200", "3 100,200 200,200 200,400", "4 100,200 200,200 200,400 200,400",
+               "4 100,200 200,200 200,400 200,400", "4 100,200 200,200 200,400 100,400"},
+              "4 100,200 200,200 200,400 100,400");
     return {
-        {1, "M50,50 L+100,100 L-100,100 M300,300", point},
+        {1, pPointMouse, point},
         {2, pLineMouse, line},
         {3, pRectMouse, rect},
         {4, pPolygonMouse, polygon},
         // Nothing of a text is drawn by mouse.
-        {5, "M50,50 L+100,100 L-100,100", {}},
+        {5, pPointMouse, {}},
         // From 500,125 to 500,375; its end is dragged.
-        {6,
-         "L+500,375 D510,400 L-520,410",
-         {"state 4 handle 0 pane 0 size 16: 500,250 500,750", "state 4 handle 0 pane 0 size 16: 500,250 510,800"}},
+        {6, "L+500,375 D510,400 D520,410 L-520,410",
+         inFull(4, 16, {"500,250 500,750", "500,250 510,800", "500,250 520,820"})},
         {7, pRectMouse, rect},
         {8, pPolygonMouse, polygon},
         {9, pLineMouse, line},
-        {10, "M50,50 L+100,100 L-100,100 M300,300", point},
+        {10, pPointMouse, point},
     };
 }
 
@@ -219,10 +234,11 @@ TEST_F(RuleMouseTest, IgnoresTheSecondPressOfADoubleClick)
 TEST_F(RuleMouseTest, HearsNothingWhileTheOverlayIsClosed)
 {
     placePoint(100, 200);
+    placePoint(400, 200);
     PELLORA_CloseDraw(m_lHandle, -1);
-    EXPECT_THAT(mouse("L+100,100 D150,100 L-150,100"), IsEmpty());
+    EXPECT_THAT(mouse("L+100,100 L-100,100"), IsEmpty());
     PELLORA_OpenDraw(m_lHandle, -1);
-    EXPECT_THAT(mouse("L+100,100"), ElementsAre("rule 0 type 1 state 4 handle 0 pane 0 size 8: 100,200"));
+    EXPECT_THAT(mouse("L+400,100"), ElementsAre("rule 1 type 1 state 4 handle 0 pane 0 size 8: 400,200"));
 }
 
 TEST_F(RuleMouseTest, HearsEachEventOnceHoweverOftenTheOverlayIsOpened)
@@ -247,24 +263,25 @@ TEST_F(RuleMouseTest, NamesThePaneAndTheHandleThatTheCallbackWasSetWith)
 TEST_F(RuleMouseTest, FollowsTheMouseOutsideAndIsLetGoThere)
 {
     const long lRuleID = placePoint(100, 200);
-    EXPECT_THAT(mouse("L+100,100 D-50,600 L--60,610 M5,5"),
+    EXPECT_THAT(mouse("L+100,100 D-60,610 L--60,610"),
                 ElementsAre("rule 0 type 1 state 4 handle 0 pane 0 size 8: 100,200",
-                            "rule 0 type 1 state 4 handle 0 pane 0 size 8: -50,1200"));
+                            "rule 0 type 1 state 4 handle 0 pane 0 size 8: -60,1220"));
     tagPELLORA_RULE_POINT point = {};
     EXPECT_EQ(PELLORA_GetRuleCoord(m_lHandle, lRuleID, &point, -1), 1);
     EXPECT_EQ(point.struPoint.x, -60);
     EXPECT_EQ(point.struPoint.y, 1220);
 }
 
-TEST_F(RuleMouseTest, LetsGoWithTheNextPressAfterALostCapture)
+TEST_F(RuleMouseTest, PutsARuleDownWithTheNextClickAfterALostCapture)
 {
     placePoint(100, 200);
     EXPECT_EQ(mouse("L+100,100 D150,100").size(), 2U);
     ReleaseCapture();
     support::pumpPosted();
-    // The press meets nothing, and what follows edits nothing.
-    EXPECT_THAT(mouse("L+700,400 D710,400 L-710,400 M720,400"), IsEmpty());
-    EXPECT_THAT(mouse("L+150,100"), ElementsAre("rule 0 type 1 state 4 handle 0 pane 0 size 8: 150,200"));
+    // It still follows the mouse, whose release it never saw; a click puts it down.
+    EXPECT_THAT(mouse("D700,400 L+700,400 L-700,400"),
+                ElementsAre("rule 0 type 1 state 4 handle 0 pane 0 size 8: 700,800",
+                            "rule 0 type 1 state 4 handle 0 pane 0 size 8: 700,800"));
 }
 
 TEST_F(RuleMouseTest, GoesOnWithADragInAnotherSize)
@@ -274,8 +291,8 @@ TEST_F(RuleMouseTest, GoesOnWithADragInAnotherSize)
     PELLORA_SetGeometry(m_lHandle, 0, 0, 502, 252);
     ASSERT_TRUE(support::pumpUntil([this] { return m_pPicture->size() == QSize(500, 250); }));
     // Of 500 by 250 pixels: each is two thousandths across and four down.
-    EXPECT_THAT(mouse("D60,50 L-70,60"), ElementsAre("rule 0 type 1 state 4 handle 0 pane 0 size 8: 120,200"));
-    EXPECT_THAT(mouse("L+70,60"), ElementsAre("rule 0 type 1 state 4 handle 0 pane 0 size 8: 140,240"));
+    EXPECT_THAT(mouse("D60,50 D70,60 L-70,60"), ElementsAre("rule 0 type 1 state 4 handle 0 pane 0 size 8: 120,200",
+                                                            "rule 0 type 1 state 4 handle 0 pane 0 size 8: 140,240"));
 }
 
 TEST_F(RuleMouseTest, LosesTheRuleInHandWithTheFile)
