@@ -2,6 +2,7 @@
 #include "Kavun.h"
 
 #include "player/src/core/ErrorStore.h"
+#include "player/src/core/Ffmpeg.h"
 #include "player/src/core/PortTable.h"
 #include "player/src/win/WindowsPlatform.h"
 
@@ -23,6 +24,8 @@ constexpr int kDefaultQuality = 85;
 player::PortTable &ports()
 {
     static auto *pPlatform = new player::WindowsPlatform;
+    // What is wrong with a file is told by error codes; the host's standard error is its own.
+    [[maybe_unused]] static const bool bQuiet = (av_log_set_level(AV_LOG_QUIET), true);
     static auto *pTable = new player::PortTable(*pPlatform);
     return *pTable;
 }
