@@ -185,7 +185,9 @@ class Sources:
         uris = subprocess.run(["apt-get", "indextargets", "--format", "$(REPO_URI) $(ORIGIN)"],
                               capture_output=True, text=True).stdout.split("\n")
         mirrors = [u.split()[0] for u in uris if u.endswith(" Debian") and "security" not in u]
-        mirror = mirrors[0] if mirrors else "http://deb.debian.org/debian/"
+        if not mirrors:
+            raise BuildError("apt knows no Debian mirror on this machine. Give the files in a folder: PELLORA_SOURCES.")
+        mirror = mirrors[0]
         # The sources of newer suites are read, never installed from: hence a configuration of its own. Their
         # Release files grow old between a machine's snapshots; every file is pinned by its sum besides.
         (etc / "sources.list.d" / "sources.sources").write_text(
