@@ -73,7 +73,7 @@ void presentPicture(benchmark::State &state)
     std::vector<std::uint8_t> scaledY(kPaneWidth * kPaneHeight);
     std::vector<std::uint8_t> scaledU(scaledY.size() / 4);
     std::vector<std::uint8_t> scaledV(scaledY.size() / 4);
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         libyuv::I420Scale(y.data(), kPictureWidth, u.data(), kPictureWidth / 2, v.data(), kPictureWidth / 2,
                           kPictureWidth, kPictureHeight, scaledY.data(), kPaneWidth, scaledU.data(), kPaneWidth / 2,
                           scaledV.data(), kPaneWidth / 2, kPaneWidth, kPaneHeight, libyuv::kFilterBilinear);
@@ -116,7 +116,7 @@ void drawRulesOf(benchmark::State &state, const std::vector<RuleType> &types)
     const Surface memory;
     RuleTable rules;
     fillWithRules(rules, types);
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         drawRules(memory.get(), rules);
         GdiFlush();
     }

@@ -14,7 +14,6 @@
 #include <string>
 #include <vector>
 
-using testing::ElementsAre;
 using testing::IsEmpty;
 using namespace pellora;
 
