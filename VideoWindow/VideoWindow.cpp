@@ -1,5 +1,6 @@
 #include "VideoWindow/VideoWindow.h"
 
+#include "VideoWindow/PreviewParam.h"
 #include "VideoWindow/SelectBoderWnd.h"
 #include "VideoWindow/VideoWnd.h"
 #include "widgets/CFullScreenWidget.h"
@@ -113,6 +114,76 @@ bool VideoWindow::normalScreen()
     }
     m_pFullScreenWidget->ExitFullScreen();
     return true;
+}
+
+bool VideoWindow::batchPreview(long lHandle, const std::vector<PreviewParam> &requests,
+                               std::vector<PreviewParam> &handed)
+{
+    return startEach(&VideoWnd::previewStream, lHandle, requests, handed);
+}
+
+bool VideoWindow::batchPreviewAsync(long lHandle, const std::vector<PreviewParam> &requests,
+                                    std::vector<PreviewParam> &handed)
+{
+    return startEach(&VideoWnd::previewStreamAsync, lHandle, requests, handed);
+}
+
+bool VideoWindow::startEach(bool (VideoWnd::*pfnStart)(const PreviewParam &), long lHandle,
+                            const std::vector<PreviewParam> &requests, std::vector<PreviewParam> &handed)
+{
+    for (std::size_t i = 0; i < requests.size(); ++i) {
+        VideoWnd *pPane = getWnd(static_cast<long>(i));
+        if (pPane == nullptr) {
+            continue;
+        }
+        // The answer tells what was handed over, not what became of it.
+        (pPane->*pfnStart)(requests[i]);
+        handed.push_back(requests[i]);
+        handed.back().lHandle = lHandle;
+        handed.back().lSubHandel = static_cast<long>(i);
+    }
+    return true;
+}
+
+bool VideoWindow::stopAllPreview()
+{
+    for (VideoWnd *pPane : qAsConst(m_listWnd)) {
+        pPane->stopPreviewStream();
+    }
+    return true;
+}
+
+bool VideoWindow::stopAllPreviewAsync()
+{
+    for (VideoWnd *pPane : qAsConst(m_listWnd)) {
+        pPane->stopPreviewStreamAsync();
+    }
+    return true;
+}
+
+bool VideoWindow::setPreviewStatusCallback(const std::function<void(const PreviewStatus &)> &callback, long lHandle)
+{
+    for (VideoWnd *pPane : qAsConst(m_listWnd)) {
+        pPane->setPreviewStatusCallback(callback, lHandle);
+    }
+    return true;
+}
+
+bool VideoWindow::setIntelData(bool bOpen)
+{
+    for (VideoWnd *pPane : qAsConst(m_listWnd)) {
+        if (pPane->isPlaying()) {
+            pPane->setIntelData(bOpen);
+        }
+    }
+    return true;
+}
+
+void VideoWindow::takeStartResults()
+{
+    for (VideoWnd *pPane : qAsConst(m_listWnd)) {
+        pPane->takeStartResult();
+    }
 }
 
 HWND VideoWindow::nativeWindow() const

@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 namespace ZentixGUIToolkit
 {
@@ -19,6 +20,8 @@ namespace pellora
 
 class SelectBoderWnd;
 class VideoWnd;
+struct PreviewParam;
+struct PreviewStatus;
 
 /**
  * One video window of the host: nine panes, of which a grid shows 1, 4 or 9, a frame around the current one, and full
@@ -46,6 +49,21 @@ public:
     bool fullScreen();
     bool normalScreen();
 
+    /**
+     * Request i goes to pane i; those that were handed over are appended to `handed` with their window and pane. The
+     * outcomes come through the status callback. Always true.
+     */
+    bool batchPreview(long lHandle, const std::vector<PreviewParam> &requests, std::vector<PreviewParam> &handed);
+    /** As batchPreview, on the caller's thread, device after device. */
+    bool batchPreviewAsync(long lHandle, const std::vector<PreviewParam> &requests, std::vector<PreviewParam> &handed);
+    bool stopAllPreview();
+    bool stopAllPreviewAsync();
+    bool setPreviewStatusCallback(const std::function<void(const PreviewStatus &)> &callback, long lHandle);
+    /** Shows or hides analysis data in the panes that play. */
+    bool setIntelData(bool bOpen);
+    /** Starts that have come back take effect now, without waiting for their notices. */
+    void takeStartResults();
+
     /** The native window, null when there is none; none is made. */
     [[nodiscard]] HWND nativeWindow() const;
     /** The host's window has been destroyed. */
@@ -62,6 +80,9 @@ private slots:
     void onNormal();
 
 private:
+    bool startEach(bool (VideoWnd::*pfnStart)(const PreviewParam &), long lHandle,
+                   const std::vector<PreviewParam> &requests, std::vector<PreviewParam> &handed);
+
     VideoWnd *m_pCurWnd = nullptr;
     /** In creation order, which is that of their indices. */
     QList<VideoWnd *> m_listWnd;

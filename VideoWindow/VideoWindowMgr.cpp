@@ -104,6 +104,15 @@ bool VideoWindowMgr::destroyVideoWindow(long lHandle)
     return true;
 }
 
+void VideoWindowMgr::takeStartResults()
+{
+    for (VideoWindow *pWindow : m_windows) {
+        if (pWindow != nullptr) {
+            pWindow->takeStartResults();
+        }
+    }
+}
+
 bool VideoWindowMgr::attachHostWindow(VideoWindow *pWindow, unsigned char embedMode)
 {
     HWND hHostWnd = pWindow->parentWindow();

@@ -43,6 +43,9 @@ public:
     /** Empties the slot at once; the window goes when no callback into the host runs in it. False: no handle. */
     bool destroyVideoWindow(long lHandle);
 
+    /** Starts of previews that have come back take effect now, in every window. */
+    void takeStartResults();
+
     bool attachHostWindow(VideoWindow *pWindow, unsigned char embedMode);
     bool detachHostWindow(VideoWindow *pWindow);
 

@@ -2,6 +2,7 @@
 
 #include "VideoWindow/DisplayRegion.h"
 #include "logging/Log.h"
+#include "preview/LivePanes.h"
 
 #include <QLabel>
 #include <QMouseEvent>
@@ -64,25 +65,40 @@ VideoWnd::VideoWnd(long lSubHandel, QWidget *pParent)
     m_pLiveViewWnd->setGeometry(0, 0, 1, 1);
     // Makes the label a native window, which no later change of its parents makes anew.
     m_hPlayWnd = reinterpret_cast<HWND>(m_pLiveViewWnd->winId());
+    PaneStream::Listener &listener = *this;
+    m_pStream = std::make_shared<PaneStream>(m_drovel, listener, m_hPlayWnd);
+    qRegisterMetaType<LONG>("LONG");
+    connect(this, &VideoWnd::signalPreviewStatus, this, &VideoWnd::onPreviewStatus);
+    // These come from other threads. Queued even where a device library calls back on the thread that starts: they are
+    // sent with the stream's lock held.
+    connect(this, &VideoWnd::signalPreviewSucceed, this, &VideoWnd::onPreviewSucceed, Qt::QueuedConnection);
+    connect(this, &VideoWnd::signalOpenDraw, this, &VideoWnd::onOpenDraw, Qt::QueuedConnection);
     connect(this, &VideoWnd::signalFileEnd, this, &VideoWnd::onFileEnd);
+    connect(this, &VideoWnd::signalStreamOpened, this, &VideoWnd::onStreamOpened, Qt::QueuedConnection);
+    LivePanes::instance().add(this, m_pStream);
 }
 
 VideoWnd::~VideoWnd()
 {
+    setExit();
     closeDraw();
+    abandonStart();
+    stopPreviewStreamAsync();
     stopPreviewFile();
+    m_pStream->leave();
+    LivePanes::instance().remove(this);
 }
 
 bool VideoWnd::previewFile(char *pFileName, unsigned char bLoop, unsigned char bOpenDraw)
 {
     stopPreviewFile();
+    m_pStream->beginFile();
     m_drovel.setStreamOpenMode(KAVUN_MODE_FILE);
     // Qt must not paint over the player's picture.
     m_pLiveViewWnd->setUpdatesEnabled(false);
     const bool bPlaying = m_drovel.startPlayFile(pFileName, m_hPlayWnd);
-    m_bOpenDraw = bOpenDraw != 0;
     m_bLoopFile = bLoop != 0;
-    if (m_bOpenDraw) {
+    if (bOpenDraw != 0) {
         openDraw();
     }
     if (m_bLoopFile || m_pfnFileEndCB != nullptr) {
@@ -93,12 +109,11 @@ bool VideoWnd::previewFile(char *pFileName, unsigned char bLoop, unsigned char b
 
 bool VideoWnd::stopPreviewFile()
 {
-    m_bOpenDraw = false;
     m_bLoopFile = false;
     m_ruleMgr.clearRules();
     closeDraw();
     m_drovel.unRegisterFileEndCallback();
-    m_drovel.stopPlayFile();
+    m_pStream->stopFile();
     m_pLiveViewWnd->setUpdatesEnabled(true);
     m_fileEnds.beginGeneration();
     return true;
@@ -239,13 +254,13 @@ bool VideoWnd::showRegion(const RECT &region)
         source = {pixels.left, pixels.top, pixels.right, pixels.bottom};
     }
     changePicture(change);
-    return m_drovel.setDisplayRegion(&source);
+    return m_pStream->setDisplayRegion(&source);
 }
 
 bool VideoWnd::showWholePicture()
 {
     changePicture(changeToWhole(m_ruleMgr.getPictureRect(), {width(), height()}));
-    return m_drovel.setDisplayRegion(nullptr);
+    return m_pStream->setDisplayRegion(nullptr);
 }
 
 void VideoWnd::changePicture(const PictureChange &change)
@@ -256,17 +271,17 @@ void VideoWnd::changePicture(const PictureChange &change)
 
 bool VideoWnd::openSound()
 {
-    return m_drovel.openSound();
+    return m_pStream->openSound();
 }
 
 bool VideoWnd::closeSound()
 {
-    return m_drovel.closeSound();
+    return m_pStream->closeSound();
 }
 
 bool VideoWnd::setVolume(unsigned short nVolume)
 {
-    return m_drovel.setVolume(nVolume);
+    return m_pStream->setVolume(nVolume);
 }
 
 unsigned short VideoWnd::getVolume()
@@ -274,18 +289,23 @@ unsigned short VideoWnd::getVolume()
     return m_drovel.getVolume();
 }
 
+bool VideoWnd::setIntelData(bool bOpen)
+{
+    return m_pStream->setIntelData(bOpen);
+}
+
 bool VideoWnd::openDraw()
 {
     m_pLiveViewWnd->setMouseTracking(true);
     m_pLiveViewWnd->installEventFilter(this);
-    return m_drovel.registerDrawFunc(&VideoWnd::drawCallback, this);
+    return m_pStream->registerDraw(&VideoWnd::drawCallback, this);
 }
 
 bool VideoWnd::closeDraw()
 {
     m_pLiveViewWnd->setMouseTracking(false);
     m_pLiveViewWnd->removeEventFilter(this);
-    return m_drovel.unRegisterDrawFunc();
+    return m_pStream->unregisterDraw();
 }
 
 long VideoWnd::createRule(RuleType type, COLORREF color, void *pExtend, unsigned char byLimitMask)
@@ -340,6 +360,7 @@ bool VideoWnd::isPlaying() const
 bool VideoWnd::setExit()
 {
     m_bExit = true;
+    m_pStream->close();
     return true;
 }
 
@@ -351,6 +372,7 @@ bool VideoWnd::isExit() const
 void VideoWnd::forgetSurface()
 {
     m_hPlayWnd = nullptr;
+    m_pStream->forgetWindow();
 }
 
 void VideoWnd::forgetMaximized()

@@ -2,7 +2,9 @@
 #define VIDEOWINDOW_VIDEOWND_H
 
 #include "Drovel/Drovel.h"
+#include "Selvikdcm.h"
 #include "VideoWindow/HostCalls.h"
+#include "VideoWindow/PaneStream.h"
 #include "VideoWindow/QueuedNotices.h"
 #include "VideoWindow/RuleEditor.h"
 #include "VideoWindow/RuleMgr.h"
@@ -12,24 +14,29 @@
 #include <windows.h>
 
 #include <atomic>
+#include <functional>
+#include <memory>
 
 class QLabel;
 
 namespace pellora
 {
 
+class TakeStreamTask;
 struct PictureChange;
+struct PreviewParam;
+struct PreviewStatus;
 
 /**
  * One pane of a video window: a player port, the surface that it draws on, and the rules over the picture.
  *
- * Threads: the GUI thread. The player's threads call fileEndCallback and drawCallback; news reach the GUI thread as
- *          queued signals.
- * Owns:    the port, the surface and the rules. One source plays at a time.
+ * Threads: the GUI thread. The player's threads call fileEndCallback and drawCallback, the device library's threads
+ *          streamDataCallback; news reach the GUI thread as queued signals.
+ * Owns:    the port, the surface, the rules and the start that is under way. One source plays at a time.
  * Units:   device pixels of the pane; thousandths of the picture for regions; seconds for positions.
- * Errors:  false or 0, and a log line of the player port's.
+ * Errors:  false or 0, and a log line of the player port's or the device library's.
  */
-class VideoWnd : public QWidget
+class VideoWnd : public QWidget, private PaneStream::Listener
 {
     Q_OBJECT
 
@@ -37,8 +44,26 @@ public:
     /** Called at the end of a file with the window handle that came with it. */
     using FileEndCallback = void (*)(long lHandle);
 
+    /** Called with the state of the pane's preview. */
+    using PreviewStatusCallback = std::function<void(const PreviewStatus &)>;
+
     VideoWnd(long lSubHandel, QWidget *pParent);
     ~VideoWnd() override;
+
+    // Previews. Each has two routes, whose names are swapped, which is the interface's own: the plain one goes through
+    // the pool and returns at once, the "Async" one calls the device library on the caller's thread.
+    /** False while another start is under way; the outcome comes through the status callback. */
+    bool previewStream(const PreviewParam &param);
+    /** Always true. A start that is under way is stopped as soon as it comes back. */
+    bool stopPreviewStream();
+    /** Returns when the device has answered; false: it could not be started. */
+    bool previewStreamAsync(const PreviewParam &param);
+    /** False when the device library refuses; then a later stop tries again. */
+    bool stopPreviewStreamAsync();
+    /** The callback is told the outcome of each start, and the state at each left click; null: none. */
+    bool setPreviewStatusCallback(const PreviewStatusCallback &pfnCallback, long lHandle);
+    /** Takes the result of a start that has come back, without waiting for its notice. */
+    void takeStartResult();
 
     // Files.
     /** Plays a file instead of what plays; loop and overlay are kept even when the file cannot be opened. */
@@ -76,6 +101,9 @@ public:
     bool setVolume(unsigned short nVolume);
     unsigned short getVolume();
 
+    /** Shows or hides analysis data. Always false, whether or not it worked. */
+    bool setIntelData(bool bOpen);
+
     // Overlay.
     /** Paints the rules over the picture and lets the mouse draw and edit them. */
     bool openDraw();
@@ -109,8 +137,11 @@ signals:
     void signalMaxmized(QWidget *pWnd);
     void signalNormal();
     void signalSelected();
+    void signalOpenDraw();
+    void signalPreviewSucceed();
     void signalPreviewStatus();
     void signalFileEnd(long nPort, void *pUser);
+    void signalStreamOpened(bool bOpened);
 
 protected:
     void mousePressEvent(QMouseEvent *pEvent) override;
@@ -118,11 +149,34 @@ protected:
     void resizeEvent(QResizeEvent *pEvent) override;
 
 private slots:
+    void onTakeStreamResult(LONG lPreviewHandel);
+    void onPreviewSucceed();
+    void onPreviewStatus();
     void onFileEnd(long nPort, void *pUser);
+    void onOpenDraw();
+    void onStreamOpened(bool bOpened);
 
 private:
+    static void streamDataCallback(long lPreviewHandel, const SELVIK_DCM_STREAM_DATA *pData, void *pUser);
     static void fileEndCallback(long nPort, void *pUser);
     static void drawCallback(long nPort, HDC hDc, void *pUser);
+
+    // On a device thread, or the GUI thread; see PaneStream.
+    void headerArrived() override;
+    void overlayWanted() override;
+    void streamOpened(bool bOpened) override;
+
+    [[nodiscard]] SELVIK_DCM_PREVIEW_INFO previewRequest(const PreviewParam &param);
+    void settleStart(long lPreviewHandel);
+    void stopPicture();
+    void cancelStart();
+    void abandonStart();
+    bool stopDevice(long lPreviewHandel);
+    void stopOnPool(long lPreviewHandel);
+    void forgetPreview();
+    [[nodiscard]] PreviewStatus previewStatus(bool bPlaying) const;
+    void tellStatus(const PreviewStatus &status);
+    void reportFailedStart();
 
     bool showRegion(const RECT &region);
     bool showWholePicture();
@@ -132,7 +186,17 @@ private:
     QLabel *m_pLiveViewWnd;
     /** Taken once; null when the host's window has taken the surface with it. */
     HWND m_hPlayWnd;
-    bool m_bOpenDraw = false;
+    /** The start that is under way; not the pool's. */
+    TakeStreamTask *m_pTakeStreamTask = nullptr;
+    bool m_bStartQueued = false;
+    /** Results that were taken before their notices arrived. */
+    int m_nResultsTaken = 0;
+    /** -1: none. Any other number, a failed start's included, counts as an open preview, which a stop stops. */
+    long m_lPreviewHandel = -1;
+    bool m_bStopPending = false;
+    long m_lUserID = -1;
+    unsigned long m_lChannel = 0;
+    PreviewStatusCallback m_pfnPreviewStatusCB;
     bool m_bMaximized = false;
     bool m_bLoopFile = false;
     FileEndCallback m_pfnFileEndCB = nullptr;
@@ -142,6 +206,8 @@ private:
 
     // Any thread.
     Drovel m_drovel;
+    /** Shared with the device threads that are in it; it also guards the port against them. */
+    std::shared_ptr<PaneStream> m_pStream;
     RuleMgr m_ruleMgr;
 
     // GUI thread.
@@ -149,6 +215,9 @@ private:
 
     // Any thread.
     QueuedNotices m_fileEnds;
+    QueuedNotices m_headers;
+    QueuedNotices m_overlays;
+    QueuedNotices m_opened;
     std::atomic<bool> m_bExit{false};
 };
 

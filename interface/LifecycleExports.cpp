@@ -1,8 +1,10 @@
 #include "interface/Pellora.h"
 
+#include "VideoWindow/TakeStreamMgr.h"
 #include "base/CLog.h"
 #include "corvane/CorvaneMgr.h"
 #include "interface/Boundary.h"
+#include "interface/PaneChoice.h"
 #include "widgets/CWidgetLayoutMgr.h"
 
 #include <QApplication>
@@ -56,6 +58,7 @@ int PELLORA_Init(void) noexcept
         logInfo(where, "==================Pellora Begin==================");
         logInfo(where, "CorvaneMgr: %p", pCorvaneMgr);
         logInfo(where, "CLog: %p", Base::CLog::getInstance());
+        TakeStreamMgr::getInstance()->startThreadPool();
         applyStyleSheet();
         return 1;
     });
@@ -65,6 +68,9 @@ int PELLORA_Fini(void) noexcept
 {
     const LogLocation where = exportAt("int __cdecl PELLORA_Fini(void)", __LINE__);
     return guarded(where, 0, [&where] {
+        TakeStreamMgr::getInstance()->stopThreadPool();
+        // Panes whose starts have come back meanwhile are free again, even before the next message is looked at.
+        registry().takeStartResults();
         logInfo(where, "==================Pellora End==================");
         Base::CLog::getInstance()->UninitLog();
         corvane::CorvaneMgr *pCorvaneMgr = corvane::CorvaneMgr::getInstance();

@@ -253,6 +253,61 @@ int PELLORA_NormalScreen(long lHandle) PELLORA_NOEXCEPT;
 /** Makes a pane, 0 to 8, the current one, as a click on it does. -1: 0. */
 int PELLORA_SetCurWnd(long lHandle, long lSubHandel) PELLORA_NOEXCEPT;
 
+/* ---- live previews ----
+ *
+ * A preview is started with a log-in of the device library (SELVIK_DCM_Login). It takes the place of what plays in its
+ * pane. Two routes lead there, whose names are swapped, for good: the plain functions hand the start to a worker thread
+ * and return at once; those that end in _Async call the device library on the calling thread and return when it has
+ * answered, at most 5 seconds a preview. Starting and stopping may be mixed.
+ *
+ * The outcome of each start comes through the status callback, by either route: byPlaying 1 when the stream has begun,
+ * 0 when it could not be started. A start that the host stops before that is not reported. Once a preview runs, a device
+ * that is lost is reached again by itself; the picture, sound, volume, display region and overlay go on as they were.
+ */
+
+/**
+ * Starts a preview in the current pane, at the address of its log-in: param.url is not looked at.
+ *
+ * 0: userID below 0, lChannel 0, streamType not 0 to 2, openDraw not 0 or 1, or another start is still under way in the
+ * pane. 1: the start has been handed to a worker.
+ */
+int PELLORA_PreviewStream(long lHandle, tagPELLORA_PREVIEW_PARAM param) PELLORA_NOEXCEPT;
+
+/**
+ * Stops the preview in the current pane, and clears its rules. Returns at once, always 1; a start that is under way is
+ * stopped as soon as it has come back.
+ */
+int PELLORA_StopPreviewStream(long lHandle) PELLORA_NOEXCEPT;
+
+/**
+ * Starts previews in panes 0, 1, 2 and so on, in the order of the requests, which are not checked. A url in a request
+ * stands in for the log-in's address; it may have up to 255 characters.
+ *
+ * pOut  null, or filled with what was handed over: each request, its window and pane, and their number; its url fields
+ *       stay as they are
+ */
+int PELLORA_BatchPreviewStream(long lHandle, tagPELLORA_BATCH_PREVIEW_PARAM param,
+                               tagPELLORA_BATCH_PREVIEW_PARAM *pOut) PELLORA_NOEXCEPT;
+
+/** As PELLORA_BatchPreviewStream, on the calling thread, device after device. */
+int PELLORA_BatchPreviewStream_Async(long lHandle, tagPELLORA_BATCH_PREVIEW_PARAM param,
+                                     tagPELLORA_BATCH_PREVIEW_PARAM *pOut) PELLORA_NOEXCEPT;
+
+/** Stops the previews of all nine panes, as PELLORA_StopPreviewStream does. */
+int PELLORA_StopAllPreviewStream(long lHandle) PELLORA_NOEXCEPT;
+
+/** As PELLORA_StopAllPreviewStream, on the calling thread; the previews have ended when it returns. */
+int PELLORA_StopAllPreviewStream_Async(long lHandle) PELLORA_NOEXCEPT;
+
+/**
+ * Sets the function that is told the state of each pane's preview: the outcome of each start, and at each left click on
+ * a pane. Never called from inside the function that starts. Null: none.
+ */
+int PELLORA_SetPreviewStatusCallback(long lHandle, pfnPreviewStatusCB pfnCallback) PELLORA_NOEXCEPT;
+
+/** Shows (any value but 0) or hides analysis data that the streams of the window's panes carry; those that play now. */
+int PELLORA_SetIntelData(long lHandle, unsigned short wOpen) PELLORA_NOEXCEPT;
+
 /* ---- recorded files; all on the current pane ---- */
 
 /**

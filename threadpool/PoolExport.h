@@ -2,7 +2,8 @@
 #define THREADPOOL_POOLEXPORT_H
 
 // The pool's classes are exported from the library, so that a host can derive tasks and use the pool too.
-#if !defined(_WIN32)
+// PELLORA_POOL_INSIDE: for code of the same library, whose own classes must not be exported with them.
+#if !defined(_WIN32) || defined(PELLORA_POOL_INSIDE)
 #define PELLORA_POOL_API
 #elif defined(PELLORA_POOL_BUILD)
 #define PELLORA_POOL_API __declspec(dllexport)

@@ -15,13 +15,14 @@ MAY_INCLUDE = {
     "device": [],
     "logging": ["base"],
     "threadpool": ["logging"],
+    "preview": [],
     "rules": ["base"],
     "Drovel": ["player", "base", "logging"],
-    "VideoWindow": ["Drovel", "rules", "threadpool", "logging", "base", "player", "device"],
+    "VideoWindow": ["preview", "Drovel", "rules", "threadpool", "logging", "base", "player", "device"],
     "interface": ["VideoWindow", "Drovel", "rules", "threadpool", "logging", "base", "player", "device"],
-    # A host sees the public header and nothing else.
-    "hosts": ["interface"],
-    "tests": ["interface", "VideoWindow", "Drovel", "rules", "threadpool", "logging", "base", "player", "device"],
+    # A host sees the public headers and nothing else.
+    "hosts": ["interface", "device"],
+    "tests": ["interface", "VideoWindow", "preview", "Drovel", "rules", "threadpool", "logging", "base", "player", "device"],
     "bench": ["interface", "VideoWindow", "Drovel", "rules", "threadpool", "logging", "base", "player", "device"],
 }
 # Who may name a companion's public header. Its other headers are its own business.

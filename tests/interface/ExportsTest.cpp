@@ -1,6 +1,9 @@
 #include "tests/interface/PelloraFixture.h"
 #include "tests/support/ExportNames.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace
 {
 
@@ -21,10 +24,37 @@ std::set<std::string> functionsOf(const std::set<std::string> &names)
     return functions;
 }
 
-TEST_F(ExportsTest, ExportsExactlyWhatTheDefinitionFileNames)
+/** What the library exports besides its functions: C++ names, as the compiler spells them. */
+std::set<std::string> otherNames()
 {
-    EXPECT_EQ(support::exportedNames(GetModuleHandleW(L"Pellora.dll")),
+    const std::set<std::string> names = support::exportedNames(GetModuleHandleW(L"Pellora.dll"));
+    const std::set<std::string> functions = functionsOf(names);
+    std::set<std::string> others;
+    std::set_difference(names.begin(), names.end(), functions.begin(), functions.end(),
+                        std::inserter(others, others.end()));
+    return others;
+}
+
+TEST_F(ExportsTest, ExportsExactlyTheFunctionsThatTheDefinitionFileNames)
+{
+    EXPECT_EQ(functionsOf(support::exportedNames(GetModuleHandleW(L"Pellora.dll"))),
               support::definitionFileNames(PELLORA_SOURCE_FOLDER "/interface/Pellora.def"));
+}
+
+TEST_F(ExportsTest, ExportsTheClassesOfTheWorkerPoolAndNothingElse)
+{
+    const std::set<std::string> names = otherNames();
+    for (const std::string &name : names) {
+        EXPECT_THAT(name, testing::HasSubstr("publicdatacontroller"));
+    }
+    const auto exportsMember = [&names](const char *pMember) {
+        return std::any_of(names.begin(), names.end(),
+                           [pMember](const std::string &name) { return name.find(pMember) != std::string::npos; });
+    };
+    for (const char *pMember : {"ThreadPool7AddTask", "ThreadPool11AddTaskList", "ThreadPool4Stop",
+                                "ThreadTask10needDelete", "ThreadTask11donotDelete", "ThreadTaskC2", "ThreadTaskD2"}) {
+        EXPECT_TRUE(exportsMember(pMember)) << pMember;
+    }
 }
 
 TEST_F(ExportsTest, ExportsExactlyTheFunctionsThatTheHeaderDeclares)
