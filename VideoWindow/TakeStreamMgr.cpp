@@ -20,19 +20,15 @@ constexpr int kThreads = 2;
 
 TakeStreamMgr *TakeStreamMgr::getInstance()
 {
-    static const std::shared_ptr<TakeStreamMgr> pInstance(new TakeStreamMgr);
-    return pInstance.get();
+    // Never destroyed: while the process ends its threads are gone already, and joining them would hang it.
+    static auto *const pInstance = new TakeStreamMgr;
+    return pInstance;
 }
 
 TakeStreamMgr::TakeStreamMgr()
 {
     logInfo({"VideoWindow\\TakeStreamMgr", "__cdecl pellora::TakeStreamMgr::TakeStreamMgr(void)", __LINE__},
             "TakeStreamMgr: %p", this);
-}
-
-TakeStreamMgr::~TakeStreamMgr()
-{
-    stopThreadPool();
 }
 
 void TakeStreamMgr::startThreadPool()

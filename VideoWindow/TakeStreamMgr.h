@@ -24,9 +24,9 @@ namespace pellora
 class TakeStreamMgr
 {
 public:
-    /** The process's; made on first use, on any thread. */
+    /** The process's; made on first use, on any thread. It lives until the process ends. */
     [[nodiscard]] static TakeStreamMgr *getInstance();
-    ~TakeStreamMgr();
+    ~TakeStreamMgr() = delete;
     TakeStreamMgr(const TakeStreamMgr &) = delete;
     TakeStreamMgr &operator=(const TakeStreamMgr &) = delete;
 
