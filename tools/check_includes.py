@@ -23,7 +23,7 @@ MAY_INCLUDE = {
     # A host sees the public headers and nothing else.
     "hosts": ["interface", "device"],
     "tests": ["interface", "VideoWindow", "preview", "Drovel", "rules", "threadpool", "logging", "base", "player", "device"],
-    "bench": ["interface", "VideoWindow", "Drovel", "rules", "threadpool", "logging", "base", "player", "device"],
+    "bench": ["tests", "interface", "VideoWindow", "Drovel", "rules", "threadpool", "logging", "base", "player", "device"],
 }
 # Who may name a companion's public header. Its other headers are its own business.
 PUBLIC = {"player": ["Kavun.h"], "device": ["Selvikdcm.h"], "interface": ["Pellora.h"]}

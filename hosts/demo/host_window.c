@@ -10,7 +10,7 @@ enum { STATUS_HEIGHT = 28, TIMER_STATUS = 1, TIMER_END = 2, STATUS_INTERVAL_MS =
 static struct {
     Wall wall;
     wchar_t message[128]; /**< what the last key did */
-    wchar_t status[256];  /**< what the status bar shows now */
+    wchar_t status[300];  /**< what the status bar shows now */
 } state;
 
 static RECT status_rect(HWND window)
@@ -25,9 +25,9 @@ static RECT status_rect(HWND window)
 static void update_status(HWND window)
 {
     wchar_t description[160];
-    wchar_t status[256];
+    wchar_t status[300];
     wall_describe(&state.wall, description, 160);
-    swprintf(status, 256, L"%ls    %ls", description, state.message);
+    swprintf(status, 300, L"%ls    %ls", description, state.message);
     if (wcscmp(status, state.status) != 0) {
         wcscpy(state.status, status);
         const RECT rect = status_rect(window);
@@ -111,6 +111,14 @@ static bool on_key(HWND window, const MSG *message)
     return true;
 }
 
+/** Clicks are seen on their way to the video, whose windows are the library's. */
+static void note_click(HWND window, const MSG *message)
+{
+    const bool down = message->message == WM_LBUTTONDOWN || message->message == WM_LBUTTONDBLCLK;
+    if (down && message->hwnd != window)
+        wall_on_click(&state.wall);
+}
+
 int host_window_run(const Library *library, const Options *options)
 {
     state.wall.window = -1;
@@ -138,9 +146,11 @@ int host_window_run(const Library *library, const Options *options)
     while (GetMessageW(&message, NULL, 0, 0) > 0) {
         if (on_key(window, &message))
             continue;
+        note_click(window, &message);
         TranslateMessage(&message);
         DispatchMessageW(&message);
     }
     library->Fini();
+    wall_log_out(&state.wall);
     return (int)message.wParam;
 }

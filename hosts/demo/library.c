@@ -10,7 +10,7 @@ typedef struct {
 } Function;
 
 /* The one place that names the functions. */
-static const Function functions[] = {
+static const Function functionsOfPellora[] = {
     {"PELLORA_Init", offsetof(Library, Init)},
     {"PELLORA_Fini", offsetof(Library, Fini)},
     {"PELLORA_CreateWindow", offsetof(Library, CreateWindow_)},
@@ -20,6 +20,11 @@ static const Function functions[] = {
     {"PELLORA_SetCurWnd", offsetof(Library, SetCurWnd)},
     {"PELLORA_FullScreen", offsetof(Library, FullScreen)},
     {"PELLORA_NormalScreen", offsetof(Library, NormalScreen)},
+    {"PELLORA_SetPreviewStatusCallback", offsetof(Library, SetPreviewStatusCallback)},
+    {"PELLORA_PreviewStream", offsetof(Library, PreviewStream)},
+    {"PELLORA_StopPreviewStream", offsetof(Library, StopPreviewStream)},
+    {"PELLORA_BatchPreviewStream", offsetof(Library, BatchPreviewStream)},
+    {"PELLORA_StopAllPreviewStream", offsetof(Library, StopAllPreviewStream)},
     {"PELLORA_PreviewFile", offsetof(Library, PreviewFile)},
     {"PELLORA_Play", offsetof(Library, Play)},
     {"PELLORA_Pause", offsetof(Library, Pause)},
@@ -39,39 +44,54 @@ static const Function functions[] = {
     {"PELLORA_SetRuleCoordCallback", offsetof(Library, SetRuleCoordCallback)},
 };
 
-/** Replaces the file name in a path of this program's own by another. */
-static bool path_beside_program(const wchar_t *name, wchar_t *path, size_t size)
+static const Function functionsOfDevices[] = {
+    {"SELVIK_DCM_Login", offsetof(Library, Login)},
+    {"SELVIK_DCM_Logout", offsetof(Library, Logout)},
+    {"SELVIK_DCM_GetLastError", offsetof(Library, GetLastError)},
+};
+
+enum { PATH_SIZE = 32768 };
+
+/** The path of a file beside a module; with a null module, beside this program. */
+static bool path_beside(HMODULE module, const wchar_t *name, wchar_t path[PATH_SIZE])
 {
-    const DWORD length = GetModuleFileNameW(NULL, path, (DWORD)size);
-    wchar_t *last = length > 0 && length < size ? wcsrchr(path, L'\\') : NULL;
-    if (last == NULL || (size_t)(last + 1 - path) + wcslen(name) >= size)
+    const DWORD length = GetModuleFileNameW(module, path, PATH_SIZE);
+    wchar_t *last = length > 0 && length < PATH_SIZE ? wcsrchr(path, L'\\') : NULL;
+    if (last == NULL || (size_t)(last + 1 - path) + wcslen(name) >= PATH_SIZE)
         return false;
     wcscpy(last + 1, name);
     return true;
 }
 
-bool library_load(Library *library, const wchar_t *path)
+/** Loads one of the two and finds its functions; null, with a message, when that fails. */
+static HMODULE load(Library *library, const wchar_t *path, const Function *functions, size_t count)
 {
-    wchar_t beside[32768];
-    if (path == NULL) {
-        if (!path_beside_program(L"Pellora.dll", beside, sizeof beside / sizeof beside[0]))
-            return false;
-        path = beside;
-    }
-
     /* The flag makes Windows look for the library's companions beside the library, not beside this program. */
     const HMODULE module = LoadLibraryExW(path, NULL, LOAD_WITH_ALTERED_SEARCH_PATH);
-    if (module == NULL) {
+    if (module == NULL)
         fprintf(stderr, "%ls cannot be loaded: Windows error %lu.\n", path, GetLastError());
-        return false;
-    }
-    for (size_t i = 0; i < sizeof functions / sizeof functions[0]; ++i) {
+    for (size_t i = 0; module != NULL && i < count; ++i) {
         const FARPROC address = GetProcAddress(module, functions[i].name);
         if (address == NULL) {
             fprintf(stderr, "%ls has no function %s.\n", path, functions[i].name);
-            return false;
+            return NULL;
         }
         memcpy((char *)library + functions[i].offset, &address, sizeof address);
     }
-    return true;
+    return module;
+}
+
+bool library_load(Library *library, const wchar_t *path)
+{
+    wchar_t beside[PATH_SIZE];
+    if (path == NULL) {
+        if (!path_beside(NULL, L"Pellora.dll", beside))
+            return false;
+        path = beside;
+    }
+    const HMODULE module =
+        load(library, path, functionsOfPellora, sizeof functionsOfPellora / sizeof functionsOfPellora[0]);
+    /* Log-ins are numbers of one copy of the device library: the one that Pellora.dll itself uses, beside it. */
+    return module != NULL && path_beside(module, L"Selvikdcm.dll", beside) &&
+           load(library, beside, functionsOfDevices, sizeof functionsOfDevices / sizeof functionsOfDevices[0]) != NULL;
 }

@@ -1,7 +1,7 @@
 /**
- * Pellora.dll, loaded at run time: the functions that this host uses.
+ * Pellora.dll and the device library beside it, loaded at run time: the functions that this host uses.
  *
- * A program may link the import library instead; loading by hand lets the library lie in a folder of its own.
+ * A program may link the import libraries instead; loading by hand lets the libraries lie in a folder of their own.
  */
 #ifndef DEMO_LIBRARY_H
 #define DEMO_LIBRARY_H
@@ -21,6 +21,11 @@ typedef struct {
     int (*SetCurWnd)(long, long);
     int (*FullScreen)(long);
     int (*NormalScreen)(long);
+    int (*SetPreviewStatusCallback)(long, pfnPreviewStatusCB);
+    int (*PreviewStream)(long, tagPELLORA_PREVIEW_PARAM);
+    int (*StopPreviewStream)(long);
+    int (*BatchPreviewStream)(long, tagPELLORA_BATCH_PREVIEW_PARAM, tagPELLORA_BATCH_PREVIEW_PARAM *);
+    int (*StopAllPreviewStream)(long);
     int (*PreviewFile)(long, char *, unsigned char, unsigned char);
     int (*Play)(long);
     int (*Pause)(long);
@@ -38,11 +43,15 @@ typedef struct {
     long (*CreateRule)(long, unsigned short, unsigned long, unsigned long, unsigned long, void *, unsigned char, long);
     int (*SetRuleCoord)(long, long, void *, long);
     int (*SetRuleCoordCallback)(long, pfnRuleCoordCB, long);
+    /* Of the device library. */
+    long (*Login)(const char *, const char *, const char *);
+    int (*Logout)(long);
+    unsigned long (*GetLastError)(void);
 } Library;
 
 /**
- * Loads the library from a path or, with null, from beside this program.
- * False, with a message on standard error, when it cannot be loaded or lacks a function.
+ * Loads the library from a path or, with null, from beside this program; the device library lies beside it.
+ * False, with a message on standard error, when one cannot be loaded or lacks a function.
  */
 bool library_load(Library *library, const wchar_t *path);
 

@@ -1,6 +1,7 @@
 /*
  * A host for Pellora in plain C: it loads the library, makes a window of its own, puts a video window into it and
- * plays files. Read on in host_window.c (the window and its loop), wall.c (the calls) and library.c (the loading).
+ * shows files and cameras. Read on in host_window.c (the window and its loop), wall.c (the calls), cameras.c (log-ins
+ * and live pictures) and library.c (the loading).
  */
 #include "hosts/demo/host_window.h"
 

@@ -5,12 +5,18 @@
 #include <stdbool.h>
 #include <wchar.h>
 
-enum { OPTIONS_MAX_FILES = 9 };
+enum { OPTIONS_MAX_SOURCES = 9 };
+
+/** What one pane shows. */
+typedef struct {
+    char *place; /**< UTF-8: a file's path or a camera's address. Never printed: an address may hold a password */
+    bool camera;
+} Source;
 
 typedef struct {
-    char *files[OPTIONS_MAX_FILES]; /**< UTF-8, as the library takes them */
-    int fileCount;
-    int split;              /**< panes: 1, 4 or 9; 0: as many as the files need */
+    Source sources[OPTIONS_MAX_SOURCES];
+    int sourceCount;
+    int split;              /**< panes: 1, 4 or 9; 0: as many as the sources need */
     int width, height;      /**< client area in pixels */
     int seconds;            /**< end by itself after so many; 0: stay */
     bool loop;              /**< start a file over at its end */

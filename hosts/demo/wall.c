@@ -2,6 +2,7 @@
 
 #include "hosts/demo/rules.h"
 
+#include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
 
@@ -10,24 +11,79 @@ enum { SEEK_SECONDS = 5 };
 /* A plain host has no Chromium windows that the video must get along with: neither 0 nor 1. */
 enum { EMBED_PLAIN = 2 };
 
-static void start_pane(const Wall *wall, int pane)
+enum { CLICK_REPORT_MS = 2000 };
+
+/** The wall that the library's reports are about. */
+static Wall *reported;
+
+/** What the user selects by a click is learnt from the library's report of it. */
+static void select_pane(Wall *wall, int pane)
 {
-    char *file = wall->options->files[pane % wall->options->fileCount];
-    wall->library->SetCurWnd(wall->window, pane); /* files go to the current pane */
+    wall->library->SetCurWnd(wall->window, pane);
+    wall->selected = pane;
+}
+
+static void start_file(const Wall *wall, int pane)
+{
+    char *file = wall->options->sources[pane % wall->options->sourceCount].place;
     if (!wall->library->PreviewFile(wall->window, file, wall->loop, wall->options->rules))
         fprintf(stderr, "%s cannot be played; the log beside the library says why.\n", file);
     if (wall->options->rules)
         rules_put(wall->library, wall->window, pane); /* the file before took its rules with it */
 }
 
-/** Gives a file to each of so many panes that has none yet, and selects the first pane. */
+static void start_pane(Wall *wall, int pane)
+{
+    select_pane(wall, pane); /* both go to the current pane */
+    if (cameras_has(&wall->cameras, pane))
+        cameras_start(&wall->cameras, wall->window, pane);
+    else
+        start_file(wall, pane);
+}
+
+/** Files alone fill every pane, in turn. A camera is shown once, and then panes may stay empty. */
+static int panes_with_source(const Wall *wall)
+{
+    for (int pane = 0; pane < wall->options->sourceCount; ++pane)
+        if (cameras_has(&wall->cameras, pane))
+            return wall->options->sourceCount;
+    return OPTIONS_MAX_SOURCES;
+}
+
+/** Gives each of so many panes that has none yet its source, and selects the first pane. */
 static void fill_panes(Wall *wall, int panes)
 {
+    if (panes > panes_with_source(wall))
+        panes = panes_with_source(wall);
     if (panes <= wall->filled)
         return;
+    if (wall->filled == 0)
+        wall->filled = cameras_start_first(&wall->cameras, wall->window, panes);
     while (wall->filled < panes)
         start_pane(wall, wall->filled++);
-    wall->library->SetCurWnd(wall->window, 0);
+    select_pane(wall, 0);
+}
+
+/**
+ * The library's report of a pane, which carries the pane's index and not the window's: the outcome of a start, or the
+ * state as it is because the pane was clicked.
+ */
+static void on_status(tagPELLORA_PREVIEW_STATUS status)
+{
+    Wall *wall = reported;
+    const int pane = (int)status.lSubHandel;
+    if (pane < 0 || pane >= OPTIONS_MAX_SOURCES)
+        return;
+    const bool clicked = GetTickCount64() < wall->clickUntil;
+    wall->clickUntil = 0;
+    if (clicked)
+        wall->selected = pane;
+    /* A clicked pane that does not play has not failed: its start may still be under way. */
+    if (clicked && !status.byPlaying)
+        return;
+    const bool begins = cameras_report(&wall->cameras, pane, status.byPlaying != 0);
+    if (begins && wall->options->rules)
+        rules_put(wall->library, wall->window, pane); /* each start takes the rules away */
 }
 
 bool wall_open(Wall *wall, HWND host, const Library *library, const Options *options)
@@ -36,6 +92,9 @@ bool wall_open(Wall *wall, HWND host, const Library *library, const Options *opt
     wall->window = library->CreateWindow_(host, EMBED_PLAIN);
     if (wall->window < 0)
         return false;
+    cameras_log_in(&wall->cameras, library, options);
+    reported = wall;
+    library->SetPreviewStatusCallback(wall->window, on_status);
     library->SplitScreen(wall->window, (unsigned short)options->split);
     if (options->rules)
         rules_listen(library, wall->window);
@@ -49,9 +108,24 @@ void wall_play(Wall *wall)
 
 void wall_close(Wall *wall)
 {
-    if (wall->window >= 0)
-        wall->library->DestroyWindow(wall->window);
+    if (wall->window < 0)
+        return;
+    wall->library->StopAllPreviewStream(wall->window);
+    wall->library->DestroyWindow(wall->window);
     wall->window = -1;
+    /* Fini waits for starts that wait for their camera's answer: to log out ends the waiting. */
+    cameras_log_out(&wall->cameras, false);
+}
+
+void wall_log_out(Wall *wall)
+{
+    cameras_log_out(&wall->cameras, true);
+}
+
+void wall_on_click(Wall *wall)
+{
+    /* The report comes soon, though perhaps after further messages; a click between the panes brings none. */
+    wall->clickUntil = GetTickCount64() + CLICK_REPORT_MS;
 }
 
 void wall_place(const Wall *wall, int x, int y, int width, int height)
@@ -81,19 +155,37 @@ static void toggle_pause(Wall *wall, wchar_t *message, size_t size)
     swprintf(message, size, L"%ls", wall->paused ? L"Paused" : L"Playing");
 }
 
-/** Looping is fixed when a file is started, so each pane is started anew and brought back to its position. */
+/** Looping is fixed when a file is started, so each of them is started anew and brought back to its position. */
 static void toggle_loop(Wall *wall, wchar_t *message, size_t size)
 {
     wall->loop = !wall->loop;
     wall->paused = false;
+    const int selected = wall->selected;
     for (int pane = 0; pane < wall->filled; ++pane) {
-        wall->library->SetCurWnd(wall->window, pane);
+        if (cameras_has(&wall->cameras, pane))
+            continue;
+        select_pane(wall, pane);
         const unsigned long position = wall->library->GetPlayPos(wall->window);
-        start_pane(wall, pane);
+        start_file(wall, pane);
         wall->library->SetPlayPos(wall->window, position);
     }
-    wall->library->SetCurWnd(wall->window, 0);
+    select_pane(wall, selected);
     swprintf(message, size, L"Loop %ls", wall->loop ? L"on" : L"off");
+}
+
+/** Stops the selected pane's camera, or starts it. */
+static void toggle_preview(Wall *wall, wchar_t *message, size_t size)
+{
+    if (!cameras_has(&wall->cameras, wall->selected)) {
+        swprintf(message, size, L"No camera in this pane");
+        return;
+    }
+    if (cameras_runs(&wall->cameras, wall->selected))
+        cameras_stop(&wall->cameras, wall->window, wall->selected);
+    else if (cameras_start(&wall->cameras, wall->window, wall->selected))
+        wall->paused = false;
+    else
+        swprintf(message, size, L"It cannot be started now");
 }
 
 static bool write_file(const wchar_t *name, const unsigned char *bytes, size_t size)
@@ -200,24 +292,46 @@ bool wall_on_key(Wall *wall, WPARAM key, wchar_t *message, size_t size)
     case 'R':
         toggle_loop(wall, message, size);
         return true;
+    case 'S':
+        message[0] = L'\0'; /* what becomes of it is part of the description */
+        toggle_preview(wall, message, size);
+        return true;
     default:
         return false;
     }
 }
 
+/** Appends to a text that has begun; what does not fit is left out. */
+static void append(wchar_t *text, size_t size, const wchar_t *format, ...)
+{
+    const size_t used = wcslen(text);
+    va_list arguments;
+    va_start(arguments, format);
+    if (vswprintf(text + used, size - used, format, arguments) < 0)
+        text[used] = L'\0';
+    va_end(arguments);
+}
+
 void wall_describe(const Wall *wall, wchar_t *text, size_t size)
 {
-    const unsigned long position = wall->library->GetPlayPos(wall->window);
-    const unsigned long length = wall->library->GetFileTime(wall->window);
+    text[0] = L'\0';
+    if (cameras_has(&wall->cameras, wall->selected)) {
+        cameras_describe(&wall->cameras, wall->selected, text, size);
+        if (!cameras_plays(&wall->cameras, wall->selected))
+            return; /* to ask for a picture that cannot be there would only fill the log */
+    } else {
+        const unsigned long position = wall->library->GetPlayPos(wall->window);
+        const unsigned long length = wall->library->GetFileTime(wall->window);
+        append(text, size, L"%02lu:%02lu / %02lu:%02lu", position / 60, position % 60, length / 60, length % 60);
+    }
     tagPELLORA_POINT picture = {0, 0};
     wall->library->GetPictureSize(wall->window, &picture);
-    const int used = swprintf(text, size, L"%02lu:%02lu / %02lu:%02lu    %ld \u00d7 %ld", position / 60, position % 60,
-                              length / 60, length % 60, picture.x, picture.y);
+    append(text, size, L"    %ld \u00d7 %ld", picture.x, picture.y);
 
     /* This function returns 0 also when it filled the record; the year tells. */
     tagPELLORA_SYSTEM_TIME time = {0};
     wall->library->GetSystemTime(wall->window, &time);
-    if (used > 0 && time.dwYear != 0)
-        swprintf(text + used, size - (size_t)used, L"    %04lu-%02lu-%02lu %02lu:%02lu:%02lu UTC", time.dwYear,
-                 time.dwMonth, time.dwDay, time.dwHour, time.dwMinute, time.dwSecond);
+    if (time.dwYear != 0)
+        append(text, size, L"    %04lu-%02lu-%02lu %02lu:%02lu:%02lu UTC", time.dwYear, time.dwMonth, time.dwDay,
+               time.dwHour, time.dwMinute, time.dwSecond);
 }

@@ -6,6 +6,7 @@
 #ifndef DEMO_WALL_H
 #define DEMO_WALL_H
 
+#include "hosts/demo/cameras.h"
 #include "hosts/demo/library.h"
 #include "hosts/demo/options.h"
 
@@ -14,19 +15,30 @@
 typedef struct {
     const Library *library;
     const Options *options;
-    long window; /**< Pellora's handle; -1: none */
-    int filled;  /**< panes that have been given a file, from the first */
+    Cameras cameras;
+    long window;          /**< Pellora's handle; -1: none */
+    int filled;           /**< panes that have been given their source, from the first */
+    int selected;         /**< the window's current pane */
+    ULONGLONG clickUntil; /**< the next report of a pane's state, if it comes before this tick, is of a click */
     bool loop;
     bool paused; /**< by the space bar */
     bool fullScreen;
     int captures; /**< saved so far */
 } Wall;
 
-/** Makes the video window in the host's. */
+/**
+ * Makes the video window in the host's, and logs in to the cameras. There is one wall, which stays where it is: what
+ * the library reports of a pane comes without a word of the host's.
+ */
 bool wall_open(Wall *wall, HWND host, const Library *library, const Options *options);
-/** Starts the files, one for each pane, from the first again. Place the video before: each resize moves rules a bit. */
+/** Starts the sources, one for each pane. Place the video before: each resize moves rules a bit. */
 void wall_play(Wall *wall);
+/** Stops everything and destroys the video window; library Fini can follow, and waits for no camera. */
 void wall_close(Wall *wall);
+/** Logs out of the last cameras, once library Fini has carried out what was left to stop. */
+void wall_log_out(Wall *wall);
+/** Tells that the left button went down on the video. */
+void wall_on_click(Wall *wall);
 /** Places the video in the host's client area. */
 void wall_place(const Wall *wall, int x, int y, int width, int height);
 /**
@@ -34,7 +46,7 @@ void wall_place(const Wall *wall, int x, int y, int width, int height);
  * status bar, or left alone.
  */
 bool wall_on_key(Wall *wall, WPARAM key, wchar_t *message, size_t size);
-/** Position, length, picture size and recording time of the selected pane. */
+/** What the selected pane shows: a camera's state or a file's position and length; picture size and recording time. */
 void wall_describe(const Wall *wall, wchar_t *text, size_t size);
 
 #endif

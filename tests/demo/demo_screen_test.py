@@ -36,7 +36,7 @@ def rgb_of(yuv):
     return tuple(min(255, max(0, round(value))) for value in (red, green, blue))
 
 
-def picture_of(number):
+def picture_of(number, quarters):
     planes = []
     for plane, scale in ((0, 1), (1, 2), (2, 2)):
         width, height = WIDTH // scale, HEIGHT // scale
@@ -48,15 +48,15 @@ def picture_of(number):
                 line[start:start + BAR // scale] = bytes([BLACK[plane]]) * (BAR // scale)
             else:
                 quarter = 0 if row < height // 2 else 2
-                line = bytes([QUARTERS[quarter][plane]]) * (width // 2)
-                line += bytes([QUARTERS[quarter + 1][plane]]) * (width // 2)
+                line = bytes([quarters[quarter][plane]]) * (width // 2)
+                line += bytes([quarters[quarter + 1][plane]]) * (width // 2)
             rows.append(bytes(line))
         planes.append(b"".join(rows))
     return b"".join(planes)
 
 
-def make_clip(path):
-    pictures = b"".join(picture_of(number) for number in range(PICTURES))
+def make_clip(path, quarters=QUARTERS):
+    pictures = b"".join(picture_of(number, quarters) for number in range(PICTURES))
     subprocess.run(["ffmpeg", "-v", "error", "-y", "-f", "rawvideo", "-pix_fmt", "yuv420p", "-s", f"{WIDTH}x{HEIGHT}",
                     "-r", str(RATE), "-i", "-", "-c:v", "libx264", "-qp", "4", "-preset", "veryfast", str(path)],
                    input=pictures, check=True)

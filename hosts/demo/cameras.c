@@ -1,0 +1,152 @@
+#include "hosts/demo/cameras.h"
+
+#include "Selvikdcm.h"
+
+#include <stdio.h>
+
+enum { FIRST_CHANNEL = 1, MAIN_STREAM = 0 };
+
+static const wchar_t *const words[] = {
+    [CAMERA_STOPPED] = L"stopped",
+    [CAMERA_STARTING] = L"starting",
+    [CAMERA_PLAYING] = L"playing",
+    [CAMERA_FAILED] = L"failed; the log beside the library says why, S tries again",
+};
+
+static void set_state(Cameras *cameras, int pane, CameraState state)
+{
+    cameras->cameras[pane].state = state;
+    printf("Pane %d: %ls.\n", pane + 1, words[state]);
+    fflush(stdout);
+}
+
+static void log_in(Cameras *cameras, int pane, const char *address)
+{
+    Camera *camera = &cameras->cameras[pane];
+    /* A name and a password in the address go before those given here. */
+    camera->userID = cameras->library->Login(address, "", "");
+    camera->state = camera->userID >= 0 ? CAMERA_STOPPED : CAMERA_FAILED;
+    if (camera->userID >= 0)
+        return;
+    const unsigned long error = cameras->library->GetLastError();
+    if (error == SELVIK_ERROR_ADDRESS)
+        printf("Pane %d: its camera's address is not understood.\n", pane + 1);
+    else
+        printf("Pane %d: no log-in to its camera, error %lu of the device library.\n", pane + 1, error);
+    fflush(stdout);
+}
+
+void cameras_log_in(Cameras *cameras, const Library *library, const Options *options)
+{
+    *cameras = (Cameras){.library = library, .openDraw = options->rules};
+    for (int pane = 0; pane < OPTIONS_MAX_SOURCES; ++pane) {
+        cameras->cameras[pane] = (Camera){.library = library, .state = NO_CAMERA, .userID = -1};
+        if (pane < options->sourceCount && options->sources[pane].camera)
+            log_in(cameras, pane, options->sources[pane].place);
+    }
+}
+
+/** Without an address: the log-in's own is used, and so no password gets into the library's log. */
+static tagPELLORA_PREVIEW_PARAM request_for(const Cameras *cameras, int pane)
+{
+    return (tagPELLORA_PREVIEW_PARAM){.userID = cameras->cameras[pane].userID,
+                                      .lChannel = FIRST_CHANNEL,
+                                      .streamType = MAIN_STREAM,
+                                      .openDraw = cameras->openDraw};
+}
+
+int cameras_start_first(Cameras *cameras, long window, int panes)
+{
+    /* Request i is for pane i. One without a log-in fails alone, and was told already. */
+    tagPELLORA_BATCH_PREVIEW_PARAM batch = {.wNum = 0};
+    for (int pane = 0; pane < panes && cameras_has(cameras, pane); ++pane)
+        batch.struPreviewParam[batch.wNum++] = request_for(cameras, pane);
+    if (batch.wNum == 0 || !cameras->library->BatchPreviewStream(window, batch, NULL))
+        return 0;
+    for (int pane = 0; pane < batch.wNum; ++pane)
+        if (cameras->cameras[pane].userID >= 0)
+            set_state(cameras, pane, CAMERA_STARTING);
+    return batch.wNum;
+}
+
+bool cameras_start(Cameras *cameras, long window, int pane)
+{
+    if (!cameras->library->PreviewStream(window, request_for(cameras, pane)))
+        return false;
+    set_state(cameras, pane, CAMERA_STARTING);
+    return true;
+}
+
+void cameras_stop(Cameras *cameras, long window, int pane)
+{
+    /* It is not reported: only the outcomes of starts are. */
+    cameras->library->StopPreviewStream(window);
+    set_state(cameras, pane, CAMERA_STOPPED);
+}
+
+bool cameras_report(Cameras *cameras, int pane, bool playing)
+{
+    const CameraState state = cameras->cameras[pane].state;
+    const CameraState now = playing ? CAMERA_PLAYING : CAMERA_FAILED;
+    /* One that was stopped meanwhile stays so. */
+    if (state == NO_CAMERA || state == CAMERA_STOPPED || state == now)
+        return false;
+    set_state(cameras, pane, now);
+    return playing;
+}
+
+static DWORD WINAPI log_out(void *parameter)
+{
+    Camera *camera = parameter;
+    camera->library->Logout(camera->userID);
+    camera->userID = -1;
+    return 0;
+}
+
+void cameras_log_out(Cameras *cameras, bool playing)
+{
+    HANDLE threads[OPTIONS_MAX_SOURCES];
+    DWORD count = 0;
+    for (int pane = 0; pane < OPTIONS_MAX_SOURCES; ++pane) {
+        Camera *camera = &cameras->cameras[pane];
+        if (camera->userID < 0 || cameras_plays(cameras, pane) != playing)
+            continue;
+        /* All at once: each may wait for its camera's good-bye. */
+        const HANDLE thread = CreateThread(NULL, 0, log_out, camera, 0, NULL);
+        if (thread != NULL)
+            threads[count++] = thread;
+        else
+            log_out(camera);
+    }
+    if (count > 0)
+        WaitForMultipleObjects(count, threads, TRUE, INFINITE);
+    for (DWORD i = 0; i < count; ++i)
+        CloseHandle(threads[i]);
+}
+
+bool cameras_has(const Cameras *cameras, int pane)
+{
+    return cameras->cameras[pane].state != NO_CAMERA;
+}
+
+bool cameras_runs(const Cameras *cameras, int pane)
+{
+    return cameras->cameras[pane].state == CAMERA_STARTING || cameras_plays(cameras, pane);
+}
+
+bool cameras_plays(const Cameras *cameras, int pane)
+{
+    return cameras->cameras[pane].state == CAMERA_PLAYING;
+}
+
+void cameras_describe(const Cameras *cameras, int pane, wchar_t *text, size_t size)
+{
+    int all = 0;
+    int playing = 0;
+    for (int i = 0; i < OPTIONS_MAX_SOURCES; ++i) {
+        all += cameras_has(cameras, i);
+        playing += cameras_plays(cameras, i);
+    }
+    swprintf(text, size, L"Pane %d: %ls    %d of %d cameras play", pane + 1, words[cameras->cameras[pane].state],
+             playing, all);
+}
