@@ -165,8 +165,11 @@ bool ContainerInput::read(const Patience &patience)
 
 void ContainerInput::startOver()
 {
-    if (av_seek_frame(m_format.get(), -1, m_format->start_time == AV_NOPTS_VALUE ? 0 : m_format->start_time,
-                      AVSEEK_FLAG_BACKWARD) < 0 &&
+    const std::int64_t start = m_format->start_time == AV_NOPTS_VALUE ? 0 : m_format->start_time;
+    // Well before the start: a program stream's time is that of the packet after the first key picture's beginning.
+    // Containers with an index refuse such a time.
+    if (av_seek_frame(m_format.get(), -1, start - AV_TIME_BASE, AVSEEK_FLAG_BACKWARD) < 0 &&
+        av_seek_frame(m_format.get(), -1, start, AVSEEK_FLAG_BACKWARD) < 0 &&
         avformat_seek_file(m_format.get(), -1, INT64_MIN, 0, INT64_MAX, AVSEEK_FLAG_BYTE) < 0) {
         throw Failure(SELVIK_ERROR_MEDIA);
     }

@@ -137,6 +137,29 @@ TEST_P(FileCamera, IsSentAsALiveStream)
     EXPECT_FALSE(contents.recordingTime.empty());
 }
 
+TEST(FileCameraRound, BeginsWithTheFirstPictureAgain)
+{
+    // 100 pictures each; in parallel, since they are sent at their own pace.
+    const std::vector<std::string> files = {"mpeg1.mpg", "mpeg2.mpg", "h264.mpg", "h264.ts", "h264.mp4", "h264.avi"};
+    std::vector<std::unique_ptr<StreamRecorder>> recorders;
+    std::vector<std::unique_ptr<StartedPreview>> previews;
+    for (const std::string &file : files) {
+        recorders.push_back(std::make_unique<StreamRecorder>());
+        previews.push_back(std::make_unique<StartedPreview>(*recorders.back(), clip(file)));
+        ASSERT_GE(previews.back()->handle(), 0) << file;
+    }
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        // Pictures, and sounds between them.
+        std::size_t nRecords = 104;
+        while (recorders[i]->read(0).nPictures <= 103 && recorders[i]->waitForRecords(1, nRecords, 30s)) {
+            nRecords += 50;
+        }
+        previews[i].reset();
+        const std::vector<int> keys = recorders[i]->read(0).keyPictures;
+        EXPECT_TRUE(std::find(keys.begin(), keys.end(), 100) != keys.end()) << files[i];
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Codecs, FileCamera,
                          testing::Values(FileCase{"h264.mp4", "h264"}, FileCase{"h265-mulaw.mkv", "hevc"},
                                          FileCase{"h264-alaw.mkv", "h264"}, FileCase{"mjpeg-g722.mkv", "mjpeg"},

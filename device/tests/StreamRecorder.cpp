@@ -175,6 +175,9 @@ StreamContents StreamRecorder::read(std::size_t number) const
         if (pStream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO) {
             contents.bFirstIsKey =
                 contents.nPictures == 0 ? (packet->flags & AV_PKT_FLAG_KEY) != 0 : contents.bFirstIsKey;
+            if ((packet->flags & AV_PKT_FLAG_KEY) != 0) {
+                contents.keyPictures.push_back(contents.nPictures);
+            }
             ++contents.nPictures;
             contents.pictureTimes.push_back(nTime);
             std::size_t size = 0;

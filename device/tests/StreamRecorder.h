@@ -25,6 +25,7 @@ struct StreamContents {
     int nDecodeErrors = 0;
     int nSounds = 0;
     bool bFirstIsKey = false;
+    std::vector<int> keyPictures;        /**< which of the pictures are key pictures */
     bool bTimesRise = true;              /**< in the order of decoding, by sound or by the pictures without B */
     std::vector<long long> pictureTimes; /**< milliseconds */
     std::vector<long long> captureTimes; /**< microseconds of UTC */
