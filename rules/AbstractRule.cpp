@@ -49,6 +49,7 @@ bool AbstractRule::scale(float fx, float fy)
     picture = scaledPicture(picture, fx, fy);
     m_placement.paneWidth = wrappingSubtract(picture.right, picture.left);
     m_placement.paneHeight = wrappingSubtract(picture.bottom, picture.top);
+    touch();
     return true;
 }
 
@@ -58,6 +59,7 @@ bool AbstractRule::translate(std::int32_t dx, std::int32_t dy)
     picture = moved(picture, {dx, dy});
     m_placement.paneWidth = wrappingSubtract(picture.right, picture.left);
     m_placement.paneHeight = wrappingSubtract(picture.bottom, picture.top);
+    touch();
     return true;
 }
 

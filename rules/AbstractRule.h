@@ -70,10 +70,19 @@ public:
     void setColor(RuleColor color)
     {
         m_color = color;
+        touch();
     }
     void setSelected(bool bSelected)
     {
-        m_bSelected = bSelected;
+        if (m_bSelected != bSelected) {
+            m_bSelected = bSelected;
+            touch();
+        }
+    }
+    /** Another number after everything that may have changed what is drawn. */
+    [[nodiscard]] std::uint32_t revision() const
+    {
+        return m_nRevision;
     }
     [[nodiscard]] bool isSelected() const
     {
@@ -83,6 +92,11 @@ public:
 protected:
     AbstractRule(RuleType type, const RulePlacement &placement, std::int32_t nPenWidth = kOutlineWidth);
 
+    /** To be called by everything that changes what is drawn, but not by drawing itself. */
+    void touch()
+    {
+        ++m_nRevision;
+    }
     [[nodiscard]] RuleColor color() const
     {
         return m_color;
@@ -111,6 +125,7 @@ private:
     RuleColor m_color = 0;
     const std::int32_t m_nPenWidth;
     bool m_bSelected = false;
+    std::uint32_t m_nRevision = 0;
     PixelPoint m_lastPoint;
     RulePlacement m_placement;
 };

@@ -22,6 +22,7 @@ void RuleRect::setRect(PixelPoint topLeft, PixelPoint bottomRight)
     const PixelPoint first = placement().clamped(topLeft);
     const PixelPoint second = placement().clamped(bottomRight);
     m_rect = {first.x, first.y, second.x, second.y};
+    touch();
 }
 
 bool RuleRect::isEmpty() const
@@ -54,6 +55,7 @@ bool RuleRect::addPoint(PixelPoint point, RuleAction action)
     }
     if (bPress || placement().isInPane(point)) {
         m_rect = boxOf(m_anchor, point);
+        touch();
     }
     return true;
 }
@@ -65,6 +67,7 @@ bool RuleRect::editPoint(PixelPoint point, RuleAction action)
         setLastPoint(point);
         return true;
     }
+    touch();
     if (action == RuleAction::Release) {
         m_rect = boxOf({m_rect.left, m_rect.top}, {m_rect.right, m_rect.bottom});
         return true;

@@ -42,6 +42,7 @@ bool RuleTable::remove(std::int32_t nId)
     }
     const Lock lock(m_mutex);
     m_rules[static_cast<std::size_t>(nId)].reset();
+    m_inks[static_cast<std::size_t>(nId)].forget();
     return true;
 }
 

@@ -3,6 +3,7 @@
 
 #include "rules/AbstractRule.h"
 #include "rules/CoordinateMapping.h"
+#include "rules/RuleInkCache.h"
 #include "rules/RuleRecords.h"
 
 #include <array>
@@ -76,10 +77,17 @@ public:
     template <typename Visit>
     void forEach(Visit visit)
     {
+        forEachWithInk([&visit](AbstractRule &rule, RuleInkCache & /*ink*/) { visit(rule); });
+    }
+    /** The same with visit(AbstractRule &, RuleInkCache &): what was kept of the rule's looks, for one drawing thread.
+     */
+    template <typename Visit>
+    void forEachWithInk(Visit visit)
+    {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        for (const std::unique_ptr<AbstractRule> &pRule : m_rules) {
-            if (pRule) {
-                visit(*pRule);
+        for (std::size_t i = 0; i < m_rules.size(); ++i) {
+            if (m_rules[i]) {
+                visit(*m_rules[i], m_inks[i]);
             }
         }
     }
@@ -90,6 +98,8 @@ private:
     /** Guards everything below, the rules' geometry too: a frame that meets a growing array would crash. */
     mutable std::mutex m_mutex;
     std::array<std::unique_ptr<AbstractRule>, kCapacity> m_rules;
+    /** Of the rule in the same slot. */
+    std::array<RuleInkCache, kCapacity> m_inks;
     PictureGeometry m_geometry;
 };
 

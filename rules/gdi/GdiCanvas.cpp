@@ -47,6 +47,7 @@ GdiCanvas::GdiCanvas(HDC hDc)
 void GdiCanvas::setPen(RulePen pen)
 {
     if (m_pen.get() == nullptr) {
+        m_nPenWidth = pen.width;
         m_pen = Pen(CreatePen(PS_SOLID, pen.width, pen.color));
         SelectObject(m_hDc, m_pen.get());
     }
@@ -54,12 +55,29 @@ void GdiCanvas::setPen(RulePen pen)
 
 void GdiCanvas::moveTo(PixelPoint point)
 {
+    m_position = point;
     MoveToEx(m_hDc, point.x, point.y, nullptr);
 }
 
 void GdiCanvas::lineTo(PixelPoint point)
 {
-    LineTo(m_hDc, point.x, point.y);
+    if (m_nPenWidth > 1 && (isFar(m_position) || isFar(point))) {
+        drawFarLine({m_position, point});
+    } else {
+        LineTo(m_hDc, point.x, point.y);
+    }
+    m_position = point;
+}
+
+void GdiCanvas::drawFarLine(const PixelSegment &line)
+{
+    // Wine (8) fills a wide line row by row wherever it leads: 170 ms for one of 4,000,000 pixels.
+    RECT surface = {};
+    GetClipBox(m_hDc, &surface);
+    const PixelSegment part = shortened(line, {surface.left, surface.top, surface.right, surface.bottom});
+    MoveToEx(m_hDc, part.start.x, part.start.y, nullptr);
+    LineTo(m_hDc, part.end.x, part.end.y);
+    MoveToEx(m_hDc, line.end.x, line.end.y, nullptr);
 }
 
 void GdiCanvas::frame(const PixelRect &rect)

@@ -1,6 +1,7 @@
 #ifndef RULES_GDI_GDICANVAS_H
 #define RULES_GDI_GDICANVAS_H
 
+#include "rules/FarLine.h"
 #include "rules/RuleCanvas.h"
 #include "rules/gdi/GdiObjects.h"
 #include "rules/gdi/Selection.h"
@@ -32,9 +33,12 @@ public:
     void drawText(const char16_t *pText, const PixelRect &box, RuleColor color) override;
 
 private:
+    void drawFarLine(const PixelSegment &line);
     void needFont();
 
     const HDC m_hDc;
+    PixelPoint m_position;
+    std::int32_t m_nPenWidth = 1;
     // Objects before selections: they are deselected first, then deleted.
     Pen m_pen;
     Brush m_brush;

@@ -1,6 +1,7 @@
 #include "rules/gdi/RuleDrawing.h"
 
 #include "rules/gdi/GdiCanvas.h"
+#include "rules/gdi/RulePass.h"
 #include "rules/gdi/SavedDc.h"
 
 namespace pellora
@@ -15,11 +16,8 @@ void drawRule(HDC hDc, AbstractRule &rule)
 
 void drawRules(HDC hDc, RuleTable &rules)
 {
-    const SavedDc saved(hDc);
-    rules.forEach([hDc](AbstractRule &rule) {
-        GdiCanvas canvas(hDc);
-        rule.draw(canvas);
-    });
+    RulePass pass(hDc);
+    rules.forEachWithInk([&pass](AbstractRule &rule, RuleInkCache &cache) { pass.paint(rule, cache); });
 }
 
 } // namespace pellora

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace pellora
 {
@@ -59,6 +60,11 @@ public:
     {
         GdiFlush();
         return m_pBits[y * kWidth + x] & 0x00FFFFFFU;
+    }
+    [[nodiscard]] std::vector<std::uint32_t> all() const
+    {
+        GdiFlush();
+        return {m_pBits, m_pBits + kWidth * kHeight};
     }
     [[nodiscard]] bool isInk(std::int32_t x, std::int32_t y) const
     {

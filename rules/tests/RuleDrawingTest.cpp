@@ -10,9 +10,13 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cmath>
+#include <memory>
+#include <random>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace pellora
 {
@@ -136,6 +140,76 @@ TEST_F(RuleDrawing, ClosesAPolygon)
     draw(rule);
     EXPECT_EQ(m_dib.pixel(103, 197), kGreen);
 }
+
+class Handles : public RuleDrawing, public ::testing::WithParamInterface<RuleType>
+{
+protected:
+    /** Where handles are of a rule that was drawn by clicks at (100, 100), (200, 100), (200, 200) and (100, 200). */
+    static std::vector<PixelPoint> expected(RuleType type)
+    {
+        switch (familyOf(type)) {
+        case RuleFamily::Line:
+            return {{100, 100}, {200, 100}};
+        case RuleFamily::Rect:
+        case RuleFamily::Polygon:
+            return {{100, 100}, {200, 100}, {200, 200}, {100, 200}};
+        default:
+            return {};
+        }
+    }
+
+    static std::unique_ptr<AbstractRule> make(RuleType type)
+    {
+        auto pRule = makeRule(type, placementWith(0), {{4, false}, ""});
+        pRule->setColor(kGreen);
+        if (type == RuleType::LineWithArrow) {
+            static_cast<RuleLine &>(*pRule).setPoints({100, 100}, {200, 100});
+            return pRule;
+        }
+        pRule->addPoint({100, 100}, RuleAction::LeftPress);
+        if (familyOf(type) == RuleFamily::Line) {
+            pRule->addPoint({200, 100}, RuleAction::LeftPress);
+        } else if (familyOf(type) == RuleFamily::Rect) {
+            pRule->addPoint({200, 200}, RuleAction::LeftPress);
+        } else if (familyOf(type) == RuleFamily::Polygon) {
+            for (const PixelPoint point : {PixelPoint{200, 100}, {200, 200}, {100, 200}}) {
+                pRule->addPoint(point, RuleAction::Move);
+                pRule->addPoint(point, RuleAction::LeftPress);
+            }
+        }
+        return pRule;
+    }
+};
+
+TEST_P(Handles, AreOnEveryCornerOfASelectedRuleOnly)
+{
+    const auto pRule = make(GetParam());
+    draw(*pRule);
+    const std::vector<std::uint32_t> plain = m_dib.all();
+    for (const PixelPoint handle : expected(GetParam())) {
+        // Three to the side and three up or down: off every line, within a circle of radius 5.
+        EXPECT_FALSE(m_dib.isInk(handle.x - 3, handle.y - 3));
+        EXPECT_FALSE(m_dib.isInk(handle.x + 2, handle.y + 3));
+    }
+    pRule->setSelected(true);
+    draw(*pRule);
+    for (const PixelPoint handle : expected(GetParam())) {
+        EXPECT_EQ(m_dib.pixel(handle.x - 3, handle.y - 3), kGreen);
+        EXPECT_EQ(m_dib.pixel(handle.x + 2, handle.y + 3), kGreen);
+        EXPECT_FALSE(m_dib.isInk(handle.x - 6, handle.y - 6));
+    }
+    pRule->setSelected(false);
+    draw(*pRule);
+    EXPECT_EQ(m_dib.all(), plain);
+    if (expected(GetParam()).empty()) {
+        pRule->setSelected(true);
+        draw(*pRule);
+        EXPECT_EQ(m_dib.all(), plain);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, Handles, ::testing::ValuesIn(kAllTypes),
+                         [](const auto &type) { return "Type" + std::to_string(static_cast<int>(type.param)); });
 
 TEST_F(RuleDrawing, FitsATextsFrameToTheText)
 {
@@ -298,6 +372,62 @@ TEST_F(RuleDrawing, IsCutAtThePanesEdges)
         drawRules(m_dib.get(), rules);
         EXPECT_EQ(m_dib.inkBounds(), std::nullopt) << static_cast<int>(type);
     }
+}
+
+TEST_F(RuleDrawing, DrawsLinesFromFarAwayAsGdiDoes)
+{
+    // Through the pane from 40,000 to 60,000 pixels away, at one or both ends; nearer ones are left as they are.
+    std::mt19937 random(4);
+    const auto within = [&random](std::int32_t nExtent) {
+        return static_cast<std::int32_t>(random() % static_cast<unsigned int>(nExtent));
+    };
+    const auto away = [&](PixelPoint place, double fAngle) {
+        const double fWay = 40000 + within(20000);
+        return PixelPoint{place.x + static_cast<std::int32_t>(fWay * std::cos(fAngle)),
+                          place.y + static_cast<std::int32_t>(fWay * std::sin(fAngle))};
+    };
+    int nDifferent = 0;
+    int nInk = 0;
+    for (int nLine = 0; nLine < 300; ++nLine) {
+        const PixelPoint place = {within(400), within(300)};
+        const double fAngle = within(6283) / 1000.0;
+        const PixelPoint start = nLine % 3 == 0 ? place : away(place, fAngle);
+        const PixelPoint end = away(place, fAngle + 3.14159);
+        RuleLine rule(placementWith(0));
+        rule.setColor(kGreen);
+        rule.setPoints(start, end);
+        draw(rule);
+        const std::vector<std::uint32_t> drawn = m_dib.all();
+        m_dib.clear();
+        {
+            const Pen pen(CreatePen(PS_SOLID, 2, kGreen));
+            const Selection selection(m_dib.get(), pen.get());
+            MoveToEx(m_dib.get(), start.x, start.y, nullptr);
+            LineTo(m_dib.get(), end.x, end.y);
+        }
+        const std::vector<std::uint32_t> expected = m_dib.all();
+        for (std::size_t i = 0; i < drawn.size(); ++i) {
+            nDifferent += drawn[i] != expected[i] ? 1 : 0;
+            nInk += expected[i] != DibContext::kGround ? 1 : 0;
+        }
+    }
+    // Ends are moved by less than a thousandth of a pixel, which few pixels notice.
+    EXPECT_GT(nInk, 100000);
+    EXPECT_LT(nDifferent * 2000, nInk);
+}
+
+TEST_F(RuleDrawing, DoesNotFollowLinesFarAway)
+{
+    // 64 of them took ten seconds when they were followed.
+    RuleLine rule(placementWith(0));
+    rule.setColor(kGreen);
+    rule.setPoints({-2000000, -1000000}, {2000000, 1000300});
+    const auto start = std::chrono::steady_clock::now();
+    for (int i = 0; i < 64; ++i) {
+        draw(rule);
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
+    EXPECT_EQ(m_dib.pixel(200, 250), kGreen); // halfway down 100 from the corner: y = x / 2 + 150
 }
 
 struct ContextState {

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <random>
 #include <thread>
+#include <vector>
 
 namespace pellora
 {
@@ -64,22 +65,52 @@ void doSomething(RuleTable &table, std::mt19937 &random)
     }
 }
 
+/** As a drawing pass does it, on one row of pixels; whether the ink was put. */
+bool paint(AbstractRule &rule, RuleInkCache &cache, std::vector<std::uint32_t> &pixels)
+{
+    const PixelRows rows = {pixels.data(), 400, 400, 1};
+    const RuleInkCache::Way way = cache.nextWay(rule.revision(), {400, 1});
+    if (way != RuleInkCache::Way::Put) {
+        RecordingCanvas canvas;
+        rule.draw(canvas);
+    }
+    if (way == RuleInkCache::Way::Make) {
+        const std::vector<std::uint32_t> onBlack(100, 0x00102030);
+        const std::vector<std::uint32_t> onWhite(100, 0x00908070);
+        cache.ink().begin(0x00405060);
+        cache.ink().takeRow(150, 0, onBlack.data(), onWhite.data(), 100);
+        cache.made();
+    }
+    if (way == RuleInkCache::Way::Put) {
+        cache.ink().putOn(rows);
+    }
+    return way == RuleInkCache::Way::Put;
+}
+
 TEST(RuleHammer, DrawsWhileRulesComeChangeAndGo)
 {
     RuleTable table;
     std::atomic<bool> bEnd = false;
     std::size_t nPasses = 0;
     std::size_t nDrawn = 0;
+    std::size_t nPut = 0;
     std::thread drawing([&] {
-        while (!bEnd) {
-            table.forEach([&nDrawn](AbstractRule &rule) {
-                RecordingCanvas canvas;
-                rule.draw(canvas);
+        std::vector<std::uint32_t> pixels(400);
+        const auto pass = [&] {
+            table.forEachWithInk([&](AbstractRule &rule, RuleInkCache &cache) {
+                nPut += paint(rule, cache, pixels) ? 1U : 0U;
                 ++nDrawn;
             });
             ++nPasses;
+        };
+        while (!bEnd) {
+            pass();
             // A player rests between pictures. A mutex is not fair: a thread that takes it again at once keeps it.
             std::this_thread::sleep_for(std::chrono::microseconds(100));
+        }
+        // What nobody changes any more is put in the third pass.
+        for (int i = 0; i < 3; ++i) {
+            pass();
         }
     });
     std::mt19937 random(42);
@@ -99,6 +130,7 @@ TEST(RuleHammer, DrawsWhileRulesComeChangeAndGo)
     drawing.join();
     EXPECT_GT(nPasses, 10U);
     EXPECT_GT(nDrawn, nPasses);
+    EXPECT_GT(nPut, 0U);
     EXPECT_GE(nDone, kLeast);
     for (std::int32_t nId = 0; nId < RuleTable::kCapacity; ++nId) {
         table.remove(nId);

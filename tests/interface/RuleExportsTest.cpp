@@ -1,9 +1,11 @@
 // What hosts ask of rules: log lines, results, and records at the edge of what may be read.
 
 #include "rules/RuleRecords.h"
+#include "rules/gdi/BandSurface.h"
 #include "tests/VideoWindow/RuleReports.h"
 #include "tests/interface/PelloraFixture.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstdio>
 #include <cstring>
@@ -438,6 +440,30 @@ TEST_F(RuleExportsTest, ClearsAllPanesAlsoWhenNoneHasRules)
     EXPECT_EQ(PELLORA_ClearRule(m_lHandle, 255), 1);
 }
 
+TEST_F(RuleExportsTest, ClearsTheOnlyPaneOfAWindowWithAllPanes)
+{
+    EXPECT_EQ(create(1), 0);
+    EXPECT_EQ(create(2), 1);
+    EXPECT_EQ(PELLORA_ClearRule(m_lHandle, 255), 1);
+    EXPECT_EQ(coordinates(0, 1), "none");
+    EXPECT_EQ(coordinates(1, 2), "none");
+    EXPECT_EQ(create(3), 0);
+}
+
+TEST_F(RuleExportsTest, ReadsSixPointsOfAPolygonCreatedForSix)
+{
+    char extension[] = "\x06\x01\x01";
+    extension[1] = 0;
+    const long lRuleID = create(4, extension);
+    tagPELLORA_RULE_POLYGON polygon = {};
+    polygon.wPointNum = 6;
+    for (long i = 0; i < 6; ++i) {
+        polygon.struPoints[i] = {i * 100, i * 20};
+    }
+    ASSERT_TRUE(set(lRuleID, polygon));
+    EXPECT_EQ(coordinates(lRuleID, 4), "6 0,0 100,20 200,40 300,60 400,80 500,100");
+}
+
 /** Colours come from the low byte of each part: the ink of a cross drawn into a bitmap tells. */
 TEST_F(RuleExportsTest, TakesTheLowByteOfEachColour)
 {
@@ -546,6 +572,124 @@ TEST_F(RuleExportsTest, ScalesRowsByTheWidthWithTheOtherOrigin)
     DeleteObject(hBitmap);
     DeleteDC(hDc);
     ReleaseDC(nullptr, hScreen);
+}
+
+/** Where a region takes a point that stands at pixel 600,300 of 1000 by 500: 600 thousandths each way. */
+struct RegionRow {
+    const char *name;
+    tagPELLORA_RECT region;
+    int nResult;
+    const char *ink;    /**< the middle of its disc, in pixels of the pane */
+    const char *player; /**< what the player is told, its picture being 704 by 576; empty: nothing */
+};
+
+void PrintTo(const RegionRow &row, std::ostream *pStream)
+{
+    *pStream << row.name;
+}
+
+class RuleRegionTest : public RuleExportsTest, public testing::WithParamInterface<RegionRow>
+{
+protected:
+    /** The middle of what is drawn; "none" when nothing is. */
+    std::string inkMiddle()
+    {
+        EXPECT_EQ(PELLORA_OpenDraw(m_lHandle, -1), 1);
+        const pellora::BandSurface surface(nullptr, 1000, 500);
+        EXPECT_TRUE(doubles::fireDraw(m_lPort, surface.get()));
+        GdiFlush();
+        long lLeft = 1000;
+        long lRight = -1;
+        long lTop = 500;
+        long lBottom = -1;
+        for (long y = 0; y < 500; ++y) {
+            for (long x = 0; x < 1000; ++x) {
+                if (surface.row(y)[x] == kRed) {
+                    lLeft = std::min(lLeft, x);
+                    lRight = std::max(lRight, x);
+                    lTop = std::min(lTop, y);
+                    lBottom = std::max(lBottom, y);
+                }
+            }
+        }
+        // Red lies inside of the black outline, four pixels to the left of the middle and three to the right.
+        return lRight < 0 ? "none"
+                          : std::to_string((lLeft + lRight + 1) / 2) + ',' + std::to_string((lTop + lBottom + 1) / 2);
+    }
+
+    static constexpr std::uint32_t kRed = 0x00FF0000;
+};
+
+TEST_P(RuleRegionTest, TakesThePictureAndItsRulesAlong)
+{
+    const long lRuleID = create(1);
+    ASSERT_TRUE(set(lRuleID, tagPELLORA_RULE_POINT{{600, 600}}));
+    tagPELLORA_RECT region = GetParam().region;
+    newCalls();
+
+    EXPECT_EQ(PELLORA_SetDisplayRegion(m_lHandle, &region, -1), GetParam().nResult);
+
+    const Texts calls = newCalls();
+    if (*GetParam().player == '\0') {
+        EXPECT_THAT(calls, testing::Not(testing::Contains(testing::StartsWith("Kavun_SetDisplayRegion"))));
+    } else {
+        EXPECT_THAT(calls,
+                    testing::Contains("Kavun_SetDisplayRegion(0, 0, " + std::string(GetParam().player) + ", null, 0)"));
+    }
+    EXPECT_EQ(inkMiddle(), GetParam().ink);
+    EXPECT_EQ(coordinates(lRuleID, 1), "600,600");
+    // The whole picture again, and all as before.
+    EXPECT_EQ(PELLORA_SetDisplayRegion(m_lHandle, nullptr, -1), 1);
+    EXPECT_EQ(inkMiddle(), "600,300");
+    EXPECT_EQ(coordinates(lRuleID, 1), "600,600");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Every, RuleRegionTest,
+    testing::Values(RegionRow{"Whole", {0, 0, 1000, 1000}, 1, "600,300", "{0, 0, 704, 576}"},
+                    // Pixels 500 to 1000 and 125 to 375: (600 - 500) * 2, (300 - 125) * 2.
+                    RegionRow{"Part", {500, 250, 1000, 750}, 1, "200,350", "{352, 144, 704, 432}"},
+                    // From 750 back to 250: (600 - 750) * 1000 / (250 - 750).
+                    RegionRow{"TurnedRoundAcross", {750, 0, 250, 1000}, 1, "300,300", "{528, 0, 176, 576}"},
+                    // From 375 back to 125: (300 - 375) * 500 / (125 - 375).
+                    RegionRow{"TurnedRoundDown", {0, 750, 1000, 250}, 1, "600,150", "{0, 432, 704, 144}"},
+                    // Pixels 1000 to 1500: (600 - 1000) * 2 = -800, far outside of the pane.
+                    RegionRow{"Outside", {1000, 0, 1500, 1000}, 1, "none", "{704, 0, 1056, 576}"},
+                    // Twice the picture, around it: (600 + 500) / 2, (300 + 250) / 2.
+                    RegionRow{"Around", {-500, -500, 1500, 1500}, 1, "550,275", "{-352, -288, 1056, 864}"},
+                    RegionRow{"EmptyAcross", {500, 0, 500, 1000}, 0, "600,300", ""},
+                    RegionRow{"EmptyDown", {0, 300, 1000, 300}, 0, "600,300", ""},
+                    RegionRow{"Nothing", {0, 0, 0, 0}, 0, "600,300", ""},
+                    // A thousandth of 500 rows is half a pixel: none.
+                    RegionRow{"ThinnerThanAPixel", {0, 0, 1000, 1}, 0, "600,300", ""}),
+    [](const auto &row) { return std::string(row.param.name); });
+
+TEST_F(RuleExportsTest, ReadsNoCoordinatesOfAPictureWithoutSize)
+{
+    // A pane that was never shown: its picture has no size yet. Written: 500 * 0 / 1000 = 0; read: 0 / 0.
+    const long lRuleID = PELLORA_CreateRule(m_lHandle, 2, 0, 0, 0, nullptr, 15, 5);
+    ASSERT_EQ(lRuleID, 0);
+    const GuardedBytes bytes(sizeof(tagPELLORA_RULE_LINE));
+    auto *pLine = static_cast<tagPELLORA_RULE_LINE *>(bytes.get());
+    *pLine = {{500, 500}, {1000, 1000}};
+    EXPECT_EQ(PELLORA_SetRuleCoord(m_lHandle, lRuleID, pLine, 5), 1);
+    EXPECT_EQ(PELLORA_GetRuleCoord(m_lHandle, lRuleID, pLine, 5), 1);
+    EXPECT_EQ(rulereports::spellRecord(2, pLine), "-2147483648,-2147483648 -2147483648,-2147483648");
+}
+
+TEST_F(RuleExportsTest, KeepsRulesInAPaneThatHadNoSize)
+{
+    const long lRuleID = create(2);
+    ASSERT_TRUE(set(lRuleID, tagPELLORA_RULE_LINE{{100, 200}, {900, 800}}));
+    QWidget *pPane = panesOf(videoWindows().front()).front();
+    // To nothing the factor 0 counts as 1; from nothing it is divided by 1, not by 0: pixel 100 becomes 100,000 of
+    // 1,000,000, and 50 of 500 become 25,000 of 250,000.
+    pPane->resize(0, 0);
+    EXPECT_EQ(coordinates(lRuleID, 2), "100,200 900,800");
+    pPane->resize(1000, 500);
+    EXPECT_EQ(coordinates(lRuleID, 2), "100,200 900,800");
+    EXPECT_EQ(PELLORA_SetDisplayRegion(m_lHandle, nullptr, -1), 1);
+    EXPECT_EQ(coordinates(lRuleID, 2), "100,200 900,800");
 }
 
 // ---- coordinates ----
