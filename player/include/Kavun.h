@@ -100,10 +100,17 @@ unsigned long Kavun_GetLastError(long port);
 
 /** Before opening: 0 real time (a stream is shown as it comes), 1 file. */
 int Kavun_SetStreamOpenMode(long port, unsigned long mode);
-/** Begins a pushed stream whose first bytes are the header; copies it, reads nothing ahead and returns at once. */
+/**
+ * Begins a pushed stream whose first bytes are the header; copies it, reads nothing ahead and returns at once. A header
+ * or data that make no sense show later: functions that need a picture, and Kavun_InputData, fail with 6 (5: nothing in
+ * it that can be shown). What only a file can do (speed, stepping, positions, length) fails with 2 on a stream.
+ */
 int Kavun_OpenStream(long port, unsigned char *header, unsigned long headerSize, unsigned long sourceBufferSize);
 int Kavun_CloseStream(long port);
-/** Takes the record whole, or none of it (error 11). Never blocks. */
+/**
+ * Takes the record whole, or none of it (error 11). Never blocks. A record that was refused and is not pushed again is
+ * a loss: nothing is shown up to the next key picture. Error 2 while the port is stopped.
+ */
 int Kavun_InputData(long port, unsigned char *data, unsigned long size);
 /** Opens a file; the path is UTF-8 or, if that names no file, in the system's ANSI code page. */
 int Kavun_OpenFile(long port, char *path);
@@ -116,7 +123,10 @@ int Kavun_SetDisplayBuf(long port, unsigned long frames);
 /** Starts or resumes at normal speed, after the end from the beginning. A null window keeps the one the port has. */
 int Kavun_Play(long port, HWND hWnd);
 int Kavun_Stop(long port);
-/** 1 holds the picture, 0 goes on at the speed in force (also after stepping, which leaves a port paused). */
+/**
+ * 1 holds the picture, 0 goes on at the speed in force (also after stepping, which leaves a port paused). A stream in
+ * real-time mode is taken in meanwhile and goes on at the newest key picture that has come.
+ */
 int Kavun_Pause(long port, unsigned long pause);
 /** Doubles the speed, up to 16; past it error 9. */
 int Kavun_Fast(long port);
@@ -134,12 +144,13 @@ unsigned long Kavun_GetPlayedTime(long port);
 unsigned long Kavun_GetFileTime(long port);
 /** Recording times of the first and the last picture; error 10 when the container has none. */
 int Kavun_GetFileTotalTime(long port, KAVUN_SYSTEM_TIME *start, KAVUN_SYSTEM_TIME *end);
-/** Recording time of the picture on display; error 10 when not known. */
+/** Recording time of the picture on display; error 10 when not known. Live: as the device stamped it, else its arrival.
+ */
 int Kavun_GetSystemTime(long port, KAVUN_SYSTEM_TIME *time);
 
 /* ---- pictures ---- */
 
-/** Picture size in pixels as it is shown: rotation and pixel aspect applied. */
+/** Picture size in pixels as it is shown: rotation and pixel aspect applied. A stream has none before its first (8). */
 int Kavun_GetPictureSize(long port, long *width, long *height);
 /** JPEG of the picture now on display; with error 7 *pictureSize is the size that is needed. */
 int Kavun_GetJPEG(long port, unsigned char *buffer, unsigned long bufferSize, unsigned long *pictureSize);

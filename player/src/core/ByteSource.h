@@ -6,7 +6,7 @@ namespace player
 {
 
 /**
- * The bytes of a source: a file, or later a stream that is being pushed.
+ * The bytes of a source that is read at its own pace, such as a file.
  *
  * Threads: one thread at a time, but for interrupt().
  * Errors:  negative numbers; never throws.

@@ -22,6 +22,8 @@ struct Picture {
     std::int64_t duration = 0;
     /** Pictures between this one and the one before it were left out to keep up with the clock. */
     bool afterGap = false;
+    /** Live only: when it was taken or, where nobody tells, when it came; microseconds since 1970, UTC. */
+    std::int64_t utc = 0;
 
     explicit operator bool() const
     {

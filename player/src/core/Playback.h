@@ -3,10 +3,9 @@
 #include "player/src/core/CallbackSlot.h"
 #include "player/src/core/Error.h"
 #include "player/src/core/Picture.h"
-#include "player/src/core/PictureFeed.h"
 #include "player/src/core/Platform.h"
-#include "player/src/core/PlaybackClock.h"
 
+#include <chrono>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -35,49 +34,91 @@ struct DisplayRegion {
 };
 
 /**
- * One open source: what is on display, where the clock stands, and the two threads that keep both going.
+ * What is open on a port, as far as showing it goes: the picture on display and the thread that presents it.
  *
- * Threads: any. The decoding thread (PictureFeed) never calls the host. The presenting thread shows pictures and calls
- *          the host's callbacks, with no lock held. Stopping waits for that thread, except from inside a callback: then
- *          the thread goes when the callback has returned.
- * Owns:    both threads, the feed, the presenter. Borrows the platform. Kept alive by the presenting thread.
- * Units:   microseconds from the first picture.
+ * Which picture is on display, and when, is told by the kind of source: FilePlayback, LivePlayback.
+ *
+ * Threads: any. The presenting thread shows pictures and calls the host's callbacks, with no lock held. Stopping waits
+ *          for that thread, except from inside a callback: then the thread goes when the callback has returned.
+ * Owns:    the presenting thread, the presenter. Borrows the platform. Kept alive by the presenting thread.
  * Errors:  as returned; never throws but std::bad_alloc and std::system_error.
  *
- * Order of locks: m_mutex, then the feed's own.
+ * Order of locks: m_mutex, then those of what feeds it with pictures.
  */
-class Playback : private FeedClient, public std::enable_shared_from_this<Playback>
+class Playback : public std::enable_shared_from_this<Playback>
 {
 public:
-    Playback(Platform &platform, std::unique_ptr<PictureReader> pReader, std::shared_ptr<PortCallbacks> pCallbacks);
-    ~Playback() override;
+    virtual ~Playback();
+    Playback(const Playback &) = delete;
+    Playback &operator=(const Playback &) = delete;
 
-    [[nodiscard]] const SourceFacts &facts() const
-    {
-        return m_facts;
-    }
-
-    void setCapacity(std::size_t pictures);
+    /** How many decoded pictures may be kept ready. */
+    virtual void setCapacity(std::size_t pictures) = 0;
     Error play(WindowHandle window);
     Error stop();
     /** Stops, and ends the decoding thread. Nothing else may be called afterwards. */
     void close();
-
     Error pause(bool paused);
-    /** +1 doubles the speed, -1 halves it. */
-    Error changeSpeed(int steps);
-    Error stepForward();
-    Error seek(std::int64_t time);
-    [[nodiscard]] std::int64_t position() const;
-    /** Empty when nothing is on display. A seek that runs is waited for, within reason. */
-    [[nodiscard]] Picture onDisplay();
     Error setRegion(const std::optional<DisplayRegion> &region);
-    [[nodiscard]] PictureShape shape() const;
 
-private:
-    using Moment = PlaybackClock::Moment;
+    [[nodiscard]] virtual std::int64_t position() const = 0;
+    /** The picture on display; without one the reason, which is Error::NoPicture where nothing is wrong. */
+    virtual Error onDisplay(Picture &picture) = 0;
+    virtual Error shape(PictureShape &shape) const = 0;
+    /** Microseconds since 1970, UTC, of the picture on display. */
+    virtual Error timeOnDisplay(std::int64_t &time) = 0;
+
+protected:
+    using Moment = std::chrono::steady_clock::time_point;
     enum class State { Stopped, Playing, Paused };
 
+    /** Pictures that are shown for long are drawn anew this often, so that they follow the window and the overlay. */
+    static constexpr std::chrono::milliseconds kRedrawInterval{33};
+    /** A redraw is not worth it when the next picture comes so soon. */
+    static constexpr std::chrono::milliseconds kSoon{15};
+    /** More pictures than anybody can see fall due at high speed, and after a delay. */
+    static constexpr std::chrono::milliseconds kLeastInterval{10};
+
+    Playback(Platform &platform, std::shared_ptr<PortCallbacks> pCallbacks);
+
+    /** Whoever is about to wait for m_changed has either seen what changed before this call, or is woken. */
+    void tellChanged();
+    /** Waits for presenting threads that left from inside their callbacks. Only from destructors. */
+    void joinLeft();
+
+    // With m_mutex held.
+    /** From now on pictures are to be shown; called again while they are. */
+    virtual void begin(Moment now) = 0;
+    /** Nothing is shown any more. */
+    virtual void end(Moment now) = 0;
+    /** m_state has changed between playing and paused. */
+    virtual void hold(Moment now) = 0;
+    /** Takes over what has fallen due. */
+    virtual void adoptPictures(Moment now) = 0;
+    /** True once when the source has come to its end, which the host is then told. */
+    virtual bool reachedEnd(Moment now) = 0;
+    [[nodiscard]] virtual bool isPresentationDue(Moment now) const = 0;
+    [[nodiscard]] virtual Moment nextWake(Moment now) const = 0;
+    /** The size that a region has to meet; empty while it is not known. */
+    [[nodiscard]] virtual std::optional<PictureShape> shapeLocked() const = 0;
+
+    // Without it.
+    virtual void endFeed() = 0;
+
+    Platform &m_platform;
+    const std::shared_ptr<PortCallbacks> m_pCallbacks;
+
+    // Guarded by m_mutex.
+    mutable std::mutex m_mutex;
+    std::condition_variable m_changed;
+    State m_state = State::Stopped;
+    bool m_bClosed = false;
+    Picture m_current;
+    /** The picture on display, its region or its window has not been presented yet. */
+    bool m_bFresh = false;
+    Moment m_presented;
+
+private:
     /** One presenting thread, from play to stop. */
     struct Run {
         std::thread thread;
@@ -90,48 +131,16 @@ private:
         WindowHandle window = nullptr;
     };
 
-    Pace pace() override;
-    void feedChanged() override;
-
     void startRun();
     std::vector<std::shared_ptr<Run>> takeRuns();
     void endRuns(const std::vector<std::shared_ptr<Run>> &runs);
-
     void presentLoop(const std::shared_ptr<Run> &pRun);
     void showUntilQuit(const Run &run, std::unique_lock<std::mutex> &lock);
     void showOnce(std::unique_ptr<Presenter> &pPresenter, WindowHandle &shownIn, std::unique_lock<std::mutex> &lock);
-    void adoptPictures(Moment now);
-    bool reachedEnd(Moment now);
-    [[nodiscard]] bool isPresentationDue(Moment now) const;
-    [[nodiscard]] Moment nextWake(Moment now) const;
-    [[nodiscard]] std::int64_t endPosition() const;
-    void seekLocked(std::int64_t time, Moment now);
-    void updateClock(Moment now);
-    Error stepLocked(std::unique_lock<std::mutex> &lock);
-    bool waitForPictures(std::unique_lock<std::mutex> &lock);
-    [[nodiscard]] PictureShape shapeLocked() const;
-
-    Platform &m_platform;
-    const std::shared_ptr<PortCallbacks> m_pCallbacks;
-    const SourceFacts m_facts;
-    PictureFeed m_feed;
 
     // Guarded by m_mutex.
-    mutable std::mutex m_mutex;
-    std::condition_variable m_changed;
-    State m_state = State::Stopped;
-    bool m_bClosed = false;
-    bool m_bEnded = false;
-    /** Playing begins at the start again. */
-    bool m_bRewind = false;
-    /** A seek was asked for whose picture is not there yet; the clock waits for it. */
-    bool m_bAwaitSeek = false;
-    PlaybackClock m_clock;
-    Picture m_current;
-    bool m_bFresh = false;
     std::optional<DisplayRegion> m_region;
     WindowHandle m_window = nullptr;
-    Moment m_presented;
     std::shared_ptr<Run> m_pRun;
     /** Ended from inside their own callbacks; whoever comes next from another thread waits for them. */
     std::vector<std::shared_ptr<Run>> m_leaving;

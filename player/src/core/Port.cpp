@@ -48,13 +48,25 @@ Port::Port(Platform &platform, std::int32_t number, int slot) : m_platform(platf
 
 Port::~Port()
 {
-    closeFile();
+    close();
 }
 
 std::shared_ptr<Playback> Port::playback() const
 {
     const std::lock_guard lock(m_mutex);
-    return m_pPlayback;
+    return m_pStream ? std::shared_ptr<Playback>(m_pStream) : m_pFile;
+}
+
+std::shared_ptr<FilePlayback> Port::file() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_pFile;
+}
+
+std::shared_ptr<LivePlayback> Port::stream() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_pStream;
 }
 
 Error Port::openFile(const char *path)
@@ -65,7 +77,7 @@ Error Port::openFile(const char *path)
     std::size_t capacity = 0;
     {
         const std::lock_guard lock(m_mutex);
-        if (m_pPlayback || m_bOpening) {
+        if (m_pFile || m_pStream || m_bOpening) {
             return Error::Order;
         }
         m_bOpening = true;
@@ -78,10 +90,10 @@ Error Port::openFile(const char *path)
     }
     try {
         auto pReader = std::make_unique<PictureReader>(std::move(pBytes));
-        auto pPlayback = std::make_shared<Playback>(m_platform, std::move(pReader), m_pCallbacks);
+        auto pPlayback = std::make_shared<FilePlayback>(m_platform, std::move(pReader), m_pCallbacks);
         pPlayback->setCapacity(capacity);
         const std::lock_guard lock(m_mutex);
-        m_pPlayback = std::move(pPlayback);
+        m_pFile = std::move(pPlayback);
     } catch (const MediaSource::OpenFailure &failure) {
         return failure.error;
     }
@@ -90,16 +102,63 @@ Error Port::openFile(const char *path)
 
 Error Port::closeFile()
 {
-    std::shared_ptr<Playback> pPlayback;
+    std::shared_ptr<FilePlayback> pFile;
     {
         const std::lock_guard lock(m_mutex);
-        pPlayback.swap(m_pPlayback);
+        pFile.swap(m_pFile);
     }
-    if (!pPlayback) {
+    if (!pFile) {
         return Error::Order;
     }
-    pPlayback->close();
+    pFile->close();
     return Error::None;
+}
+
+Error Port::openStream(const std::uint8_t *pHeader, std::size_t headerSize, std::size_t bufferSize)
+{
+    if (!pHeader || headerSize == 0) {
+        return Error::Argument;
+    }
+    const StreamMode mode = m_nOpenMode == 0 ? StreamMode::RealTime : StreamMode::File;
+    auto pStream = std::make_shared<LivePlayback>(m_platform, std::vector<std::uint8_t>(pHeader, pHeader + headerSize),
+                                                  bufferSize, mode, m_pCallbacks);
+    const std::lock_guard lock(m_mutex);
+    if (m_pFile || m_pStream || m_bOpening) {
+        return Error::Order;
+    }
+    pStream->setCapacity(m_nDisplayBuffers);
+    pStream->start();
+    m_pStream = std::move(pStream);
+    return Error::None;
+}
+
+Error Port::closeStream()
+{
+    std::shared_ptr<LivePlayback> pStream;
+    {
+        const std::lock_guard lock(m_mutex);
+        pStream.swap(m_pStream);
+    }
+    if (!pStream) {
+        return Error::Order;
+    }
+    pStream->close();
+    return Error::None;
+}
+
+Error Port::inputData(const std::uint8_t *pData, std::size_t size)
+{
+    if (!pData || size == 0) {
+        return Error::Argument;
+    }
+    const auto pStream = stream();
+    return pStream ? pStream->push(pData, size) : Error::Order;
+}
+
+void Port::close()
+{
+    closeFile();
+    closeStream();
 }
 
 Error Port::setOpenMode(unsigned long mode)
@@ -116,12 +175,11 @@ Error Port::setDisplayBuffers(unsigned long pictures)
     if (pictures < 1 || pictures > kMostDisplayBuffers) {
         return Error::Argument;
     }
-    std::shared_ptr<Playback> pPlayback;
     {
         const std::lock_guard lock(m_mutex);
         m_nDisplayBuffers = pictures;
-        pPlayback = m_pPlayback;
     }
+    const auto pPlayback = playback();
     if (pPlayback) {
         pPlayback->setCapacity(pictures);
     }
@@ -151,25 +209,25 @@ Error Port::pause(unsigned long pause)
 
 Error Port::changeSpeed(int steps)
 {
-    const auto pPlayback = playback();
-    return pPlayback ? pPlayback->changeSpeed(steps) : Error::Order;
+    const auto pFile = file();
+    return pFile ? pFile->changeSpeed(steps) : Error::Order;
 }
 
 Error Port::stepForward()
 {
-    const auto pPlayback = playback();
-    return pPlayback ? pPlayback->stepForward() : Error::Order;
+    const auto pFile = file();
+    return pFile ? pFile->stepForward() : Error::Order;
 }
 
 Error Port::stepBack()
 {
-    return playback() ? Error::NoIndex : Error::Order;
+    return file() ? Error::NoIndex : Error::Order;
 }
 
 Error Port::seek(unsigned long milliseconds)
 {
-    const auto pPlayback = playback();
-    return pPlayback ? pPlayback->seek(std::int64_t{1000} * milliseconds) : Error::Order;
+    const auto pFile = file();
+    return pFile ? pFile->seek(std::int64_t{1000} * milliseconds) : Error::Order;
 }
 
 Error Port::playedSeconds(unsigned long &seconds) const
@@ -184,24 +242,24 @@ Error Port::playedSeconds(unsigned long &seconds) const
 
 Error Port::lengthSeconds(unsigned long &seconds) const
 {
-    const auto pPlayback = playback();
-    if (!pPlayback) {
+    const auto pFile = file();
+    if (!pFile) {
         return Error::Order;
     }
-    if (!pPlayback->facts().length) {
+    if (!pFile->facts().length) {
         return Error::NoIndex;
     }
-    seconds = wholeSeconds(*pPlayback->facts().length);
+    seconds = wholeSeconds(*pFile->facts().length);
     return Error::None;
 }
 
 Error Port::recordingTimes(std::int64_t &first, std::int64_t &last) const
 {
-    const auto pPlayback = playback();
-    if (!pPlayback) {
+    const auto pFile = file();
+    if (!pFile) {
         return Error::Order;
     }
-    const SourceFacts &facts = pPlayback->facts();
+    const SourceFacts &facts = pFile->facts();
     if (!facts.recordingTime) {
         return Error::NoTime;
     }
@@ -213,21 +271,10 @@ Error Port::recordingTimes(std::int64_t &first, std::int64_t &last) const
     return Error::None;
 }
 
-Error Port::recordingTimeOnDisplay(std::int64_t &time) const
+Error Port::timeOnDisplay(std::int64_t &time) const
 {
     const auto pPlayback = playback();
-    if (!pPlayback) {
-        return Error::Order;
-    }
-    if (!pPlayback->facts().recordingTime) {
-        return Error::NoTime;
-    }
-    const Picture picture = pPlayback->onDisplay();
-    if (!picture) {
-        return Error::NoPicture;
-    }
-    time = *pPlayback->facts().recordingTime + picture.time;
-    return Error::None;
+    return pPlayback ? pPlayback->timeOnDisplay(time) : Error::Order;
 }
 
 Error Port::pictureSize(int &width, int &height) const
@@ -236,10 +283,13 @@ Error Port::pictureSize(int &width, int &height) const
     if (!pPlayback) {
         return Error::Order;
     }
-    const PictureShape shape = pPlayback->shape();
-    width = shape.width;
-    height = shape.height;
-    return Error::None;
+    PictureShape shape;
+    const Error error = pPlayback->shape(shape);
+    if (error == Error::None) {
+        width = shape.width;
+        height = shape.height;
+    }
+    return error;
 }
 
 Error Port::jpeg(const std::optional<PixelRect> &region, int quality, std::vector<std::uint8_t> &file) const
@@ -248,9 +298,10 @@ Error Port::jpeg(const std::optional<PixelRect> &region, int quality, std::vecto
     if (!pPlayback) {
         return Error::Order;
     }
-    const Picture picture = pPlayback->onDisplay();
-    if (!picture) {
-        return Error::NoPicture;
+    Picture picture;
+    const Error error = pPlayback->onDisplay(picture);
+    if (error != Error::None) {
+        return error;
     }
     PixelRect area{0, 0, picture.shape.width, picture.shape.height};
     if (region) {

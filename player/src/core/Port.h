@@ -1,6 +1,7 @@
 #pragma once
 
-#include "player/src/core/Playback.h"
+#include "player/src/core/FilePlayback.h"
+#include "player/src/core/LivePlayback.h"
 
 #include <atomic>
 #include <cstdint>
@@ -41,6 +42,12 @@ public:
 
     Error openFile(const char *path);
     Error closeFile();
+    /** Copies the header; that it makes no sense shows later. */
+    Error openStream(const std::uint8_t *pHeader, std::size_t headerSize, std::size_t bufferSize);
+    Error closeStream();
+    Error inputData(const std::uint8_t *pData, std::size_t size);
+    /** Whatever is open. */
+    void close();
     Error setOpenMode(unsigned long mode);
     Error setDisplayBuffers(unsigned long pictures);
 
@@ -56,7 +63,7 @@ public:
     Error lengthSeconds(unsigned long &seconds) const;
     /** Microseconds since 1970, UTC, of the first and the last picture. */
     Error recordingTimes(std::int64_t &first, std::int64_t &last) const;
-    Error recordingTimeOnDisplay(std::int64_t &time) const;
+    Error timeOnDisplay(std::int64_t &time) const;
 
     Error pictureSize(int &width, int &height) const;
     /** Without a region the whole picture. */
@@ -75,6 +82,8 @@ public:
 
 private:
     [[nodiscard]] std::shared_ptr<Playback> playback() const;
+    [[nodiscard]] std::shared_ptr<FilePlayback> file() const;
+    [[nodiscard]] std::shared_ptr<LivePlayback> stream() const;
 
     Platform &m_platform;
     const std::int32_t m_nNumber;
@@ -87,7 +96,9 @@ private:
 
     // Guarded by m_mutex, which is never held while anything else is waited for.
     mutable std::mutex m_mutex;
-    std::shared_ptr<Playback> m_pPlayback;
+    /** One of the two at most. */
+    std::shared_ptr<FilePlayback> m_pFile;
+    std::shared_ptr<LivePlayback> m_pStream;
     bool m_bOpening = false;
     std::size_t m_nDisplayBuffers = 6;
 };

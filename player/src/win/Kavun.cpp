@@ -125,7 +125,7 @@ int Kavun_FreePort(long port)
                     if (!pPort) {
                         return Error::Argument;
                     }
-                    pPort->closeFile();
+                    pPort->close();
                     return Error::None;
                 }));
 }
@@ -148,19 +148,17 @@ int Kavun_SetStreamOpenMode(long port, unsigned long mode)
 
 int Kavun_OpenStream(long port, unsigned char *header, unsigned long headerSize, unsigned long sourceBufferSize)
 {
-    return onPort(port, [&](Port &) {
-        return header && headerSize > 0 && sourceBufferSize > 0 ? Error::Unsupported : Error::Argument;
-    });
+    return onPort(port, [&](Port &p) { return p.openStream(header, headerSize, sourceBufferSize); });
 }
 
 int Kavun_CloseStream(long port)
 {
-    return onPort(port, [](Port &) { return Error::Order; });
+    return onPort(port, [](Port &p) { return p.closeStream(); });
 }
 
 int Kavun_InputData(long port, unsigned char *data, unsigned long size)
 {
-    return onPort(port, [&](Port &) { return data && size > 0 ? Error::Order : Error::Argument; });
+    return onPort(port, [&](Port &p) { return p.inputData(data, size); });
 }
 
 int Kavun_OpenFile(long port, char *path)
@@ -256,7 +254,7 @@ int Kavun_GetSystemTime(long port, KAVUN_SYSTEM_TIME *time)
             return Error::Argument;
         }
         std::int64_t shown = 0;
-        const Error error = p.recordingTimeOnDisplay(shown);
+        const Error error = p.timeOnDisplay(shown);
         if (error == Error::None) {
             *time = systemTime(shown);
         }

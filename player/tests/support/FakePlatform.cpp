@@ -69,11 +69,10 @@ void FakePlatform::forget()
     m_shown.clear();
 }
 
-bool FakePlatform::waitFor(const std::function<bool(const Shown &)> &condition)
+bool FakePlatform::waitFor(const std::function<bool(const Shown &)> &condition, std::chrono::milliseconds patience)
 {
     std::unique_lock lock(m_mutex);
-    return m_noted.wait_for(lock, std::chrono::seconds(10),
-                            [&] { return std::any_of(m_shown.begin(), m_shown.end(), condition); });
+    return m_noted.wait_for(lock, patience, [&] { return std::any_of(m_shown.begin(), m_shown.end(), condition); });
 }
 
 bool FakePlatform::waitForNumber(int number)

@@ -41,8 +41,9 @@ public:
     void note(const Shown &shown);
     [[nodiscard]] std::vector<Shown> shown() const;
     void forget();
-    /** Waits until a picture is shown for which the condition holds; false when that takes ten seconds. */
-    bool waitFor(const std::function<bool(const Shown &)> &condition);
+    /** Waits until a picture is shown for which the condition holds; false when that takes longer. */
+    bool waitFor(const std::function<bool(const Shown &)> &condition,
+                 std::chrono::milliseconds patience = std::chrono::seconds(10));
     bool waitForNumber(int number);
     /** The presenters that exist now: one for each thread that shows pictures. */
     [[nodiscard]] int presenters() const

@@ -1,0 +1,297 @@
+#include "player/tests/support/PushedStream.h"
+
+#include "player/src/core/Ffmpeg.h"
+#include "player/tests/support/Clips.h"
+
+#include <algorithm>
+#include <ctime>
+#include <map>
+#include <stdexcept>
+
+extern "C" {
+#include <libavutil/intreadwrite.h>
+}
+
+namespace player::test
+{
+
+namespace
+{
+
+constexpr int kBufferBytes = 64 * 1024;
+
+void check(int result, const char *what)
+{
+    if (result < 0) {
+        throw std::runtime_error(what);
+    }
+}
+
+/** Reads a clip's packets, and numbers its pictures in the order of showing. */
+class Clipper
+{
+public:
+    Clipper(const std::string &file, bool sound)
+    {
+        AVFormatContext *pFormat = nullptr;
+        check(avformat_open_input(&pFormat, mediaPath(file).c_str(), nullptr, nullptr), "no such clip");
+        m_pFormat.reset(pFormat);
+        check(avformat_find_stream_info(pFormat, nullptr), "clip");
+        m_nVideo = av_find_best_stream(pFormat, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+        m_nSound = sound ? av_find_best_stream(pFormat, AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0) : -1;
+        for (PacketPtr pPacket(av_packet_alloc()); av_read_frame(pFormat, pPacket.get()) >= 0;
+             pPacket.reset(av_packet_alloc())) {
+            if (pPacket->stream_index == m_nVideo || pPacket->stream_index == m_nSound) {
+                // AVI counts pictures in the order of sending; clips with another order of showing are not in it.
+                pPacket->pts = pPacket->pts == AV_NOPTS_VALUE ? pPacket->dts : pPacket->pts;
+                m_packets.push_back(std::move(pPacket));
+            }
+        }
+        for (const PacketPtr &pPacket : m_packets) {
+            if (pPacket->stream_index == m_nVideo) {
+                m_numbers[pPacket->pts] = 0;
+            }
+        }
+        int number = 0;
+        for (auto &entry : m_numbers) {
+            entry.second = number++;
+        }
+    }
+
+    [[nodiscard]] const AVStream &stream(int index) const
+    {
+        return *m_pFormat->streams[index];
+    }
+
+    [[nodiscard]] int video() const
+    {
+        return m_nVideo;
+    }
+
+    [[nodiscard]] int sound() const
+    {
+        return m_nSound;
+    }
+
+    [[nodiscard]] const std::vector<PacketPtr> &packets() const
+    {
+        return m_packets;
+    }
+
+    [[nodiscard]] int numberOf(const AVPacket &packet) const
+    {
+        return packet.stream_index == m_nVideo ? m_numbers.at(packet.pts) : -1;
+    }
+
+private:
+    FormatPtr m_pFormat;
+    int m_nVideo = -1;
+    int m_nSound = -1;
+    std::vector<PacketPtr> m_packets;
+    std::map<std::int64_t, int> m_numbers;
+};
+
+/** Writes a container into memory. */
+class Writer
+{
+public:
+    explicit Writer(const char *format)
+    {
+        auto *pBuffer = static_cast<std::uint8_t *>(av_malloc(kBufferBytes));
+        m_pIo.reset(avio_alloc_context(pBuffer, kBufferBytes, 1, this, nullptr, &Writer::append, nullptr));
+        m_pIo->seekable = 0;
+        check(avformat_alloc_output_context2(&m_pFormat, nullptr, format, nullptr), format);
+        m_pFormat->pb = m_pIo.get();
+        m_pFormat->flags |= AVFMT_FLAG_CUSTOM_IO;
+    }
+
+    ~Writer()
+    {
+        avformat_free_context(m_pFormat);
+    }
+
+    Writer(const Writer &) = delete;
+    Writer &operator=(const Writer &) = delete;
+
+    AVStream *add(const AVCodecParameters &parameters, AVRational timeBase)
+    {
+        AVStream *pStream = avformat_new_stream(m_pFormat, nullptr);
+        check(avcodec_parameters_copy(pStream->codecpar, &parameters), "parameters");
+        pStream->codecpar->codec_tag = 0;
+        pStream->time_base = timeBase;
+        return pStream;
+    }
+
+    AVFormatContext &format()
+    {
+        return *m_pFormat;
+    }
+
+    Bytes header(const char *option)
+    {
+        AVDictionary *pOptions = nullptr;
+        av_dict_set(&pOptions, option, "1", 0);
+        const int result = avformat_write_header(m_pFormat, &pOptions);
+        av_dict_free(&pOptions);
+        check(result, "header");
+        return take();
+    }
+
+    Bytes write(AVPacket &packet)
+    {
+        check(av_write_frame(m_pFormat, &packet), "packet");
+        check(av_write_frame(m_pFormat, nullptr), "flush");
+        return take();
+    }
+
+private:
+    static int append(void *pSelf, const std::uint8_t *pBytes, int size)
+    {
+        Bytes &bytes = static_cast<Writer *>(pSelf)->m_bytes;
+        bytes.insert(bytes.end(), pBytes, pBytes + size);
+        return size;
+    }
+
+    Bytes take()
+    {
+        avio_flush(m_pIo.get());
+        return std::exchange(m_bytes, Bytes());
+    }
+
+    Bytes m_bytes;
+    IoPtr m_pIo;
+    AVFormatContext *m_pFormat = nullptr;
+};
+
+void stamp(AVPacket &packet, std::int64_t utc)
+{
+    std::uint8_t *pSide = av_packet_new_side_data(&packet, AV_PKT_DATA_MATROSKA_BLOCKADDITIONAL, 16);
+    AV_WB64(pSide, 1U);
+    AV_WB64(pSide + 8, static_cast<std::uint64_t>(utc));
+}
+
+constexpr std::int64_t kReordering = 5000;
+
+} // namespace
+
+Error push(Port &port, const Bytes &bytes)
+{
+    return port.inputData(bytes.data(), bytes.size());
+}
+
+Error PushedStream::openOn(Port &port, WindowHandle window, std::size_t bufferSize) const
+{
+    const Error opened = port.openStream(header.data(), header.size(), bufferSize);
+    return opened == Error::None ? port.play(window) : opened;
+}
+
+Error PushedStream::push(Port &port, std::size_t from, std::size_t to) const
+{
+    Error error = Error::None;
+    for (std::size_t i = from; i < to && error == Error::None; ++i) {
+        error = test::push(port, records[i].bytes);
+    }
+    return error;
+}
+
+PushedStream liveMatroska(const std::string &file, const LiveOptions &options)
+{
+    const Clipper clip(file, options.sound);
+    Writer writer("matroska");
+    writer.format().avoid_negative_ts = AVFMT_AVOID_NEG_TS_DISABLED;
+    const AVRational milliseconds{1, 1000};
+    if (options.pictures) {
+        writer.add(*clip.stream(clip.video()).codecpar, milliseconds);
+    }
+    if (options.sound) {
+        writer.add(*clip.stream(clip.sound()).codecpar, milliseconds);
+    }
+    const int metadata = options.metadata ? static_cast<int>(writer.format().nb_streams) : -1;
+    if (options.metadata) {
+        AVCodecParameters *pText = avcodec_parameters_alloc();
+        pText->codec_type = AVMEDIA_TYPE_SUBTITLE;
+        pText->codec_id = AV_CODEC_ID_TEXT;
+        av_dict_set(&writer.add(*pText, milliseconds)->metadata, "title", "application/vnd.onvif.metadata", 0);
+        avcodec_parameters_free(&pText);
+    }
+    if (options.date != 0) {
+        const std::time_t seconds = static_cast<std::time_t>(options.date / 1000000);
+        char text[32];
+        std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", std::gmtime(&seconds));
+        av_dict_set(&writer.format().metadata, "creation_time", text, 0);
+    }
+    PushedStream stream;
+    stream.header = writer.header("live");
+    std::int64_t sent = -kReordering;
+    for (const PacketPtr &pRead : clip.packets()) {
+        const int number = clip.numberOf(*pRead);
+        if (number >= 0 && !options.pictures) {
+            continue;
+        }
+        const PacketPtr pPacket(av_packet_clone(pRead.get()));
+        pPacket->pts = av_rescale_q(pRead->pts, clip.stream(pRead->stream_index).time_base, milliseconds);
+        if (number >= 0 && options.captured != 0) {
+            stamp(*pPacket, options.captured + pPacket->pts * 1000);
+        }
+        pPacket->pts += number >= options.jumpAt && options.jumpAt >= 0 ? options.jump : 0;
+        // Any times of sending that never fall and are never late will do; Matroska does not keep them.
+        sent = std::max(sent, pPacket->pts - kReordering);
+        pPacket->dts = std::min(sent, pPacket->pts);
+        pPacket->stream_index = number >= 0 || !options.pictures ? 0 : 1;
+        if (number >= 0 && options.metadata) {
+            const PacketPtr pText(av_packet_alloc());
+            check(av_new_packet(pText.get(), 40), "metadata");
+            std::fill_n(pText->data, 40, ' ');
+            pText->stream_index = metadata;
+            pText->pts = pPacket->pts;
+            pText->dts = pPacket->pts;
+            pText->duration = 1;
+            stream.records.push_back({writer.write(*pText), -1, false});
+        }
+        const bool bKey = (pPacket->flags & AV_PKT_FLAG_KEY) != 0;
+        stream.records.push_back({writer.write(*pPacket), number, number >= 0 && bKey});
+    }
+    // The muxer keeps one packet of sound back to see what follows.
+    const auto isEmpty = [](const Record &record) { return record.bytes.empty(); };
+    stream.records.erase(std::remove_if(stream.records.begin(), stream.records.end(), isEmpty), stream.records.end());
+    return stream;
+}
+
+PushedStream cut(const Bytes &bytes, std::size_t size)
+{
+    PushedStream stream;
+    for (std::size_t place = 0; place < bytes.size(); place += size) {
+        const auto begin = bytes.begin() + static_cast<std::ptrdiff_t>(place);
+        const auto end = begin + static_cast<std::ptrdiff_t>(std::min(size, bytes.size() - place));
+        if (place == 0) {
+            stream.header.assign(begin, end);
+        } else {
+            stream.records.push_back({Bytes(begin, end), -1, false});
+        }
+    }
+    return stream;
+}
+
+PushedStream liveTransport(const std::string &file)
+{
+    const Clipper clip(file, false);
+    Writer writer("mpegts");
+    const AVStream &from = clip.stream(clip.video());
+    writer.add(*from.codecpar, {1, 90000});
+    PushedStream stream;
+    stream.header = writer.header("flush_packets");
+    for (const PacketPtr &pRead : clip.packets()) {
+        const PacketPtr pPacket(av_packet_clone(pRead.get()));
+        av_packet_rescale_ts(pPacket.get(), from.time_base, writer.format().streams[0]->time_base);
+        pPacket->stream_index = 0;
+        const bool bKey = (pPacket->flags & AV_PKT_FLAG_KEY) != 0;
+        stream.records.push_back({writer.write(*pPacket), clip.numberOf(*pRead), bKey});
+    }
+    if (stream.header.empty()) {
+        stream.header = stream.records.front().bytes;
+        stream.records.erase(stream.records.begin());
+    }
+    return stream;
+}
+
+} // namespace player::test
