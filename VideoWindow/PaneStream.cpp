@@ -95,6 +95,12 @@ void PaneStream::bind(long lPreviewHandel)
     }
 }
 
+void PaneStream::giveUp()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_gate.close();
+}
+
 void PaneStream::close()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);

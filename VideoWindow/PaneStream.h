@@ -56,6 +56,8 @@ public:
     void open(bool bOpenDraw, bool bOthersUnderWay);
     /** The start came back with this handle. */
     void bind(long lPreviewHandel);
+    /** The start failed: nothing gets in, and a file that has taken the pane meanwhile goes on. */
+    void giveUp();
     /** Nothing gets in any more; the port is the caller's to stop. */
     void close();
     /** The pane goes away. */

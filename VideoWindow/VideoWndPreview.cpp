@@ -91,7 +91,7 @@ void VideoWnd::settleStart(long lPreviewHandel)
     }
     m_lPreviewHandel = lPreviewHandel;
     if (lPreviewHandel < 0) {
-        m_pStream->close();
+        m_pStream->giveUp();
         reportFailedStart();
     } else {
         m_pStream->bind(lPreviewHandel);
@@ -114,7 +114,7 @@ bool VideoWnd::previewStreamAsync(const PreviewParam &param)
     if (m_lPreviewHandel < 0) {
         logError({kFile, pFunction, __LINE__}, "SELVIK_DCM_StartPreview error: %d, userID: %d, previewHandel: %d.",
                  SELVIK_DCM_GetLastError(), m_lUserID, m_lPreviewHandel);
-        m_pStream->close();
+        m_pStream->giveUp();
         reportFailedStart();
         return false;
     }

@@ -7,6 +7,14 @@
 namespace pellora
 {
 
+namespace
+{
+
+/** The device's number of a record that begins a stream. */
+constexpr unsigned int kHeader = 1;
+
+} // namespace
+
 void StreamGate::open(bool othersUnderWay)
 {
     close();
@@ -56,6 +64,11 @@ void StreamGate::keep(long lPreviewHandel, unsigned int nType, const unsigned ch
         return;
     }
     Kept &kept = m_kept[lPreviewHandel];
+    if (nType == kHeader) {
+        // The stream begins anew. What came before would only open a port for the next header to close, on the thread
+        // that binds.
+        kept = {};
+    }
     if (nLength > kMostKept - kept.nBytes) {
         return;
     }

@@ -19,7 +19,7 @@ struct StreamRecord {
  *
  * A start's handle is known only when the start has come back, and its data may come before. While nobody else can be
  * sending, the first new handle is the start's. While an abandoned start is under way too, records are kept by handle
- * until it is known whose they are.
+ * until it is known whose they are: those since the last header, which begins a stream anew.
  *
  * Threads: none of its own; guarded by its owner.
  * Units:   bytes; what is kept is bounded by kMostKept a handle and kMostHandles of them.

@@ -94,6 +94,22 @@ TEST(StreamGateTest, KeepsRecordsApartUntilItIsKnownWhoseTheyAre)
     EXPECT_EQ(gate.admit(10), Verdict::Drop);
 }
 
+TEST(StreamGateTest, KeepsWhatCameSinceTheLastHeader)
+{
+    StreamGate gate;
+    gate.open(true);
+    keep(gate, 1, 1, StreamGate::kMostKept / 2);
+    keep(gate, 1, 2, StreamGate::kMostKept / 2);
+    keep(gate, 1, 1, 3);
+    keep(gate, 1, 2, StreamGate::kMostKept / 2);
+
+    const std::vector<StreamRecord> records = gate.bind(1);
+
+    ASSERT_EQ(records.size(), 2U);
+    EXPECT_EQ(records[0].bytes.size(), 3U);
+    EXPECT_EQ(records[1].bytes.size(), StreamGate::kMostKept / 2);
+}
+
 TEST(StreamGateTest, KeepsNothingForTheNextStart)
 {
     StreamGate gate;

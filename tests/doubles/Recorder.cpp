@@ -1,9 +1,13 @@
 #include "tests/doubles/Recorder.h"
 
+#include "tests/doubles/CallGates.h"
+#include "tests/doubles/PreviewTable.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <deque>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -19,9 +23,10 @@ struct Script {
     unsigned long afterwards = 0;
 };
 
-struct Preview {
-    SELVIK_DCM_STREAM_CB callback = nullptr;
-    void *user = nullptr;
+struct Port {
+    PortCallbacks callbacks;
+    /** Held while a callback of the port runs, so that exchanging one waits for it; recursive for calls from inside. */
+    std::recursive_mutex callbackMutex;
 };
 
 struct State {
@@ -29,43 +34,47 @@ struct State {
     std::map<std::string, Script> scripts;
     std::map<std::string, std::function<void()>> hooks;
     PlayerOutputs outputs;
-    std::map<long, PortCallbacks> ports;
-    std::map<long, Preview> previews;
+    std::map<long, std::shared_ptr<Port>> ports;
+    /** By thread and port. Not thread_local: MinGW may free such a map before it destroys it. */
+    std::map<std::pair<unsigned long, long>, unsigned long> portErrors;
     long nextPort = 0;
-    long nextPreview = 0;
     long nextLogin = 0;
 };
 
 std::mutex g_mutex;
 State g_state;
-/** Held while a callback runs, so that exchanging one waits for it; recursive for calls from inside. */
-std::recursive_mutex g_callbackMutex;
-
-thread_local std::map<long, unsigned long> t_portErrors;
 thread_local unsigned long t_lastError = 0;
 
-/** Runs `body` on a thread of its own, as the libraries' callbacks do. */
-bool onOwnThread(const std::function<bool()> &body)
+std::shared_ptr<Port> findPort(long port)
+{
+    const std::lock_guard<std::mutex> lock(g_mutex);
+    const auto found = g_state.ports.find(port);
+    return found == g_state.ports.end() ? nullptr : found->second;
+}
+
+/** Calls back on a thread of its own, as the player does; `call` answers whether there was a callback. */
+bool onPortsThread(long number, const std::function<bool(const PortCallbacks &)> &call)
 {
     bool done = false;
     std::thread([&] {
-        const std::lock_guard<std::recursive_mutex> lock(g_callbackMutex);
-        done = body();
+        const std::shared_ptr<Port> port = findPort(number);
+        if (port == nullptr) {
+            return;
+        }
+        const std::lock_guard<std::recursive_mutex> lock(port->callbackMutex);
+        PortCallbacks callbacks;
+        {
+            const std::lock_guard<std::mutex> stateLock(g_mutex);
+            callbacks = port->callbacks;
+        }
+        done = call(callbacks);
     }).join();
     return done;
 }
 
-PortCallbacks callbacksOf(long port)
-{
-    const std::lock_guard<std::mutex> lock(g_mutex);
-    const auto found = g_state.ports.find(port);
-    return found == g_state.ports.end() ? PortCallbacks() : found->second;
-}
-
 bool firePortCallback(long port, KAVUN_PORT_CALLBACK PortCallbacks::*callback, void *PortCallbacks::*user)
 {
-    return onOwnThread([=] {
-        const PortCallbacks callbacks = callbacksOf(port);
+    return onPortsThread(port, [=](const PortCallbacks &callbacks) {
         if (callbacks.*callback == nullptr) {
             return false;
         }
@@ -74,20 +83,12 @@ bool firePortCallback(long port, KAVUN_PORT_CALLBACK PortCallbacks::*callback, v
     });
 }
 
-template <typename Value>
-std::vector<long> keys(const std::map<long, Value> &map)
-{
-    std::vector<long> numbers;
-    for (const auto &entry : map) {
-        numbers.push_back(entry.first);
-    }
-    return numbers;
-}
-
 } // namespace
 
 void reset()
 {
+    resetGates();
+    resetPreviews();
     const std::lock_guard<std::mutex> lock(g_mutex);
     g_state = State();
 }
@@ -116,13 +117,11 @@ void clearCalls()
 std::vector<long> openPorts()
 {
     const std::lock_guard<std::mutex> lock(g_mutex);
-    return keys(g_state.ports);
-}
-
-std::vector<long> openPreviews()
-{
-    const std::lock_guard<std::mutex> lock(g_mutex);
-    return keys(g_state.previews);
+    std::vector<long> numbers;
+    for (const auto &entry : g_state.ports) {
+        numbers.push_back(entry.first);
+    }
+    return numbers;
 }
 
 void script(const std::string &function, std::vector<unsigned long> errors, unsigned long afterwards)
@@ -155,33 +154,11 @@ bool fireFileRef(long port)
 
 bool fireDraw(long port, HDC dc)
 {
-    return onOwnThread([=] {
-        const PortCallbacks callbacks = callbacksOf(port);
+    return onPortsThread(port, [=](const PortCallbacks &callbacks) {
         if (callbacks.draw == nullptr) {
             return false;
         }
         callbacks.draw(port, dc, callbacks.drawUser);
-        return true;
-    });
-}
-
-bool sendStream(long previewHandle, unsigned int type, const std::string &bytes)
-{
-    return onOwnThread([&] {
-        Preview preview;
-        {
-            const std::lock_guard<std::mutex> lock(g_mutex);
-            const auto found = g_state.previews.find(previewHandle);
-            if (found != g_state.previews.end()) {
-                preview = found->second;
-            }
-        }
-        if (preview.callback == nullptr) {
-            return false;
-        }
-        std::vector<unsigned char> buffer(bytes.begin(), bytes.end());
-        const SELVIK_DCM_STREAM_DATA data = {type, static_cast<unsigned int>(buffer.size()), buffer.data()};
-        preview.callback(previewHandle, &data, preview.user);
         return true;
     });
 }
@@ -210,25 +187,32 @@ unsigned long recordCall(const std::string &function, const std::string &argumen
     if (hook) {
         hook();
     }
+    passGate(function);
     return error;
 }
 
 void setLastError(long port, unsigned long error)
 {
-    t_portErrors[port] = error;
+    const std::lock_guard<std::mutex> lock(g_mutex);
+    g_state.portErrors[{GetCurrentThreadId(), port}] = error;
     t_lastError = error;
 }
 
 unsigned long lastError(long port)
 {
-    return isOpenPort(port) ? t_portErrors[port] : t_lastError;
+    const std::lock_guard<std::mutex> lock(g_mutex);
+    const auto found = g_state.portErrors.find({GetCurrentThreadId(), port});
+    if (g_state.ports.count(port) == 0) {
+        return t_lastError;
+    }
+    return found == g_state.portErrors.end() ? 0 : found->second;
 }
 
 long takePort()
 {
     const std::lock_guard<std::mutex> lock(g_mutex);
     const long port = g_state.nextPort++;
-    g_state.ports[port] = PortCallbacks();
+    g_state.ports[port] = std::make_shared<Port>();
     return port;
 }
 
@@ -238,20 +222,24 @@ bool isOpenPort(long port)
     return g_state.ports.count(port) != 0;
 }
 
-void freePort(long port)
+void freePort(long number)
 {
-    const std::lock_guard<std::recursive_mutex> callbackLock(g_callbackMutex);
-    const std::lock_guard<std::mutex> lock(g_mutex);
-    g_state.ports.erase(port);
+    const std::shared_ptr<Port> port = findPort(number);
+    if (port != nullptr) {
+        const std::lock_guard<std::recursive_mutex> callbackLock(port->callbackMutex);
+        const std::lock_guard<std::mutex> lock(g_mutex);
+        port->callbacks = {};
+        g_state.ports.erase(number);
+    }
 }
 
-void changeCallbacks(long port, const std::function<void(PortCallbacks &)> &change)
+void changeCallbacks(long number, const std::function<void(PortCallbacks &)> &change)
 {
-    const std::lock_guard<std::recursive_mutex> callbackLock(g_callbackMutex);
-    const std::lock_guard<std::mutex> lock(g_mutex);
-    const auto found = g_state.ports.find(port);
-    if (found != g_state.ports.end()) {
-        change(found->second);
+    const std::shared_ptr<Port> port = findPort(number);
+    if (port != nullptr) {
+        const std::lock_guard<std::recursive_mutex> callbackLock(port->callbackMutex);
+        const std::lock_guard<std::mutex> lock(g_mutex);
+        change(port->callbacks);
     }
 }
 
@@ -259,21 +247,6 @@ PlayerOutputs playerOutputs()
 {
     const std::lock_guard<std::mutex> lock(g_mutex);
     return g_state.outputs;
-}
-
-long takePreview(SELVIK_DCM_STREAM_CB callback, void *user)
-{
-    const std::lock_guard<std::mutex> lock(g_mutex);
-    const long handle = g_state.nextPreview++;
-    g_state.previews[handle] = {callback, user};
-    return handle;
-}
-
-bool dropPreview(long previewHandle)
-{
-    const std::lock_guard<std::recursive_mutex> callbackLock(g_callbackMutex);
-    const std::lock_guard<std::mutex> lock(g_mutex);
-    return g_state.previews.erase(previewHandle) != 0;
 }
 
 long takeLogin()

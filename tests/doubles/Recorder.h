@@ -35,10 +35,6 @@ DOUBLES_API void changeCallbacks(long port, const std::function<void(PortCallbac
 
 [[nodiscard]] DOUBLES_API PlayerOutputs playerOutputs();
 
-// Previews.
-[[nodiscard]] DOUBLES_API long takePreview(SELVIK_DCM_STREAM_CB callback, void *user);
-/** False for an unknown one; waits for its running callback, except inside it. */
-[[nodiscard]] DOUBLES_API bool dropPreview(long previewHandle);
 [[nodiscard]] DOUBLES_API long takeLogin();
 
 // Spelling of arguments.

@@ -1,5 +1,6 @@
 #include "Selvikdcm.h"
 
+#include "tests/doubles/PreviewTable.h"
 #include "tests/doubles/Recorder.h"
 
 #include <algorithm>
@@ -40,10 +41,16 @@ std::string spellInfo(const SELVIK_DCM_PREVIEW_INFO *info)
 
 long SELVIK_DCM_StartPreview(long userID, const SELVIK_DCM_PREVIEW_INFO *info)
 {
-    if (!succeeds("SELVIK_DCM_StartPreview", joined(userID, spellInfo(info))) || info == nullptr) {
+    if (info == nullptr) {
+        recordCall("SELVIK_DCM_StartPreview", joined(userID, spellInfo(info)));
+        t_lastError = SELVIK_ERROR_ARGUMENT;
         return -1;
     }
-    return takePreview(info->callback, info->user);
+    recordRequest(userID, *info);
+    if (!succeeds("SELVIK_DCM_StartPreview", joined(userID, spellInfo(info)))) {
+        return takeFailure();
+    }
+    return takePreview(*info);
 }
 
 int SELVIK_DCM_StopPreview(long previewHandle)

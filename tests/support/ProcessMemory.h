@@ -6,7 +6,8 @@
 namespace support
 {
 
-/** Committed memory that is this process's own, in bytes. Counted page by page: Wine answers 0 for its private usage. */
+/** Committed memory that is this process's own, in bytes. Counted page by page: Wine answers 0 for its private usage.
+ */
 [[nodiscard]] std::size_t privateBytes();
 
 } // namespace support
