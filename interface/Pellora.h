@@ -261,8 +261,9 @@ int PELLORA_SetCurWnd(long lHandle, long lSubHandel) PELLORA_NOEXCEPT;
  * answered, at most 5 seconds a preview. Starting and stopping may be mixed.
  *
  * The outcome of each start comes through the status callback, by either route: byPlaying 1 when the stream has begun,
- * 0 when it could not be started. A start that the host stops before that is not reported. Once a preview runs, a device
- * that is lost is reached again by itself; the picture, sound, volume, display region and overlay go on as they were.
+ * 0 when it could not be started. A start that the host stops before that is not reported. Once a preview runs, a
+ * device that is lost is reached again by itself; the picture, sound, volume, display region and overlay go on as they
+ * were.
  */
 
 /**

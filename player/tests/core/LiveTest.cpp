@@ -27,7 +27,6 @@ using player::test::cut;
 using player::test::FakePlatform;
 using player::test::liveMatroska;
 using player::test::LiveOptions;
-using player::test::liveTransport;
 using player::test::mediaPath;
 using player::test::PushedStream;
 using player::test::Shown;
