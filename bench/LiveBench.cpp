@@ -10,6 +10,7 @@
 //                  PELLORA_BENCH_MINUTES minutes (default 1)
 #include "Kavun.h"
 #include "Selvikdcm.h"
+#include "bench/ProcessorTime.h"
 #include "interface/Pellora.h"
 #include "player/src/core/Ffmpeg.h"
 #include "tests/cameras/CameraBed.h"
@@ -42,20 +43,6 @@ using Clock = std::chrono::steady_clock;
 double secondsSince(Clock::time_point begin)
 {
     return std::chrono::duration<double>(Clock::now() - begin).count();
-}
-
-/** Processor time of the whole process, all threads, in seconds. */
-double processorSeconds()
-{
-    FILETIME created;
-    FILETIME ended;
-    FILETIME kernel;
-    FILETIME user;
-    GetProcessTimes(GetCurrentProcess(), &created, &ended, &kernel, &user);
-    const auto seconds = [](const FILETIME &time) {
-        return (static_cast<double>(time.dwHighDateTime) * 4294967296.0 + time.dwLowDateTime) * 1e-7;
-    };
-    return seconds(kernel) + seconds(user);
 }
 
 double privateMegabytes()
@@ -500,12 +487,12 @@ double secondsToDecodeOne()
 {
     const char *pFolder = std::getenv("PELLORA_TEST_MEDIA");
     const std::string clip = std::string(pFolder != nullptr ? pFolder : "build/media") + "/cameras/ch1.mkv";
-    const double begin = processorSeconds();
+    const double begin = bench::processorSeconds();
     int nPictures = 0;
     for (int i = 0; i < 20; ++i) {
         nPictures += decodeUntil(clip, [](int) { return false; });
     }
-    return nPictures > 0 ? (processorSeconds() - begin) / nPictures : 0;
+    return nPictures > 0 ? (bench::processorSeconds() - begin) / nPictures : 0;
 }
 
 void nineStreams(benchmark::State &state)
@@ -519,9 +506,9 @@ void nineStreams(benchmark::State &state)
             state.SkipWithError("no pictures");
             return;
         }
-        const double begin = processorSeconds();
+        const double begin = bench::processorSeconds();
         Wall::pumpFor(kSeconds);
-        ours = (processorSeconds() - begin) / kSeconds;
+        ours = (bench::processorSeconds() - begin) / kSeconds;
         state.SetIterationTime(ours);
     }
     const double decoding = secondsToDecodeOne() * 9 * 25;

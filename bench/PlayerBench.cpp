@@ -2,6 +2,7 @@
 // against FFmpeg only decoding the same file in the same run. The ratio of the two is the figure to watch.
 #include "Kavun.h"
 
+#include "bench/ProcessorTime.h"
 #include "player/src/core/Ffmpeg.h"
 
 #include <benchmark/benchmark.h>
@@ -22,20 +23,6 @@ std::string clipPath()
 {
     const char *folder = std::getenv("PELLORA_TEST_MEDIA");
     return std::string(folder ? folder : "build/media") + "/bench-1080p.mp4";
-}
-
-/** Processor time of the whole process, all threads, in seconds. */
-double processorSeconds()
-{
-    FILETIME created;
-    FILETIME ended;
-    FILETIME kernel;
-    FILETIME user;
-    GetProcessTimes(GetCurrentProcess(), &created, &ended, &kernel, &user);
-    const auto seconds = [](const FILETIME &time) {
-        return (static_cast<double>(time.dwHighDateTime) * 4294967296.0 + time.dwLowDateTime) * 1e-7;
-    };
-    return seconds(kernel) + seconds(user);
 }
 
 /** As many as the player's decoder takes for pictures of this size. */
@@ -110,12 +97,12 @@ void showing1080pIn640x360(benchmark::State &state)
     const HWND hWnd = CreateWindowExW(0, L"STATIC", L"", WS_POPUP | WS_VISIBLE, 0, 0, kWidth, kHeight, nullptr, nullptr,
                                       nullptr, nullptr);
     for ([[maybe_unused]] auto step : state) {
-        double before = processorSeconds();
+        double before = bench::processorSeconds();
         const int decoded = decodeWithFfmpegAlone(path);
-        const double decoding = processorSeconds() - before;
-        before = processorSeconds();
+        const double decoding = bench::processorSeconds() - before;
+        before = bench::processorSeconds();
         const int presented = playInWindow(path, hWnd);
-        const double playing = processorSeconds() - before;
+        const double playing = bench::processorSeconds() - before;
         if (decoded == 0 || presented == 0) {
             state.SkipWithError("the clip could not be played; run tests/media/make-media.sh");
             break;

@@ -372,6 +372,8 @@ TEST_P(UnreachableCamera, IsToldOnceWithItsReason)
         // The pane is free again.
         start(route, {reachable});
         EXPECT_TRUE(waitForPicture(0, camera));
+        // The picture may be there before the notice has been looked at.
+        EXPECT_TRUE(waitForStatuses(nBefore + 2));
         EXPECT_EQ(statuses().size(), nBefore + 2);
         stop(route);
     }

@@ -20,7 +20,7 @@ namespace live
 
 using Milliseconds = std::chrono::milliseconds;
 
-/** By a worker of the library, or on the calling thread; which functions that means is the library's joke. */
+/** By a worker of the library, or on the calling thread; the names of the functions are the other way round. */
 enum class Route { Task, Direct };
 
 /** What was on the screen in a pane over a while. */

@@ -29,14 +29,6 @@ int decoderThreads(const AVCodecParameters &parameters)
     return std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, kMost);
 }
 
-std::shared_ptr<const AVFrame> shared(FramePtr pFrame)
-{
-    return std::shared_ptr<const AVFrame>(pFrame.release(), [](const AVFrame *p) {
-        auto *pOwn = const_cast<AVFrame *>(p);
-        av_frame_free(&pOwn);
-    });
-}
-
 } // namespace
 
 int LiveDecoder::allocate(AVCodecContext *pCodec, AVFrame *pFrame, int flags)
@@ -250,7 +242,7 @@ Picture LiveDecoder::stamped(FramePtr pFrame, std::int64_t utc)
     picture.time = timeOf(*pFrame);
     picture.duration = kUsualDuration;
     picture.utc = utc;
-    picture.pFrame = shared(std::move(pFrame));
+    picture.hold(std::move(pFrame));
     return picture;
 }
 

@@ -1,9 +1,15 @@
 #include "player/src/core/Picture.h"
 
-#include "player/src/core/Ffmpeg.h"
-
 namespace player
 {
+
+void Picture::hold(FramePtr pDecoded)
+{
+    pFrame = std::shared_ptr<const AVFrame>(pDecoded.release(), [](const AVFrame *p) {
+        auto *pOwn = const_cast<AVFrame *>(p);
+        av_frame_free(&pOwn);
+    });
+}
 
 std::int64_t Picture::bytes() const
 {

@@ -1,11 +1,10 @@
 #pragma once
 
+#include "player/src/core/Ffmpeg.h"
 #include "player/src/picture/PictureShape.h"
 
 #include <cstdint>
 #include <memory>
-
-struct AVFrame;
 
 namespace player
 {
@@ -30,6 +29,8 @@ struct Picture {
         return pFrame != nullptr;
     }
 
+    /** Takes a decoded frame over. */
+    void hold(FramePtr pDecoded);
     /** Bytes that the pixels take, for bounds. */
     [[nodiscard]] std::int64_t bytes() const;
 };

@@ -31,14 +31,6 @@ int decoderThreads(const AVCodecParameters &parameters)
     return std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, kMost);
 }
 
-std::shared_ptr<const AVFrame> shared(FramePtr pFrame)
-{
-    return std::shared_ptr<const AVFrame>(pFrame.release(), [](const AVFrame *p) {
-        auto *pOwn = const_cast<AVFrame *>(p);
-        av_frame_free(&pOwn);
-    });
-}
-
 } // namespace
 
 PictureReader::PictureReader(std::unique_ptr<ByteSource> pBytes) : m_source(std::move(pBytes))
@@ -199,7 +191,7 @@ Picture PictureReader::stamped(FramePtr pFrame)
     picture.time = timeOf(*pFrame);
     picture.duration = durationOf(*pFrame);
     picture.afterGap = std::exchange(m_bAfterGap, false);
-    picture.pFrame = shared(std::move(pFrame));
+    picture.hold(std::move(pFrame));
     return picture;
 }
 

@@ -3,10 +3,9 @@
 
 #include "player/tests/support/PushedStream.h"
 #include "player/tests/win/TestWindow.h"
+#include "tests/support/ProcessThreads.h"
 
 #include <gtest/gtest.h>
-
-#include <tlhelp32.h>
 
 #include <algorithm>
 #include <atomic>
@@ -239,24 +238,11 @@ TEST(LiveWindowTest, FreesItsPortFromInsideTheDrawCallback)
     EXPECT_EQ(Kavun_GetLastError(port), KAVUN_ERROR_ARGUMENT);
 }
 
-int threads()
-{
-    int count = 0;
-    const HANDLE hSnapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
-    THREADENTRY32 entry{};
-    entry.dwSize = sizeof entry;
-    for (BOOL more = Thread32First(hSnapshot, &entry); more; more = Thread32Next(hSnapshot, &entry)) {
-        count += entry.th32OwnerProcessID == GetCurrentProcessId() ? 1 : 0;
-    }
-    CloseHandle(hSnapshot);
-    return count;
-}
-
 TEST(LiveWindowTest, AHundredRoundsLeaveNoThread)
 {
     const TestWindow window;
     PushedStream stream = liveMatroska("h264.avi");
-    const int before = threads();
+    const std::size_t before = support::processThreads();
     for (int round = 0; round < 100; ++round) {
         LivePort port;
         ASSERT_TRUE(port.open(stream, window.handle()));
@@ -268,7 +254,7 @@ TEST(LiveWindowTest, AHundredRoundsLeaveNoThread)
             EXPECT_TRUE(Kavun_CloseStream(port.number()));
         }
     }
-    EXPECT_TRUE(pumpUntil([&] { return threads() <= before; }));
+    EXPECT_TRUE(pumpUntil([&] { return support::processThreads() <= before; }));
 }
 
 /** When a picture was drawn: the overlay is the last thing before it becomes visible. */

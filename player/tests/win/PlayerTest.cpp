@@ -4,11 +4,11 @@
 #include "player/tests/support/Clips.h"
 #include "player/tests/support/MemoryBytes.h"
 #include "player/tests/win/TestWindow.h"
+#include "tests/support/ProcessMemory.h"
+#include "tests/support/ProcessThreads.h"
 
 #include <gtest/gtest.h>
 #include <turbojpeg.h>
-
-#include <tlhelp32.h>
 
 #include <algorithm>
 #include <atomic>
@@ -642,34 +642,9 @@ TEST_F(PlayerTest, TwoPortsPlayInOneWindow)
 
 struct Resources {
     std::uintptr_t freshHandle = 0;
-    int threads = 0;
+    std::size_t threads = 0;
     std::size_t privateBytes = 0;
 };
-
-/** Sum of the committed pages that are this process's own. */
-std::size_t privateBytes()
-{
-    std::size_t total = 0;
-    MEMORY_BASIC_INFORMATION region{};
-    for (const char *pAddress = nullptr; VirtualQuery(pAddress, &region, sizeof region) == sizeof region;
-         pAddress = static_cast<const char *>(region.BaseAddress) + region.RegionSize) {
-        total += region.State == MEM_COMMIT && region.Type == MEM_PRIVATE ? region.RegionSize : 0;
-    }
-    return total;
-}
-
-int threadsOfThisProcess()
-{
-    int threads = 0;
-    const HANDLE hSnapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
-    THREADENTRY32 entry{};
-    entry.dwSize = sizeof entry;
-    for (BOOL more = Thread32First(hSnapshot, &entry); more; more = Thread32Next(hSnapshot, &entry)) {
-        threads += entry.th32OwnerProcessID == GetCurrentProcessId() ? 1 : 0;
-    }
-    CloseHandle(hSnapshot);
-    return threads;
-}
 
 Resources resourcesInUse()
 {
@@ -678,8 +653,8 @@ Resources resourcesInUse()
     const HANDLE hFresh = CreateEventW(nullptr, FALSE, FALSE, nullptr);
     resources.freshHandle = reinterpret_cast<std::uintptr_t>(hFresh);
     CloseHandle(hFresh);
-    resources.threads = threadsOfThisProcess();
-    resources.privateBytes = privateBytes();
+    resources.threads = support::processThreads();
+    resources.privateBytes = support::privateBytes();
     return resources;
 }
 
@@ -725,9 +700,10 @@ TEST_F(PlayerTest, TwoHundredRoundsLeaveThreadsHandlesAndMemoryFlat)
         round(i);
     }
     const Resources after = resourcesInUse();
-    std::printf("fresh handle %#llx -> %#llx, threads %d -> %d, private bytes %llu -> %llu\n",
+    std::printf("fresh handle %#llx -> %#llx, threads %llu -> %llu, private bytes %llu -> %llu\n",
                 static_cast<unsigned long long>(before.freshHandle), static_cast<unsigned long long>(after.freshHandle),
-                before.threads, after.threads, static_cast<unsigned long long>(before.privateBytes),
+                static_cast<unsigned long long>(before.threads), static_cast<unsigned long long>(after.threads),
+                static_cast<unsigned long long>(before.privateBytes),
                 static_cast<unsigned long long>(after.privateBytes));
     EXPECT_LE(after.freshHandle, before.freshHandle + 40); // ten handles, where one leaked each round makes 200
     EXPECT_LE(after.threads, before.threads);
