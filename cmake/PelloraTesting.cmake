@@ -29,6 +29,7 @@ function(pellora_add_test)
         set_property(TEST ${test} APPEND PROPERTY ENVIRONMENT "TSAN_OPTIONS=ignore_noninstrumented_modules=1")
     endif()
     if(arg_DISPLAY)
-        set_property(TEST ${test} PROPERTY RESOURCE_LOCK display)
+        # They run one after another, so they begin at once, beside those that need no display.
+        set_tests_properties(${test} PROPERTIES RESOURCE_LOCK display COST 500)
     endif()
 endfunction()

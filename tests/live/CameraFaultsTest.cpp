@@ -7,8 +7,6 @@
 
 #include <windows.h>
 
-#include <psapi.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <functional>
