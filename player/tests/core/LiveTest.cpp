@@ -532,7 +532,8 @@ TEST_F(LiveTest, ClosesFromInsideTheDrawCallback)
             ++closed;
         }
     });
-    ASSERT_EQ(stream.push(*m_port, 0, 3), Error::None);
+    // The first picture may close the stream before the third record is in.
+    static_cast<void>(stream.push(*m_port, 0, 3));
     EXPECT_TRUE(eventually([&] { return closed == 1; }));
     m_port->callbacks().draw.set(nullptr);
     EXPECT_EQ(stream.push(*m_port, 3, 4), Error::Order);
