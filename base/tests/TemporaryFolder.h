@@ -1,16 +1,19 @@
 #ifndef BASE_TESTS_TEMPORARYFOLDER_H
 #define BASE_TESTS_TEMPORARYFOLDER_H
 
+#include <process.h>
+
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
 
-/** A folder of its own that goes with the object. */
+/** A folder of its own that goes with the object; the name is made one that no other process uses. */
 class TemporaryFolder
 {
 public:
-    explicit TemporaryFolder(const std::wstring &name) : m_path(std::filesystem::temp_directory_path() / name)
+    explicit TemporaryFolder(const std::wstring &name)
+        : m_path(std::filesystem::temp_directory_path() / (name + L' ' + std::to_wstring(_getpid())))
     {
         std::filesystem::remove_all(m_path);
         std::filesystem::create_directories(m_path);

@@ -63,6 +63,16 @@ std::vector<Shown> FakePlatform::shown() const
     return m_shown;
 }
 
+std::chrono::steady_clock::duration FakePlatform::quickest(std::size_t pictures) const
+{
+    const std::lock_guard lock(m_mutex);
+    auto shortest = std::chrono::steady_clock::duration::max();
+    for (std::size_t i = pictures; i < m_shown.size(); ++i) {
+        shortest = std::min(shortest, m_shown[i].moment - m_shown[i - pictures].moment);
+    }
+    return shortest;
+}
+
 void FakePlatform::forget()
 {
     const std::lock_guard lock(m_mutex);

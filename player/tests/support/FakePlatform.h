@@ -41,6 +41,9 @@ public:
     void note(const Shown &shown);
     [[nodiscard]] std::vector<Shown> shown() const;
     void forget();
+    /** The shortest time that so many pictures in a row came after the one before them; what a busy machine adds to
+     *  others is not in it. The longest time there is while fewer were shown. */
+    [[nodiscard]] std::chrono::steady_clock::duration quickest(std::size_t pictures) const;
     /** Waits until a picture is shown for which the condition holds; false when that takes longer. */
     bool waitFor(const std::function<bool(const Shown &)> &condition,
                  std::chrono::milliseconds patience = std::chrono::seconds(10));

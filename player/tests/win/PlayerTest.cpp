@@ -401,23 +401,24 @@ std::string copyAs(const std::wstring &file, UINT codePage)
     return path;
 }
 
-std::wstring temporaryFolder()
+/** A name that no other process uses. */
+std::wstring temporaryFile(const std::wstring &name)
 {
     wchar_t folder[MAX_PATH];
     GetTempPathW(MAX_PATH, folder);
-    return folder;
+    return folder + std::to_wstring(GetCurrentProcessId()) + L' ' + name;
 }
 
 TEST_F(PlayerTest, OpensChineseNamesWithBlanksInUtf8)
 {
-    const std::wstring file = temporaryFolder() + L"\u5f55\u50cf \u6587\u4ef6.mp4";
+    const std::wstring file = temporaryFile(L"\u5f55\u50cf \u6587\u4ef6.mp4");
     EXPECT_TRUE(open(copyAs(file, CP_UTF8)));
     EXPECT_TRUE(DeleteFileW(file.c_str()));
 }
 
 TEST_F(PlayerTest, OpensNamesInTheSystemsCodePage)
 {
-    const std::wstring file = temporaryFolder() + L"caf\u00e9 \u00fc.mp4";
+    const std::wstring file = temporaryFile(L"caf\u00e9 \u00fc.mp4");
     EXPECT_TRUE(open(copyAs(file, CP_ACP)));
     EXPECT_TRUE(DeleteFileW(file.c_str()));
 }
@@ -425,7 +426,7 @@ TEST_F(PlayerTest, OpensNamesInTheSystemsCodePage)
 TEST_F(PlayerTest, OpensPathsOfMoreThan260Characters)
 {
     std::vector<std::wstring> folders;
-    std::wstring folder = L"\\\\?\\" + temporaryFolder();
+    std::wstring folder = L"\\\\?\\" + temporaryFile(L"");
     for (int i = 0; i < 6; ++i) {
         folder += std::wstring(50, L'a' + static_cast<wchar_t>(i));
         ASSERT_TRUE(CreateDirectoryW(folder.c_str(), nullptr) || GetLastError() == ERROR_ALREADY_EXISTS);
@@ -446,7 +447,7 @@ TEST_F(PlayerTest, OpensPathsOfMoreThan260Characters)
 TEST_F(PlayerTest, PlaysOnWhenItsFileIsDeleted)
 {
     const TestWindow window;
-    const std::wstring file = temporaryFolder() + L"deleted.mp4";
+    const std::wstring file = temporaryFile(L"deleted.mp4");
     ASSERT_TRUE(open(copyAs(file, CP_UTF8)));
     ASSERT_TRUE(Kavun_Play(m_nPort, window.handle()));
     EXPECT_TRUE(DeleteFileW(file.c_str()));
@@ -457,7 +458,7 @@ TEST_F(PlayerTest, PlaysOnWhenItsFileIsDeleted)
 TEST_F(PlayerTest, EndsWhereItsFileIsCutWhilePlaying)
 {
     const TestWindow window;
-    const std::wstring file = temporaryFolder() + L"cut.mp4";
+    const std::wstring file = temporaryFile(L"cut.mp4");
     std::atomic<int> ends{0};
     Kavun_SetFileEndCallback(
         m_nPort, [](long, void *user) { ++*static_cast<std::atomic<int> *>(user); }, &ends);
@@ -484,7 +485,7 @@ TEST_F(PlayerTest, EndsWhereItsFileIsCutWhilePlaying)
 TEST_F(PlayerTest, FollowsASizeThatChangesInTheMiddle)
 {
     const TestWindow window;
-    const std::wstring file = temporaryFolder() + L"two sizes.mjpeg";
+    const std::wstring file = temporaryFile(L"two sizes.mjpeg");
     const std::string path = copyAs(file, CP_UTF8);
     const auto pictures = player::test::codedPicturesOf({mediaPath("mjpeg.avi"), mediaPath("odd-321x243.avi")});
     std::ofstream(path, std::ios::binary)
