@@ -227,6 +227,8 @@ def container_clips():
     yield Clip("live.mkv", "h264", H264 + "-f matroska -live 1 ", "aac", notes="no length, no cues")
     yield Clip("open-gop.mkv", "h264", X264 + "-g 25 -bf 3 -x264-params open-gop=1:b-pyramid=normal ",
                notes="pictures before a key picture need the group before it")
+    yield Clip("intra-refresh.mkv", "h264", X264 + "-bf 0 -x264-params intra-refresh=1:keyint=25 ",
+               notes="one key picture, then a wave that renews a picture every 25")
     yield Clip("one-gop.mp4", "h264", X264 + "-g 1000 -bf 2 " + FASTSTART, frames=300, notes="a single key picture")
     yield Clip("long.mp4", "h264", X264 + "-g 50 -bf 2 " + FASTSTART, "aac", frames=3000, width=160, height=120)
     yield Clip("ntsc.mp4", "h264", H264 + FASTSTART, fps="30000/1001", frames=90)

@@ -11,6 +11,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
 #include <numeric>
 
 namespace
@@ -54,7 +57,7 @@ public:
         }
     }
 
-    /** Everything up to that picture; also what came when it does not come within ten seconds. */
+    /** Everything up to that picture; also what came before nothing did for twenty seconds. */
     std::vector<int> upTo(int last)
     {
         collect([&] { return !m_numbers.empty() && m_numbers.back() == last; });
@@ -81,14 +84,13 @@ private:
     template <typename Condition>
     void collect(Condition condition)
     {
-        const auto deadline = std::chrono::steady_clock::now() + 10s;
         std::unique_lock lock(m_mutex);
         for (;;) {
             for (Picture picture = m_feed.take(); picture; picture = m_feed.take()) {
                 m_numbers.push_back(numberOf(picture));
                 m_pictures.push_back(picture);
             }
-            if (condition() || m_news.wait_until(lock, deadline) == std::cv_status::timeout) {
+            if (condition() || m_news.wait_for(lock, 20s) == std::cv_status::timeout) {
                 return;
             }
         }
@@ -296,6 +298,68 @@ TEST(LiveFeedTest, JoinedAtAnOpenGroupLeavesOutThePicturesThatNeedTheGroupBefore
     EXPECT_THAT(collector.upTo(97), ElementsAreArray(range(stream.records[key].number, 98)));
 }
 
+/** The greatest difference between two pictures' brightness. */
+int apart(const Picture &left, const Picture &right)
+{
+    int most = 0;
+    for (int row = 0; row < left.shape.height; ++row) {
+        const std::uint8_t *pLeft = left.pFrame->data[0] + std::ptrdiff_t{row} * left.pFrame->linesize[0];
+        const std::uint8_t *pRight = right.pFrame->data[0] + std::ptrdiff_t{row} * right.pFrame->linesize[0];
+        for (int column = 0; column < left.shape.width; ++column) {
+            most = std::max(most, std::abs(pLeft[column] - pRight[column]));
+        }
+    }
+    return most;
+}
+
+/** Pictures are renewed by waves, which begin at 25, 50 and 75 and come through all of them within 25 more. */
+class AWaveThatRenewsThePicture : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        m_whole.push(m_stream, 0, m_stream.records.size());
+        ASSERT_THAT(m_whole.upTo(99), ElementsAreArray(range(0, 100)));
+    }
+    /** Collected up to the last one, they are what they are when nothing is missing. */
+    void expectWhole(const Collector &collector) const
+    {
+        for (const Picture &picture : collector.pictures()) {
+            const int number = numberOf(picture);
+            ASSERT_GE(number, 0);
+            EXPECT_EQ(apart(picture, m_whole.pictures()[static_cast<std::size_t>(number)]), 0) << number;
+        }
+    }
+
+    PushedStream m_stream = liveMatroska("intra-refresh.mkv");
+    Collector m_whole{m_stream.header};
+};
+
+TEST_F(AWaveThatRenewsThePicture, IsWaitedForWhereTheStreamIsJoined)
+{
+    Collector collector(m_stream.header);
+    collector.push(m_stream, 10, m_stream.records.size());
+    const auto numbers = collector.upTo(99);
+    ASSERT_FALSE(numbers.empty());
+    EXPECT_GT(numbers.front(), 25);
+    EXPECT_LE(numbers.front(), 50);
+    EXPECT_THAT(numbers, ElementsAreArray(range(numbers.front(), 100)));
+    expectWhole(collector);
+}
+
+TEST_F(AWaveThatRenewsThePicture, IsWaitedForAfterALoss)
+{
+    m_stream.records.erase(m_stream.records.begin() + 30);
+    Collector collector(m_stream.header);
+    collector.push(m_stream, 0, m_stream.records.size());
+    const auto numbers = collector.upTo(99);
+    ASSERT_GT(numbers.size(), 30u);
+    EXPECT_GT(numbers[30], 50);
+    EXPECT_LE(numbers[30], 75);
+    EXPECT_THAT(numbers, ElementsAreArray(range(0, 30) + range(numbers[30], 100)));
+    expectWhole(collector);
+}
+
 TEST(LiveFeedTest, GarbageBetweenRecordsCostsNoMoreThanTheGroup)
 {
     PushedStream stream = liveMatroska("h264.avi");
@@ -461,7 +525,7 @@ TEST(LiveFeedTest, ARefusedRecordIsALossEvenWhereTheCodecCannotTell)
         ASSERT_EQ(error, record.bytes.size() <= largest ? Error::None : Error::BufferFull) << i;
     }
     std::vector<int> numbers;
-    const auto deadline = std::chrono::steady_clock::now() + 10s;
+    const auto deadline = std::chrono::steady_clock::now() + 30s;
     std::unique_lock lock(mutex);
     while (numbers.empty() || numbers.back() != 24) {
         Picture picture = feed.take();
@@ -475,6 +539,45 @@ TEST(LiveFeedTest, ARefusedRecordIsALossEvenWhereTheCodecCannotTell)
     lock.unlock();
     feed.stop();
     EXPECT_FALSE(feed.take()) << "a picture without its key picture";
+}
+
+TEST(LiveFeedTest, WhereDecodingIsTooSlowThePictureIsNeverFarBehind)
+{
+    // Whoever is told of a picture holds the decoding thread up, as a decoder that is too slow would: a picture in 120
+    // milliseconds instead of the 40 in which they come.
+    const PushedStream stream = liveMatroska("h264.avi");
+    using Moment = std::chrono::steady_clock::time_point;
+    std::vector<std::atomic<Moment>> pushed(stream.records.size());
+    std::vector<int> numbers;
+    std::chrono::steady_clock::duration most{};
+    LiveFeed *pFeed = nullptr;
+    LiveFeed feed(stream.header, 64 * 1024 * 1024, StreamMode::RealTime, [&] {
+        const int number = numberOf(pFeed->take());
+        ASSERT_GE(number, 0);
+        numbers.push_back(number);
+        most = std::max(most, std::chrono::steady_clock::now() - pushed[static_cast<std::size_t>(number)].load());
+        std::this_thread::sleep_for(120ms);
+    });
+    pFeed = &feed;
+    feed.start();
+    auto next = std::chrono::steady_clock::now();
+    for (const Record &record : stream.records) {
+        std::this_thread::sleep_until(next);
+        next += 40ms;
+        pushed[static_cast<std::size_t>(record.number)] = std::chrono::steady_clock::now();
+        ASSERT_EQ(feed.push(record.bytes.data(), record.bytes.size()), Error::None);
+    }
+    // Decoding each would take twelve seconds.
+    std::this_thread::sleep_for(500ms);
+    feed.stop();
+    EXPECT_LT(most, 3s);
+    ASSERT_FALSE(numbers.empty());
+    EXPECT_GE(numbers.back(), 75) << "the newest group has begun";
+    EXPECT_LT(numbers.size(), 60u);
+    for (std::size_t i = 1; i < numbers.size(); ++i) {
+        EXPECT_TRUE(numbers[i] == numbers[i - 1] + 1 || (numbers[i] > numbers[i - 1] && numbers[i] % 25 == 0))
+            << numbers[i - 1] << ", then " << numbers[i];
+    }
 }
 
 struct Senseless {

@@ -90,4 +90,9 @@ bool FakePlatform::waitForNumber(int number)
     return waitFor([number](const Shown &shown) { return shown.number == number; });
 }
 
+bool FakePlatform::waitForNumberOrLater(int number)
+{
+    return waitFor([number](const Shown &shown) { return shown.number >= number; });
+}
+
 } // namespace player::test

@@ -46,8 +46,10 @@ public:
     [[nodiscard]] std::chrono::steady_clock::duration quickest(std::size_t pictures) const;
     /** Waits until a picture is shown for which the condition holds; false when that takes longer. */
     bool waitFor(const std::function<bool(const Shown &)> &condition,
-                 std::chrono::milliseconds patience = std::chrono::seconds(10));
+                 std::chrono::milliseconds patience = std::chrono::seconds(30));
     bool waitForNumber(int number);
+    /** For playback by a clock, which skips pictures where the machine is busy. */
+    bool waitForNumberOrLater(int number);
     /** The presenters that exist now: one for each thread that shows pictures. */
     [[nodiscard]] int presenters() const
     {
