@@ -122,8 +122,17 @@ Shot PaneScreen::shoot(int nPane) const
 
 PaneView PaneScreen::read(int nPane, Shot *pShot) const
 {
+    // Where a busy machine has let pictures out, a change of pictures that is half done looks broken, too. It is over
+    // in a moment; what a decoder has broken stays until the next key picture.
+    constexpr int kLooks = 6;
     Shot shot = shoot(nPane);
-    const PaneView view = understand(shot);
+    PaneView view = understand(shot);
+    for (int i = 1; i < kLooks && view.kind == PaneView::Kind::Broken; ++i) {
+        constexpr DWORD kMoment = 20;
+        Sleep(kMoment);
+        shot = shoot(nPane);
+        view = understand(shot);
+    }
     if (pShot != nullptr) {
         *pShot = std::move(shot);
     }

@@ -27,7 +27,7 @@ struct Shot {
 struct PaneView {
     enum class Kind {
         Empty,   /**< one colour */
-        Broken,  /**< a picture that is not whole, or none of a camera's */
+        Broken,  /**< a picture that is not whole for a tenth of a second, or none of a camera's */
         Between, /**< the upper part of one picture and the lower part of its neighbour */
         Whole,
     };
