@@ -29,7 +29,12 @@ function(pellora_add_test)
         set_property(TEST ${test} APPEND PROPERTY ENVIRONMENT "TSAN_OPTIONS=ignore_noninstrumented_modules=1")
     endif()
     if(arg_DISPLAY)
-        # They run one after another, so they begin at once, beside those that need no display.
-        set_tests_properties(${test} PROPERTIES RESOURCE_LOCK display COST 500)
+        pellora_test_needs_display(${test})
     endif()
+endfunction()
+
+# No other test with windows runs beside it. They run one after another, so they begin at once, beside those that need no
+# display; the longest, with a COST above theirs, first.
+function(pellora_test_needs_display test)
+    set_tests_properties(${test} PROPERTIES RESOURCE_LOCK display COST 500)
 endfunction()

@@ -38,6 +38,12 @@ int picturesOf(int nIdentity)
     return Camera().nPictures;
 }
 
+int shorterWay(int nDifference, int nRound)
+{
+    const int nAhead = (nDifference + nRound) % nRound;
+    return nAhead > nRound / 2 ? nAhead - nRound : nAhead;
+}
+
 Camera wallCamera(int nChannel)
 {
     return {"ch" + std::to_string(nChannel) + "/0", nChannel};

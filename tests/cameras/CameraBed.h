@@ -27,6 +27,8 @@ struct Camera {
 [[nodiscard]] Camera cameraAt(const std::string &path);
 /** How many pictures of the camera with that identity go round. */
 [[nodiscard]] int picturesOf(int nIdentity);
+/** A difference, less than a round either way, of the numbers of pictures that go round: by the shorter way. */
+[[nodiscard]] int shorterWay(int nDifference, int nRound);
 /** A camera of the wall: 1 to 9. */
 [[nodiscard]] Camera wallCamera(int nChannel);
 

@@ -65,13 +65,6 @@ protected:
     {
         return watch({camera}, 2, milliseconds).front().numbers.size() >= 2;
     }
-    /** A difference of numbers that go round, as one of at most half a round. */
-    [[nodiscard]] static int between(int nDifference, const cameras::Camera &camera)
-    {
-        const int nRound = camera.nPictures;
-        const int nAhead = (nDifference % nRound + nRound) % nRound;
-        return nAhead > nRound / 2 ? nAhead - nRound : nAhead;
-    }
     /** How many pictures a pane is ahead of pane 0; none while one of them does not show a whole one. */
     [[nodiscard]] std::optional<int> aheadOfFirst(int nPane, const cameras::Camera &camera) const
     {
@@ -80,7 +73,7 @@ protected:
         if (first.kind != PaneView::Kind::Whole || other.kind != PaneView::Kind::Whole) {
             return std::nullopt;
         }
-        return between(other.nPicture - first.nPicture, camera);
+        return cameras::shorterWay(other.nPicture - first.nPicture, camera.nPictures);
     }
     /** The picture stands still, since nothing comes. */
     [[nodiscard]] bool standsStill()
@@ -226,7 +219,7 @@ TEST_P(CameraFault, AHoldUpOfTheNetworkLeavesNoDelayBehind)
         [&] {
             constexpr int kNearly = 3;
             const std::size_t nBefore = apart.size();
-            if (look() > nBefore && std::abs(between(apart.back() - nUsual, camera)) > kNearly) {
+            if (look() > nBefore && std::abs(cameras::shorterWay(apart.back() - nUsual, camera.nPictures)) > kNearly) {
                 apart.clear();
             }
             return apart.size() == kInARow;

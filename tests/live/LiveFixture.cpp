@@ -207,8 +207,8 @@ std::vector<Sighting> LiveFixture::watch(const std::vector<cameras::Camera> &wan
         } else if (view.nCamera != wanted[i].nIdentity) {
             ++sighting.nStrangers;
         } else if (sighting.numbers.empty() || sighting.numbers.back() != view.nPicture) {
-            const int nCount = wanted[i].nPictures;
-            if (!sighting.numbers.empty() && (view.nPicture - sighting.numbers.back() + nCount) % nCount > nCount / 2) {
+            if (!sighting.numbers.empty() &&
+                cameras::shorterWay(view.nPicture - sighting.numbers.back(), wanted[i].nPictures) < 0) {
                 ++sighting.nBack;
             }
             sighting.numbers.push_back(view.nPicture);

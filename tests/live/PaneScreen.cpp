@@ -73,9 +73,8 @@ bool areNeighbours(int nOne, int nOther)
 {
     constexpr int kApart = 2;
     const int nCamera = nOne / cameras::kPicturesPerCamera;
-    const int nApart = std::abs(nOne - nOther);
     return nOther / cameras::kPicturesPerCamera == nCamera &&
-           std::min(nApart, cameras::picturesOf(nCamera) - nApart) <= kApart;
+           std::abs(cameras::shorterWay(nOne - nOther, cameras::picturesOf(nCamera))) <= kApart;
 }
 
 PaneView understand(const Shot &shot)

@@ -550,15 +550,13 @@ TEST(LiveFeedTest, WhereDecodingIsTooSlowThePictureIsNeverFarBehind)
     std::vector<std::atomic<Moment>> pushed(stream.records.size());
     std::vector<int> numbers;
     std::chrono::steady_clock::duration most{};
-    LiveFeed *pFeed = nullptr;
     LiveFeed feed(stream.header, 64 * 1024 * 1024, StreamMode::RealTime, [&] {
-        const int number = numberOf(pFeed->take());
+        const int number = numberOf(feed.take());
         ASSERT_GE(number, 0);
         numbers.push_back(number);
         most = std::max(most, std::chrono::steady_clock::now() - pushed[static_cast<std::size_t>(number)].load());
         std::this_thread::sleep_for(120ms);
     });
-    pFeed = &feed;
     feed.start();
     auto next = std::chrono::steady_clock::now();
     for (const Record &record : stream.records) {
