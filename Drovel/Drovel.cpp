@@ -76,20 +76,20 @@ bool Drovel::startPlayStream(unsigned char *pHeader, unsigned long nHeaderSize, 
         "bool __cdecl pellora::Drovel::startPlayStream(unsigned char *,unsigned long,struct HWND__ *)";
     stopPlayStream();
     long nPort = kNoPort;
-    if (!succeeded(Kavun_GetPort(&nPort), kNoPort, {kFile, pFunction, __LINE__}, "Kavun_GetPort error: %d.")) {
+    if (!succeeded(Kavun_GetPort(&nPort), kNoPort, logAt(kFile, pFunction), "Kavun_GetPort error: %d.")) {
         return false;
     }
     m_nPort = nPort;
-    if (!succeeded(Kavun_SetStreamOpenMode(nPort, m_nStreamOpenMode), nPort, {kFile, pFunction, __LINE__},
+    if (!succeeded(Kavun_SetStreamOpenMode(nPort, m_nStreamOpenMode), nPort, logAt(kFile, pFunction),
                    "Kavun_SetStreamOpenMode error: %d.") ||
-        !succeeded(Kavun_OpenStream(nPort, pHeader, nHeaderSize, kSourceBufferSize), nPort,
-                   {kFile, pFunction, __LINE__}, "Kavun_OpenStream error: %d.")) {
+        !succeeded(Kavun_OpenStream(nPort, pHeader, nHeaderSize, kSourceBufferSize), nPort, logAt(kFile, pFunction),
+                   "Kavun_OpenStream error: %d.")) {
         // m_nPort keeps the freed number: owners go on counting the pane as busy until they stop it.
         Kavun_FreePort(nPort);
         return false;
     }
     // A stream without its display buffers still plays.
-    succeeded(Kavun_SetDisplayBuf(nPort, kDisplayBuffers), nPort, {kFile, pFunction, __LINE__},
+    succeeded(Kavun_SetDisplayBuf(nPort, kDisplayBuffers), nPort, logAt(kFile, pFunction),
               "Kavun_SetDisplayBuf error: %d.");
     // Neither of the two is needed for a picture, hence their errors are fetched and dropped.
     Kavun_Play(nPort, hWnd);
@@ -108,10 +108,9 @@ bool Drovel::stopPlayStream()
     if (nPort == kNoPort) {
         return false;
     }
-    succeeded(Kavun_Stop(nPort), nPort, LogLevel::Warn, {kFile, pFunction, __LINE__}, "Kavun_Stop error: %d.");
-    succeeded(Kavun_CloseStream(nPort), nPort, LogLevel::Warn, {kFile, pFunction, __LINE__},
-              "Kavun_CloseStream error: %d.");
-    succeeded(Kavun_FreePort(nPort), nPort, LogLevel::Warn, {kFile, pFunction, __LINE__}, "Kavun_FreePort error: %d.");
+    succeeded(Kavun_Stop(nPort), nPort, LogLevel::Warn, logAt(kFile, pFunction), "Kavun_Stop error: %d.");
+    succeeded(Kavun_CloseStream(nPort), nPort, LogLevel::Warn, logAt(kFile, pFunction), "Kavun_CloseStream error: %d.");
+    succeeded(Kavun_FreePort(nPort), nPort, LogLevel::Warn, logAt(kFile, pFunction), "Kavun_FreePort error: %d.");
     m_nPort = kNoPort;
     // Speed steps are left alone: those counted on a live stream survive its restart.
     return true;
@@ -122,21 +121,21 @@ bool Drovel::startPlayFile(char *pPath, HWND hWnd)
     const char *const pFunction = "bool __cdecl pellora::Drovel::startPlayFile(char *,struct HWND__ *)";
     stopPlayFile();
     long nPort = kNoPort;
-    if (!succeeded(Kavun_GetPort(&nPort), kNoPort, {kFile, pFunction, __LINE__}, "Kavun_GetPort error: %d.")) {
+    if (!succeeded(Kavun_GetPort(&nPort), kNoPort, logAt(kFile, pFunction), "Kavun_GetPort error: %d.")) {
         return false;
     }
     m_nPort = nPort;
     // Without the notice a file only lacks steps back.
-    succeeded(Kavun_SetFileRefCallBack(nPort, &Drovel::fileRefDoneCallback, this), nPort, {kFile, pFunction, __LINE__},
+    succeeded(Kavun_SetFileRefCallBack(nPort, &Drovel::fileRefDoneCallback, this), nPort, logAt(kFile, pFunction),
               "Kavun_SetFileRefCallBack error: %d.");
-    if (!succeeded(Kavun_SetStreamOpenMode(nPort, m_nStreamOpenMode), nPort, {kFile, pFunction, __LINE__},
+    if (!succeeded(Kavun_SetStreamOpenMode(nPort, m_nStreamOpenMode), nPort, logAt(kFile, pFunction),
                    "Kavun_SetStreamOpenMode error: %d.") ||
-        !succeeded(Kavun_OpenFile(nPort, pPath), nPort, {kFile, pFunction, __LINE__}, "Kavun_OpenFile error: %d.")) {
+        !succeeded(Kavun_OpenFile(nPort, pPath), nPort, logAt(kFile, pFunction), "Kavun_OpenFile error: %d.")) {
         // The number stays, as for a stream.
         Kavun_FreePort(nPort);
         return false;
     }
-    succeeded(Kavun_SetDisplayBuf(nPort, kDisplayBuffers), nPort, {kFile, pFunction, __LINE__},
+    succeeded(Kavun_SetDisplayBuf(nPort, kDisplayBuffers), nPort, logAt(kFile, pFunction),
               "Kavun_SetDisplayBuf error: %d.");
     // The file counts as playing whatever the player answers.
     Kavun_Play(nPort, hWnd);
@@ -157,13 +156,12 @@ bool Drovel::stopPlayFile()
     if (nPort == kNoPort) {
         return false;
     }
-    succeeded(Kavun_SetFileRefCallBack(nPort, nullptr, nullptr), nPort, {kFile, pFunction, __LINE__},
+    succeeded(Kavun_SetFileRefCallBack(nPort, nullptr, nullptr), nPort, logAt(kFile, pFunction),
               "Kavun_SetFileRefCallBack error: %d.");
-    succeeded(Kavun_Stop(nPort), nPort, LogLevel::Warn, {kFile, pFunction, __LINE__}, "Kavun_Stop error: %d.");
+    succeeded(Kavun_Stop(nPort), nPort, LogLevel::Warn, logAt(kFile, pFunction), "Kavun_Stop error: %d.");
     m_nPlayState = Stopped;
-    succeeded(Kavun_CloseFile(nPort), nPort, LogLevel::Warn, {kFile, pFunction, __LINE__},
-              "Kavun_CloseFile error: %d.");
-    succeeded(Kavun_FreePort(nPort), nPort, LogLevel::Warn, {kFile, pFunction, __LINE__}, "Kavun_FreePort error: %d.");
+    succeeded(Kavun_CloseFile(nPort), nPort, LogLevel::Warn, logAt(kFile, pFunction), "Kavun_CloseFile error: %d.");
+    succeeded(Kavun_FreePort(nPort), nPort, LogLevel::Warn, logAt(kFile, pFunction), "Kavun_FreePort error: %d.");
     // Once more, now that no callback can run: one that ran above would have marked the next file's index complete.
     m_bFileRefDone = false;
     m_nPort = kNoPort;
@@ -212,24 +210,24 @@ bool Drovel::play()
     const char *const pFunction = "bool __cdecl pellora::Drovel::play(void)";
     const long nPort = m_nPort;
     if (nPort == kNoPort ||
-        !succeeded(Kavun_Play(nPort, m_hWnd), nPort, {kFile, pFunction, __LINE__}, "Kavun_Play error: %d.")) {
+        !succeeded(Kavun_Play(nPort, m_hWnd), nPort, logAt(kFile, pFunction), "Kavun_Play error: %d.")) {
         return false;
     }
     m_nPlayState = Playing;
     // The player starts at normal speed; the steps counted so far are taken again, whether or not one of them fails.
     for (int nStep = 0; nStep < m_nSpeed; ++nStep) {
-        succeeded(Kavun_Fast(nPort), nPort, {kFile, pFunction, __LINE__}, "Kavun_Fast error: %d.");
+        succeeded(Kavun_Fast(nPort), nPort, logAt(kFile, pFunction), "Kavun_Fast error: %d.");
     }
     for (int nStep = 0; nStep > m_nSpeed; --nStep) {
-        succeeded(Kavun_Slow(nPort), nPort, {kFile, pFunction, __LINE__}, "Kavun_Slow error: %d.");
+        succeeded(Kavun_Slow(nPort), nPort, logAt(kFile, pFunction), "Kavun_Slow error: %d.");
     }
     return true;
 }
 
 bool Drovel::pause()
 {
-    if (!callPort({kFile, "bool __cdecl pellora::Drovel::pause(void)", __LINE__}, "Kavun_Pause error: %d.",
-                  &Kavun_Pause, 1UL)) {
+    if (!callPort(logAt(kFile, "bool __cdecl pellora::Drovel::pause(void)"), "Kavun_Pause error: %d.", &Kavun_Pause,
+                  1UL)) {
         return false;
     }
     m_nPlayState = Paused;
@@ -238,8 +236,8 @@ bool Drovel::pause()
 
 bool Drovel::restore()
 {
-    if (!callPort({kFile, "bool __cdecl pellora::Drovel::restore(void)", __LINE__}, "Kavun_Pause error: %d.",
-                  &Kavun_Pause, 0UL)) {
+    if (!callPort(logAt(kFile, "bool __cdecl pellora::Drovel::restore(void)"), "Kavun_Pause error: %d.", &Kavun_Pause,
+                  0UL)) {
         return false;
     }
     m_nPlayState = Playing;
@@ -248,13 +246,12 @@ bool Drovel::restore()
 
 bool Drovel::fast()
 {
-    return step(1, {kFile, "bool __cdecl pellora::Drovel::fast(void)", __LINE__}, "Kavun_Fast error: %d.", &Kavun_Fast);
+    return step(1, logAt(kFile, "bool __cdecl pellora::Drovel::fast(void)"), "Kavun_Fast error: %d.", &Kavun_Fast);
 }
 
 bool Drovel::slow()
 {
-    return step(-1, {kFile, "bool __cdecl pellora::Drovel::slow(void)", __LINE__}, "Kavun_Slow error: %d.",
-                &Kavun_Slow);
+    return step(-1, logAt(kFile, "bool __cdecl pellora::Drovel::slow(void)"), "Kavun_Slow error: %d.", &Kavun_Slow);
 }
 
 bool Drovel::step(int nDirection, const LogLocation &where, const char *pFailureText, int (*pfnCall)(long))
@@ -273,7 +270,7 @@ bool Drovel::step(int nDirection, const LogLocation &where, const char *pFailure
 
 bool Drovel::oneByOne()
 {
-    return callPort({kFile, "bool __cdecl pellora::Drovel::oneByOne(void)", __LINE__}, "Kavun_OneByOne error: %d.",
+    return callPort(logAt(kFile, "bool __cdecl pellora::Drovel::oneByOne(void)"), "Kavun_OneByOne error: %d.",
                     &Kavun_OneByOne);
 }
 
@@ -284,42 +281,40 @@ bool Drovel::oneByOneBack()
         return false;
     }
     if (!m_bFileRefDone) {
-        logError({kFile, pFunction, __LINE__}, "m_bFileRefDone: %d.", 0);
+        logError(logAt(kFile, pFunction), "m_bFileRefDone: %d.", 0);
         return false;
     }
-    return callPort({kFile, pFunction, __LINE__}, "Kavun_OneByOneBack error: %d.", &Kavun_OneByOneBack);
+    return callPort(logAt(kFile, pFunction), "Kavun_OneByOneBack error: %d.", &Kavun_OneByOneBack);
 }
 
 bool Drovel::setPlayedTime(unsigned long nSeconds)
 {
-    return callPort({kFile, "bool __cdecl pellora::Drovel::setPlayedTime(unsigned long)", __LINE__},
+    return callPort(logAt(kFile, "bool __cdecl pellora::Drovel::setPlayedTime(unsigned long)"),
                     "Kavun_SetPlayedTimeEx error: %d.", &Kavun_SetPlayedTimeEx, nSeconds * kMillisecondsPerSecond);
 }
 
 unsigned long Drovel::getPlayedTime()
 {
-    return askPort({kFile, "unsigned long __cdecl pellora::Drovel::getPlayedTime(void)", __LINE__},
+    return askPort(logAt(kFile, "unsigned long __cdecl pellora::Drovel::getPlayedTime(void)"),
                    "Kavun_GetPlayedTime error: %d.", &Kavun_GetPlayedTime);
 }
 
 unsigned long Drovel::getFileTime()
 {
-    return askPort({kFile, "unsigned long __cdecl pellora::Drovel::getFileTime(void)", __LINE__},
+    return askPort(logAt(kFile, "unsigned long __cdecl pellora::Drovel::getFileTime(void)"),
                    "Kavun_GetFileTime error: %d.", &Kavun_GetFileTime);
 }
 
 bool Drovel::getSystemFileTime(KAVUN_SYSTEM_TIME *pStart, KAVUN_SYSTEM_TIME *pEnd)
 {
-    return callPort({kFile,
-                     "bool __cdecl pellora::Drovel::getSystemFileTime("
-                     "struct KAVUN_SYSTEM_TIME *,struct KAVUN_SYSTEM_TIME *)",
-                     __LINE__},
+    return callPort(logAt(kFile, "bool __cdecl pellora::Drovel::getSystemFileTime("
+                                 "struct KAVUN_SYSTEM_TIME *,struct KAVUN_SYSTEM_TIME *)"),
                     "Kavun_GetFileTotalTime error: %d.", &Kavun_GetFileTotalTime, pStart, pEnd);
 }
 
 bool Drovel::getSystemTime(KAVUN_SYSTEM_TIME *pTime)
 {
-    return callPort({kFile, "bool __cdecl pellora::Drovel::getSystemTime(struct KAVUN_SYSTEM_TIME *)", __LINE__},
+    return callPort(logAt(kFile, "bool __cdecl pellora::Drovel::getSystemTime(struct KAVUN_SYSTEM_TIME *)"),
                     "Kavun_GetSystemTime error: %d.", &Kavun_GetSystemTime, pTime);
 }
 
@@ -327,44 +322,43 @@ unsigned long Drovel::getFileTimeNoPreview(char *pPath)
 {
     const char *const pFunction = "unsigned long __cdecl pellora::Drovel::getFileTimeNoPreview(char *)";
     long nPort = kNoPort;
-    if (!succeeded(Kavun_GetPort(&nPort), kNoPort, {kFile, pFunction, __LINE__}, "Kavun_GetPort error: %d.")) {
+    if (!succeeded(Kavun_GetPort(&nPort), kNoPort, logAt(kFile, pFunction), "Kavun_GetPort error: %d.")) {
         return 0;
     }
-    if (!succeeded(Kavun_OpenFile(nPort, pPath), nPort, {kFile, pFunction, __LINE__}, "Kavun_OpenFile error: %d.")) {
+    if (!succeeded(Kavun_OpenFile(nPort, pPath), nPort, logAt(kFile, pFunction), "Kavun_OpenFile error: %d.")) {
         Kavun_FreePort(nPort);
         return 0;
     }
     const unsigned long nLength = Kavun_GetFileTime(nPort);
     // Unlike getFileTime, this hands the player's value on whatever the error.
-    succeededByLastError(nPort, {kFile, pFunction, __LINE__}, "Kavun_GetFileTime error: %d.");
-    succeeded(Kavun_CloseFile(nPort), nPort, LogLevel::Warn, {kFile, pFunction, __LINE__},
-              "Kavun_CloseFile error: %d.");
-    succeeded(Kavun_FreePort(nPort), nPort, LogLevel::Warn, {kFile, pFunction, __LINE__}, "Kavun_FreePort error: %d.");
+    succeededByLastError(nPort, logAt(kFile, pFunction), "Kavun_GetFileTime error: %d.");
+    succeeded(Kavun_CloseFile(nPort), nPort, LogLevel::Warn, logAt(kFile, pFunction), "Kavun_CloseFile error: %d.");
+    succeeded(Kavun_FreePort(nPort), nPort, LogLevel::Warn, logAt(kFile, pFunction), "Kavun_FreePort error: %d.");
     return nLength;
 }
 
 bool Drovel::getPictureSize(long &nWidth, long &nHeight)
 {
-    return callPort({kFile, "bool __cdecl pellora::Drovel::getPictureSize(long &,long &)", __LINE__},
+    return callPort(logAt(kFile, "bool __cdecl pellora::Drovel::getPictureSize(long &,long &)"),
                     "Kavun_GetPictureSize error: %d.", &Kavun_GetPictureSize, &nWidth, &nHeight);
 }
 
 bool Drovel::capture(unsigned char *pBuffer, unsigned long nBufferSize, unsigned long *pPictureSize)
 {
     return callPort(
-        {kFile, "bool __cdecl pellora::Drovel::capture(unsigned char *,unsigned long,unsigned long *)", __LINE__},
+        logAt(kFile, "bool __cdecl pellora::Drovel::capture(unsigned char *,unsigned long,unsigned long *)"),
         "Kavun_GetJPEG error: %d.", &Kavun_GetJPEG, pBuffer, nBufferSize, pPictureSize);
 }
 
 bool Drovel::screenshot(CROP_PIC_INFO *pInfo)
 {
-    return callPort({kFile, "bool __cdecl pellora::Drovel::screenshot(struct CROP_PIC_INFO *)", __LINE__},
+    return callPort(logAt(kFile, "bool __cdecl pellora::Drovel::screenshot(struct CROP_PIC_INFO *)"),
                     "Kavun_GetCropJPEG error: %d.", &Kavun_GetCropJPEG, pInfo);
 }
 
 bool Drovel::setDisplayRegion(RECT *pRect)
 {
-    return callPort({kFile, "bool __cdecl pellora::Drovel::setDisplayRegion(struct tagRECT *)", __LINE__},
+    return callPort(logAt(kFile, "bool __cdecl pellora::Drovel::setDisplayRegion(struct tagRECT *)"),
                     "Kavun_SetDisplayRegion error: %d.", &Kavun_SetDisplayRegion, 0UL, pRect, nullptr, 0);
 }
 
@@ -373,14 +367,14 @@ bool Drovel::setIntelData(bool bEnable)
     const long nPort = m_nPort;
     Kavun_RenderPrivateData(nPort, kAnalysisData, bEnable ? 1 : 0);
     // Callers know this line and this answer for success and failure alike, with and without a port.
-    logInfo({kFile, "bool __cdecl pellora::Drovel::setIntelData(bool)", __LINE__}, "Kavun_RenderPrivateData error: %d.",
+    logInfo(logAt(kFile, "bool __cdecl pellora::Drovel::setIntelData(bool)"), "Kavun_RenderPrivateData error: %d.",
             Kavun_GetLastError(nPort));
     return false;
 }
 
 bool Drovel::openSound()
 {
-    return callPort({kFile, "bool __cdecl pellora::Drovel::openSound(void)", __LINE__}, "Kavun_PlaySound error: %d.",
+    return callPort(logAt(kFile, "bool __cdecl pellora::Drovel::openSound(void)"), "Kavun_PlaySound error: %d.",
                     &Kavun_PlaySound);
 }
 
@@ -388,47 +382,46 @@ bool Drovel::closeSound()
 {
     const long nPort = m_nPort;
     return nPort != kNoPort &&
-           succeeded(Kavun_StopSound(), nPort, {kFile, "bool __cdecl pellora::Drovel::closeSound(void)", __LINE__},
+           succeeded(Kavun_StopSound(), nPort, logAt(kFile, "bool __cdecl pellora::Drovel::closeSound(void)"),
                      "Kavun_StopSound error: %d.");
 }
 
 bool Drovel::setVolume(unsigned short nVolume)
 {
-    return callPort({kFile, "bool __cdecl pellora::Drovel::setVolume(unsigned short)", __LINE__},
+    return callPort(logAt(kFile, "bool __cdecl pellora::Drovel::setVolume(unsigned short)"),
                     "Kavun_SetVolume error: %d.", &Kavun_SetVolume, nVolume);
 }
 
 unsigned short Drovel::getVolume()
 {
-    return askPort({kFile, "unsigned short __cdecl pellora::Drovel::getVolume(void)", __LINE__},
+    return askPort(logAt(kFile, "unsigned short __cdecl pellora::Drovel::getVolume(void)"),
                    "Kavun_GetVolume error: %d.", &Kavun_GetVolume);
 }
 
 bool Drovel::registerFileEndCallback(void (*pfnCallback)(long nPort, void *pUser), void *pUser)
 {
-    return callPort({kFile,
-                     "bool __cdecl pellora::Drovel::registerFileEndCallback(void (__cdecl *)(long,void *),void *)",
-                     __LINE__},
-                    "Kavun_SetFileEndCallback error: %d.", &Kavun_SetFileEndCallback, pfnCallback, pUser);
+    return callPort(
+        logAt(kFile, "bool __cdecl pellora::Drovel::registerFileEndCallback(void (__cdecl *)(long,void *),void *)"),
+        "Kavun_SetFileEndCallback error: %d.", &Kavun_SetFileEndCallback, pfnCallback, pUser);
 }
 
 bool Drovel::unRegisterFileEndCallback()
 {
-    return callPort({kFile, "bool __cdecl pellora::Drovel::unRegisterFileEndCallback(void)", __LINE__},
+    return callPort(logAt(kFile, "bool __cdecl pellora::Drovel::unRegisterFileEndCallback(void)"),
                     "Kavun_SetFileEndCallback error: %d.", &Kavun_SetFileEndCallback, nullptr, nullptr);
 }
 
 bool Drovel::registerDrawFunc(void (*pfnCallback)(long nPort, HDC hDc, void *pUser), void *pUser)
 {
     return callPort(
-        {kFile, "bool __cdecl pellora::Drovel::registerDrawFunc(void (__cdecl *)(long,struct HDC__ *,void *),void *)",
-         __LINE__},
+        logAt(kFile,
+              "bool __cdecl pellora::Drovel::registerDrawFunc(void (__cdecl *)(long,struct HDC__ *,void *),void *)"),
         "Kavun_RegisterDrawFun error: %d.", &Kavun_RegisterDrawFun, pfnCallback, pUser);
 }
 
 bool Drovel::unRegisterDrawFunc()
 {
-    return callPort({kFile, "bool __cdecl pellora::Drovel::unRegisterDrawFunc(void)", __LINE__},
+    return callPort(logAt(kFile, "bool __cdecl pellora::Drovel::unRegisterDrawFunc(void)"),
                     "Kavun_RegisterDrawFun error: %d.", &Kavun_RegisterDrawFun, nullptr, nullptr);
 }
 

@@ -56,9 +56,8 @@ void DeletionQueue::createMessageWindow()
     RegisterClassExW(&windowClass);
     m_hMessageWnd = CreateWindowExW(0, kClassName, nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, hModule, nullptr);
     if (m_hMessageWnd == nullptr) {
-        logError(
-            {"VideoWindow\\DeletionQueue", "void __cdecl pellora::DeletionQueue::createMessageWindow(void)", __LINE__},
-            "CreateWindowExW error: %d.", GetLastError());
+        logError(logAt("VideoWindow\\DeletionQueue", "void __cdecl pellora::DeletionQueue::createMessageWindow(void)"),
+                 "CreateWindowExW error: %d.", GetLastError());
         return;
     }
     SetWindowLongPtrW(m_hMessageWnd, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));

@@ -12,7 +12,7 @@ namespace
 constexpr unsigned char kRenderWidgetMode = 0;
 constexpr unsigned char kD3dWindowMode = 1;
 
-LogLocation here(int nLine)
+LogLocation here(int nLine = PELLORA_CALLER_LINE)
 {
     // The place that log readers know: the host's window procedure.
     return {"VideoWindow\\VideoWindowMgr",
@@ -29,7 +29,7 @@ void forEachNativeWindow(const std::vector<QPointer<VideoWindow>> &videoWindows,
         }
         HWND hVideoWnd = pWindow->nativeWindow();
         if (hVideoWnd == nullptr) {
-            logError(here(__LINE__), "hwndQtWindow is null");
+            logError(here(), "hwndQtWindow is null");
             continue;
         }
         RECT rect{};
@@ -43,7 +43,7 @@ void putRenderWidgetBehind(HWND hHostWnd, const std::vector<QPointer<VideoWindow
 {
     HWND hPage = FindWindowExW(hHostWnd, nullptr, L"Chrome_RenderWidgetHostHWND", nullptr);
     if (hPage == nullptr) {
-        logError(here(__LINE__), "hwndChromeLegacyWindow is null, %d", GetLastError());
+        logError(here(), "hwndChromeLegacyWindow is null, %d", GetLastError());
         return;
     }
     SetWindowLongW(hPage, GWL_EXSTYLE, WS_EX_LAYERED | WS_EX_TRANSPARENT);
@@ -58,7 +58,7 @@ void putVideoBehindD3dWindow(HWND hHostWnd, const std::vector<QPointer<VideoWind
 {
     HWND hPage = FindWindowExW(hHostWnd, nullptr, L"Intermediate D3D Window", nullptr);
     if (hPage == nullptr) {
-        logError(here(__LINE__), "hwndIntermediateD3DWindow is null, %d", GetLastError());
+        logError(here(), "hwndIntermediateD3DWindow is null, %d", GetLastError());
         return;
     }
     forEachNativeWindow(videoWindows, [hPage](HWND hVideoWnd, int nWidth, int nHeight) {

@@ -16,13 +16,11 @@ namespace pellora
 namespace
 {
 
-constexpr const char *kLogFile = "VideoWindow\\RuleMgr";
-constexpr LogLocation kCreateRule = {
-    kLogFile, "long __cdecl pellora::RuleMgr::createRule(enum pellora::RuleType,unsigned long,void *,unsigned char)",
-    __LINE__};
-constexpr LogLocation kDestroyRule = {kLogFile, "bool __cdecl pellora::RuleMgr::destroyRule(long)", __LINE__};
-constexpr LogLocation kSetRuleCoode = {kLogFile, "bool __cdecl pellora::RuleMgr::setRuleCoode(long,const void *)",
-                                       __LINE__};
+constexpr const char *kFile = "VideoWindow\\RuleMgr";
+constexpr LogLocation kCreateRule = logAt(
+    kFile, "long __cdecl pellora::RuleMgr::createRule(enum pellora::RuleType,unsigned long,void *,unsigned char)");
+constexpr LogLocation kDestroyRule = logAt(kFile, "bool __cdecl pellora::RuleMgr::destroyRule(long)");
+constexpr LogLocation kSetRuleCoode = logAt(kFile, "bool __cdecl pellora::RuleMgr::setRuleCoode(long,const void *)");
 
 /** The shape from a polygon's extension, which may lie at any address. */
 PolygonShape shapeFrom(const unsigned char *pExtend)

@@ -17,12 +17,12 @@ void StopTakeStreamTask::run()
     TakeStreamMgr::getInstance()->taken(this);
     if (SELVIK_DCM_StopPreview(m_lPreviewHandel) == 0) {
         // It may go on sending: its handle stays retired.
-        logError({pFile, pFunction, __LINE__}, "SELVIK_DCM_StopPreview error: %d, previewHandel: %d.",
+        logError(logAt(pFile, pFunction), "SELVIK_DCM_StopPreview error: %d, previewHandel: %d.",
                  SELVIK_DCM_GetLastError(), m_lPreviewHandel);
         return;
     }
     RetiredPreviews::instance().forget(m_lPreviewHandel);
-    logInfo({pFile, pFunction, __LINE__}, "SELVIK_DCM_StopPreview success, previewHandel: %d.", m_lPreviewHandel);
+    logInfo(logAt(pFile, pFunction), "SELVIK_DCM_StopPreview success, previewHandel: %d.", m_lPreviewHandel);
 }
 
 } // namespace pellora

@@ -27,7 +27,7 @@ TakeStreamMgr *TakeStreamMgr::getInstance()
 
 TakeStreamMgr::TakeStreamMgr()
 {
-    logInfo({"VideoWindow\\TakeStreamMgr", "__cdecl pellora::TakeStreamMgr::TakeStreamMgr(void)", __LINE__},
+    logInfo(logAt("VideoWindow\\TakeStreamMgr", "__cdecl pellora::TakeStreamMgr::TakeStreamMgr(void)"),
             "TakeStreamMgr: %p", this);
 }
 

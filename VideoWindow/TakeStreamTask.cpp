@@ -59,16 +59,15 @@ void TakeStreamTask::run()
 long TakeStreamTask::start()
 {
     if (m_bUrlCut) {
-        logError({kFile, kRun, __LINE__}, "stream address of 256 characters or more is not tried, userID: %d.",
-                 m_lUserID);
+        logError(logAt(kFile, kRun), "stream address of 256 characters or more is not tried, userID: %d.", m_lUserID);
         return kFailed;
     }
     const long lPreviewHandel = SELVIK_DCM_StartPreview(m_lUserID, &m_struPreviewInfo);
     if (lPreviewHandel < 0) {
-        logError({kFile, kRun, __LINE__}, "SELVIK_DCM_StartPreview error: %d, userID: %d, previewHandel: %d.",
+        logError(logAt(kFile, kRun), "SELVIK_DCM_StartPreview error: %d, userID: %d, previewHandel: %d.",
                  SELVIK_DCM_GetLastError(), m_lUserID, lPreviewHandel);
     } else {
-        logInfo({kFile, kRun, __LINE__}, "SELVIK_DCM_StartPreview success, userID: %d, previewHandel: %d.", m_lUserID,
+        logInfo(logAt(kFile, kRun), "SELVIK_DCM_StartPreview success, userID: %d, previewHandel: %d.", m_lUserID,
                 lPreviewHandel);
     }
     return lPreviewHandel;
@@ -80,10 +79,10 @@ void TakeStreamTask::stopUnclaimed(long lPreviewHandel)
         return;
     }
     if (SELVIK_DCM_StopPreview(lPreviewHandel) == 0) {
-        logError({kFile, kRun, __LINE__}, "SELVIK_DCM_StopPreview error: %d, previewHandel: %d.",
-                 SELVIK_DCM_GetLastError(), lPreviewHandel);
+        logError(logAt(kFile, kRun), "SELVIK_DCM_StopPreview error: %d, previewHandel: %d.", SELVIK_DCM_GetLastError(),
+                 lPreviewHandel);
     } else {
-        logInfo({kFile, kRun, __LINE__}, "SELVIK_DCM_StopPreview success, previewHandel: %d.", lPreviewHandel);
+        logInfo(logAt(kFile, kRun), "SELVIK_DCM_StopPreview success, previewHandel: %d.", lPreviewHandel);
     }
 }
 

@@ -17,7 +17,7 @@ namespace pellora
 namespace
 {
 
-LogLocation at(const char *pSignature, int nLine)
+LogLocation at(const char *pSignature, int nLine = PELLORA_CALLER_LINE)
 {
     return {"VideoWindow\\VideoWindowMgr", pSignature, nLine};
 }
@@ -56,14 +56,14 @@ const char *obstacle(HWND hHostWnd)
 
 VideoWindowMgr::VideoWindowMgr()
 {
-    logInfo(at("__cdecl pellora::VideoWindowMgr::VideoWindowMgr(void)", __LINE__), "VideoWindowMgr: %p", this);
+    logInfo(at("__cdecl pellora::VideoWindowMgr::VideoWindowMgr(void)"), "VideoWindowMgr: %p", this);
 }
 
 long VideoWindowMgr::createVideoWindow(HWND hHostWnd, unsigned char embedMode)
 {
     const char *pObstacle = obstacle(hHostWnd);
     if (pObstacle != nullptr) {
-        logError(at("long __cdecl pellora::VideoWindowMgr::createVideoWindow(struct HWND__ *,unsigned char)", __LINE__),
+        logError(at("long __cdecl pellora::VideoWindowMgr::createVideoWindow(struct HWND__ *,unsigned char)"),
                  "no video window in %p: %s", hHostWnd, pObstacle);
         return -1;
     }
@@ -78,7 +78,7 @@ long VideoWindowMgr::pushVideoWindow(VideoWindow *pWindow)
 {
     const auto it = std::find(m_windows.begin(), m_windows.end(), nullptr);
     if (it == m_windows.end()) {
-        logInfo(at("long __cdecl pellora::VideoWindowMgr::pushVideoWindow(class pellora::VideoWindow *)", __LINE__),
+        logInfo(at("long __cdecl pellora::VideoWindowMgr::pushVideoWindow(class pellora::VideoWindow *)"),
                 "the container of VideoWindow is full, the max count is: %d", static_cast<int>(kMaxWindows));
         return -1;
     }
@@ -222,8 +222,7 @@ LRESULT CALLBACK NewWindowProc(HWND hWnd, UINT nMessage, WPARAM wParam, LPARAM l
     } catch (const std::exception &exception) {
         // The system calls this procedure and knows no exceptions.
         writeLog(LogLevel::Error,
-                 at("__int64 __cdecl pellora::NewWindowProc(struct HWND__ *,unsigned int,unsigned __int64,__int64)",
-                    __LINE__),
+                 at("__int64 __cdecl pellora::NewWindowProc(struct HWND__ *,unsigned int,unsigned __int64,__int64)"),
                  exception.what());
     }
     return CallWindowProcW(pPrevious, hWnd, nMessage, wParam, lParam);

@@ -45,10 +45,9 @@ std::optional<RuleMouseEvent> ruleMouseEvent(const QEvent &event)
 
 bool refuseRegion(const RECT &region)
 {
-    logError(
-        {"VideoWindow\\VideoWnd", "bool __cdecl pellora::VideoWnd::setDisplayRegion(const struct tagRECT *)", __LINE__},
-        "display region of no width or height in pixels: %d, %d, %d, %d", region.left, region.top, region.right,
-        region.bottom);
+    logError(logAt("VideoWindow\\VideoWnd", "bool __cdecl pellora::VideoWnd::setDisplayRegion(const struct tagRECT *)"),
+             "display region of no width or height in pixels: %d, %d, %d, %d", region.left, region.top, region.right,
+             region.bottom);
     return false;
 }
 
@@ -80,6 +79,15 @@ VideoWnd::VideoWnd(long lSubHandel, QWidget *pParent)
 
 VideoWnd::~VideoWnd()
 {
+    shutDown();
+}
+
+void VideoWnd::shutDown()
+{
+    if (m_bShutDown) {
+        return;
+    }
+    m_bShutDown = true;
     setExit();
     closeDraw();
     abandonStart();

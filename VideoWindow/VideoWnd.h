@@ -121,6 +121,8 @@ public:
     [[nodiscard]] bool isPlaying() const;
     /** The window is being destroyed: what still arrives is dropped, and the host is called no more. */
     bool setExit();
+    /** Ends what plays, starts or draws, before the pane itself goes; a second call does nothing. */
+    void shutDown();
     [[nodiscard]] bool isExit() const;
     /** The native surface is gone for good: nothing is drawn on its handle any more. */
     void forgetSurface();
@@ -219,6 +221,7 @@ private:
     QueuedNotices m_overlays;
     QueuedNotices m_opened;
     std::atomic<bool> m_bExit{false};
+    bool m_bShutDown = false;
 };
 
 } // namespace pellora

@@ -112,14 +112,14 @@ bool VideoWnd::previewStreamAsync(const PreviewParam &param)
     m_pStream->open(param.openDraw != 0, m_pTakeStreamTask != nullptr || LivePanes::instance().hasUnclaimedStart(this));
     m_lPreviewHandel = SELVIK_DCM_StartPreview(m_lUserID, &request);
     if (m_lPreviewHandel < 0) {
-        logError({kFile, pFunction, __LINE__}, "SELVIK_DCM_StartPreview error: %d, userID: %d, previewHandel: %d.",
+        logError(logAt(kFile, pFunction), "SELVIK_DCM_StartPreview error: %d, userID: %d, previewHandel: %d.",
                  SELVIK_DCM_GetLastError(), m_lUserID, m_lPreviewHandel);
         m_pStream->giveUp();
         reportFailedStart();
         return false;
     }
     m_pStream->bind(m_lPreviewHandel);
-    logInfo({kFile, pFunction, __LINE__}, "SELVIK_DCM_StartPreview success, userID: %d, previewHandel: %d.", m_lUserID,
+    logInfo(logAt(kFile, pFunction), "SELVIK_DCM_StartPreview success, userID: %d, previewHandel: %d.", m_lUserID,
             m_lPreviewHandel);
     return true;
 }
@@ -210,11 +210,11 @@ bool VideoWnd::stopDevice(long lPreviewHandel)
 {
     const char *const pFunction = "bool __cdecl pellora::VideoWnd::stopPreviewStreamAsync(void)";
     if (SELVIK_DCM_StopPreview(lPreviewHandel) == 0) {
-        logError({kFile, pFunction, __LINE__}, "SELVIK_DCM_StopPreview error: %d, previewHandel: %d.",
+        logError(logAt(kFile, pFunction), "SELVIK_DCM_StopPreview error: %d, previewHandel: %d.",
                  SELVIK_DCM_GetLastError(), lPreviewHandel);
         return false;
     }
-    logInfo({kFile, pFunction, __LINE__}, "SELVIK_DCM_StopPreview success, previewHandel: %d.", lPreviewHandel);
+    logInfo(logAt(kFile, pFunction), "SELVIK_DCM_StopPreview success, previewHandel: %d.", lPreviewHandel);
     return true;
 }
 

@@ -7,8 +7,7 @@ using namespace pellora;
 
 int PELLORA_PreviewFile(long lHandle, char *pFileName, unsigned char byLoop, unsigned char byOpenDraw) noexcept
 {
-    const LogLocation where =
-        exportAt("int __cdecl PELLORA_PreviewFile(long,char *,unsigned char,unsigned char)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_PreviewFile(long,char *,unsigned char,unsigned char)");
     logCallWithText(where, "PELLORA_PreviewFile: lHandle: %d, pFileName: %s", pFileName, lHandle);
     return onCurrentPane<int>(where, lHandle, [&](VideoWnd &pane) {
         return pane.previewFile(HostPath(pFileName).get(), byLoop, byOpenDraw);
@@ -17,15 +16,14 @@ int PELLORA_PreviewFile(long lHandle, char *pFileName, unsigned char byLoop, uns
 
 int PELLORA_StopPreviewFile(long lHandle) noexcept
 {
-    const LogLocation where = exportAt("int __cdecl PELLORA_StopPreviewFile(long)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_StopPreviewFile(long)");
     logCall(where, "PELLORA_StopPreviewFile: lHandle: %d", lHandle);
     return onCurrentPane<int>(where, lHandle, &VideoWnd::stopPreviewFile);
 }
 
 unsigned long PELLORA_SetFileEndCallback(long lHandle, fFileEndCBFun pfnCallback) noexcept
 {
-    const LogLocation where =
-        exportAt("unsigned long __cdecl PELLORA_SetFileEndCallback(long,void (__cdecl *)(long))", __LINE__);
+    const LogLocation where = exportAt("unsigned long __cdecl PELLORA_SetFileEndCallback(long,void (__cdecl *)(long))");
     logCall(where, "PELLORA_SetFileEndCallback: lHandle: %d, fFileEndCBFun: %p.", lHandle, pfnCallback);
     return onCurrentPane<unsigned long>(where, lHandle, [&](VideoWnd &pane) {
         return pfnCallback == nullptr ? pane.clearFileEndCallback() : pane.setFileEndCallback(pfnCallback, lHandle);
@@ -34,49 +32,49 @@ unsigned long PELLORA_SetFileEndCallback(long lHandle, fFileEndCBFun pfnCallback
 
 int PELLORA_Play(long lHandle) noexcept
 {
-    const LogLocation where = exportAt("int __cdecl PELLORA_Play(long)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_Play(long)");
     logCall(where, "PELLORA_Play: lHandle: %d", lHandle);
     return onCurrentPane<int>(where, lHandle, &VideoWnd::play);
 }
 
 int PELLORA_Pause(long lHandle) noexcept
 {
-    const LogLocation where = exportAt("int __cdecl PELLORA_Pause(long)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_Pause(long)");
     logCall(where, "PELLORA_Pause: lHandle: %d", lHandle);
     return onCurrentPane<int>(where, lHandle, &VideoWnd::pause);
 }
 
 int PELLORA_Restore(long lHandle) noexcept
 {
-    const LogLocation where = exportAt("int __cdecl PELLORA_Restore(long)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_Restore(long)");
     logCall(where, "PELLORA_Restore: lHandle: %d", lHandle);
     return onCurrentPane<int>(where, lHandle, &VideoWnd::restore);
 }
 
 int PELLORA_Fast(long lHandle) noexcept
 {
-    const LogLocation where = exportAt("int __cdecl PELLORA_Fast(long)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_Fast(long)");
     logCall(where, "PELLORA_Fast: lHandle: %d", lHandle);
     return onCurrentPane<int>(where, lHandle, &VideoWnd::fast);
 }
 
 int PELLORA_Slow(long lHandle) noexcept
 {
-    const LogLocation where = exportAt("int __cdecl PELLORA_Slow(long)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_Slow(long)");
     logCall(where, "PELLORA_Slow: lHandle: %d", lHandle);
     return onCurrentPane<int>(where, lHandle, &VideoWnd::slow);
 }
 
 int PELLORA_OneByOne(long lHandle) noexcept
 {
-    const LogLocation where = exportAt("int __cdecl PELLORA_OneByOne(long)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_OneByOne(long)");
     logCall(where, "PELLORA_OneByOne: lHandle: %d", lHandle);
     return onCurrentPane<int>(where, lHandle, &VideoWnd::oneByOne);
 }
 
 int PELLORA_OneByOneBack(long lHandle) noexcept
 {
-    const LogLocation where = exportAt("int __cdecl PELLORA_OneByOneBack(long)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_OneByOneBack(long)");
     logCall(where, "PELLORA_OneByOneBack: lHandle: %d", lHandle);
     return onCurrentPane<int>(where, lHandle, &VideoWnd::oneByOneBack);
 }

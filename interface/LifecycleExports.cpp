@@ -47,7 +47,7 @@ void applyStyleSheet()
 
 int PELLORA_Init(void) noexcept
 {
-    const LogLocation where = exportAt("int __cdecl PELLORA_Init(void)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_Init(void)");
     return guarded(where, 0, [&where] {
         stayInProcess();
         corvane::CorvaneMgr *pCorvaneMgr = corvane::CorvaneMgr::getInstance();
@@ -66,7 +66,7 @@ int PELLORA_Init(void) noexcept
 
 int PELLORA_Fini(void) noexcept
 {
-    const LogLocation where = exportAt("int __cdecl PELLORA_Fini(void)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_Fini(void)");
     return guarded(where, 0, [&where] {
         TakeStreamMgr::getInstance()->stopThreadPool();
         // Panes whose starts have come back meanwhile are free again, even before the next message is looked at.

@@ -45,7 +45,7 @@ bool takeScreenshot(VideoWnd &pane, tagPELLORA_CROP_PIC_INFO &info)
 
 int PELLORA_GetPictureSize(long lHandle, tagPELLORA_POINT *pSize) noexcept
 {
-    const LogLocation where = exportAt("int __cdecl PELLORA_GetPictureSize(long,struct tagPELLORA_POINT *)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_GetPictureSize(long,struct tagPELLORA_POINT *)");
     logCall(where, "PELLORA_GetPictureSize: lHandle: %d.", lHandle);
     return onCurrentPane<int>(
         where, lHandle, [&](VideoWnd &pane) { return pSize != nullptr && pane.getPictureSize(pSize->x, pSize->y); });
@@ -54,7 +54,7 @@ int PELLORA_GetPictureSize(long lHandle, tagPELLORA_POINT *pSize) noexcept
 int PELLORA_Capture(long lHandle, unsigned char *pJpeg, unsigned long dwBufSize, unsigned long *pJpegSize) noexcept
 {
     const LogLocation where =
-        exportAt("int __cdecl PELLORA_Capture(long,unsigned char *,unsigned long,unsigned long *)", __LINE__);
+        exportAt("int __cdecl PELLORA_Capture(long,unsigned char *,unsigned long,unsigned long *)");
     logCall(where, "PELLORA_Capture: lHandle: %d, pJpeg: %p, dwBufSize: %d, pJpegSize: %p.", lHandle, pJpeg, dwBufSize,
             pJpegSize);
     return onCurrentPane<int>(where, lHandle, &VideoWnd::capture, pJpeg, dwBufSize, pJpegSize);
@@ -62,8 +62,7 @@ int PELLORA_Capture(long lHandle, unsigned char *pJpeg, unsigned long dwBufSize,
 
 int PELLORA_Screenshot(long lHandle, tagPELLORA_CROP_PIC_INFO *pInfo) noexcept
 {
-    const LogLocation where =
-        exportAt("int __cdecl PELLORA_Screenshot(long,struct tagPELLORA_CROP_PIC_INFO *)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_Screenshot(long,struct tagPELLORA_CROP_PIC_INFO *)");
     logCall(where, "PELLORA_Screenshot: lHandle: %d", lHandle);
     return onCurrentPane<int>(where, lHandle,
                               [&](VideoWnd &pane) { return pInfo != nullptr && takeScreenshot(pane, *pInfo); });
@@ -71,8 +70,7 @@ int PELLORA_Screenshot(long lHandle, tagPELLORA_CROP_PIC_INFO *pInfo) noexcept
 
 int PELLORA_SetDisplayRegion(long lHandle, tagPELLORA_RECT *pRect, long lSubHandel) noexcept
 {
-    const LogLocation where =
-        exportAt("int __cdecl PELLORA_SetDisplayRegion(long,struct tagPELLORA_RECT *,long)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_SetDisplayRegion(long,struct tagPELLORA_RECT *,long)");
     logCall(where, "PELLORA_SetDisplayRegion: lHandle: %d, lSubHandel: %d", lHandle, lSubHandel);
     return onPane<int>(where, lHandle, lSubHandel, [&](VideoWnd &pane) {
         if (pRect == nullptr) {

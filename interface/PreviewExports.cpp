@@ -97,8 +97,7 @@ void logBatch(const LogLocation &where, const char *pFormat, long lHandle,
 
 int PELLORA_PreviewStream(long lHandle, tagPELLORA_PREVIEW_PARAM param) noexcept
 {
-    const LogLocation where =
-        exportAt("int __cdecl PELLORA_PreviewStream(long,struct tagPELLORA_PREVIEW_PARAM)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_PreviewStream(long,struct tagPELLORA_PREVIEW_PARAM)");
     logCallWithAddress(where, "PELLORA_PreviewStream, lHandle: %d, userID: %d, streamType: %d, openDraw: %d, url: %s",
                        param.url, lHandle, param.userID, param.streamType, param.openDraw);
     if (!isAcceptable(param)) {
@@ -111,7 +110,7 @@ int PELLORA_PreviewStream(long lHandle, tagPELLORA_PREVIEW_PARAM param) noexcept
 
 int PELLORA_StopPreviewStream(long lHandle) noexcept
 {
-    const LogLocation where = exportAt("int __cdecl PELLORA_StopPreviewStream(long)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_StopPreviewStream(long)");
     logCall(where, "PELLORA_StopPreviewStream: lHandle: %d", lHandle);
     return onCurrentPane<int>(where, lHandle, &VideoWnd::stopPreviewStream);
 }
@@ -121,8 +120,7 @@ int PELLORA_BatchPreviewStream(long lHandle, tagPELLORA_BATCH_PREVIEW_PARAM para
 {
     const LogLocation where =
         exportAt("int __cdecl PELLORA_BatchPreviewStream(long,struct tagPELLORA_BATCH_PREVIEW_PARAM,"
-                 "struct tagPELLORA_BATCH_PREVIEW_PARAM *)",
-                 __LINE__);
+                 "struct tagPELLORA_BATCH_PREVIEW_PARAM *)");
     logCall(where, "PELLORA_BatchPreviewStream: lHandle: %d, wNum: %d", lHandle, param.wNum);
     logBatch(where,
              "PELLORA_BatchPreviewStream, lHandle: %d, userID: %d, streamType: %d, openDraw: %d, lSubHandel: %d, "
@@ -136,8 +134,7 @@ int PELLORA_BatchPreviewStream_Async(long lHandle, tagPELLORA_BATCH_PREVIEW_PARA
 {
     const LogLocation where =
         exportAt("int __cdecl PELLORA_BatchPreviewStream_Async(long,struct tagPELLORA_BATCH_PREVIEW_PARAM,"
-                 "struct tagPELLORA_BATCH_PREVIEW_PARAM *)",
-                 __LINE__);
+                 "struct tagPELLORA_BATCH_PREVIEW_PARAM *)");
     logCall(where, "PELLORA_BatchPreviewStream_Async: lHandle: %d, wNum: %d", lHandle, param.wNum);
     logBatch(where,
              "PELLORA_BatchPreviewStream_Async, lHandle: %d, userID: %d, streamType: %d, openDraw: %d, lSubHandel: %d, "
@@ -148,14 +145,14 @@ int PELLORA_BatchPreviewStream_Async(long lHandle, tagPELLORA_BATCH_PREVIEW_PARA
 
 int PELLORA_StopAllPreviewStream(long lHandle) noexcept
 {
-    const LogLocation where = exportAt("int __cdecl PELLORA_StopAllPreviewStream(long)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_StopAllPreviewStream(long)");
     logCall(where, "PELLORA_StopAllPreviewStream: lHandle: %d", lHandle);
     return onWindow<int>(where, lHandle, &VideoWindow::stopAllPreview);
 }
 
 int PELLORA_StopAllPreviewStream_Async(long lHandle) noexcept
 {
-    const LogLocation where = exportAt("int __cdecl PELLORA_StopAllPreviewStream_Async(long)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_StopAllPreviewStream_Async(long)");
     logCall(where, "PELLORA_StopAllPreviewStream_Async: lHandle: %d", lHandle);
     return onWindow<int>(where, lHandle, &VideoWindow::stopAllPreviewAsync);
 }
@@ -163,8 +160,7 @@ int PELLORA_StopAllPreviewStream_Async(long lHandle) noexcept
 int PELLORA_SetPreviewStatusCallback(long lHandle, pfnPreviewStatusCB pfnCallback) noexcept
 {
     const LogLocation where = exportAt(
-        "int __cdecl PELLORA_SetPreviewStatusCallback(long,void (__cdecl *)(struct tagPELLORA_PREVIEW_STATUS))",
-        __LINE__);
+        "int __cdecl PELLORA_SetPreviewStatusCallback(long,void (__cdecl *)(struct tagPELLORA_PREVIEW_STATUS))");
     logCall(where, "PELLORA_SetPreviewStatusCallback: lHandle: %d, pfnPreviewStatusCB: %p", lHandle, pfnCallback);
     return onWindow<int>(where, lHandle, [&](VideoWindow &window) {
         if (pfnCallback == nullptr) {
@@ -182,7 +178,7 @@ int PELLORA_SetPreviewStatusCallback(long lHandle, pfnPreviewStatusCB pfnCallbac
 
 int PELLORA_SetIntelData(long lHandle, unsigned short wOpen) noexcept
 {
-    const LogLocation where = exportAt("int __cdecl PELLORA_SetIntelData(long,unsigned short)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_SetIntelData(long,unsigned short)");
     logCall(where, "PELLORA_SetIntelData: lHandle: %d, wOpen: %d", lHandle, wOpen);
     return onWindow<int>(where, lHandle, &VideoWindow::setIntelData, wOpen != 0);
 }

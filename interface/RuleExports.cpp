@@ -70,7 +70,7 @@ int onPaneOrAll(const LogLocation &where, long lHandle, long lSubHandel, Operati
 
 int PELLORA_SetOriginPos(long lHandle, unsigned short wOriginPos, long lSubHandel) noexcept
 {
-    const LogLocation where = exportAt("int __cdecl PELLORA_SetOriginPos(long,unsigned short,long)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_SetOriginPos(long,unsigned short,long)");
     logCall(where, "PELLORA_SetOriginPos: lHandle: %d, wOriginPos: %d, lSubHandel: %d.", lHandle, wOriginPos,
             lSubHandel);
     if (wOriginPos != 1 && wOriginPos != 2) {
@@ -81,14 +81,14 @@ int PELLORA_SetOriginPos(long lHandle, unsigned short wOriginPos, long lSubHande
 
 int PELLORA_OpenDraw(long lHandle, long lSubHandel) noexcept
 {
-    const LogLocation where = exportAt("int __cdecl PELLORA_OpenDraw(long,long)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_OpenDraw(long,long)");
     logCall(where, "PELLORA_OpenDraw: lHandle: %d, lSubHandel: %d.", lHandle, lSubHandel);
     return onPane<int>(where, lHandle, lSubHandel, &VideoWnd::openDraw);
 }
 
 int PELLORA_CloseDraw(long lHandle, long lSubHandel) noexcept
 {
-    const LogLocation where = exportAt("int __cdecl PELLORA_CloseDraw(long,long)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_CloseDraw(long,long)");
     logCall(where, "PELLORA_CloseDraw: lHandle: %d, lSubHandel: %d.", lHandle, lSubHandel);
     return onPane<int>(where, lHandle, lSubHandel, &VideoWnd::closeDraw);
 }
@@ -97,8 +97,7 @@ long PELLORA_CreateRule(long lHandle, unsigned short wRuleType, unsigned long dw
                         unsigned long dwBlue, void *pExtend, unsigned char byLimitMask, long lSubHandel) noexcept
 {
     const LogLocation where = exportAt("long __cdecl PELLORA_CreateRule(long,unsigned short,unsigned long,"
-                                       "unsigned long,unsigned long,void *,unsigned char,long)",
-                                       __LINE__);
+                                       "unsigned long,unsigned long,void *,unsigned char,long)");
     logCreateRule(where, lHandle, lSubHandel, wRuleType, pExtend);
     return onPane<long>(where, lHandle, lSubHandel, &VideoWnd::createRule, static_cast<RuleType>(wRuleType),
                         colorOf(dwRed, dwGreen, dwBlue), pExtend, byLimitMask);
@@ -106,28 +105,28 @@ long PELLORA_CreateRule(long lHandle, unsigned short wRuleType, unsigned long dw
 
 int PELLORA_DestroyRule(long lHandle, long lRuleID, long lSubHandel) noexcept
 {
-    const LogLocation where = exportAt("int __cdecl PELLORA_DestroyRule(long,long,long)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_DestroyRule(long,long,long)");
     logCall(where, "PELLORA_DestroyRule: lHandle: %d, lSubHandel: %d, lRuleID: %d", lHandle, lSubHandel, lRuleID);
     return onPane<int>(where, lHandle, lSubHandel, &VideoWnd::destroyRule, lRuleID);
 }
 
 int PELLORA_ClearRule(long lHandle, long lSubHandel) noexcept
 {
-    const LogLocation where = exportAt("int __cdecl PELLORA_ClearRule(long,long)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_ClearRule(long,long)");
     logCall(where, "PELLORA_ClearRule: lHandle: %d, lSubHandel: %d", lHandle, lSubHandel);
     return onPaneOrAll(where, lHandle, lSubHandel, &VideoWnd::clearRule);
 }
 
 int PELLORA_GetRuleCoord(long lHandle, long lRuleID, void *pCoord, long lSubHandel) noexcept
 {
-    const LogLocation where = exportAt("int __cdecl PELLORA_GetRuleCoord(long,long,void *,long)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_GetRuleCoord(long,long,void *,long)");
     logCall(where, "PELLORA_GetRuleCoord: lHandle: %d, lSubHandel: %d, lRuleID: %d", lHandle, lSubHandel, lRuleID);
     return onPane<int>(where, lHandle, lSubHandel, &VideoWnd::getRuleCoord, lRuleID, pCoord);
 }
 
 int PELLORA_SetRuleCoord(long lHandle, long lRuleID, void *pCoord, long lSubHandel) noexcept
 {
-    const LogLocation where = exportAt("int __cdecl PELLORA_SetRuleCoord(long,long,void *,long)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_SetRuleCoord(long,long,void *,long)");
     logCall(where, "PELLORA_SetRuleCoord: lHandle: %d, lSubHandel: %d, lRuleID: %d", lHandle, lSubHandel, lRuleID);
     return onPane<int>(where, lHandle, lSubHandel, &VideoWnd::setRuleCoord, lRuleID, pCoord);
 }
@@ -136,8 +135,7 @@ int PELLORA_SetRuleCoordCallback(long lHandle, pfnRuleCoordCB pfnCallback, long 
 {
     const LogLocation where =
         exportAt("int __cdecl PELLORA_SetRuleCoordCallback(long,void (__cdecl *)(long,unsigned short,void *,"
-                 "unsigned char,long,long,unsigned long),long)",
-                 __LINE__);
+                 "unsigned char,long,long,unsigned long),long)");
     logCall(where, "PELLORA_SetRuleCoordCallback: lHandle: %d, lSubHandel: %d, pfnRuleCoordCB: %p", lHandle, lSubHandel,
             pfnCallback);
     return onPaneOrAll(where, lHandle, lSubHandel, &VideoWnd::setRuleCoordCallback, pfnCallback, lHandle);
@@ -145,7 +143,7 @@ int PELLORA_SetRuleCoordCallback(long lHandle, pfnRuleCoordCB pfnCallback, long 
 
 int PELLORA_SetRuleArrowType(long lHandle, long lRuleID, unsigned short wArrowType, long lSubHandel) noexcept
 {
-    const LogLocation where = exportAt("int __cdecl PELLORA_SetRuleArrowType(long,long,unsigned short,long)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_SetRuleArrowType(long,long,unsigned short,long)");
     // The number is printed as a pointer; log readers know it so.
     logCall(where, "PELLORA_SetRuleArrowType: lHandle: %d, lSubHandel: %d, lRuleID: %p, wArrowType: %d.", lHandle,
             lSubHandel, reinterpret_cast<void *>(static_cast<INT_PTR>(lRuleID)), wArrowType);

@@ -41,28 +41,28 @@ private:
 
 int PELLORA_SetPlayPos(long lHandle, unsigned long dwPlayedTime) noexcept
 {
-    const LogLocation where = exportAt("int __cdecl PELLORA_SetPlayPos(long,unsigned long)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_SetPlayPos(long,unsigned long)");
     logCall(where, "PELLORA_SetPlayPos: lHandle: %d, dwPlayedTime: %d", lHandle, dwPlayedTime);
     return onCurrentPane<int>(where, lHandle, &VideoWnd::setPlayedTime, dwPlayedTime);
 }
 
 unsigned long PELLORA_GetPlayPos(long lHandle) noexcept
 {
-    const LogLocation where = exportAt("unsigned long __cdecl PELLORA_GetPlayPos(long)", __LINE__);
+    const LogLocation where = exportAt("unsigned long __cdecl PELLORA_GetPlayPos(long)");
     logCall(where, "PELLORA_GetPlayPos: lHandle: %d", lHandle);
     return onCurrentPane<unsigned long>(where, lHandle, &VideoWnd::getPlayedTime);
 }
 
 unsigned long PELLORA_GetFileTime(long lHandle) noexcept
 {
-    const LogLocation where = exportAt("unsigned long __cdecl PELLORA_GetFileTime(long)", __LINE__);
+    const LogLocation where = exportAt("unsigned long __cdecl PELLORA_GetFileTime(long)");
     logCall(where, "PELLORA_GetFileTime: lHandle: %d", lHandle);
     return onCurrentPane<unsigned long>(where, lHandle, &VideoWnd::getFileTime);
 }
 
 unsigned long PELLORA_GetFileTimeNoPriview(char *pFileName) noexcept
 {
-    const LogLocation where = exportAt("unsigned long __cdecl PELLORA_GetFileTimeNoPriview(char *)", __LINE__);
+    const LogLocation where = exportAt("unsigned long __cdecl PELLORA_GetFileTimeNoPriview(char *)");
     logCallWithText(where, "PELLORA_GetFileTimeNoPriview: pFileName: %s.", pFileName);
     return guarded(where, 0UL, [&] { return Drovel::getFileTimeNoPreview(HostPath(pFileName).get()); });
 }
@@ -70,8 +70,7 @@ unsigned long PELLORA_GetFileTimeNoPriview(char *pFileName) noexcept
 int PELLORA_GetSystemFileTime(long lHandle, tagPELLORA_SYSTEM_TIME *pStart, tagPELLORA_SYSTEM_TIME *pEnd) noexcept
 {
     const LogLocation where = exportAt("int __cdecl PELLORA_GetSystemFileTime(long,struct tagPELLORA_SYSTEM_TIME *,"
-                                       "struct tagPELLORA_SYSTEM_TIME *)",
-                                       __LINE__);
+                                       "struct tagPELLORA_SYSTEM_TIME *)");
     logCall(where, "PELLORA_GetSystemFileTime: lHandle: %d", lHandle);
     return onCurrentPane<int>(where, lHandle, [&](VideoWnd &pane) {
         if (pStart == nullptr || pEnd == nullptr) {
@@ -83,8 +82,7 @@ int PELLORA_GetSystemFileTime(long lHandle, tagPELLORA_SYSTEM_TIME *pStart, tagP
 
 int PELLORA_GetSystemTime(long lHandle, tagPELLORA_SYSTEM_TIME *pTime) noexcept
 {
-    const LogLocation where =
-        exportAt("int __cdecl PELLORA_GetSystemTime(long,struct tagPELLORA_SYSTEM_TIME *)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_GetSystemTime(long,struct tagPELLORA_SYSTEM_TIME *)");
     logCall(where, "PELLORA_GetSystemTime: lHandle: %d.", lHandle);
     return onCurrentPane<int>(where, lHandle, [&](VideoWnd &pane) {
         return pTime != nullptr && pane.getSystemTime(PlayerTime(*pTime).get());

@@ -8,27 +8,27 @@ using namespace pellora;
 
 long PELLORA_CreateWindow(HWND hwnd, unsigned char embedMode) noexcept
 {
-    const LogLocation where = exportAt("long __cdecl PELLORA_CreateWindow(struct HWND__ *,unsigned char)", __LINE__);
+    const LogLocation where = exportAt("long __cdecl PELLORA_CreateWindow(struct HWND__ *,unsigned char)");
     logCall(where, "PELLORA_CreateWindow: hwnd: %p", hwnd);
     return guarded(where, -1L, [&] { return registry().createVideoWindow(hwnd, embedMode); });
 }
 
 long PELLORA_CreateWindow2(HWND hwnd) noexcept
 {
-    const LogLocation where = exportAt("long __cdecl PELLORA_CreateWindow2(struct HWND__ *)", __LINE__);
+    const LogLocation where = exportAt("long __cdecl PELLORA_CreateWindow2(struct HWND__ *)");
     return guarded(where, 0L, [&] { return installTestChildWindow(hwnd); });
 }
 
 int PELLORA_DestroyWindow(long lHandle) noexcept
 {
-    const LogLocation where = exportAt("int __cdecl PELLORA_DestroyWindow(long)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_DestroyWindow(long)");
     logCall(where, "PELLORA_DestroyWindow: lHandle: %d", lHandle);
     return guarded(where, 0, [&] { return registry().destroyVideoWindow(lHandle); });
 }
 
 int PELLORA_SetVisible(long lHandle, unsigned short wVisible) noexcept
 {
-    const LogLocation where = exportAt("int __cdecl PELLORA_SetVisible(long,unsigned short)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_SetVisible(long,unsigned short)");
     logCall(where, "PELLORA_SetVisible: lHandle: %d, wVisible: %d", lHandle, wVisible);
     return onWindow<int>(where, lHandle, [&](VideoWindow &window) {
         window.setVisible(wVisible != 0);
@@ -38,7 +38,7 @@ int PELLORA_SetVisible(long lHandle, unsigned short wVisible) noexcept
 
 int PELLORA_SetGeometry(long lHandle, int x, int y, int width, int height) noexcept
 {
-    const LogLocation where = exportAt("int __cdecl PELLORA_SetGeometry(long,int,int,int,int)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_SetGeometry(long,int,int,int,int)");
     return onWindow<int>(where, lHandle, [&](VideoWindow &window) {
         window.setGeometry(x, y, width, height);
         return 1;
@@ -47,7 +47,7 @@ int PELLORA_SetGeometry(long lHandle, int x, int y, int width, int height) noexc
 
 int PELLORA_SetClipArea(long lHandle, tagPELLORA_CLIP_AREA *pArea) noexcept
 {
-    const LogLocation where = exportAt("int __cdecl PELLORA_SetClipArea(long,struct tagPELLORA_CLIP_AREA *)", __LINE__);
+    const LogLocation where = exportAt("int __cdecl PELLORA_SetClipArea(long,struct tagPELLORA_CLIP_AREA *)");
     return onWindow<int>(where, lHandle, [&](VideoWindow &window) {
         HWND hVideoWnd = window.nativeWindow();
         if (pArea == nullptr || hVideoWnd == nullptr) {

@@ -2,6 +2,7 @@
 #define LOGGING_LOG_H
 
 #include "base/StringUtil.h"
+#include "logging/CallerLine.h"
 
 #include <string>
 
@@ -15,6 +16,12 @@ struct LogLocation {
     int line;
 };
 
+/** The place of a log line: `file` and `function` as in LogLocation; the line is that of the call. */
+[[nodiscard]] constexpr LogLocation logAt(const char *file, const char *function, int line = PELLORA_CALLER_LINE)
+{
+    return {file, function, line};
+}
+
 enum class LogLevel { Info, Warn, Error };
 
 /**
@@ -22,25 +29,37 @@ enum class LogLevel { Info, Warn, Error };
  */
 void writeLog(LogLevel level, const LogLocation &location, const std::string &message) noexcept;
 
+/** What logInfo, logWarn and logError do. */
+template <typename... Arguments>
+void formatLog(LogLevel level, const LogLocation &location, const char *format, Arguments... arguments) noexcept
+{
+    try {
+        writeLog(level, location, Base::StringUtil::FormatString(format, arguments...));
+    } catch (...) {
+        // No memory for the text: a message that cannot be logged must not end a host's call.
+        return;
+    }
+}
+
 /** Formats as Base::StringUtil::FormatString does and logs; never throws. */
 template <typename... Arguments>
-void logInfo(const LogLocation &location, const char *format, Arguments... arguments)
+void logInfo(const LogLocation &location, const char *format, Arguments... arguments) noexcept
 {
-    writeLog(LogLevel::Info, location, Base::StringUtil::FormatString(format, arguments...));
+    formatLog(LogLevel::Info, location, format, arguments...);
 }
 
 /** See logInfo. */
 template <typename... Arguments>
-void logWarn(const LogLocation &location, const char *format, Arguments... arguments)
+void logWarn(const LogLocation &location, const char *format, Arguments... arguments) noexcept
 {
-    writeLog(LogLevel::Warn, location, Base::StringUtil::FormatString(format, arguments...));
+    formatLog(LogLevel::Warn, location, format, arguments...);
 }
 
 /** See logInfo. */
 template <typename... Arguments>
-void logError(const LogLocation &location, const char *format, Arguments... arguments)
+void logError(const LogLocation &location, const char *format, Arguments... arguments) noexcept
 {
-    writeLog(LogLevel::Error, location, Base::StringUtil::FormatString(format, arguments...));
+    formatLog(LogLevel::Error, location, format, arguments...);
 }
 
 } // namespace pellora

@@ -7,18 +7,18 @@ namespace publicdatacontroller
 
 void logSyncQueueFull() noexcept
 {
-    static constexpr pellora::LogLocation location = {
-        "threadpool\\SyncQueue",
-        "bool __cdecl publicdatacontroller::SyncQueue<class publicdatacontroller::ThreadTask *>::NotFull(void)",
-        __LINE__};
-    pellora::writeLog(pellora::LogLevel::Info, location, "SyncQueue is full.");
+    pellora::logInfo(
+        pellora::logAt(
+            "threadpool\\SyncQueue",
+            "bool __cdecl publicdatacontroller::SyncQueue<class publicdatacontroller::ThreadTask *>::NotFull(void)"),
+        "SyncQueue is full.");
 }
 
 void logTaskThrew() noexcept
 {
-    static constexpr pellora::LogLocation location = {
-        "threadpool\\ThreadPool", "void __cdecl publicdatacontroller::ThreadPool::RunInThread(void)", __LINE__};
-    pellora::writeLog(pellora::LogLevel::Error, location, "ThreadTask::run threw an exception.");
+    pellora::logError(
+        pellora::logAt("threadpool\\ThreadPool", "void __cdecl publicdatacontroller::ThreadPool::RunInThread(void)"),
+        "ThreadTask::run threw an exception.");
 }
 
 } // namespace publicdatacontroller

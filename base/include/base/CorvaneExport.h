@@ -4,8 +4,11 @@
 // Marks what Corvane.dll exports; the library itself is built with CORVANE_BUILD.
 #if defined(CORVANE_BUILD)
 #define CORVANE_API __declspec(dllexport)
-#else
+#elif defined(_WIN32)
 #define CORVANE_API __declspec(dllimport)
+#else
+// Parts of it are linked straight into native tests.
+#define CORVANE_API
 #endif
 
 #endif

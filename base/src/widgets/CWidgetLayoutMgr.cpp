@@ -24,8 +24,7 @@ std::vector<GridSpec> loadGrids(const QString &path)
     if (!file.grids.empty()) {
         return std::move(file.grids);
     }
-    const log4cxx::spi::LocationInfo location("CWidgetLayoutMgr", "CWidgetLayoutMgr", "CWidgetLayoutMgr::Init",
-                                              __LINE__);
+    const log4cxx::spi::LocationInfo location("CWidgetLayoutMgr", "CWidgetLayoutMgr", "CWidgetLayoutMgr::Init");
     Base::CLog::getInstance()->Warn(Base::StringUtil::FormatString("layout file %s: %s; the built-in grids are used",
                                                                    path.toUtf8().constData(), file.error.c_str()),
                                     std::string(), location);

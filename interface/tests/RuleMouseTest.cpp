@@ -1,7 +1,7 @@
 // Rules and the mouse through the exports: real windows, mouse messages posted to the picture's own.
 
-#include "tests/VideoWindow/RuleReports.h"
-#include "tests/interface/PelloraFixture.h"
+#include "VideoWindow/tests/RuleReports.h"
+#include "interface/tests/PelloraFixture.h"
 
 #include <QEvent>
 

@@ -1,6 +1,6 @@
 // The exports of live previews: what they log, refuse, answer and ask of the device library.
 
-#include "tests/interface/PreviewFixture.h"
+#include "interface/tests/PreviewFixture.h"
 
 #include <array>
 #include <cstring>

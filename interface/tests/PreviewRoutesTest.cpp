@@ -1,6 +1,6 @@
 // Both ways to start and stop a preview, and what becomes of starts that are under way.
 
-#include "tests/interface/PreviewFixture.h"
+#include "interface/tests/PreviewFixture.h"
 
 #include <algorithm>
 #include <atomic>

@@ -1,4 +1,4 @@
-#include "tests/Drovel/DrovelFixture.h"
+#include "Drovel/tests/DrovelFixture.h"
 
 void DrovelFixture::SetUpTestSuite()
 {

@@ -4,7 +4,7 @@
 // PELLORA_RACE_ROUNDS  rounds of each test; 15 unless told, 200 for the long form
 // PELLORA_RACE_SEED    the seed of delays and decisions; a failure tells it with its round
 
-#include "tests/interface/PreviewFixture.h"
+#include "interface/tests/PreviewFixture.h"
 #include "tests/support/LiveObjects.h"
 #include "tests/support/ProcessThreads.h"
 

@@ -1,7 +1,7 @@
 // Rules come, change and go by the exports and the mouse while the player's thread paints them all the time.
 
+#include "interface/tests/PelloraFixture.h"
 #include "rules/gdi/BandSurface.h"
-#include "tests/interface/PelloraFixture.h"
 
 #include <algorithm>
 #include <array>

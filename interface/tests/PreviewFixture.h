@@ -1,7 +1,7 @@
 #ifndef TESTS_INTERFACE_PREVIEWFIXTURE_H
 #define TESTS_INTERFACE_PREVIEWFIXTURE_H
 
-#include "tests/interface/PelloraFixture.h"
+#include "interface/tests/PelloraFixture.h"
 
 #include <QEvent>
 #include <QObject>

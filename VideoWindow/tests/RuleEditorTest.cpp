@@ -3,8 +3,8 @@
 
 #include "VideoWindow/RuleEditor.h"
 
+#include "VideoWindow/tests/RuleReports.h"
 #include "interface/Pellora.h"
-#include "tests/VideoWindow/RuleReports.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

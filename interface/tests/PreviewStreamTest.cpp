@@ -1,6 +1,6 @@
 // What a preview's stream makes of the player's port, and what the host is told of it.
 
-#include "tests/interface/PreviewFixture.h"
+#include "interface/tests/PreviewFixture.h"
 
 #include <QApplication>
 #include <QMouseEvent>

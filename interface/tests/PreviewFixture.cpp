@@ -1,4 +1,4 @@
-#include "tests/interface/PreviewFixture.h"
+#include "interface/tests/PreviewFixture.h"
 
 #include <QCoreApplication>
 

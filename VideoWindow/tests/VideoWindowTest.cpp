@@ -1,5 +1,5 @@
-#include "tests/VideoWindow/SignalSpy.h"
-#include "tests/interface/PelloraFixture.h"
+#include "VideoWindow/tests/SignalSpy.h"
+#include "interface/tests/PelloraFixture.h"
 
 #include <QApplication>
 #include <QFile>

@@ -1,6 +1,6 @@
 // A host that runs Qt itself.
 
-#include "tests/interface/PelloraFixture.h"
+#include "interface/tests/PelloraFixture.h"
 
 #include <QApplication>
 #include <QPushButton>

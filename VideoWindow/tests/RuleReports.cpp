@@ -1,4 +1,4 @@
-#include "tests/VideoWindow/RuleReports.h"
+#include "VideoWindow/tests/RuleReports.h"
 
 #include "interface/Pellora.h"
 

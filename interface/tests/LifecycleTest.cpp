@@ -1,6 +1,6 @@
 // The library before its start, over its end, and after it: one process, hence in this order.
 
-#include "tests/interface/PelloraFixture.h"
+#include "interface/tests/PelloraFixture.h"
 
 #include <QApplication>
 #include <QThread>

@@ -1,9 +1,9 @@
 // What hosts ask of rules: log lines, results, and records at the edge of what may be read.
 
+#include "VideoWindow/tests/RuleReports.h"
+#include "interface/tests/PelloraFixture.h"
 #include "rules/RuleRecords.h"
 #include "rules/gdi/BandSurface.h"
-#include "tests/VideoWindow/RuleReports.h"
-#include "tests/interface/PelloraFixture.h"
 
 #include <algorithm>
 #include <climits>

@@ -1,4 +1,4 @@
-#include "tests/interface/PelloraFixture.h"
+#include "interface/tests/PelloraFixture.h"
 
 #include <thread>
 
