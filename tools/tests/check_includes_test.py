@@ -12,11 +12,15 @@ TOOLS = Path(__file__).resolve().parent.parent
 
 class IncludeRules(unittest.TestCase):
     def check(self, files):
+        """The rules on a tree of these files; a header without text gets the guard that it should have."""
         with tempfile.TemporaryDirectory() as folder:
             for name, text in files.items():
                 path = Path(folder) / name
                 path.parent.mkdir(parents=True, exist_ok=True)
-                path.write_text(text)
+                guard = "_".join(name.upper().replace(".", "/").split("/"))
+                if Path(name).name in ("Kavun.h", "Pellora.h"):
+                    guard = Path(name).stem.upper() + "_H"
+                path.write_text(text or f"#ifndef {guard}\n#define {guard}\n#endif\n")
             return self.run_on(folder)
 
     def run_on(self, folder):
@@ -47,6 +51,27 @@ class IncludeRules(unittest.TestCase):
         self.assertEqual(self.check({**files, "hosts/h/main.c": '#include "interface/Pellora.h"\n'})[0], 0)
         self.assertEqual(self.check({**files, "hosts/h/main.c": '#include "interface/Text.h"\n'})[0], 1)
         self.assertEqual(self.check({**files, "hosts/h/main.c": '#include "rules/A.h"\n'})[0], 1)
+
+    def test_a_guard_names_the_folder_and_the_file_and_may_leave_out_what_is_between(self):
+        for guard in ("PLAYER_PORT_H", "PLAYER_CORE_PORT_H", "PLAYER_SRC_CORE_PORT_H"):
+            code, said = self.check({"player/src/core/Port.h": f"#ifndef {guard}\n#define {guard}\n#endif\n"})
+            self.assertEqual(code, 0, said)
+
+    def test_a_guard_that_does_not_follow_the_path_is_wrong(self):
+        for text in ("#ifndef PORT_H\n#define PORT_H\n#endif\n", "#ifndef PLAYER_PORTS_H\n#define PLAYER_PORTS_H\n#endif\n",
+                     "#ifndef PLAYER_PORT_H\n#define PLAYER_PORTS_H\n#endif\n", "#pragma once\n", "int i;\n"):
+            code, said = self.check({"player/src/core/Port.h": text})
+            self.assertEqual(code, 1, text)
+            self.assertIn("player/src/core/Port.h: ", said)
+
+    def test_two_headers_may_not_share_a_guard(self):
+        text = "#ifndef PLAYER_PORT_H\n#define PLAYER_PORT_H\n#endif\n"
+        code, said = self.check({"player/src/core/Port.h": text, "player/src/live/Port.h": text})
+        self.assertEqual(code, 1)
+        self.assertIn("is that of player/src/core/Port.h, too", said)
+
+    def test_a_public_headers_guard_is_its_name_alone(self):
+        self.assertEqual(self.check({"interface/Pellora.h": "#ifndef PELLORA_H\n#define PELLORA_H\n#endif\n"})[0], 0)
 
     def test_a_tree_without_sources_is_no_pass(self):
         self.assertEqual(self.check({})[0], 1)
