@@ -86,7 +86,8 @@ def digest(path):
 @functools.lru_cache(None)
 def tool():
     version = subprocess.run(["clang-tidy", "--version"], capture_output=True, text=True, check=True).stdout
-    return version + (ROOT / ".clang-tidy").read_text()
+    # A header is judged by its own folder's configuration, whoever includes it.
+    return version + "".join(p.read_text() for p in [ROOT / ".clang-tidy", *sorted(ROOT.glob("*/.clang-tidy"))])
 
 
 def memory_of(command):

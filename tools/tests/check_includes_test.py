@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """The include rules catch what they are there to catch, and the project keeps them."""
 
+import re
 import subprocess
 import sys
 import tempfile
@@ -8,6 +9,9 @@ import unittest
 from pathlib import Path
 
 TOOLS = Path(__file__).resolve().parent.parent
+sys.dont_write_bytecode = True  # the checkout holds sources only
+sys.path.append(str(TOOLS))
+import check_includes  # noqa: E402
 
 
 class IncludeRules(unittest.TestCase):
@@ -75,6 +79,19 @@ class IncludeRules(unittest.TestCase):
 
     def test_a_tree_without_sources_is_no_pass(self):
         self.assertEqual(self.check({})[0], 1)
+
+    def test_the_table_in_the_document_is_the_one_that_is_checked(self):
+        text = (TOOLS.parent / "docs" / "architecture.md").read_text(encoding="utf-8")
+        table = re.search(r"^\| folder \| holds \| may include \|\n\| --.*\n((?:\|.*\n)+)", text, re.MULTILINE)[1]
+        told = {}
+        for row in table.splitlines():
+            folders, _, allowed = (re.findall(r"`(\w+)/?`", cell) for cell in row.strip("|").split(" | "))
+            for folder in folders:
+                told[folder] = set(allowed) - {folder}
+        self.assertEqual(set(told), set(check_includes.MAY_INCLUDE) - {"tests", "bench"})
+        # What the words of a row say besides, such as "everything below", is for readers.
+        for folder, allowed in told.items():
+            self.assertLessEqual(allowed - set(check_includes.MAY_INCLUDE[folder]), set(), folder)
 
     def test_the_project_keeps_the_rules(self):
         code, said = self.run_on(TOOLS.parent)
