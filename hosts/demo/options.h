@@ -2,10 +2,13 @@
 #ifndef DEMO_OPTIONS_H
 #define DEMO_OPTIONS_H
 
+#include "interface/PelloraTypes.h"
+
 #include <stdbool.h>
 #include <wchar.h>
 
-enum { OPTIONS_MAX_SOURCES = 9 };
+/** One for each pane. */
+enum { OPTIONS_MAX_SOURCES = PELLORA_PANES_PER_WINDOW };
 
 /** What one pane shows. */
 typedef struct {

@@ -16,7 +16,7 @@ typedef struct {
     const Library *library;
     const Options *options;
     Cameras cameras;
-    long window;          /**< Pellora's handle; -1: none */
+    long window;          /**< Pellora's handle, or PELLORA_NO_WINDOW */
     int filled;           /**< panes that have been given their source, from the first */
     int selected;         /**< the window's current pane */
     ULONGLONG clickUntil; /**< the next report of a pane's state, if it comes before this tick, is of a click */
