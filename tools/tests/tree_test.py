@@ -13,7 +13,7 @@ import camera_clips  # noqa: E402
 import make_media  # noqa: E402
 
 CODE = {".h", ".c", ".cpp", ".py", ".sh", ".txt", ".cmake"}
-FOLDERS = ["base", "bench", "cmake", "device", "Drovel", "gdi", "hosts", "interface", "logging", "player", "preview",
+FOLDERS = ["base", "bench", "cmake", "device", "Drovel", "ffmpeg", "gdi", "hosts", "interface", "logging", "player", "preview",
            "rules", "tests", "threadpool", "tools", "VideoWindow"]
 # FFmpeg's decoders of pictures by the codec's name where it is another one.
 CODEC_OF_DECODER = {"libdav1d": "av1"}
