@@ -38,6 +38,7 @@ enum PELLORA_BOUNDS {
     PELLORA_MAX_WINDOWS = 9,      /**< video windows in a process */
     PELLORA_PANES_PER_WINDOW = 9, /**< panes of a window, of which 1, 4 or 9 are shown */
     PELLORA_MAX_RULES = 64,       /**< rules of a pane */
+    PELLORA_MAX_RULE_TYPE = 10,   /**< types of rules, which count from 1 */
     PELLORA_MAX_POINTS = 10,      /**< points of a polygon */
     PELLORA_MAX_TEXT = 1024,      /**< a rule's text with its zero byte */
     PELLORA_MAX_VOLUME = 65535

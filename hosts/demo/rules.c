@@ -21,6 +21,7 @@ static const Look looks[] = {
     [PELLORA_RULE_LINE_WITH_TEXT] = {L"Line with a text: click twice", RGB(192, 96, 255)},
     [PELLORA_RULE_CROSS_WITH_TEXT] = {L"Cross with a text: click", RGB(255, 96, 192)},
 };
+_Static_assert(sizeof looks / sizeof looks[0] == PELLORA_MAX_RULE_TYPE + 1, "each type has a look");
 
 /* The polygons' extension: three bytes, and at once behind them the caption. */
 #pragma pack(push, 1)

@@ -98,11 +98,11 @@ TEST(HeaderTest, TellsTheProjectsVersion)
 
 TEST(HeaderTest, NamesEveryRuleTypeByItsNumber)
 {
-    for (int nType = PELLORA_RULE_POINT; nType <= PELLORA_RULE_CROSS_WITH_TEXT; ++nType) {
+    for (int nType = PELLORA_RULE_POINT; nType <= PELLORA_MAX_RULE_TYPE; ++nType) {
         EXPECT_EQ(publicNumberOf(static_cast<RuleType>(nType)), nType);
         EXPECT_TRUE(hasType(static_cast<PELLORA_RULE_TYPE>(nType))) << nType;
     }
-    EXPECT_EQ(familyOf(static_cast<RuleType>(PELLORA_RULE_CROSS_WITH_TEXT + 1)), RuleFamily::None);
+    EXPECT_EQ(familyOf(static_cast<RuleType>(PELLORA_MAX_RULE_TYPE + 1)), RuleFamily::None);
 }
 
 } // namespace
