@@ -3,8 +3,8 @@
  *
  * A program may link the import libraries instead; loading by hand lets the libraries lie in a folder of their own.
  */
-#ifndef DEMO_LIBRARY_H
-#define DEMO_LIBRARY_H
+#ifndef HOSTS_DEMO_LIBRARY_H
+#define HOSTS_DEMO_LIBRARY_H
 
 #include "interface/Pellora.h"
 

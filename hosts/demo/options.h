@@ -1,6 +1,6 @@
 /** The command line. */
-#ifndef DEMO_OPTIONS_H
-#define DEMO_OPTIONS_H
+#ifndef HOSTS_DEMO_OPTIONS_H
+#define HOSTS_DEMO_OPTIONS_H
 
 #include "interface/PelloraTypes.h"
 

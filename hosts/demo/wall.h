@@ -3,8 +3,8 @@
  *
  * Everything here runs on the thread that called library Init, as the library asks.
  */
-#ifndef DEMO_WALL_H
-#define DEMO_WALL_H
+#ifndef HOSTS_DEMO_WALL_H
+#define HOSTS_DEMO_WALL_H
 
 #include "hosts/demo/cameras.h"
 #include "hosts/demo/library.h"
