@@ -29,7 +29,7 @@ bool takeScreenshot(VideoWnd &pane, tagPELLORA_CROP_PIC_INFO &info)
     if (pRect == nullptr) {
         return false;
     }
-    // In place: hosts read the pixels from their own rectangle afterwards.
+    // In the host's own rectangle; docs/compatibility.md: screenshot-in-place.
     pRect[0] = pixels(pRect[0], nWidth);
     pRect[1] = pixels(pRect[1], nHeight);
     pRect[2] = pixels(pRect[2], nWidth);
