@@ -10,9 +10,10 @@ from pathlib import Path
 
 # Folder: the project's folders whose headers it may include, besides its own.
 MAY_INCLUDE = {
+    "ffmpeg": [],
     "base": [],
-    "player": [],
-    "device": [],
+    "player": ["ffmpeg"],
+    "device": ["ffmpeg"],
     "logging": ["base"],
     "threadpool": ["logging"],
     "preview": ["threadpool", "logging", "device"],
@@ -22,8 +23,8 @@ MAY_INCLUDE = {
     "interface": ["VideoWindow", "Drovel", "rules", "threadpool", "logging", "base", "player", "device"],
     # A host sees the public headers and nothing else.
     "hosts": ["interface", "device"],
-    "tests": ["interface", "VideoWindow", "preview", "Drovel", "rules", "threadpool", "logging", "base", "player", "device"],
-    "bench": ["tests", "interface", "VideoWindow", "Drovel", "rules", "threadpool", "logging", "base", "player", "device"],
+    "tests": ["interface", "VideoWindow", "preview", "Drovel", "rules", "threadpool", "logging", "base", "player", "device", "ffmpeg"],
+    "bench": ["tests", "interface", "VideoWindow", "Drovel", "rules", "threadpool", "logging", "base", "player", "device", "ffmpeg"],
 }
 # Who may name a companion's public header. Its other headers are its own business.
 PUBLIC = {"player": ["Kavun.h"], "device": ["Selvikdcm.h"], "interface": ["Pellora.h"]}

@@ -156,12 +156,14 @@ bool isDatagram(NativeSocket handle)
     return getsockopt(handle, SOL_SOCKET, SO_TYPE, reinterpret_cast<char *>(&type), &size) == 0 && type == SOCK_DGRAM;
 }
 
-bool waitWritable(NativeSocket handle, Milliseconds duration)
+bool waitWritable(NativeSocket handle, const Patience &patience)
 {
-    PollEntry entry = {};
-    entry.fd = handle;
-    entry.events = POLLOUT;
-    return pollNative(&entry, 1, duration) > 0;
+    return patience.poll([handle](Milliseconds duration) {
+        PollEntry entry = {};
+        entry.fd = handle;
+        entry.events = POLLOUT;
+        return pollNative(&entry, 1, duration) > 0;
+    });
 }
 
 } // namespace
@@ -205,7 +207,7 @@ Socket Socket::connectTcp(const Endpoint &remote, const Patience &patience)
         if (!wouldBlock()) {
             throw Failure(SELVIK_ERROR_HOST);
         }
-        while (!waitWritable(handle, patience.slice())) {
+        while (!waitWritable(handle, patience)) {
             patience.check();
             // Windows tells a refused connection by the error alone.
             if (!isConnected(handle)) {
@@ -272,7 +274,7 @@ void Socket::sendAll(const std::uint8_t *pData, std::size_t size, const Patience
             size -= static_cast<std::size_t>(sent);
         } else if (wouldBlock()) {
             patience.check();
-            (void)waitWritable(native(m_handle), patience.slice());
+            (void)waitWritable(native(m_handle), patience);
         } else {
             throw Failure(SELVIK_ERROR_HOST);
         }
@@ -286,7 +288,7 @@ void Socket::sendTo(const Endpoint &remote, const Bytes &data)
                    sendFlags, address.get(), address.size);
 }
 
-bool Socket::waitReadable(const std::vector<const Socket *> &sockets, Milliseconds duration)
+bool Socket::waitReadable(const std::vector<const Socket *> &sockets, const Patience &patience)
 {
     std::vector<PollEntry> entries;
     entries.reserve(sockets.size());
@@ -296,7 +298,8 @@ bool Socket::waitReadable(const std::vector<const Socket *> &sockets, Millisecon
         entry.events = POLLIN;
         entries.push_back(entry);
     }
-    return pollNative(entries.data(), entries.size(), duration) > 0;
+    return patience.poll(
+        [&entries](Milliseconds duration) { return pollNative(entries.data(), entries.size(), duration) > 0; });
 }
 
 } // namespace selvik
