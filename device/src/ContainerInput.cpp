@@ -214,14 +214,12 @@ bool ContainerInput::next(MediaUnit &unit, const Patience &patience)
     }
     if (isFile()) {
         const Clock::time_point due = m_begin + std::chrono::microseconds(m_nDue);
-        while (m_time.now() < due) {
-            if (patience.isStopped()) {
-                throw Stopped();
-            }
-            if (patience.isOver()) {
-                return false;
-            }
-            patience.sleepAtMost(std::chrono::ceil<Milliseconds>(due - m_time.now()));
+        patience.sleepUntil(due);
+        if (patience.isStopped()) {
+            throw Stopped();
+        }
+        if (m_time.now() < due) {
+            return false;
         }
     }
     unit.track = static_cast<std::size_t>(m_trackOfStream[static_cast<std::size_t>(m_packet->stream_index)]);

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <thread>
 
 namespace selvik
 {
@@ -43,20 +44,33 @@ public:
         return isStopped() || now() >= m_deadline;
     }
 
-    /** As TimeSource::poll(), for a slice of the time that is left: whoever waits longer looks at the stop flag. */
+    /** As TimeSource::poll(), for as long as there is patience. */
     [[nodiscard]] bool poll(const std::function<bool(Milliseconds)> &isReady) const
     {
-        return m_pTime->poll(slice(), isReady);
+        bool bReady = false;
+        (void)m_pTime->poll(left(), [&](Milliseconds most) {
+            bReady = isReady(most);
+            return bReady || isStopped();
+        });
+        return bReady;
     }
-    /** As TimeSource::wait(), for a slice likewise. */
+    /** As TimeSource::wait(), likewise; whoever stops does not have to notify. */
     bool wait(std::unique_lock<std::mutex> &lock, std::condition_variable &changed,
               const std::function<bool()> &condition) const
     {
-        return m_pTime->wait(lock, changed, now() + slice(), condition);
+        constexpr Milliseconds kSlice{30};
+        while (!condition() && !isOver()) {
+            m_pTime->wait(lock, changed, now() + std::min(left(), kSlice), condition);
+        }
+        return condition();
     }
-    void sleepAtMost(Milliseconds duration) const
+    /** Returns when the time has come or the patience is over. */
+    void sleepUntil(Clock::time_point time) const
     {
-        m_pTime->sleep(std::min(duration, slice()));
+        (void)atMost(std::chrono::ceil<Milliseconds>(time - now())).poll([](Milliseconds most) {
+            std::this_thread::sleep_for(most);
+            return false;
+        });
     }
 
     /** Throws Stopped, or Failure when the time is up. */
@@ -77,10 +91,13 @@ public:
     }
 
 private:
-    [[nodiscard]] Milliseconds slice() const
+    [[nodiscard]] Milliseconds left() const
     {
-        const auto left = std::chrono::ceil<Milliseconds>(m_deadline - now());
-        return std::clamp(left, Milliseconds(0), Milliseconds(30));
+        // Where there is no deadline, not so long that now and it overflow.
+        constexpr Milliseconds kLongest = std::chrono::hours(24);
+        return m_deadline == TimeSource::kNoDeadline
+                   ? kLongest
+                   : std::max(Milliseconds(0), std::chrono::ceil<Milliseconds>(m_deadline - now()));
     }
 
     TimeSource *m_pTime;

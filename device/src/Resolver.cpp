@@ -107,9 +107,8 @@ std::vector<std::string> resolveHost(const std::string &host, const Patience &pa
         throw;
     }
     std::unique_lock<std::mutex> lock(lookup->mutex);
-    while (!lookup->bDone) {
+    if (!patience.wait(lock, lookup->changed, [&] { return lookup->bDone; })) {
         patience.check();
-        patience.wait(lock, lookup->changed, [&] { return lookup->bDone; });
     }
     if (lookup->addresses.empty()) {
         throw Failure(SELVIK_ERROR_HOST);

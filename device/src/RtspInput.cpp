@@ -20,6 +20,8 @@ constexpr Milliseconds kIdleLimit{1500};
 constexpr Milliseconds kReportInterval{5000};
 // Sending must not hold the receiving thread up when the camera does not read any more.
 constexpr Milliseconds kSendLimit{500};
+// How often the reordering of datagrams is asked whether it gives a missing packet up.
+constexpr Milliseconds kReorderInterval{30};
 
 /** The "a-b" of a Transport header's "name=a-b"; -1 where a number is missing. */
 struct NumberPair {
@@ -258,7 +260,7 @@ void RtspInput::receiveDatagrams(const Patience &patience)
         sockets.push_back(&channel.rtcp);
     }
     sockets.push_back(m_session.connection().socket());
-    if (Socket::waitReadable(sockets, patience) && m_session.connection().pollNow(patience)) {
+    if (Socket::waitReadable(sockets, patience.atMost(kReorderInterval)) && m_session.connection().pollNow(patience)) {
         m_lastSign = m_time.now();
     }
     // Also when nothing came: the reordering may have waited long enough for a missing packet.

@@ -1,5 +1,6 @@
 #include "device/src/TimeSource.h"
 
+#include <algorithm>
 #include <thread>
 
 namespace selvik
@@ -28,7 +29,18 @@ public:
 
     bool poll(Milliseconds duration, const std::function<bool(Milliseconds)> &isReady) override
     {
-        return isReady(duration);
+        // So long a stop flag may go unnoticed.
+        constexpr Milliseconds kSlice{30};
+        const Clock::time_point end = now() + duration;
+        for (;;) {
+            const auto left = std::chrono::ceil<Milliseconds>(end - now());
+            if (isReady(std::clamp(left, Milliseconds(0), kSlice))) {
+                return true;
+            }
+            if (now() >= end) {
+                return false;
+            }
+        }
     }
 
     [[nodiscard]] std::shared_ptr<void> presence() override

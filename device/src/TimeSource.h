@@ -39,8 +39,8 @@ public:
                       const std::function<bool()> &condition) = 0;
 
     /**
-     * Waits for what `isReady` waits for, a socket for example, once and for at most `duration`. `isReady` is told how
-     * long it may wait; what it answers is the result.
+     * Asks `isReady` until it says yes; false when that takes longer than `duration`. Each time it is told how long it
+     * may wait itself, for a socket for example: a fraction of a second at most.
      */
     virtual bool poll(Milliseconds duration, const std::function<bool(Milliseconds)> &isReady) = 0;
 

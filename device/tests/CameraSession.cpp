@@ -12,7 +12,7 @@ namespace
 {
 
 constexpr Milliseconds kPictureInterval{40};
-constexpr Milliseconds kSlice{100};
+constexpr Milliseconds kIdleWait{1000};
 
 /** Whether a number of pictures from the script has been reached; 0 never is. */
 bool isReached(int nLimit, std::size_t nPictures)
@@ -76,8 +76,8 @@ void CameraSession::run()
         const bool bSends = m_bPlaying && !isFrozen() && !isReached(m_script.nPausesAfter, m_sender.pictures());
         const auto now = m_place.time.now();
         const auto left = std::chrono::ceil<Milliseconds>(m_nextPicture - now);
-        const Milliseconds wait = bSends ? std::clamp(left, Milliseconds(0), kSlice) : kSlice;
-        if (waitReadable(m_place.time, m_socket, wait) && !readRequests()) {
+        const Milliseconds wait = bSends ? std::clamp(left, Milliseconds(0), kIdleWait) : kIdleWait;
+        if (waitReadable(m_place.time, m_place.stop, m_socket, wait) && !readRequests()) {
             return;
         }
         if (bSends && m_place.time.now() >= m_nextPicture) {

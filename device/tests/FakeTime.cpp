@@ -64,7 +64,7 @@ void FakeTime::leave()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     --m_nPresent;
-    m_nIdleRounds = 0;
+    m_bBusy = true;
     if (m_nWaiting == m_nPresent && m_nPresent > 0) {
         beginRound();
     }
@@ -75,10 +75,7 @@ void FakeTime::leave()
 void FakeTime::awaitRound(Clock::time_point deadline, bool bFirst)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
-    if (bFirst) {
-        // This thread was busy: what it did may be what another one waits for.
-        m_nIdleRounds = 0;
-    }
+    m_bBusy = m_bBusy || bFirst;
     m_earliest = std::min(m_earliest, deadline);
     const unsigned long nRound = m_nRound;
     if (++m_nWaiting == m_nPresent) {
@@ -91,17 +88,17 @@ void FakeTime::awaitRound(Clock::time_point deadline, bool bFirst)
 
 void FakeTime::beginRound()
 {
-    ++m_nIdleRounds;
-    if (m_nIdleRounds == 2) {
-        // Nobody found anything. What was sent through a socket may still be on its way inside the system.
+    if (m_bBusy) {
+        // What one thread did may be what another one waits for: everybody looks once more at the same time.
+        m_bBusy = false;
+    } else {
+        // What was sent through a socket may still be on its way inside the system.
         std::this_thread::sleep_for(Milliseconds(1));
-    } else if (m_nIdleRounds > 2) {
         if (m_earliest == kNoDeadline) {
             std::fputs("FakeTime: everybody waits, and no wait ends by itself.\n", stderr);
             std::abort();
         }
         m_now = std::max(m_now, m_earliest);
-        m_nIdleRounds = 0;
     }
     m_nWaiting = 0;
     m_earliest = kNoDeadline;

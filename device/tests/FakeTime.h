@@ -61,7 +61,7 @@ private:
     int m_nPresent = 1;
     int m_nWaiting = 0;
     unsigned long m_nRound = 0;
-    int m_nIdleRounds = 0; /**< rounds in a row in which nobody found what it waits for */
+    bool m_bBusy = false; /**< since the last round somebody did something else than wait */
     Clock::time_point m_earliest = kNoDeadline;
 };
 

@@ -28,17 +28,10 @@ inline std::string clip(const std::string &name)
 template <typename Condition>
 bool waitUntil(TimeSource &time, Condition condition, Milliseconds most)
 {
-    const Clock::time_point deadline = time.now() + most;
-    while (!condition()) {
-        if (time.now() >= deadline) {
-            return false;
-        }
-        (void)time.poll(std::chrono::ceil<Milliseconds>(deadline - time.now()), [&](Milliseconds left) {
-            std::this_thread::sleep_for(std::min(left, Milliseconds(2)));
-            return condition();
-        });
-    }
-    return true;
+    return time.poll(most, [&](Milliseconds left) {
+        std::this_thread::sleep_for(std::min(left, Milliseconds(2)));
+        return condition();
+    });
 }
 
 /** Devices on a time of their own, on which their cameras live too. */

@@ -80,7 +80,7 @@ void ScriptedCamera::acceptConnections()
     const auto listener = static_cast<TestSocket>(m_listener);
     std::vector<std::thread> sessions;
     while (!m_bStop) {
-        if (!waitReadable(m_time, listener, Milliseconds(20))) {
+        if (!waitReadable(m_time, m_bStop, listener, std::chrono::seconds(1))) {
             continue;
         }
         const TestSocket socket = accept(listener, nullptr, nullptr);

@@ -3,6 +3,8 @@
 
 #include "device/src/TimeSource.h"
 
+#include <atomic>
+
 #ifdef _WIN32
 #include <winsock2.h>
 #include <ws2tcpip.h>
@@ -42,17 +44,20 @@ inline void closeSocket(TestSocket handle)
 inline void startSockets() {}
 #endif
 
-/** Whether a socket can be read, after at most `duration` of that time. */
-inline bool waitReadable(TimeSource &time, TestSocket handle, Milliseconds duration)
+/** Whether a socket can be read, after at most `duration` of that time; false as soon as `stop` is set. */
+inline bool waitReadable(TimeSource &time, const std::atomic<bool> &stop, TestSocket handle, Milliseconds duration)
 {
-    return time.poll(duration, [handle](Milliseconds most) {
+    bool bReadable = false;
+    (void)time.poll(duration, [&](Milliseconds most) {
         fd_set set;
         FD_ZERO(&set);
         FD_SET(handle, &set);
         timeval value = {};
         value.tv_usec = static_cast<decltype(value.tv_usec)>(most.count() * 1000);
-        return select(static_cast<int>(handle) + 1, &set, nullptr, nullptr, &value) > 0;
+        bReadable = select(static_cast<int>(handle) + 1, &set, nullptr, nullptr, &value) > 0;
+        return bReadable || stop;
     });
+    return bReadable;
 }
 
 inline sockaddr_in loopback(unsigned short port)
