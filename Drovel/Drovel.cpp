@@ -15,6 +15,8 @@ constexpr int kInputRetries = 3;
 constexpr long kEveryPrivateData = 0xff;
 constexpr long kAnalysisData = 1;
 constexpr unsigned long kMillisecondsPerSecond = 1000;
+/** The player's times have 32 bits. */
+constexpr unsigned long kLastMillisecond = 0xFFFFFFFF;
 
 enum PlayState { Stopped = 0, Playing = 1, Paused = 2 };
 
@@ -193,6 +195,11 @@ bool Drovel::isOpened() const
     return m_nPort != kNoPort;
 }
 
+long Drovel::portNumber() const
+{
+    return m_nPort;
+}
+
 void Drovel::setFileRefDone(bool bDone)
 {
     m_bFileRefDone = bDone;
@@ -289,8 +296,11 @@ bool Drovel::oneByOneBack()
 
 bool Drovel::setPlayedTime(unsigned long nSeconds)
 {
+    // A product that wrapped would seek to the beginning instead of the end.
+    const unsigned long nMilliseconds =
+        nSeconds <= kLastMillisecond / kMillisecondsPerSecond ? nSeconds * kMillisecondsPerSecond : kLastMillisecond;
     return callPort(logAt(kFile, "bool __cdecl pellora::Drovel::setPlayedTime(unsigned long)"),
-                    "Kavun_SetPlayedTimeEx error: %d.", &Kavun_SetPlayedTimeEx, nSeconds * kMillisecondsPerSecond);
+                    "Kavun_SetPlayedTimeEx error: %d.", &Kavun_SetPlayedTimeEx, nMilliseconds);
 }
 
 unsigned long Drovel::getPlayedTime()
@@ -341,6 +351,12 @@ bool Drovel::getPictureSize(long &nWidth, long &nHeight)
 {
     return callPort(logAt(kFile, "bool __cdecl pellora::Drovel::getPictureSize(long &,long &)"),
                     "Kavun_GetPictureSize error: %d.", &Kavun_GetPictureSize, &nWidth, &nHeight);
+}
+
+bool Drovel::hasPictureSize(long &nWidth, long &nHeight) const
+{
+    const long nPort = m_nPort;
+    return nPort != kNoPort && Kavun_GetPictureSize(nPort, &nWidth, &nHeight) != 0;
 }
 
 bool Drovel::capture(unsigned char *pBuffer, unsigned long nBufferSize, unsigned long *pPictureSize)

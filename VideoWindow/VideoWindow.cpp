@@ -1,8 +1,8 @@
 #include "VideoWindow/VideoWindow.h"
 
-#include "VideoWindow/PreviewParam.h"
 #include "VideoWindow/SelectBoderWnd.h"
 #include "VideoWindow/VideoWnd.h"
+#include "preview/PreviewParam.h"
 #include "widgets/CFullScreenWidget.h"
 #include "widgets/CWidgetLayoutMgr.h"
 
@@ -173,7 +173,7 @@ bool VideoWindow::setIntelData(bool bOpen)
 {
     for (VideoWnd *pPane : qAsConst(m_listWnd)) {
         if (pPane->isPlaying()) {
-            pPane->setIntelData(bOpen);
+            pPane->port().setIntelData(bOpen);
         }
     }
     return true;

@@ -47,6 +47,14 @@ Result onCurrentPane(const LogLocation &where, long lHandle, Operation operation
     return onPane<Result>(where, lHandle, -1, operation, arguments...);
 }
 
+/** Calls the operation, a member of PanePort, on the current pane's port. */
+template <typename Result, typename Operation, typename... Arguments>
+Result onCurrentPort(const LogLocation &where, long lHandle, Operation operation, Arguments... arguments) noexcept
+{
+    return onCurrentPane<Result>(where, lHandle,
+                                 [&](VideoWnd &pane) { return std::invoke(operation, pane.port(), arguments...); });
+}
+
 } // namespace pellora
 
 #endif

@@ -1,11 +1,11 @@
 #include "interface/Pellora.h"
 
 #include "VideoWindow/HostMemory.h"
-#include "VideoWindow/PreviewParam.h"
-#include "VideoWindow/PreviewStatus.h"
 #include "interface/HostText.h"
 #include "interface/LogAddress.h"
 #include "interface/PaneChoice.h"
+#include "preview/PreviewParam.h"
+#include "preview/PreviewStatus.h"
 
 #include <algorithm>
 #include <array>
@@ -27,7 +27,8 @@ void logCallWithAddress(const LogLocation &where, const char *pFormat, const cha
                         Arguments... arguments) noexcept
 {
     try {
-        logInfo(where, pFormat, arguments..., addressForLog(hostTextForLog(pUrl)).c_str());
+        const std::string address = hostTextForLog(pUrl);
+        logInfo(where, pFormat, arguments..., addressForLog(address, address.size() >= kMaxHostText).c_str());
     } catch (const std::exception &exception) {
         reportException(where, exception.what());
     }
