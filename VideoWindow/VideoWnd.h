@@ -23,7 +23,6 @@ namespace pellora
 {
 
 class TakeStreamTask;
-struct PictureChange;
 struct PreviewParam;
 struct PreviewStatus;
 
@@ -182,7 +181,6 @@ private:
 
     bool showRegion(const RECT &region);
     bool showWholePicture();
-    void changePicture(const PictureChange &change);
 
     // GUI thread.
     QLabel *m_pLiveViewWnd;

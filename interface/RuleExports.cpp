@@ -25,9 +25,14 @@ const char *captionOf(unsigned short wRuleType, const void *pExtend)
     case RuleType::LineWithText:
     case RuleType::PointWithCross:
         return pText;
-    default:
-        return nullptr;
+    case RuleType::Point:
+    case RuleType::Line:
+    case RuleType::Rect:
+    case RuleType::Text:
+    case RuleType::LineWithArrow:
+        break;
     }
+    return nullptr;
 }
 
 void logCreateRule(const LogLocation &where, long lHandle, long lSubHandel, unsigned short wRuleType,

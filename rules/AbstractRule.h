@@ -58,6 +58,8 @@ public:
     virtual bool addPoint(PixelPoint point, RuleAction action) = 0;
     /** Input while the shape is edited; input that breaks the limits changes nothing. Always true. */
     virtual bool editPoint(PixelPoint point, RuleAction action) = 0;
+    /** The picture is there from now on; the shape stays where it is. */
+    void setPicture(const PixelRect &picture);
     /** Scales the shape and its picture about the pane's origin. */
     virtual bool scale(float fx, float fy);
     /** Moves the shape and its picture. */
@@ -70,19 +72,10 @@ public:
     void setColor(RuleColor color)
     {
         m_color = color;
-        touch();
     }
     void setSelected(bool bSelected)
     {
-        if (m_bSelected != bSelected) {
-            m_bSelected = bSelected;
-            touch();
-        }
-    }
-    /** Another number after everything that may have changed what is drawn. */
-    [[nodiscard]] std::uint32_t revision() const
-    {
-        return m_nRevision;
+        m_bSelected = bSelected;
     }
     [[nodiscard]] bool isSelected() const
     {
@@ -92,11 +85,6 @@ public:
 protected:
     AbstractRule(RuleType type, const RulePlacement &placement, std::int32_t nPenWidth = kOutlineWidth);
 
-    /** To be called by everything that changes what is drawn, but not by drawing itself. */
-    void touch()
-    {
-        ++m_nRevision;
-    }
     [[nodiscard]] RuleColor color() const
     {
         return m_color;
@@ -125,7 +113,6 @@ private:
     RuleColor m_color = 0;
     const std::int32_t m_nPenWidth;
     bool m_bSelected = false;
-    std::uint32_t m_nRevision = 0;
     PixelPoint m_lastPoint;
     RulePlacement m_placement;
 };

@@ -38,18 +38,21 @@ PixelPoint PictureGeometry::toPixels(NormalisedPoint point) const
     return {x, truncated(wrappingMultiply(point.nY, height) / kFullScale + picture.top)};
 }
 
-void PictureGeometry::move(std::int32_t dx, std::int32_t dy)
+void PictureGeometry::setPicture(const PixelRect &newPicture)
 {
-    picture = moved(picture, {dx, dy});
+    picture = newPicture;
     width = wrappingSubtract(picture.right, picture.left);
     height = wrappingSubtract(picture.bottom, picture.top);
 }
 
+void PictureGeometry::move(std::int32_t dx, std::int32_t dy)
+{
+    setPicture(moved(picture, {dx, dy}));
+}
+
 void PictureGeometry::scale(float fx, float fy)
 {
-    picture = scaledPicture(picture, fx, fy);
-    width = wrappingSubtract(picture.right, picture.left);
-    height = wrappingSubtract(picture.bottom, picture.top);
+    setPicture(scaledPicture(picture, fx, fy));
 }
 
 } // namespace pellora

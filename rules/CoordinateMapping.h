@@ -31,6 +31,7 @@ struct PictureGeometry {
     /** To be asked only where converts(). */
     [[nodiscard]] PixelPoint toPixels(NormalisedPoint point) const;
 
+    void setPicture(const PixelRect &newPicture);
     void move(std::int32_t dx, std::int32_t dy);
     void scale(float fx, float fy);
 };

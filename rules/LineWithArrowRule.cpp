@@ -82,7 +82,6 @@ LineWithArrowRule::LineWithArrowRule(const RulePlacement &placement) : RuleLine(
 void LineWithArrowRule::setArrowType(std::uint16_t nArrowType)
 {
     m_nArrowType = nArrowType;
-    touch();
 }
 
 void LineWithArrowRule::draw(RuleCanvas &canvas)

@@ -15,7 +15,6 @@ void RuleLine::place(PixelPoint start, PixelPoint end)
 {
     m_start = start;
     m_end = end;
-    touch();
 }
 
 bool RuleLine::isEmpty() const
@@ -41,7 +40,6 @@ void RuleLine::draw(RuleCanvas &canvas)
 
 bool RuleLine::addPoint(PixelPoint point, RuleAction action)
 {
-    touch();
     if (action == RuleAction::LeftPress) {
         const bool bFirst = isEmpty();
         if (bFirst) {
@@ -70,7 +68,6 @@ bool RuleLine::editPoint(PixelPoint point, RuleAction action)
     case Grab::End:
         if (!placement().breaksLimits(point)) {
             (m_grabMode == Grab::Start ? m_start : m_end) = point;
-            touch();
         }
         break;
     case Grab::Whole:

@@ -28,7 +28,6 @@ void RulePolygon::setPoints(std::vector<PixelPoint> points)
         point = placement().clamped(point);
     }
     m_points = std::move(points);
-    touch();
 }
 
 bool RulePolygon::isEmpty() const
@@ -61,7 +60,6 @@ void RulePolygon::draw(RuleCanvas &canvas)
 
 bool RulePolygon::addPoint(PixelPoint point, RuleAction action)
 {
-    touch();
     if (action == RuleAction::LeftPress) {
         if (m_points.empty()) {
             m_points.assign(2, point);
@@ -94,7 +92,6 @@ bool RulePolygon::editPoint(PixelPoint point, RuleAction action)
         // The host may have replaced the vertices by fewer since the grab.
         if (m_nGrabIndex < m_points.size() && !placement().breaksLimits(point)) {
             m_points[m_nGrabIndex] = point;
-            touch();
         }
         return true;
     }
@@ -122,7 +119,6 @@ void RulePolygon::moveWhole(PixelPoint way)
     for (PixelPoint &point : m_points) {
         point = wrappingAdd(point, way);
     }
-    touch();
 }
 
 bool RulePolygon::scale(float fx, float fy)

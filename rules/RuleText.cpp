@@ -24,13 +24,11 @@ void RuleText::setText(std::string text, std::int32_t nAnchorMode, std::int32_t 
     m_text = std::move(text);
     m_nAnchorMode = nAnchorMode;
     m_nDockMode = nDockMode;
-    touch();
 }
 
 void RuleText::setPoint(PixelPoint point)
 {
     const PixelPoint corner = placement().clamped(point);
-    touch();
     if (m_nAnchorMode == kTopLeft) {
         m_box.left = corner.x;
         m_box.top = corner.y;
@@ -103,7 +101,6 @@ void RuleText::moveBox(PixelPoint way)
         box.left = wrappingSubtract(picture.right, nWidth);
     }
     m_box = box;
-    touch();
 }
 
 bool RuleText::scale(float fx, float fy)

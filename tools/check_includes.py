@@ -11,19 +11,20 @@ from pathlib import Path
 # Folder: the project's folders whose headers it may include, besides its own.
 MAY_INCLUDE = {
     "base": [],
-    "player": [],
+    "gdi": [],
+    "player": ["gdi"],
     "device": [],
     "logging": ["base"],
     "threadpool": ["logging"],
     "preview": ["threadpool", "logging", "device"],
-    "rules": ["base"],
+    "rules": ["base", "gdi"],
     "Drovel": ["player", "base", "logging"],
     "VideoWindow": ["preview", "Drovel", "rules", "threadpool", "logging", "base", "player", "device"],
     "interface": ["VideoWindow", "Drovel", "rules", "threadpool", "logging", "base", "player", "device"],
     # A host sees the public headers and nothing else.
     "hosts": ["interface", "device"],
-    "tests": ["interface", "VideoWindow", "preview", "Drovel", "rules", "threadpool", "logging", "base", "player", "device"],
-    "bench": ["tests", "interface", "VideoWindow", "Drovel", "rules", "threadpool", "logging", "base", "player", "device"],
+    "tests": ["interface", "VideoWindow", "preview", "Drovel", "rules", "threadpool", "logging", "base", "player", "device", "gdi"],
+    "bench": ["tests", "interface", "VideoWindow", "Drovel", "rules", "threadpool", "logging", "base", "player", "device", "gdi"],
 }
 # Who may name a companion's public header. Its other headers are its own business.
 PUBLIC = {"player": ["Kavun.h"], "device": ["Selvikdcm.h"], "interface": ["Pellora.h"]}

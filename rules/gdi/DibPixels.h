@@ -1,7 +1,7 @@
 #ifndef RULES_GDI_DIBPIXELS_H
 #define RULES_GDI_DIBPIXELS_H
 
-#include "rules/RuleInk.h"
+#include "rules/RuleLayer.h"
 
 #include <windows.h>
 
