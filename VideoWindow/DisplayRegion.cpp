@@ -41,6 +41,7 @@ bool isEmptyRegion(const PixelRect &rect)
 
 std::optional<PictureChange> changeToRegion(const DisplayRegion &region, const PixelRect &picture)
 {
+    // Of the picture as it is, which another region may have made. docs/compatibility.md: regions-add-up.
     const PixelSize whole = extentOf(picture);
     const PixelRect part = regionInPixels(region.thousandths, whole);
     if (isEmptyRegion(part)) {
@@ -52,7 +53,7 @@ std::optional<PictureChange> changeToRegion(const DisplayRegion &region, const P
     change.fScaleX = quotient(whole.width, extent.width);
     if (region.wOriginPos == 2) {
         change.nOffsetY = wrappingSubtract(part.top, whole.height);
-        // The width, not the height: hosts that count from the bottom have always had their rules scaled so.
+        // The width, not the height. docs/compatibility.md: bottom-origin-by-width.
         change.fScaleY = quotient(whole.width, wrappingSubtract(0, extent.height));
     } else {
         change.nOffsetY = wrappingSubtract(0, part.top);

@@ -137,10 +137,11 @@ void RuleEditor::edit(const RuleMouseEvent &event)
         m_ruleMgr.editPoint(m_lCurRule, event.point, RuleAction::Grab);
         m_state = State::Editing;
     } else if (isMove(event) && (m_state == State::Editing || m_family == RuleFamily::Line)) {
-        // Lines take every move, grabbed or not: kept as hosts know it.
+        // docs/compatibility.md: line-moves-at-once.
         m_ruleMgr.editPoint(m_lCurRule, event.point, RuleAction::Move);
     } else if (isLeftRelease(event)) {
         // A rectangle's corners may have passed each other; its release puts them in order.
+        // docs/compatibility.md: edit-end-untold.
         const RuleAction action = m_family == RuleFamily::Rect ? RuleAction::Release : RuleAction::Move;
         m_ruleMgr.editPoint(m_lCurRule, event.point, action);
         reset();

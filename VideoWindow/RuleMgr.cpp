@@ -84,6 +84,7 @@ std::unique_ptr<AbstractRule> RuleMgr::makeRule(RuleType type, const void *pExte
 
 bool RuleMgr::destroyRule(long lRuleID)
 {
+    // docs/compatibility.md: empty-slot-answers-1.
     if (!m_rules.remove(lRuleID)) {
         logError(kDestroyRule, "handle wrong: %d", lRuleID);
         return false;

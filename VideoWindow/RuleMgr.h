@@ -62,7 +62,7 @@ public:
 
     /** The record is the one of the rule's family; a text's record must have been zeroed. */
     bool getRuleCoord(long lRuleID, void *pCoord) const;
-    /** The name's spelling is the system's. */
+    /** docs/compatibility.md: spellings. */
     bool setRuleCoode(long lRuleID, const void *pCoord);
     /** Calls the host with the rule's coordinates; false without a callback or a rule. The host may call back in. */
     bool notifyRuleCoord(long lRuleID, unsigned char byState) const;

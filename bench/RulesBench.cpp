@@ -212,10 +212,9 @@ Fill rulesOf(const std::vector<RuleType> &types)
 
 const Fill kShapes = rulesOf({RuleType::Point, RuleType::Line, RuleType::Rect, RuleType::Polygon});
 const Fill kTexts = rulesOf({RuleType::Text});
-const Fill kMixed =
-    rulesOf({RuleType::Point, RuleType::Line, RuleType::Rect, RuleType::Polygon, RuleType::Text,
-             RuleType::LineWithArrow, RuleType::RectWithText, RuleType::PolygonWithText, RuleType::LineWithText,
-             RuleType::PointWithCross});
+const Fill kMixed = rulesOf({RuleType::Point, RuleType::Line, RuleType::Rect, RuleType::Polygon, RuleType::Text,
+                             RuleType::LineWithArrow, RuleType::RectWithText, RuleType::PolygonWithText,
+                             RuleType::LineWithText, RuleType::PointWithCross});
 const Fill kFarPolygons = fillWithFarPolygons;
 
 void panes(benchmark::internal::Benchmark *pBenchmark)

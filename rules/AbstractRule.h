@@ -7,8 +7,7 @@
 namespace pellora
 {
 
-/** What a rule is made for: the pane's extent, the picture in it, and the picture's edges that the rule must not pass.
- */
+/** The pane's extent, the picture in it, and the picture's edges that the rule must not pass. */
 struct RulePlacement {
     /** Bits of limitMask. */
     static constexpr std::uint8_t kKeepLeft = 0x01;
@@ -33,8 +32,7 @@ struct RulePlacement {
  * A shape drawn over the picture of one pane.
  *
  * Threads: none of its own; the table's mutex guards every call.
- * Units:   pixels of the pane, signed 32 bits. Sums that leave the range wrap, conversions that leave it give the
- *          smallest int32.
+ * Units:   pixels of the pane; see RuleArithmetic.h for coordinates that leave the range.
  * Errors:  input that does not fit is ignored.
  */
 class AbstractRule
@@ -99,7 +97,7 @@ protected:
     }
     /** Whether the point grabs a handle at the other: a box of 9 by 9 pixels. */
     [[nodiscard]] static bool isNear(PixelPoint point, PixelPoint handle);
-    /** The mouse's way since the editing event before, whose place is replaced by this one. */
+    /** How far the mouse has come since the last event of the drag; the next way is measured from this point. */
     [[nodiscard]] PixelPoint dragTo(PixelPoint point);
     /** Starts a drag there. */
     void setLastPoint(PixelPoint point)

@@ -31,6 +31,7 @@ NormalisedPoint PictureGeometry::toNormalised(PixelPoint point) const
 
 PixelPoint PictureGeometry::toPixels(NormalisedPoint point) const
 {
+    // docs/compatibility.md: wrapping-coordinates.
     const std::int32_t x = truncated(wrappingMultiply(point.nX, width) / kFullScale + picture.left);
     if (originPos == kBottomLeft) {
         return {x, truncated((kFullScale - point.nY) * height / kFullScale + picture.top)};

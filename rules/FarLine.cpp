@@ -80,8 +80,8 @@ std::optional<PixelSegment> withinRange(const PixelSegment &line)
 PixelPoint bestPoint(PixelSegment line, double fFrom)
 {
     // Steps go along the axis on which the line makes more way.
-    const bool bSteep = std::abs(std::int64_t{line.end.x} - line.start.x) <
-                        std::abs(std::int64_t{line.end.y} - line.start.y);
+    const bool bSteep =
+        std::abs(std::int64_t{line.end.x} - line.start.x) < std::abs(std::int64_t{line.end.y} - line.start.y);
     if (bSteep) {
         std::swap(line.start.x, line.start.y);
         std::swap(line.end.x, line.end.y);
@@ -92,8 +92,8 @@ PixelPoint bestPoint(PixelSegment line, double fFrom)
     PixelPoint candidate = pointAt(line, fFrom);
     PixelPoint best = candidate;
     // How far the candidate is off, times the way. Each step changes it by the rise, and each pixel across by the way.
-    std::int64_t nOff = (std::int64_t{candidate.x} - line.start.x) * nRise -
-                        (std::int64_t{candidate.y} - line.start.y) * nWay;
+    std::int64_t nOff =
+        (std::int64_t{candidate.x} - line.start.x) * nRise - (std::int64_t{candidate.y} - line.start.y) * nWay;
     std::int64_t nLeast = std::abs(nOff);
     for (std::int64_t i = 1; i < kCandidates && nLeast > std::abs(nWay) / kGoodEnough; ++i) {
         candidate.x += static_cast<std::int32_t>(nStep);
@@ -128,7 +128,8 @@ std::optional<PixelSegment> clipped(const PixelSegment &line, const PixelRect &s
         return std::nullopt;
     }
     return PixelSegment{stretch->from > 0.0 ? bestPoint(*inRange, stretch->from) : inRange->start,
-                        stretch->to < 1.0 ? bestPoint({inRange->end, inRange->start}, 1.0 - stretch->to) : inRange->end};
+                        stretch->to < 1.0 ? bestPoint({inRange->end, inRange->start}, 1.0 - stretch->to)
+                                          : inRange->end};
 }
 
 } // namespace pellora

@@ -8,8 +8,8 @@
 namespace pellora
 {
 
-// Coordinates are int32 whatever hosts and mice send. Sums and products wrap modulo 2^32, so that a move and its
-// opposite cancel out; conversions that no int32 holds give the smallest one, as the processor's own conversion does.
+// Coordinates are int32, whatever hosts and mice send. Sums and products wrap modulo 2^32, so that a move and its
+// opposite cancel out. A conversion that no int32 holds gives the smallest one, as the processor's own conversion does.
 
 [[nodiscard]] constexpr std::int32_t wrapped(std::uint32_t nValue)
 {
@@ -60,7 +60,7 @@ namespace pellora
     return a / b;
 }
 
-/** A coordinate times a factor, in single precision. */
+/** A coordinate times a factor, in single precision. docs/compatibility.md: scale-truncates. */
 [[nodiscard]] constexpr std::int32_t scaled(std::int32_t nValue, float fFactor)
 {
     const float fProduct = static_cast<float>(nValue) * fFactor;

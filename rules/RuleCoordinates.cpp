@@ -80,12 +80,12 @@ void readText(const RuleText &rule, const PictureGeometry &geometry, void *pReco
     }
     const std::string &text = rule.getText();
     auto *const pText = static_cast<char *>(pRecord) + offsetof(RuleTextRecord, szText);
-    // No end is written behind a text that fits: hosts hand in zeroed records.
+    // No end is written behind a text that fits. docs/compatibility.md: text-without-end.
     std::memcpy(pText, text.data(), std::min(text.size(), kTextBytes - 1));
     if (text.size() >= kTextBytes) {
         pText[kTextBytes - 1] = '\0';
     }
-    // The anchor, not the dock: hosts know the field so.
+    // The anchor, not the dock. docs/compatibility.md: dock-reads-anchor.
     store(pRecord, offsetof(RuleTextRecord, byDock), static_cast<std::uint8_t>(rule.getAnchorMode()));
     if (const std::optional<PixelPoint> point = rule.getPoint(nAnchor)) {
         storePoint(pRecord, offsetof(RuleTextRecord, struPoint), geometry, *point);

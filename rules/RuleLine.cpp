@@ -41,6 +41,7 @@ void RuleLine::draw(RuleCanvas &canvas)
 bool RuleLine::addPoint(PixelPoint point, RuleAction action)
 {
     if (action == RuleAction::LeftPress) {
+        // docs/compatibility.md: line-at-origin.
         const bool bFirst = isEmpty();
         if (bFirst) {
             m_start = point;
@@ -71,7 +72,7 @@ bool RuleLine::editPoint(PixelPoint point, RuleAction action)
         }
         break;
     case Grab::Whole:
-        // The way counts as gone even when the line may not follow: a refused drag is not made up for later.
+        // The drag is measured before the limits are checked. docs/compatibility.md: rejected-drag-is-lost.
         moveWhole(dragTo(point));
         break;
     }

@@ -95,7 +95,7 @@ bool RulePolygon::editPoint(PixelPoint point, RuleAction action)
         }
         return true;
     }
-    // Also when the press hit nothing of it: unlike the other shapes, a polygon then moves as a whole. Keep it so.
+    // Also when the press hit nothing of it. docs/compatibility.md: polygon-moves-ungrabbed.
     moveWhole(dragTo(point));
     return true;
 }
@@ -110,6 +110,7 @@ void RulePolygon::grabAt(PixelPoint point)
 
 void RulePolygon::moveWhole(PixelPoint way)
 {
+    // docs/compatibility.md: rejected-drag-is-lost.
     const bool bBreaks = std::any_of(m_points.begin(), m_points.end(), [this, way](PixelPoint point) {
         return placement().breaksLimits(wrappingAdd(point, way));
     });

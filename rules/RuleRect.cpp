@@ -69,7 +69,7 @@ bool RuleRect::editPoint(PixelPoint point, RuleAction action)
         m_rect = boxOf({m_rect.left, m_rect.top}, {m_rect.right, m_rect.bottom});
         return true;
     }
-    // Unlike the other shapes, before the drag is measured: a refused way of the mouse is still ahead here.
+    // Checked before the drag is measured: a mouse that comes back within the limits takes the rectangle along again.
     if (placement().breaksLimits(point)) {
         return true;
     }

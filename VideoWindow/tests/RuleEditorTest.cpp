@@ -772,8 +772,7 @@ TEST_F(RuleEditorTest, KeepsTheDrawingThatBeganWhileTheHostWasToldOfANewRule)
     // Once, for its own event.
     expected.push_back(report(1, RuleType::Line, "2: 100,100 100,100"));
     EXPECT_EQ(mouse("L+10,20"), expected);
-    EXPECT_EQ(mouse("M150,150 L+200,200"),
-              reports(1, RuleType::Line, {"2: 100,100 150,150", "0: 100,100 200,200"}));
+    EXPECT_EQ(mouse("M150,150 L+200,200"), reports(1, RuleType::Line, {"2: 100,100 150,150", "0: 100,100 200,200"}));
 }
 
 TEST_F(RuleEditorTest, HasNoRuleInHandWhileTheHostIsToldThatItIsDrawn)

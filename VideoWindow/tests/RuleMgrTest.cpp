@@ -157,7 +157,8 @@ TEST_F(RuleMgrTest, TakesCaptionsWithoutAnEndAndPolygonExtensionsOfThreeBytes)
 
 TEST_F(RuleMgrTest, GivesACaptionToTheTypesThatShowOne)
 {
-    constexpr char kShapeAndCaption[] = "\x04\x00\x01" "caption";
+    constexpr char kShapeAndCaption[] = "\x04\x00\x01"
+                                        "caption";
     for (const RuleType type : kAllTypes) {
         const bool bPolygon = familyOf(type) == RuleFamily::Polygon;
         const auto drawn = [&](const void *pExtend) {

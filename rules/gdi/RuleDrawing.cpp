@@ -2,11 +2,13 @@
 
 #include "gdi/MemoryDib.h"
 #include "gdi/SavedDc.h"
+#include "rules/RuleArithmetic.h"
 #include "rules/gdi/DibPixels.h"
 #include "rules/gdi/GdiCanvas.h"
 
 #include <algorithm>
 #include <array>
+#include <string_view>
 #include <vector>
 
 namespace pellora
@@ -38,11 +40,20 @@ public:
     {
         return m_measuring.measureText(pText);
     }
-    void drawText(const char16_t * /*pText*/, const PixelRect &box, RuleColor color) override
+    void drawText(const char16_t *pText, const PixelRect &box, RuleColor color) override
     {
+        // A caption's box may be a whole rectangle. Its letters are in the middle, and reach a little beyond their
+        // extent. A text that is measured as several lines is drawn as one, whose width nobody knows.
+        constexpr std::int32_t kOverhang = 8;
+        const PixelSize extent = measureText(pText);
+        const bool bOneLine = std::u16string_view(pText).find_first_of(u"\r\n") == std::u16string_view::npos;
+        const PixelRect around = bOneLine ? boxAround(middle({box.left, box.top}, {box.right, box.bottom}),
+                                                      extent.width / 2 + kOverhang, extent.height / 2 + kOverhang)
+                                          : box;
+        const RECT letters = {around.left, around.top, around.right, around.bottom};
         const RECT whole = {box.left, box.top, box.right, box.bottom};
         RECT rect = {};
-        if (IntersectRect(&rect, &whole, &m_surface) != FALSE) {
+        if (IntersectRect(&rect, &whole, &m_surface) != FALSE && IntersectRect(&rect, &rect, &letters) != FALSE) {
             m_found.push_back({rect, color});
         }
     }

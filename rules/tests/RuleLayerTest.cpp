@@ -106,10 +106,8 @@ TEST(RuleLayer, IsNotMadeOfWhatKeepsChanging)
 
 TEST(RuleLayer, IsMadeAnewAfterAChange)
 {
-    for (const auto &[nChanges, surface] : {std::pair<std::uint64_t, PixelSize>{8, {640, 360}},
-                                            {6, {640, 360}},
-                                            {7, {641, 360}},
-                                            {7, {640, 359}}}) {
+    for (const auto &[nChanges, surface] :
+         {std::pair<std::uint64_t, PixelSize>{8, {640, 360}}, {6, {640, 360}}, {7, {641, 360}}, {7, {640, 359}}}) {
         RuleLayer layer;
         EXPECT_EQ(layer.nextWay(7, {640, 360}), Way::Draw);
         EXPECT_EQ(layer.nextWay(7, {640, 360}), Way::Make);
@@ -269,7 +267,7 @@ std::uint32_t drawn(std::uint32_t nGround, std::uint32_t nInk, std::uint8_t bySh
     std::uint32_t nResult = 0;
     for (unsigned int nShift = 0; nShift < 32; nShift += 8) {
         nResult |= static_cast<std::uint32_t>(drawn(static_cast<std::uint8_t>(nGround >> nShift),
-                                                      static_cast<std::uint8_t>(nInk >> nShift), byShare))
+                                                    static_cast<std::uint8_t>(nInk >> nShift), byShare))
                    << nShift;
     }
     return nResult;

@@ -390,51 +390,52 @@ TEST_P(RulePictureChange, ShowsInTheNextPass)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Every, RulePictureChange,
-    ::testing::Values(Change{"Addition",
-                             [](RuleTable &rules) {
-                                 addRule(rules, RuleType::Rect, {150, 120});
-                             }},
-                      Change{"Removal", [](RuleTable &rules) { rules.remove(2); }},
-                      Change{"Replacement",
-                             [](RuleTable &rules) {
-                                 rules.remove(2);
-                                 addRule(rules, RuleType::Rect, {170, 63});
-                             }},
-                      Change{"Colour", [](RuleTable &rules) { setColor(rules, 1, 0x0000FF00); }},
-                      Change{"Selection",
-                             [](RuleTable &rules) {
-                                 EXPECT_NE(rules.selectAt({98, 60}), nullptr);
-                             }},
-                      Change{"ArrowType", [](RuleTable &rules) { EXPECT_TRUE(rules.setArrowType(5, 3)); }},
-                      Change{"Move", [](RuleTable &rules) { rules.move(3, 2); }},
-                      Change{"Scale", [](RuleTable &rules) { rules.scale(0.5F, 0.75F); }},
-                      Change{"Drag",
-                             [](RuleTable &rules) {
-                                 rules.editPoint(1, {98, 60}, RuleAction::Grab);
-                                 rules.editPoint(1, {120, 90}, RuleAction::Move);
-                             }},
-                      Change{"MoreOfAShape",
-                             [](RuleTable &rules) {
-                                 const std::int32_t nId = rules.add(makeRule(RuleType::Line, placementWith(0), {}));
-                                 rules.addPoint(nId, {200, 150}, RuleAction::LeftPress);
-                                 rules.addPoint(nId, {300, 130}, RuleAction::Move);
-                             }},
-                      Change{"Coordinates",
-                             [](RuleTable &rules) {
-                                 const RuleLineRecord record = {{100, 100}, {900, 900}};
-                                 EXPECT_TRUE(rules.write(1, &record));
-                             }},
-                      Change{"Text",
-                             [](RuleTable &rules) {
-                                 RuleTextRecord record = {};
-                                 EXPECT_TRUE(rules.read(4, &record));
-                                 record.szText[0] = 'Z';
-                                 record.szText[1] = 'Z';
-                                 EXPECT_TRUE(rules.write(4, &record));
-                             }}),
-    [](const auto &change) { return std::string(change.param.name); });
+INSTANTIATE_TEST_SUITE_P(Every, RulePictureChange,
+                         ::testing::Values(Change{"Addition",
+                                                  [](RuleTable &rules) {
+                                                      addRule(rules, RuleType::Rect, {150, 120});
+                                                  }},
+                                           Change{"Removal", [](RuleTable &rules) { rules.remove(2); }},
+                                           Change{"Replacement",
+                                                  [](RuleTable &rules) {
+                                                      rules.remove(2);
+                                                      addRule(rules, RuleType::Rect, {170, 63});
+                                                  }},
+                                           Change{"Colour", [](RuleTable &rules) { setColor(rules, 1, 0x0000FF00); }},
+                                           Change{"Selection",
+                                                  [](RuleTable &rules) {
+                                                      EXPECT_NE(rules.selectAt({98, 60}), nullptr);
+                                                  }},
+                                           Change{"ArrowType",
+                                                  [](RuleTable &rules) { EXPECT_TRUE(rules.setArrowType(5, 3)); }},
+                                           Change{"Move", [](RuleTable &rules) { rules.move(3, 2); }},
+                                           Change{"Scale", [](RuleTable &rules) { rules.scale(0.5F, 0.75F); }},
+                                           Change{"Drag",
+                                                  [](RuleTable &rules) {
+                                                      rules.editPoint(1, {98, 60}, RuleAction::Grab);
+                                                      rules.editPoint(1, {120, 90}, RuleAction::Move);
+                                                  }},
+                                           Change{"MoreOfAShape",
+                                                  [](RuleTable &rules) {
+                                                      const std::int32_t nId =
+                                                          rules.add(makeRule(RuleType::Line, placementWith(0), {}));
+                                                      rules.addPoint(nId, {200, 150}, RuleAction::LeftPress);
+                                                      rules.addPoint(nId, {300, 130}, RuleAction::Move);
+                                                  }},
+                                           Change{"Coordinates",
+                                                  [](RuleTable &rules) {
+                                                      const RuleLineRecord record = {{100, 100}, {900, 900}};
+                                                      EXPECT_TRUE(rules.write(1, &record));
+                                                  }},
+                                           Change{"Text",
+                                                  [](RuleTable &rules) {
+                                                      RuleTextRecord record = {};
+                                                      EXPECT_TRUE(rules.read(4, &record));
+                                                      record.szText[0] = 'Z';
+                                                      record.szText[1] = 'Z';
+                                                      EXPECT_TRUE(rules.write(4, &record));
+                                                  }}),
+                         [](const auto &change) { return std::string(change.param.name); });
 
 TEST(RulePictureSize, MayChangeAtAnyTime)
 {

@@ -152,9 +152,8 @@ TEST_P(RuleTypesTest, IsHitAndDragged)
     EXPECT_NE(m_table.report(0)->record, before);
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, RuleTypesTest, ::testing::ValuesIn(kRows), [](const auto &row) {
-    return "Type" + std::to_string(static_cast<int>(row.param.type));
-});
+INSTANTIATE_TEST_SUITE_P(Every, RuleTypesTest, ::testing::ValuesIn(kRows),
+                         [](const auto &row) { return "Type" + std::to_string(static_cast<int>(row.param.type)); });
 
 } // namespace
 } // namespace pellora
