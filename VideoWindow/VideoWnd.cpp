@@ -9,7 +9,6 @@
 #include <QLabel>
 #include <QMouseEvent>
 
-#include <algorithm>
 
 namespace pellora
 {
@@ -183,35 +182,18 @@ bool VideoWnd::setDisplayRegion(const RECT *pRegion)
 
 bool VideoWnd::showRegion(const RECT &region)
 {
-    const PixelRect picture = m_ruleMgr.getPictureRect();
-    const PixelRect part = regionInPixels(region, extentOf(picture));
-    if (isEmptyRegion(part)) {
-        return refuseRegion(region);
-    }
-    const PictureChange change = changeToRegion(part, extentOf(picture), m_ruleMgr.getOriginPos());
-    // Also one so large that the picture shrinks to nothing, from which no rule could come back.
-    if (isEmptyRegion(changedPicture(picture, change))) {
-        return refuseRegion(region);
-    }
     const PanePort::Region source = m_port.partOf(region);
     const bool bKnown = source.picture.width != 0 || source.picture.height != 0;
     if (bKnown && (source.part.left == source.part.right || source.part.top == source.part.bottom)) {
         return refuseRegion(region);
     }
-    changePicture(change);
-    return m_port.showRegion(source);
+    return m_ruleMgr.showRegion(region) ? m_port.showRegion(source) : refuseRegion(region);
 }
 
 bool VideoWnd::showWholePicture()
 {
-    changePicture(changeToWhole(m_ruleMgr.getPictureRect(), {width(), height()}));
+    m_ruleMgr.showWhole({width(), height()});
     return m_port.showWhole();
-}
-
-void VideoWnd::changePicture(const PictureChange &change)
-{
-    m_ruleMgr.moveAll(change.nOffsetX, change.nOffsetY);
-    m_ruleMgr.scaleAll(change.fScaleX, change.fScaleY);
 }
 
 PanePort &VideoWnd::port()
@@ -345,12 +327,8 @@ void VideoWnd::mouseDoubleClickEvent(QMouseEvent *pEvent)
 void VideoWnd::resizeEvent(QResizeEvent *pEvent)
 {
     QWidget::resizeEvent(pEvent);
-    const int nOldWidth = std::max(m_pLiveViewWnd->width(), 1);
-    const int nOldHeight = std::max(m_pLiveViewWnd->height(), 1);
+    m_ruleMgr.paneResized({m_pLiveViewWnd->width(), m_pLiveViewWnd->height()}, {width(), height()});
     m_pLiveViewWnd->setGeometry(0, 0, width(), height());
-    const PictureChange change = changeToSize({nOldWidth, nOldHeight}, {width(), height()});
-    // Rules scaled to nothing could never come back.
-    m_ruleMgr.scaleAll(change.fScaleX == 0.0F ? 1.0F : change.fScaleX, change.fScaleY == 0.0F ? 1.0F : change.fScaleY);
 }
 
 void VideoWnd::fileEndCallback(long nPort, void *pUser)

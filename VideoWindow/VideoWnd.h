@@ -19,8 +19,6 @@ class QLabel;
 namespace pellora
 {
 
-struct PictureChange;
-
 /**
  * One pane of a video window: the widget around a player port, a live preview and the rules over the picture.
  *
@@ -146,7 +144,6 @@ private:
 
     bool showRegion(const RECT &region);
     bool showWholePicture();
-    void changePicture(const PictureChange &change);
 
     // GUI thread.
     QLabel *m_pLiveViewWnd;

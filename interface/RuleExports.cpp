@@ -25,9 +25,14 @@ const char *captionOf(unsigned short wRuleType, const void *pExtend)
     case RuleType::LineWithText:
     case RuleType::PointWithCross:
         return pText;
-    default:
-        return nullptr;
+    case RuleType::Point:
+    case RuleType::Line:
+    case RuleType::Rect:
+    case RuleType::Text:
+    case RuleType::LineWithArrow:
+        break;
     }
+    return nullptr;
 }
 
 void logCreateRule(const LogLocation &where, long lHandle, long lSubHandel, unsigned short wRuleType,
@@ -38,7 +43,7 @@ void logCreateRule(const LogLocation &where, long lHandle, long lSubHandel, unsi
                 wRuleType);
         return;
     }
-    // Types that take no text and come with one leave no line: log readers know it so.
+    // docs/compatibility.md: log-ignored-extension.
     if (const char *pCaption = captionOf(wRuleType, pExtend)) {
         logCallWithText(where, "PELLORA_CreateRule: lHandle: %d, lSubHandel: %d, wRuleType: %d, pExtend: %s", pCaption,
                         lHandle, lSubHandel, wRuleType);
@@ -93,6 +98,7 @@ int PELLORA_CloseDraw(long lHandle, long lSubHandel) noexcept
     return onPane<int>(where, lHandle, lSubHandel, &VideoWnd::closeDraw);
 }
 
+// docs/compatibility.md: create-rule-answers-0.
 long PELLORA_CreateRule(long lHandle, unsigned short wRuleType, unsigned long dwRed, unsigned long dwGreen,
                         unsigned long dwBlue, void *pExtend, unsigned char byLimitMask, long lSubHandel) noexcept
 {
@@ -144,7 +150,7 @@ int PELLORA_SetRuleCoordCallback(long lHandle, pfnRuleCoordCB pfnCallback, long 
 int PELLORA_SetRuleArrowType(long lHandle, long lRuleID, unsigned short wArrowType, long lSubHandel) noexcept
 {
     const LogLocation where = exportAt("int __cdecl PELLORA_SetRuleArrowType(long,long,unsigned short,long)");
-    // The number is printed as a pointer; log readers know it so.
+    // docs/compatibility.md: log-rule-id-as-pointer.
     logCall(where, "PELLORA_SetRuleArrowType: lHandle: %d, lSubHandel: %d, lRuleID: %p, wArrowType: %d.", lHandle,
             lSubHandel, reinterpret_cast<void *>(static_cast<INT_PTR>(lRuleID)), wArrowType);
     return onPane<int>(where, lHandle, lSubHandel, &VideoWnd::setRuleArrowType, lRuleID, wArrowType);

@@ -8,6 +8,7 @@ namespace pellora
 
 void drawCaptionAround(RuleCanvas &canvas, const std::string &text, PixelPoint centre, RuleColor color)
 {
+    // docs/compatibility.md: caption-at-origin.
     if (centre == PixelPoint{}) {
         return;
     }

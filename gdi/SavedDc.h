@@ -1,9 +1,9 @@
-#ifndef RULES_GDI_SAVEDDC_H
-#define RULES_GDI_SAVEDDC_H
+#ifndef GDI_SAVEDDC_H
+#define GDI_SAVEDDC_H
 
 #include <windows.h>
 
-namespace pellora
+namespace gdi
 {
 
 /** Puts everything about a context back when it goes: selected objects, colours, modes, the current position. */
@@ -25,6 +25,6 @@ private:
     const int m_nState;
 };
 
-} // namespace pellora
+} // namespace gdi
 
 #endif

@@ -1,9 +1,9 @@
-#ifndef RULES_GDI_MEMORYDC_H
-#define RULES_GDI_MEMORYDC_H
+#ifndef GDI_MEMORYDC_H
+#define GDI_MEMORYDC_H
 
 #include <windows.h>
 
-namespace pellora
+namespace gdi
 {
 
 /** Owns a memory context. Declare it before what is selected into it. Errors: empty when the system made none. */
@@ -29,6 +29,6 @@ private:
     const HDC m_hDc;
 };
 
-} // namespace pellora
+} // namespace gdi
 
 #endif

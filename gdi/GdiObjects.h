@@ -1,11 +1,11 @@
-#ifndef RULES_GDI_GDIOBJECTS_H
-#define RULES_GDI_GDIOBJECTS_H
+#ifndef GDI_GDIOBJECTS_H
+#define GDI_GDIOBJECTS_H
 
 #include <windows.h>
 
 #include <utility>
 
-namespace pellora
+namespace gdi
 {
 
 /**
@@ -46,6 +46,6 @@ using Brush = GdiObject<HBRUSH>;
 using Font = GdiObject<HFONT>;
 using Bitmap = GdiObject<HBITMAP>;
 
-} // namespace pellora
+} // namespace gdi
 
 #endif

@@ -1,9 +1,9 @@
-#ifndef RULES_GDI_SELECTION_H
-#define RULES_GDI_SELECTION_H
+#ifndef GDI_SELECTION_H
+#define GDI_SELECTION_H
 
 #include <windows.h>
 
-namespace pellora
+namespace gdi
 {
 
 /** An object selected into a context until the end of the scope; the one before comes back then. */
@@ -25,6 +25,6 @@ private:
     const HGDIOBJ m_hBefore;
 };
 
-} // namespace pellora
+} // namespace gdi
 
 #endif
