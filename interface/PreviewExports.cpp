@@ -28,8 +28,8 @@ void logCallWithAddress(const LogLocation &where, const char *pFormat, const cha
 {
     try {
         logInfo(where, pFormat, arguments..., addressForLog(hostTextForLog(pUrl)).c_str());
-    } catch (const std::exception &exception) {
-        reportException(where, exception.what());
+    } catch (...) {
+        logException(where);
     }
 }
 

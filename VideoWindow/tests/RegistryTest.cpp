@@ -235,20 +235,6 @@ TEST_F(RegistryTest, HandsEveryMessageOnToTheHost)
     EXPECT_EQ(m_pHost->received(WM_PAINT), nPaints + 1);
 }
 
-TEST_F(RegistryTest, KeepsHostsApart)
-{
-    support::HostWindow other;
-    const LONG_PTR own = procedureOf(other.handle());
-    createWindow();
-    EXPECT_EQ(procedureOf(other.handle()), own);
-    EXPECT_EQ(PELLORA_CreateWindow(other.handle(), 2), 1);
-    EXPECT_NE(procedureOf(other.handle()), own);
-
-    PELLORA_DestroyWindow(1);
-
-    EXPECT_EQ(procedureOf(other.handle()), own);
-}
-
 LONG_PTR g_before;
 int g_nForeign;
 
@@ -585,19 +571,6 @@ TEST_F(TestWindowTest, SurvivesASecondCallForTheSameHost)
     const int nBefore = m_pHost->received(WM_APP + 7);
     SendMessageW(m_pHost->handle(), WM_APP + 7, 0, 0);
     EXPECT_EQ(m_pHost->received(WM_APP + 7), nBefore + 1);
-}
-
-TEST_F(TestWindowTest, ServesASecondHostWithoutLosingTheFirst)
-{
-    support::HostWindow other;
-    PELLORA_CreateWindow2(m_pHost->handle());
-    PELLORA_CreateWindow2(other.handle());
-
-    SendMessageW(m_pHost->handle(), WM_APP + 7, 0, 0);
-    SendMessageW(other.handle(), WM_APP + 7, 0, 0);
-
-    EXPECT_EQ(m_pHost->received(WM_APP + 7), 1);
-    EXPECT_EQ(other.received(WM_APP + 7), 1);
 }
 
 TEST_F(TestWindowTest, AnswersOneForAWindowThatIsNone)

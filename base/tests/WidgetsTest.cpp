@@ -12,7 +12,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <memory>
+#include <stdexcept>
+#include <utility>
+#include <vector>
 
 namespace
 {
@@ -165,6 +169,65 @@ TEST(QWinWidget, SurvivesTheHostsEnd)
     EXPECT_FALSE(window.widget.isVisible());
 }
 
+/** Does something when it is hidden, which is when its host goes. */
+class HiddenWidget : public QWinWidget
+{
+public:
+    HiddenWidget(HWND hParentWnd, std::function<void()> whenHidden)
+        : QWinWidget(hParentWnd), m_whenHidden(std::move(whenHidden))
+    {
+    }
+
+protected:
+    void hideEvent(QHideEvent *) override
+    {
+        m_whenHidden();
+    }
+
+private:
+    std::function<void()> m_whenHidden;
+};
+
+TEST(QWinWidget, IsToldNothingOfItsHostOnceANeighbourHasDestroyedIt)
+{
+    HostWindow host(100, 80, 640, 480);
+    std::vector<std::unique_ptr<HiddenWidget>> widgets(4);
+    int nHidden = 0;
+    for (auto &pWidget : widgets) {
+        pWidget = std::make_unique<HiddenWidget>(host.handle(), [&] {
+            ++nHidden;
+            for (auto &pOther : widgets) {
+                if (pOther != pWidget) {
+                    pOther.reset();
+                }
+            }
+        });
+        pWidget->show();
+    }
+
+    host.destroy();
+
+    EXPECT_EQ(nHidden, 1);
+}
+
+TEST(QWinWidget, LeavesItsHostAlsoWhenOneOfItsHandlersFails)
+{
+    HostWindow host(100, 80, 640, 480);
+    HiddenWidget failing(host.handle(), [] { throw std::runtime_error("no end"); });
+    HiddenWidget other(host.handle(), [] {});
+    failing.show();
+    other.show();
+    const HWND hFailing = handleOf(&failing);
+    const HWND hOther = handleOf(&other);
+
+    host.destroy();
+
+    EXPECT_NE(FALSE, IsWindow(hFailing));
+    EXPECT_NE(FALSE, IsWindow(hOther));
+    EXPECT_FALSE(failing.isVisible());
+    EXPECT_FALSE(other.isVisible());
+}
+
 TEST(QWinWidget, LeavesNoWindowBehind)
 {
     HostWindow host(100, 80, 640, 480);
@@ -243,6 +306,18 @@ TEST(CFullScreenWidget, ComesBackWhenItIsClosed)
     EXPECT_EQ(hFrame, handleOf(&window.frame));
 }
 
+TEST(CFullScreenWidget, ComesBackWhenItsWindowIsHidden)
+{
+    Window window;
+    window.frame.EnterFullScreen();
+    window.widget.hide();
+    EXPECT_FALSE(window.frame.IsFullScreen());
+    EXPECT_EQ(FALSE, IsWindowVisible(handleOf(&window.frame)));
+    window.widget.show();
+    EXPECT_TRUE(pumpUntil([&] { return window.frame.geometry() == QRect(0, 0, 640, 480); }));
+    EXPECT_NE(FALSE, IsWindowVisible(handleOf(&window.frame)));
+}
+
 TEST(CFullScreenWidget, StaysFullScreenWhenItsParentIsResized)
 {
     Window window;
@@ -276,8 +351,11 @@ TEST(CFullScreenWidget, SurvivesTheHostsEndWhileFullScreen)
     auto pWindow = std::make_unique<Window>();
     pWindow->frame.EnterFullScreen();
     const HWND hFrame = handleOf(&pWindow->frame);
+    const HWND hPane = handleOf(&pWindow->nativePane);
     pWindow->host.destroy();
     EXPECT_FALSE(pWindow->frame.IsFullScreen());
+    EXPECT_NE(FALSE, IsWindow(hFrame));
+    EXPECT_NE(FALSE, IsWindow(hPane));
     EXPECT_EQ(FALSE, IsWindowVisible(hFrame));
     EXPECT_FALSE(pWindow->widget.isVisible());
     pWindow->frame.EnterFullScreen();

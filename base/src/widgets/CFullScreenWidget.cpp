@@ -68,6 +68,10 @@ void CFullScreenWidget::EnterFullScreen()
     setGeometry(screen);
     show();
     raise();
+    if (!m_pState->m_bFullScreen) {
+        // The host has heard of it and has ended it meanwhile.
+        return;
+    }
     activateWindow();
     setFocus();
 }

@@ -24,7 +24,8 @@ std::vector<GridSpec> loadGrids(const QString &path)
     if (!file.grids.empty()) {
         return std::move(file.grids);
     }
-    const log4cxx::spi::LocationInfo location("CWidgetLayoutMgr", "CWidgetLayoutMgr", "CWidgetLayoutMgr::Init");
+    const log4cxx::spi::LocationInfo location("CWidgetLayoutMgr", "CWidgetLayoutMgr", "CWidgetLayoutMgr::Init",
+                                              __LINE__);
     Base::CLog::getInstance()->Warn(Base::StringUtil::FormatString("layout file %s: %s; the built-in grids are used",
                                                                    path.toUtf8().constData(), file.error.c_str()),
                                     std::string(), location);
