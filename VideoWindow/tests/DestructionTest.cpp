@@ -53,7 +53,8 @@ protected:
         EXPECT_THAT(doubles::openPorts(), IsEmpty());
         EXPECT_EQ(PELLORA_SetVisible(m_lHandle, 1), 0);
         for (const QWidget *pWidget : QApplication::allWidgets()) {
-            EXPECT_FALSE(pWidget->isVisible()) << pWidget->metaObject()->className();
+            EXPECT_FALSE(IsWindowVisible(reinterpret_cast<HWND>(pWidget->internalWinId())))
+                << pWidget->metaObject()->className();
         }
     }
 

@@ -12,8 +12,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <functional>
 #include <memory>
+#include <new>
 #include <stdexcept>
 #include <utility>
 #include <vector>
@@ -190,24 +192,39 @@ private:
 
 TEST(QWinWidget, IsToldNothingOfItsHostOnceANeighbourHasDestroyedIt)
 {
+    static constexpr unsigned char kGone = 0xA5;
+    struct Place {
+        alignas(HiddenWidget) std::array<unsigned char, sizeof(HiddenWidget)> bytes;
+        HiddenWidget *pWidget = nullptr;
+    };
+    std::array<Place, 4> places;
+    const auto destroy = [](Place &place) {
+        std::exchange(place.pWidget, nullptr)->~HiddenWidget();
+        place.bytes.fill(kGone);
+    };
     HostWindow host(100, 80, 640, 480);
-    std::vector<std::unique_ptr<HiddenWidget>> widgets(4);
-    int nHidden = 0;
-    for (auto &pWidget : widgets) {
-        pWidget = std::make_unique<HiddenWidget>(host.handle(), [&] {
-            ++nHidden;
-            for (auto &pOther : widgets) {
-                if (pOther != pWidget) {
-                    pOther.reset();
+    Place *pLeft = nullptr;
+    for (Place &place : places) {
+        place.pWidget = new (place.bytes.data()) HiddenWidget(host.handle(), [&places, &place, &pLeft, &destroy] {
+            pLeft = &place;
+            for (Place &other : places) {
+                if (&other != &place) {
+                    destroy(other);
                 }
             }
         });
-        pWidget->show();
+        place.pWidget->show();
     }
 
     host.destroy();
 
-    EXPECT_EQ(nHidden, 1);
+    ASSERT_NE(nullptr, pLeft);
+    destroy(*pLeft);
+    for (const Place &place : places) {
+        // Nobody has used what is not there any more.
+        EXPECT_TRUE(
+            std::all_of(place.bytes.begin(), place.bytes.end(), [](unsigned char byte) { return byte == kGone; }));
+    }
 }
 
 TEST(QWinWidget, LeavesItsHostAlsoWhenOneOfItsHandlersFails)

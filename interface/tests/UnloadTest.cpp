@@ -42,6 +42,11 @@ void letGo(HMODULE hModule)
     }
 }
 
+HWND makeHost()
+{
+    return CreateWindowExW(0, L"Static", L"host", WS_POPUP, 0, 0, 100, 100, nullptr, nullptr, nullptr, nullptr);
+}
+
 void unloadBeforeTheStart()
 {
     FreeLibrary(load());
@@ -62,8 +67,7 @@ void unloadAfterTheStart()
 void unloadAfterSubclassing()
 {
     const HMODULE hModule = load();
-    const HWND hHost =
-        CreateWindowExW(0, L"Static", L"host", WS_POPUP, 0, 0, 100, 100, nullptr, nullptr, nullptr, nullptr);
+    const HWND hHost = makeHost();
     const bool bMade = function<WithWindow>(hModule, "PELLORA_CreateWindow2")(hHost) == 1;
     letGo(hModule);
     if (!bMade || GetModuleHandleW(L"Pellora.dll") != hModule) {
@@ -71,6 +75,32 @@ void unloadAfterSubclassing()
     }
     SendMessageW(hHost, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(L"passed on"));
     endWith(GetWindowTextLengthW(hHost) == 9);
+}
+
+/** The base library by itself, as other programs use it: its functions are C++'s, and are called by their names. */
+void unloadTheBaseLibraryAfterWatching()
+{
+    const HMODULE hModule = LoadLibraryW(L"Corvane.dll");
+    if (hModule == nullptr) {
+        std::exit(2);
+    }
+    const auto manager = function<void *(*)()>(hModule, "_ZN7corvane10CorvaneMgr11getInstanceEv");
+    const auto init = function<bool (*)(void *)>(hModule, "_ZN7corvane10CorvaneMgr4initEv");
+    const auto makeWidget = function<void (*)(void *, HWND, void *, int)>(
+        hModule, "_ZN10QWinWidgetC1EP6HWND__P7QObject6QFlagsIN2Qt10WindowTypeEE");
+    if (!init(manager())) {
+        std::exit(3);
+    }
+    const HWND hHost = makeHost();
+    alignas(16) static unsigned char s_widget[1024];
+    makeWidget(s_widget, hHost, nullptr, 0);
+    letGo(hModule);
+    if (GetModuleHandleW(L"Corvane.dll") != hModule) {
+        endWith(false);
+    }
+    // The hook sees it.
+    DestroyWindow(hHost);
+    endWith(IsWindow(hHost) == FALSE);
 }
 
 TEST(UnloadTest, GoesAtTheHostsWishBeforeItWasStarted)
@@ -86,6 +116,11 @@ TEST(UnloadTest, StaysInTheProcessOnceItWasStarted)
 TEST(UnloadTest, StaysInTheProcessOnceAHostsMessagesGoThroughIt)
 {
     EXPECT_EXIT(unloadAfterSubclassing(), testing::ExitedWithCode(0), "");
+}
+
+TEST(UnloadTest, KeepsTheBaseLibraryInTheProcessOnceItWatchesAHost)
+{
+    EXPECT_EXIT(unloadTheBaseLibraryAfterWatching(), testing::ExitedWithCode(0), "");
 }
 
 } // namespace
