@@ -664,11 +664,26 @@ TEST_F(DisplayRegionTest, ReachesThePaneThatItIsMeantFor)
 
 TEST_F(DisplayRegionTest, SurvivesWildNumbers)
 {
-    show(-2147483647 - 1, -2147483647 - 1, 2147483647, 2147483647);
-    show(2147483647, 2147483647, -2147483647, -2147483647);
-    show(-1000, -1000, -999, -999);
+    constexpr long kLeast = -2147483647 - 1;
+    constexpr long kMost = 2147483647;
+    // The rules' picture would shrink to nothing.
+    EXPECT_EQ(show(kLeast, kLeast, kMost, kMost), 0);
+    EXPECT_EQ(show(kMost, kMost, kLeast, kLeast), 0);
+    EXPECT_THAT(newCalls(), testing::Not(testing::Contains(testing::StartsWith("Kavun_SetDisplayRegion"))));
 
+    EXPECT_EQ(show(-1000, -1000, -999, -999), 1);
+    EXPECT_EQ(show(0, 0, 1000, kMost), 1);
+    EXPECT_THAT(newCalls(), ElementsAre("Kavun_GetPictureSize(0, out, out)",
+                                        "Kavun_SetDisplayRegion(0, 0, {-704, -576, -703, -575}, null, 0)",
+                                        "Kavun_GetPictureSize(0, out, out)",
+                                        "Kavun_SetDisplayRegion(0, 0, {0, 0, 704, 1236950580}, null, 0)"));
+
+    // None of them has left a trace.
     EXPECT_EQ(PELLORA_SetDisplayRegion(m_lHandle, nullptr, -1), 1);
+    EXPECT_EQ(show(0, 0, 500, 500), 1);
+    EXPECT_THAT(newCalls(),
+                ElementsAre("Kavun_SetDisplayRegion(0, 0, null, null, 0)", "Kavun_GetPictureSize(0, out, out)",
+                            "Kavun_SetDisplayRegion(0, 0, {0, 0, 352, 288}, null, 0)"));
 }
 
 // ---- the surface under a picture ----
