@@ -1,7 +1,7 @@
 #include "VideoWindow/StopTakeStreamTask.h"
 
 #include "VideoWindow/TakeStreamMgr.h"
-#include "logging/NoThrow.h"
+#include "logging/LogException.h"
 #include "preview/Device.h"
 
 namespace pellora
@@ -14,7 +14,7 @@ void StopTakeStreamTask::run()
     const LogLocation where =
         logAt("VideoWindow\\TakeStreamMgr", "void __cdecl pellora::StopTakeStreamTask::run(void)");
     TakeStreamMgr::getInstance()->taken(this);
-    withoutThrowing(where, [&] { stopDevice(where, m_lPreviewHandel); });
+    contained(where, [&] { stopDevice(where, m_lPreviewHandel); });
 }
 
 void StopTakeStreamTask::settle()

@@ -4,7 +4,7 @@
 #include "VideoWindow/RuleMouse.h"
 #include "VideoWindow/TakeStreamMgr.h"
 #include "VideoWindow/TakeStreamTask.h"
-#include "logging/NoThrow.h"
+#include "logging/LogException.h"
 
 #include <QLabel>
 #include <QMouseEvent>
@@ -62,7 +62,7 @@ void VideoWnd::shutDown()
         return;
     }
     m_bShutDown = true;
-    withoutThrowing(logAt(kFile, "void __cdecl pellora::VideoWnd::shutDown(void)"), [this] {
+    contained(logAt(kFile, "void __cdecl pellora::VideoWnd::shutDown(void)"), [this] {
         setExit();
         closeDraw();
         m_preview.abandonStart();
@@ -334,7 +334,7 @@ void VideoWnd::resizeEvent(QResizeEvent *pEvent)
 void VideoWnd::fileEndCallback(long nPort, void *pUser)
 {
     if (pUser != nullptr) {
-        withoutThrowing(logAt(kFile, "void __cdecl pellora::VideoWnd::fileEndCallback(long,void *)"),
+        contained(logAt(kFile, "void __cdecl pellora::VideoWnd::fileEndCallback(long,void *)"),
                         [&] { emit static_cast<VideoWnd *>(pUser)->signalFileEnd(nPort, pUser); });
     }
 }
@@ -342,7 +342,7 @@ void VideoWnd::fileEndCallback(long nPort, void *pUser)
 void VideoWnd::drawCallback(long /*nPort*/, HDC hDc, void *pUser)
 {
     if (pUser != nullptr) {
-        withoutThrowing(logAt(kFile, "void __cdecl pellora::VideoWnd::drawCallback(long,struct HDC__ *,void *)"),
+        contained(logAt(kFile, "void __cdecl pellora::VideoWnd::drawCallback(long,struct HDC__ *,void *)"),
                         [&] { static_cast<VideoWnd *>(pUser)->m_ruleMgr.drawAll(hDc); });
     }
 }
@@ -350,7 +350,7 @@ void VideoWnd::drawCallback(long /*nPort*/, HDC hDc, void *pUser)
 void VideoWnd::onTakeStreamResult(LONG /*lPreviewHandel*/)
 {
     // The result may have been taken before its notice; the start that is under way knows.
-    withoutThrowing(logAt(kFile, "void __cdecl pellora::VideoWnd::onTakeStreamResult(long)"),
+    contained(logAt(kFile, "void __cdecl pellora::VideoWnd::onTakeStreamResult(long)"),
                     [this] { takeStartResult(); });
 }
 
@@ -362,7 +362,7 @@ void VideoWnd::notify(const PreviewNotice &notice)
 
 void VideoWnd::onNotice(const PreviewNotice &notice)
 {
-    withoutThrowing(logAt(kFile, "void __cdecl pellora::VideoWnd::onNotice(const struct pellora::PreviewNotice &)"),
+    contained(logAt(kFile, "void __cdecl pellora::VideoWnd::onNotice(const struct pellora::PreviewNotice &)"),
                     [&] {
                         if (m_bExit || !m_preview.accept(notice)) {
                             return;
@@ -396,7 +396,7 @@ void VideoWnd::onOpenDraw()
 
 void VideoWnd::onPreviewStatus()
 {
-    withoutThrowing(logAt(kFile, "void __cdecl pellora::VideoWnd::onPreviewStatus(void)"),
+    contained(logAt(kFile, "void __cdecl pellora::VideoWnd::onPreviewStatus(void)"),
                     [this] { tellStatus(m_preview.status(isPlaying(), m_lSubHandel)); });
 }
 
@@ -413,7 +413,7 @@ void VideoWnd::tellStatus(const PreviewStatus &status)
 
 void VideoWnd::onFileEnd(long nPort, void * /*pUser*/)
 {
-    withoutThrowing(logAt(kFile, "void __cdecl pellora::VideoWnd::onFileEnd(long,void *)"), [&] {
+    contained(logAt(kFile, "void __cdecl pellora::VideoWnd::onFileEnd(long,void *)"), [&] {
         if (m_bExit || !m_port.isFile(nPort)) {
             return;
         }

@@ -1,10 +1,7 @@
 #ifndef INTERFACE_BOUNDARY_H
 #define INTERFACE_BOUNDARY_H
 
-#include "logging/Log.h"
-
-#include <exception>
-#include <type_traits>
+#include "logging/LogException.h"
 
 namespace pellora
 {
@@ -21,17 +18,12 @@ namespace pellora
 [[nodiscard]] bool isUserInterfaceThread();
 
 void reportWrongThread(const LogLocation &where);
-void reportException(const LogLocation &where, const char *pWhat) noexcept;
 
 /** The line that an export writes before it checks anything. */
 template <typename... Arguments>
 void logCall(const LogLocation &where, const char *pFormat, Arguments... arguments) noexcept
 {
-    try {
-        logInfo(where, pFormat, arguments...);
-    } catch (const std::exception &exception) {
-        reportException(where, exception.what());
-    }
+    logInfo(where, pFormat, arguments...);
 }
 
 /** Runs the body on the right thread; elsewhere, and when it throws, logs an error and answers with `failure`. */
@@ -43,10 +35,8 @@ Result guarded(const LogLocation &where, Result failure, Body body) noexcept
             return static_cast<Result>(body());
         }
         reportWrongThread(where);
-    } catch (const std::exception &exception) {
-        reportException(where, exception.what());
     } catch (...) {
-        reportException(where, "an unknown exception");
+        logException(where);
     }
     return failure;
 }

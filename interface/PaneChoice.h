@@ -26,7 +26,12 @@ Result onWindow(const LogLocation &where, long lHandle, Operation operation, Arg
 {
     return guarded(where, Result{}, [&] {
         VideoWindow *pWindow = registry().getVideoWindow(lHandle);
-        return pWindow != nullptr ? static_cast<Result>(std::invoke(operation, *pWindow, arguments...)) : Result{};
+        if (pWindow == nullptr) {
+            return Result{};
+        }
+        // Windows calls the host while the focus and the screen change; it may destroy the window then.
+        const HostCalls::Scope scope(pWindow->hostCalls());
+        return static_cast<Result>(std::invoke(operation, *pWindow, arguments...));
     });
 }
 

@@ -29,8 +29,8 @@ void logCallWithAddress(const LogLocation &where, const char *pFormat, const cha
     try {
         const std::string address = hostTextForLog(pUrl);
         logInfo(where, pFormat, arguments..., addressForLog(address, address.size() >= kMaxHostText).c_str());
-    } catch (const std::exception &exception) {
-        reportException(where, exception.what());
+    } catch (...) {
+        logException(where);
     }
 }
 

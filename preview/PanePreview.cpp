@@ -1,6 +1,6 @@
 #include "preview/PanePreview.h"
 
-#include "logging/NoThrow.h"
+#include "logging/LogException.h"
 #include "preview/LivePanes.h"
 #include "preview/RetiredPreviews.h"
 
@@ -180,7 +180,7 @@ void PanePreview::dataArrived(long lPreviewHandel, const SELVIK_DCM_STREAM_DATA 
     if (pData == nullptr) {
         return;
     }
-    withoutThrowing(logAt(kFile, kDataArrived), [&] {
+    contained(logAt(kFile, kDataArrived), [&] {
         // The address may be that of a pane that is gone.
         const std::shared_ptr<StreamSink> pSink = LivePanes::instance().find(pUser);
         if (pSink != nullptr) {

@@ -1,6 +1,6 @@
 #include "preview/PreviewStart.h"
 
-#include "logging/NoThrow.h"
+#include "logging/LogException.h"
 #include "preview/Device.h"
 #include "preview/LivePanes.h"
 
@@ -85,7 +85,7 @@ void PreviewStart::carryOut()
         return;
     }
     long lPreviewHandel = kNoPreview;
-    withoutThrowing(logAt(kFile, kRun), [&] { lPreviewHandel = start(); });
+    contained(logAt(kFile, kRun), [&] { lPreviewHandel = start(); });
     if (!finish(*pTicket, lPreviewHandel)) {
         if (lPreviewHandel >= 0) {
             stopDevice(logAt(kFile, kRun), lPreviewHandel);
@@ -107,7 +107,7 @@ bool PreviewStart::finish(StartTicket &ticket, long lPreviewHandel)
 {
     return ticket.finish(lPreviewHandel, [this](long lResult) {
         // The ticket keeps the result: an owner that is not told finds it when it looks.
-        withoutThrowing(logAt(kFile, kRun), [&] { deliver(lResult); });
+        contained(logAt(kFile, kRun), [&] { deliver(lResult); });
     });
 }
 
