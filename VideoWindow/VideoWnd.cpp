@@ -9,7 +9,6 @@
 #include <QLabel>
 #include <QMouseEvent>
 
-
 namespace pellora
 {
 
@@ -335,7 +334,7 @@ void VideoWnd::fileEndCallback(long nPort, void *pUser)
 {
     if (pUser != nullptr) {
         contained(logAt(kFile, "void __cdecl pellora::VideoWnd::fileEndCallback(long,void *)"),
-                        [&] { emit static_cast<VideoWnd *>(pUser)->signalFileEnd(nPort, pUser); });
+                  [&] { emit static_cast<VideoWnd *>(pUser)->signalFileEnd(nPort, pUser); });
     }
 }
 
@@ -343,15 +342,14 @@ void VideoWnd::drawCallback(long /*nPort*/, HDC hDc, void *pUser)
 {
     if (pUser != nullptr) {
         contained(logAt(kFile, "void __cdecl pellora::VideoWnd::drawCallback(long,struct HDC__ *,void *)"),
-                        [&] { static_cast<VideoWnd *>(pUser)->m_ruleMgr.drawAll(hDc); });
+                  [&] { static_cast<VideoWnd *>(pUser)->m_ruleMgr.drawAll(hDc); });
     }
 }
 
 void VideoWnd::onTakeStreamResult(LONG /*lPreviewHandel*/)
 {
     // The result may have been taken before its notice; the start that is under way knows.
-    contained(logAt(kFile, "void __cdecl pellora::VideoWnd::onTakeStreamResult(long)"),
-                    [this] { takeStartResult(); });
+    contained(logAt(kFile, "void __cdecl pellora::VideoWnd::onTakeStreamResult(long)"), [this] { takeStartResult(); });
 }
 
 void VideoWnd::notify(const PreviewNotice &notice)
@@ -362,25 +360,24 @@ void VideoWnd::notify(const PreviewNotice &notice)
 
 void VideoWnd::onNotice(const PreviewNotice &notice)
 {
-    contained(logAt(kFile, "void __cdecl pellora::VideoWnd::onNotice(const struct pellora::PreviewNotice &)"),
-                    [&] {
-                        if (m_bExit || !m_preview.accept(notice)) {
-                            return;
-                        }
-                        switch (notice.kind) {
-                        case PreviewNotice::Kind::Header:
-                            emit signalPreviewSucceed();
-                            break;
-                        case PreviewNotice::Kind::Overlay:
-                            emit signalOpenDraw();
-                            break;
-                        case PreviewNotice::Kind::Opened:
-                        case PreviewNotice::Kind::NotOpened:
-                        case PreviewNotice::Kind::StartFailed:
-                            tellStatus(m_preview.outcome(notice, m_lSubHandel));
-                            break;
-                        }
-                    });
+    contained(logAt(kFile, "void __cdecl pellora::VideoWnd::onNotice(const struct pellora::PreviewNotice &)"), [&] {
+        if (m_bExit || !m_preview.accept(notice)) {
+            return;
+        }
+        switch (notice.kind) {
+        case PreviewNotice::Kind::Header:
+            emit signalPreviewSucceed();
+            break;
+        case PreviewNotice::Kind::Overlay:
+            emit signalOpenDraw();
+            break;
+        case PreviewNotice::Kind::Opened:
+        case PreviewNotice::Kind::NotOpened:
+        case PreviewNotice::Kind::StartFailed:
+            tellStatus(m_preview.outcome(notice, m_lSubHandel));
+            break;
+        }
+    });
 }
 
 void VideoWnd::onPreviewSucceed()
@@ -397,7 +394,7 @@ void VideoWnd::onOpenDraw()
 void VideoWnd::onPreviewStatus()
 {
     contained(logAt(kFile, "void __cdecl pellora::VideoWnd::onPreviewStatus(void)"),
-                    [this] { tellStatus(m_preview.status(isPlaying(), m_lSubHandel)); });
+              [this] { tellStatus(m_preview.status(isPlaying(), m_lSubHandel)); });
 }
 
 void VideoWnd::tellStatus(const PreviewStatus &status)
