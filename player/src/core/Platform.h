@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_PLATFORM_H
+#define PLAYER_PLATFORM_H
 
 #include "player/src/core/ByteSource.h"
 #include "player/src/core/Picture.h"
@@ -53,3 +54,5 @@ public:
 };
 
 } // namespace player
+
+#endif

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_PLAYBACK_H
+#define PLAYER_PLAYBACK_H
 
 #include "player/src/core/CallbackSlot.h"
 #include "player/src/core/Error.h"
@@ -147,3 +148,5 @@ private:
 };
 
 } // namespace player
+
+#endif

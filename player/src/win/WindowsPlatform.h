@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_WINDOWSPLATFORM_H
+#define PLAYER_WINDOWSPLATFORM_H
 
 #include "player/src/core/Platform.h"
 
@@ -15,3 +16,5 @@ public:
 };
 
 } // namespace player
+
+#endif

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_FAKEPLATFORM_H
+#define PLAYER_FAKEPLATFORM_H
 
 #include "player/src/core/Platform.h"
 
@@ -67,3 +68,5 @@ private:
 };
 
 } // namespace player::test
+
+#endif
