@@ -1,7 +1,8 @@
 #include "player/src/file/FileDecoder.h"
 
+#include "player/src/core/Codec.h"
+
 #include <algorithm>
-#include <thread>
 #include <utility>
 
 namespace player
@@ -28,7 +29,7 @@ int decoderThreads(const AVCodecParameters &parameters)
     if (std::int64_t{parameters.width} * parameters.height <= kSmall) {
         return 1;
     }
-    return std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, kMost);
+    return processorThreads(kMost);
 }
 
 } // namespace
@@ -48,33 +49,16 @@ FileDecoder::~FileDecoder() = default;
 void FileDecoder::openDecoder()
 {
     const AVStream &stream = m_demuxer.pictureStream();
-    const AVCodec *pDecoder = avcodec_find_decoder(stream.codecpar->codec_id);
-    if (!pDecoder) {
-        throw OpenFailure{Error::Unsupported};
-    }
-    m_pCodec.reset(avcodec_alloc_context3(pDecoder));
-    m_pPacket.reset(av_packet_alloc());
-    if (!m_pCodec || !m_pPacket) {
-        throw OpenFailure{Error::Resources};
-    }
-    if (avcodec_parameters_to_context(m_pCodec.get(), stream.codecpar) < 0) {
-        throw OpenFailure{Error::Corrupt};
-    }
-    m_pCodec->pkt_timebase = stream.time_base;
-    m_pCodec->thread_count = decoderThreads(*stream.codecpar);
-    if (avcodec_open2(m_pCodec.get(), pDecoder, nullptr) < 0) {
-        throw OpenFailure{Error::Unsupported};
-    }
+    m_pPacket = makePacket();
+    m_pCodec = player::openDecoder(
+        stream, [&](AVCodecContext &codec) { codec.thread_count = decoderThreads(*stream.codecpar); });
 }
 
 void FileDecoder::decodeFirst()
 {
     // decode() reads on until there is a picture or the source ends; the bound is kept by counting what it feeds.
     for (int packets = 0; packets < kFirstPicturePackets && !m_pending; ++packets) {
-        FramePtr pFrame(av_frame_alloc());
-        if (!pFrame) {
-            throw OpenFailure{Error::Resources};
-        }
+        FramePtr pFrame = makeFrame();
         const int result = avcodec_receive_frame(m_pCodec.get(), pFrame.get());
         if (result >= 0) {
             m_pending = stamped(std::move(pFrame));
@@ -298,19 +282,9 @@ bool FileDecoder::goToStart()
     return true;
 }
 
-void FileDecoder::flushDecoder()
-{
-    avcodec_flush_buffers(m_pCodec.get());
-    // FFmpeg 7.1's H.265 decoder keeps pictures that were ready for output over a flush; they belong to the old place.
-    const FramePtr pLeft(av_frame_alloc());
-    while (pLeft && avcodec_receive_frame(m_pCodec.get(), pLeft.get()) >= 0) {
-        av_frame_unref(pLeft.get());
-    }
-}
-
 void FileDecoder::restartDecoder(bool atKey)
 {
-    flushDecoder();
+    flushDecoder(*m_pCodec);
     m_pending = {};
     m_latest = {};
     m_latestTime.reset();
@@ -361,7 +335,7 @@ void FileDecoder::hurryTo(std::int64_t time)
     if (!bWorthIt) {
         return;
     }
-    flushDecoder();
+    flushDecoder(*m_pCodec);
     m_pending = {};
     m_keyTick.reset();
     m_bWaitForKey = true;

@@ -79,7 +79,6 @@ private:
     [[nodiscard]] bool canReachForward(std::int64_t time) const;
     bool goBefore(std::int64_t time, std::int64_t back);
     bool goToStart();
-    void flushDecoder();
     void restartDecoder(bool atKey);
     Picture decodeUpTo(std::int64_t time, Picture best, const Superseded &superseded);
 

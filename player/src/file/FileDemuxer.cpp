@@ -1,7 +1,8 @@
 #include "player/src/file/FileDemuxer.h"
 
+#include "player/src/core/Container.h"
+
 #include <algorithm>
-#include <cstring>
 
 namespace player
 {
@@ -13,33 +14,16 @@ constexpr int kIoBufferBytes = 64 * 1024;
 /** How far from the end a live recording is looked at for its last picture. */
 constexpr std::int64_t kEndLookBytes = 4 * 1024 * 1024;
 
-// Only what plays by itself: text formats that would make a local file open network addresses are not among them.
-constexpr char kFormats[] = "mov,mp4,m4a,3gp,3g2,mj2,matroska,webm,avi,mpegts,mpeg,mpegvideo,flv,h264,hevc,m4v,mjpeg,"
-                            "mpjpeg,ivf,obu,wav,aac,mp3,g722,g726,g726le";
-
-int refuseToOpen(AVFormatContext *, AVIOContext **, const char *, int, AVDictionary **)
-{
-    // A recording never makes the player open a second file or a connection.
-    return AVERROR(EACCES);
-}
-
 Error errorOfOpening(int result)
 {
     switch (result) {
     case AVERROR(ENOMEM):
         return Error::Resources;
-    case AVERROR(EINVAL): // a format that is not in the list
-    case AVERROR_DEMUXER_NOT_FOUND:
     case AVERROR_PATCHWELCOME:
         return Error::Unsupported;
     default:
         return Error::Corrupt;
     }
-}
-
-bool isNamed(const AVFormatContext &format, const char *name)
-{
-    return std::strstr(format.iformat->name, name) != nullptr;
 }
 
 } // namespace
@@ -105,34 +89,16 @@ void FileDemuxer::open()
 
 void FileDemuxer::openFormat()
 {
-    auto *pBuffer = static_cast<std::uint8_t *>(av_malloc(kIoBufferBytes));
-    if (!pBuffer) {
-        throw OpenFailure{Error::Resources};
-    }
-    const bool bSeekable = m_pBytes->size() >= 0;
-    m_pIo.reset(
-        avio_alloc_context(pBuffer, kIoBufferBytes, 0, this, readBytes, nullptr, bSeekable ? seekBytes : nullptr));
-    if (!m_pIo) {
-        av_free(pBuffer);
-        throw OpenFailure{Error::Resources};
-    }
+    m_pIo = makeIo(this, kIoBufferBytes, readBytes, m_pBytes->size() >= 0 ? seekBytes : nullptr);
     if (m_pBytes->size() == 0) {
         throw OpenFailure{Error::Corrupt};
     }
     const AVInputFormat *pInput = nullptr;
-    if (av_probe_input_buffer2(m_pIo.get(), &pInput, "", nullptr, 0, 0) < 0 || !pInput) {
+    if (av_probe_input_buffer2(m_pIo.get(), &pInput, "", nullptr, 0, 0) < 0 || !pInput || !isPlayed(*pInput)) {
         throw OpenFailure{Error::Unsupported};
     }
-
-    AVFormatContext *pFormat = avformat_alloc_context();
-    if (!pFormat) {
-        throw OpenFailure{Error::Resources};
-    }
-    pFormat->pb = m_pIo.get();
-    pFormat->flags |= AVFMT_FLAG_CUSTOM_IO;
+    AVFormatContext *pFormat = makeFormat(*m_pIo);
     pFormat->interrupt_callback = {isInterrupted, this};
-    pFormat->io_open = refuseToOpen;
-    pFormat->format_whitelist = av_strdup(kFormats);
     // On failure the context is freed by the function itself.
     const int result = avformat_open_input(&pFormat, "", pInput, nullptr);
     if (result < 0) {
@@ -214,7 +180,7 @@ bool FileDemuxer::reopen()
 
 bool FileDemuxer::isWithoutTimes() const
 {
-    return (m_pFormat->iformat->flags & AVFMT_NOTIMESTAMPS) != 0;
+    return player::isWithoutTimes(*m_pFormat->iformat);
 }
 
 std::optional<bool> FileDemuxer::keyBetween(std::int64_t after, std::int64_t upTo) const
@@ -236,21 +202,21 @@ std::optional<std::int64_t> FileDemuxer::headerEndTick() const
     }
     const AVRational tick = m_pStream->time_base;
     // Matroska writes one length, counted from nought; FFmpeg's length of the stream is guessed from it.
-    if (!isNamed(format, "matroska") && m_pStream->duration != AV_NOPTS_VALUE && m_pStream->duration > 0) {
+    if (!isNamed(*format.iformat, "matroska") && m_pStream->duration != AV_NOPTS_VALUE && m_pStream->duration > 0) {
         const std::int64_t start = m_pStream->start_time == AV_NOPTS_VALUE ? 0 : m_pStream->start_time;
         return start + m_pStream->duration;
     }
     if (format.duration == AV_NOPTS_VALUE || format.duration <= 0) {
         return std::nullopt;
     }
-    const bool bFromNought = isNamed(format, "matroska") || format.start_time == AV_NOPTS_VALUE;
+    const bool bFromNought = isNamed(*format.iformat, "matroska") || format.start_time == AV_NOPTS_VALUE;
     return av_rescale_q((bFromNought ? 0 : format.start_time) + format.duration, AV_TIME_BASE_Q, tick);
 }
 
 std::optional<std::int64_t> FileDemuxer::endTick()
 {
     const auto told = headerEndTick();
-    return told || !isNamed(*m_pFormat, "matroska") ? told : lookAtTheEnd();
+    return told || !isNamed(*m_pFormat->iformat, "matroska") ? told : lookAtTheEnd();
 }
 
 std::optional<std::int64_t> FileDemuxer::lookAtTheEnd()

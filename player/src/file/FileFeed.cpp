@@ -17,8 +17,8 @@ constexpr std::int64_t kVeryLateDivisor = 3;
 
 } // namespace
 
-FileFeed::FileFeed(std::unique_ptr<FileDecoder> pDecoder, FeedClient &client)
-    : m_client(client), m_pDecoder(std::move(pDecoder))
+FileFeed::FileFeed(Clock &clock, std::unique_ptr<FileDecoder> pDecoder, FeedClient &client)
+    : m_clock(clock), m_client(client), m_pDecoder(std::move(pDecoder)), m_wake(clock)
 {
 }
 
@@ -31,7 +31,7 @@ void FileFeed::start()
 {
     const std::lock_guard lock(m_mutex);
     if (!m_thread.joinable()) {
-        m_thread = std::thread(&FileFeed::run, this);
+        m_thread = m_clock.startThread([this] { run(); });
     }
 }
 
@@ -45,7 +45,7 @@ void FileFeed::stop()
     }
     m_bSuperseded = true;
     m_pDecoder->interrupt();
-    m_wake.notify_all();
+    m_wake.notifyAll();
     if (thread.joinable()) {
         thread.join();
     }
@@ -57,7 +57,7 @@ void FileFeed::setCapacity(std::size_t pictures)
         const std::lock_guard lock(m_mutex);
         m_nCapacity = pictures;
     }
-    m_wake.notify_all();
+    m_wake.notifyAll();
 }
 
 void FileFeed::seek(std::int64_t time)
@@ -71,7 +71,7 @@ void FileFeed::seek(std::int64_t time)
         m_bAtEnd = false;
         m_bSuperseded = true;
     }
-    m_wake.notify_all();
+    m_wake.notifyAll();
 }
 
 bool FileFeed::isSeeking() const
@@ -110,7 +110,7 @@ Picture FileFeed::take()
         m_queue.pop_front();
         m_nQueuedBytes -= picture.bytes();
     }
-    m_wake.notify_all();
+    m_wake.notifyAll();
     return picture;
 }
 
@@ -149,7 +149,7 @@ void FileFeed::run()
         } else if (!m_bAtEnd && hasRoom()) {
             decodeOne(lock);
         } else {
-            m_wake.wait(lock);
+            m_wake.wait(lock, [this] { return m_bStop || m_seekTarget || (!m_bAtEnd && hasRoom()); });
         }
     }
 }

@@ -1,10 +1,10 @@
 #ifndef PLAYER_FILEFEED_H
 #define PLAYER_FILEFEED_H
 
+#include "player/src/core/Condition.h"
 #include "player/src/file/FileDecoder.h"
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <mutex>
@@ -46,7 +46,7 @@ public:
 class FileFeed
 {
 public:
-    FileFeed(std::unique_ptr<FileDecoder> pDecoder, FeedClient &client);
+    FileFeed(Clock &clock, std::unique_ptr<FileDecoder> pDecoder, FeedClient &client);
     ~FileFeed();
     FileFeed(const FileFeed &) = delete;
     FileFeed &operator=(const FileFeed &) = delete;
@@ -81,6 +81,7 @@ private:
     void dropOverdue(const FeedClient::Pace &pace);
     [[nodiscard]] bool hasRoom() const;
 
+    Clock &m_clock;
     FeedClient &m_client;
     std::thread m_thread;
     std::atomic<bool> m_bSuperseded{false};
@@ -90,7 +91,7 @@ private:
 
     // Guarded by m_mutex.
     mutable std::mutex m_mutex;
-    std::condition_variable m_wake;
+    Condition m_wake;
     std::deque<Picture> m_queue;
     std::int64_t m_nQueuedBytes = 0;
     std::size_t m_nCapacity = 6;

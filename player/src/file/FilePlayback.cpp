@@ -18,7 +18,9 @@ constexpr std::chrono::seconds kDecoderPatience{5};
 
 FilePlayback::FilePlayback(Platform &platform, std::unique_ptr<FileDecoder> pDecoder,
                            std::shared_ptr<PortCallbacks> pCallbacks)
-    : Playback(platform, std::move(pCallbacks)), m_facts(pDecoder->facts()), m_feed(std::move(pDecoder), *this)
+    : Playback(platform, std::move(pCallbacks)),
+      m_facts(pDecoder->facts()),
+      m_feed(platform.clock(), std::move(pDecoder), *this)
 {
 }
 
@@ -41,7 +43,7 @@ void FilePlayback::endFeed()
 void FilePlayback::begin(Moment now)
 {
     m_feed.start();
-    m_clock.setSpeedStep(0, now);
+    m_fileClock.setSpeedStep(0, now);
     if (m_bEnded || m_bRewind) {
         seekLocked(0, now);
     }
@@ -55,8 +57,8 @@ void FilePlayback::end(Moment now)
     m_bEnded = false;
     m_bAwaitSeek = false;
     updateClock(now);
-    m_clock.setSpeedStep(0, now);
-    m_clock.setPosition(0, now);
+    m_fileClock.setSpeedStep(0, now);
+    m_fileClock.setPosition(0, now);
 }
 
 void FilePlayback::hold(Moment now)
@@ -71,11 +73,11 @@ Error FilePlayback::changeSpeed(int steps)
         if (m_state == State::Stopped) {
             return Error::Order;
         }
-        if (!m_clock.setSpeedStep(m_clock.speedStep() + steps, Moment::clock::now())) {
+        if (!m_fileClock.setSpeedStep(m_fileClock.speedStep() + steps, m_clock.now())) {
             return Error::Limit;
         }
     }
-    m_changed.notify_all();
+    m_changed.notifyAll();
     return Error::None;
 }
 
@@ -88,10 +90,10 @@ Error FilePlayback::stepForward()
             return Error::Order;
         }
         m_state = State::Paused;
-        updateClock(Moment::clock::now());
+        updateClock(m_clock.now());
         error = m_bEnded ? Error::End : stepLocked(lock);
     }
-    m_changed.notify_all();
+    m_changed.notifyAll();
     return error;
 }
 
@@ -102,7 +104,7 @@ Error FilePlayback::stepLocked(std::unique_lock<std::mutex> &lock)
     }
     if (m_current && m_feed.nextIsAfterGap()) {
         // Pictures were left out to keep up with the clock; the next one of the file has to be fetched.
-        seekLocked(m_current.time, Moment::clock::now());
+        seekLocked(m_current.time, m_clock.now());
         if (!waitForPictures(lock)) {
             return Error::Order;
         }
@@ -111,7 +113,7 @@ Error FilePlayback::stepLocked(std::unique_lock<std::mutex> &lock)
     if (!picture) {
         return Error::End;
     }
-    m_clock.setPosition(picture.time, Moment::clock::now());
+    m_fileClock.setPosition(picture.time, m_clock.now());
     m_current = std::move(picture);
     m_bFresh = true;
     return Error::None;
@@ -119,16 +121,16 @@ Error FilePlayback::stepLocked(std::unique_lock<std::mutex> &lock)
 
 bool FilePlayback::waitForPictures(std::unique_lock<std::mutex> &lock)
 {
-    const Moment deadline = Moment::clock::now() + kDecoderPatience;
+    const Moment deadline = m_clock.now() + kDecoderPatience;
     for (;;) {
         if (m_state == State::Stopped) {
             return false;
         }
-        adoptPictures(Moment::clock::now());
+        adoptPictures(m_clock.now());
         if (!m_bAwaitSeek && (m_feed.nextTime() || m_feed.isDrained())) {
             return true;
         }
-        if (m_changed.wait_until(lock, deadline) == std::cv_status::timeout) {
+        if (!m_changed.waitUntil(lock, deadline)) {
             return false;
         }
     }
@@ -142,9 +144,9 @@ Error FilePlayback::seek(std::int64_t time)
             return Error::Order;
         }
         m_feed.start();
-        seekLocked(time, Moment::clock::now());
+        seekLocked(time, m_clock.now());
     }
-    m_changed.notify_all();
+    m_changed.notifyAll();
     return Error::None;
 }
 
@@ -155,13 +157,13 @@ void FilePlayback::seekLocked(std::int64_t time, Moment now)
     m_bAwaitSeek = true;
     m_feed.seek(time);
     updateClock(now);
-    m_clock.setPosition(m_facts.length ? std::min(time, *m_facts.length) : time, now);
+    m_fileClock.setPosition(m_facts.length ? std::min(time, *m_facts.length) : time, now);
 }
 
 std::int64_t FilePlayback::position() const
 {
     const std::lock_guard lock(m_mutex);
-    const std::int64_t position = m_clock.position(Moment::clock::now());
+    const std::int64_t position = m_fileClock.position(m_clock.now());
     const auto end = m_feed.endTime();
     return end || m_facts.length ? std::min(position, end ? *end : *m_facts.length) : position;
 }
@@ -169,10 +171,10 @@ std::int64_t FilePlayback::position() const
 Error FilePlayback::onDisplay(Picture &picture)
 {
     std::unique_lock lock(m_mutex);
-    const Moment deadline = Moment::clock::now() + kDecoderPatience;
+    const Moment deadline = m_clock.now() + kDecoderPatience;
     while (m_bAwaitSeek && m_state != State::Stopped) {
-        adoptPictures(Moment::clock::now());
-        if (m_bAwaitSeek && m_changed.wait_until(lock, deadline) == std::cv_status::timeout) {
+        adoptPictures(m_clock.now());
+        if (m_bAwaitSeek && !m_changed.waitUntil(lock, deadline)) {
             break;
         }
     }
@@ -212,9 +214,9 @@ FeedClient::Pace FilePlayback::pace()
 {
     const std::lock_guard lock(m_mutex);
     Pace pace;
-    pace.running = m_clock.isRunning();
-    pace.position = m_clock.position(Moment::clock::now());
-    const int step = m_clock.speedStep();
+    pace.running = m_fileClock.isRunning();
+    pace.position = m_fileClock.position(m_clock.now());
+    const int step = m_fileClock.speedStep();
     pace.perSecond = step < 0 ? pace.perSecond >> -step : pace.perSecond << step;
     return pace;
 }
@@ -226,7 +228,7 @@ void FilePlayback::feedChanged()
 
 void FilePlayback::updateClock(Moment now)
 {
-    m_clock.run(m_state == State::Playing && !m_bEnded && !m_bAwaitSeek, now);
+    m_fileClock.run(m_state == State::Playing && !m_bEnded && !m_bAwaitSeek, now);
 }
 
 void FilePlayback::adoptPictures(Moment now)
@@ -242,8 +244,8 @@ void FilePlayback::adoptPictures(Moment now)
         picture = m_feed.takeSought();
         m_bAwaitSeek = false;
         updateClock(now);
-    } else if (m_clock.isRunning()) {
-        picture = m_feed.takeDue(m_clock.position(now));
+    } else if (m_fileClock.isRunning()) {
+        picture = m_feed.takeDue(m_fileClock.position(now));
     } else if (!m_current) {
         picture = m_feed.take();
     }
@@ -255,12 +257,12 @@ void FilePlayback::adoptPictures(Moment now)
 
 bool FilePlayback::reachedEnd(Moment now)
 {
-    if (!m_clock.isRunning() || !m_feed.isDrained() || m_clock.position(now) < endPosition()) {
+    if (!m_fileClock.isRunning() || !m_feed.isDrained() || m_fileClock.position(now) < endPosition()) {
         return false;
     }
     m_bEnded = true;
     updateClock(now);
-    m_clock.setPosition(endPosition(), now);
+    m_fileClock.setPosition(endPosition(), now);
     return true;
 }
 
@@ -275,25 +277,25 @@ bool FilePlayback::isPresentationDue(Moment now) const
         return false;
     }
     if (m_bFresh) {
-        return now >= m_presented + kLeastInterval || !m_clock.isRunning();
+        return now >= m_presented + kLeastInterval || !m_fileClock.isRunning();
     }
     if (now < m_presented + kRedrawInterval) {
         return false;
     }
     const auto next = m_feed.nextTime();
-    return !(m_clock.isRunning() && next && m_clock.momentOf(*next) < now + kSoon);
+    return !(m_fileClock.isRunning() && next && m_fileClock.momentOf(*next) < now + kSoon);
 }
 
-Playback::Moment FilePlayback::nextWake(Moment now) const
+Moment FilePlayback::nextWake(Moment now) const
 {
     Moment wake = m_presented + (m_bFresh ? kLeastInterval : kRedrawInterval);
     if (!m_current) {
         wake = now + kDecoderPatience;
     }
-    if (m_clock.isRunning()) {
+    if (m_fileClock.isRunning()) {
         const auto next = m_feed.nextTime();
         if (next || m_feed.isDrained()) {
-            const Moment due = m_clock.momentOf(next ? *next : endPosition());
+            const Moment due = m_fileClock.momentOf(next ? *next : endPosition());
             // A redraw that was left out because the next picture comes soon leaves the past in wake.
             wake = wake <= now || due < wake ? due : wake;
         }

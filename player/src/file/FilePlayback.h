@@ -2,8 +2,8 @@
 #define PLAYER_FILEPLAYBACK_H
 
 #include "player/src/core/Playback.h"
+#include "player/src/file/FileClock.h"
 #include "player/src/file/FileFeed.h"
-#include "player/src/file/PlaybackClock.h"
 
 namespace player
 {
@@ -66,7 +66,7 @@ private:
     bool m_bRewind = false;
     /** A seek was asked for whose picture is not there yet; the clock waits for it. */
     bool m_bAwaitSeek = false;
-    PlaybackClock m_clock;
+    FileClock m_fileClock;
 };
 
 } // namespace player

@@ -16,12 +16,6 @@ constexpr std::size_t kMostMarks = 4096;
 /** Marks of bytes that were read are kept for as far back as a demuxer may have read ahead. */
 constexpr std::int64_t kRememberedBytes = 512 * 1024;
 
-std::int64_t utcNow()
-{
-    using namespace std::chrono;
-    return duration_cast<microseconds>(system_clock::now().time_since_epoch()).count();
-}
-
 std::uint64_t sumOf(const std::uint8_t *pData, std::size_t size)
 {
     // FNV-1a. Tells a record that is pushed again from the one after it; nothing depends on it but a picture or two.
@@ -61,7 +55,7 @@ Error LiveBuffer::push(const std::uint8_t *pData, std::size_t size)
         std::memcpy(m_ring.data(), pData + upToWrap, size - upToWrap);
         m_nCount += size;
     }
-    m_changed.notify_all();
+    m_changed.notifyAll();
     return Error::None;
 }
 
@@ -85,14 +79,15 @@ void LiveBuffer::reserve(std::size_t size)
 
 void LiveBuffer::mark(bool afterGap)
 {
-    const auto now = Moment::clock::now();
+    const auto now = m_clock.now();
     const bool bShare = !afterGap && !m_marks.empty() &&
                         (m_marks.size() >= kMostMarks || now - m_marks.back().arrival.moment < kFinestMark);
     if (!bShare) {
         if (m_marks.size() >= kMostMarks) {
             m_marks.pop_front();
         }
-        m_marks.push_back({m_nReadPosition + static_cast<std::int64_t>(m_nCount), Arrival{now, utcNow()}, afterGap});
+        m_marks.push_back(
+            {m_nReadPosition + static_cast<std::int64_t>(m_nCount), Arrival{now, m_clock.utc()}, afterGap});
     }
 }
 
@@ -113,7 +108,7 @@ void LiveBuffer::wake()
         const std::lock_guard lock(m_mutex);
         m_bWake = true;
     }
-    m_changed.notify_all();
+    m_changed.notifyAll();
 }
 
 void LiveBuffer::interrupt()
@@ -122,7 +117,7 @@ void LiveBuffer::interrupt()
         const std::lock_guard lock(m_mutex);
         m_bInterrupted = true;
     }
-    m_changed.notify_all();
+    m_changed.notifyAll();
 }
 
 void LiveBuffer::copyOut(std::uint8_t *pBuffer, std::size_t count) const
@@ -209,7 +204,7 @@ LiveBuffer::Arrival LiveBuffer::arrivalOf(std::int64_t position) const
 {
     const std::lock_guard lock(m_mutex);
     if (m_marks.empty()) {
-        return {Moment::clock::now(), utcNow()};
+        return {m_clock.now(), m_clock.utc()};
     }
     const auto after = std::upper_bound(m_marks.begin(), m_marks.end(), position,
                                         [](std::int64_t p, const Mark &mark) { return p < mark.begin; });

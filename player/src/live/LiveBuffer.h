@@ -1,10 +1,9 @@
 #ifndef PLAYER_LIVEBUFFER_H
 #define PLAYER_LIVEBUFFER_H
 
+#include "player/src/core/Condition.h"
 #include "player/src/core/Error.h"
 
-#include <chrono>
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -28,14 +27,12 @@ namespace player
 class LiveBuffer
 {
 public:
-    using Moment = std::chrono::steady_clock::time_point;
-
     struct Arrival {
         Moment moment;
         std::int64_t utc = 0;
     };
 
-    explicit LiveBuffer(std::size_t capacity) : m_nCapacity(capacity) {}
+    LiveBuffer(Clock &clock, std::size_t capacity) : m_clock(clock), m_nCapacity(capacity), m_changed(clock) {}
 
     // Any thread.
     Error push(const std::uint8_t *pData, std::size_t size);
@@ -82,11 +79,12 @@ private:
     [[nodiscard]] std::size_t readable() const;
     void copyOut(std::uint8_t *pBuffer, std::size_t count) const;
 
+    Clock &m_clock;
     const std::size_t m_nCapacity;
 
     // Guarded by m_mutex.
     mutable std::mutex m_mutex;
-    std::condition_variable m_changed;
+    Condition m_changed;
     std::vector<std::uint8_t> m_ring;
     std::size_t m_nFirst = 0;
     std::size_t m_nCount = 0;

@@ -1,7 +1,8 @@
 #include "player/src/live/LiveDecoder.h"
 
+#include "player/src/core/Codec.h"
+
 #include <algorithm>
-#include <thread>
 #include <utility>
 
 namespace player
@@ -26,7 +27,7 @@ int decoderThreads(const AVCodecParameters &parameters)
     if (parameters.codec_id == AV_CODEC_ID_H264 || std::int64_t{parameters.width} * parameters.height <= kFullHd) {
         return 1;
     }
-    return std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, kMost);
+    return processorThreads(kMost);
 }
 
 } // namespace
@@ -39,39 +40,24 @@ int LiveDecoder::allocate(AVCodecContext *pCodec, AVFrame *pFrame, int flags)
 
 void LiveDecoder::open(const AVStream &stream)
 {
-    const AVCodec *pDecoder = avcodec_find_decoder(stream.codecpar->codec_id);
-    if (!pDecoder) {
-        throw OpenFailure{Error::Unsupported};
-    }
-    CodecPtr pCodec(avcodec_alloc_context3(pDecoder));
-    if (!pCodec) {
-        throw OpenFailure{Error::Resources};
-    }
-    if (avcodec_parameters_to_context(pCodec.get(), stream.codecpar) < 0) {
-        throw OpenFailure{Error::Corrupt};
-    }
-    pCodec->pkt_timebase = stream.time_base;
-    pCodec->thread_count = decoderThreads(*stream.codecpar);
-    pCodec->thread_type = FF_THREAD_SLICE;
-    pCodec->flags |= AV_CODEC_FLAG_COPY_OPAQUE;
-    const AVCodecID codec = stream.codecpar->codec_id;
-    if (codec == AV_CODEC_ID_AV1) {
-        // The MPEG decoders would take it for a promise that no picture is sent out of its order.
-        pCodec->flags |= AV_CODEC_FLAG_LOW_DELAY;
-    }
-    if (codec == AV_CODEC_ID_HEVC) {
-        // Otherwise FFmpeg's decoder leaves out slices that it cannot read, and says nothing.
-        pCodec->err_recognition = AV_EF_EXPLODE;
-    }
-    // Grain would be put on in a second picture, and the pictures are counted.
-    pCodec->export_side_data |= AV_CODEC_EXPORT_DATA_FILM_GRAIN;
-    pCodec->opaque = this;
-    pCodec->get_buffer2 = allocate;
-    if (avcodec_open2(pCodec.get(), pDecoder, nullptr) < 0) {
-        throw OpenFailure{Error::Unsupported};
-    }
-    m_pCodec = std::move(pCodec);
-    m_codec = codec;
+    m_codec = stream.codecpar->codec_id;
+    m_pCodec = openDecoder(stream, [&](AVCodecContext &codec) {
+        codec.thread_count = decoderThreads(*stream.codecpar);
+        codec.thread_type = FF_THREAD_SLICE;
+        codec.flags |= AV_CODEC_FLAG_COPY_OPAQUE;
+        if (m_codec == AV_CODEC_ID_AV1) {
+            // The MPEG decoders would take it for a promise that no picture is sent out of its order.
+            codec.flags |= AV_CODEC_FLAG_LOW_DELAY;
+        }
+        if (m_codec == AV_CODEC_ID_HEVC) {
+            // Otherwise FFmpeg's decoder leaves out slices that it cannot read, and says nothing.
+            codec.err_recognition = AV_EF_EXPLODE;
+        }
+        // Film grain would be put on in a second picture, which would count as one that the decoder made up.
+        codec.export_side_data |= AV_CODEC_EXPORT_DATA_FILM_GRAIN;
+        codec.opaque = this;
+        codec.get_buffer2 = allocate;
+    });
     m_nKeysFailed = 0;
     waitForKey();
 }
@@ -79,16 +65,10 @@ void LiveDecoder::open(const AVStream &stream)
 void LiveDecoder::waitForKey()
 {
     if (m_pCodec) {
-        avcodec_flush_buffers(m_pCodec.get());
-        // FFmpeg 7.1's H.265 decoder keeps pictures that were ready for output over a flush.
-        const FramePtr pLeft(av_frame_alloc());
-        while (pLeft && avcodec_receive_frame(m_pCodec.get(), pLeft.get()) >= 0) {
-            av_frame_unref(pLeft.get());
-        }
+        flushDecoder(*m_pCodec);
     }
-    if (m_state != State::Waiting || !m_bWaited) {
-        m_waitingSince = LiveBuffer::Moment::clock::now();
-        m_bWaited = true;
+    if (m_state != State::Waiting || !m_waitingSince) {
+        m_waitingSince = m_clock.now();
     }
     m_state = State::Waiting;
 }
@@ -131,7 +111,7 @@ void LiveDecoder::feed(const LivePacket &packet, const AVStream &stream, bool wi
 bool LiveDecoder::enters(const LivePacket &packet, const CodedUnits &units)
 {
     const bool bKey = packet.isKey();
-    const bool bPatient = LiveBuffer::Moment::clock::now() - m_waitingSince < kKeyPatience;
+    const bool bPatient = m_clock.now() - *m_waitingSince < kKeyPatience;
     if (!bKey && !units.recoversAfter && (bPatient || m_codec != AV_CODEC_ID_H264)) {
         return false;
     }
@@ -185,10 +165,7 @@ void LiveDecoder::decode(const AVPacket &packet, const CodedUnits &units)
 bool LiveDecoder::takeFrames()
 {
     for (;;) {
-        FramePtr pFrame(av_frame_alloc());
-        if (!pFrame) {
-            throw OpenFailure{Error::Resources};
-        }
+        FramePtr pFrame = makeFrame();
         const int result = avcodec_receive_frame(m_pCodec.get(), pFrame.get());
         if (result < 0) {
             return result == AVERROR(EAGAIN) || result == AVERROR_EOF;

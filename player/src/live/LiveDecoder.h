@@ -26,7 +26,7 @@ namespace player
 class LiveDecoder
 {
 public:
-    LiveDecoder() = default;
+    explicit LiveDecoder(Clock &clock) : m_clock(clock) {}
     LiveDecoder(const LiveDecoder &) = delete;
     LiveDecoder &operator=(const LiveDecoder &) = delete;
 
@@ -68,6 +68,7 @@ private:
     Picture stamped(FramePtr pFrame, std::int64_t utc);
     [[nodiscard]] std::int64_t timeOf(const AVFrame &frame);
 
+    Clock &m_clock;
     CodecPtr m_pCodec;
     const AVStream *m_pStream = nullptr;
     AVCodecID m_codec = AV_CODEC_ID_NONE;
@@ -75,8 +76,8 @@ private:
     std::deque<Ready> m_ready;
 
     State m_state = State::Waiting;
-    LiveBuffer::Moment m_waitingSince;
-    bool m_bWaited = false;
+    /** When waiting for a key picture began. */
+    std::optional<Moment> m_waitingSince;
     std::uint64_t m_nNumber = 0;
     std::array<Companion, 64> m_companions;
     /** Pictures that the decoder asked memory for while it had one packet: more than one were made up. */

@@ -1,7 +1,9 @@
 #include "player/src/live/LiveDemuxer.h"
 
+#include "player/src/core/Codec.h"
+#include "player/src/core/Container.h"
+
 #include <algorithm>
-#include <cstring>
 
 extern "C" {
 #include <libavutil/intreadwrite.h>
@@ -13,46 +15,41 @@ namespace player
 namespace
 {
 
-// Reading far ahead of the pictures would hide how long they have been waiting.
+/** FFmpeg reads so much ahead. The pictures in there look as if they had just come, so it must not be more. */
 constexpr int kIoBufferBytes = 32 * 1024;
-/** What a broken length asks for must not swallow everything that has come before anybody can notice. */
+/** Handed to FFmpeg at a time. It would skip any length at one go, and a broken length skips what is worth showing. */
 constexpr std::size_t kMostAtOnce = 64 * 1024;
-/** Looked at for a container that is not recognised sooner … */
+
+// Recognising the container.
+/** A stream that is not recognised within this is not supported … */
 constexpr std::size_t kMostProbeBytes = 64 * 1024;
-/** … or, where there are coded pictures, until one of them tells what they are. */
+/** … but one with start codes may hold parts of pictures first, and is read up to a picture that tells the codec. */
 constexpr std::size_t kMostRawProbeBytes = 2 * 1024 * 1024;
-/** What FFmpeg believes in files of any length; with less to look at, a guess has to be a good one. */
-constexpr int kLikely = AVPROBE_SCORE_RETRY;
-constexpr std::size_t kEnoughToGuess = 2048;
-/** MPEG-TS is looked through for its tables before it is read; these few packets only tell its packet size. */
-constexpr std::int64_t kTransportProbeBytes = 1024;
-/**
- * So much without a single packet means that the container has lost its way: as a rule a broken length makes it skip
- * what comes. Nothing is known yet of how large packets are …
+/** With fewer bytes FFmpeg has to be surer of what it found than it has to be later. */
+constexpr std::size_t kFewBytes = 2048;
+constexpr int kSureScore = AVPROBE_SCORE_EXTENSION;
+constexpr int kLikelyScore = AVPROBE_SCORE_RETRY;
+/** FFmpeg reads an MPEG-TS for its tables first. Its packet size, all that is looked for here, shows in a few packets.
  */
-constexpr std::int64_t kMostSilentBytes = 8 * 1024 * 1024;
-/** … while it is being opened, less is enough for every header … */
-constexpr std::int64_t kMostOpeningBytes = 1024 * 1024;
-/** … and later, as many times the largest so far and so much at least; with time gone by, less is enough. */
-constexpr std::int64_t kManyTimes = 8;
-constexpr std::int64_t kManyBytes = 256 * 1024;
-constexpr std::int64_t kSomeTimes = 2;
-constexpr std::int64_t kSomeBytes = 64 * 1024;
-constexpr std::chrono::seconds kMostSilence{2};
-/** Between two blocks that follow each other stand a few dozen bytes. */
+constexpr std::int64_t kTransportProbeBytes = 1024;
+
+// A demuxer that follows a broken length skips what comes. It shows by how much was read since the last packet: …
+/** … while the header is read; every real one is shorter … */
+constexpr std::int64_t kMostHeaderBytes = 1024 * 1024;
+/** … before the first packet, which may be of any size … */
+constexpr std::int64_t kMostBeforeFirstPacket = 8 * 1024 * 1024;
+/** … and then by a multiple of the largest packet so far, but never by less than these bytes … */
+constexpr std::int64_t kMostPackets = 8;
+constexpr std::int64_t kMostBytes = 256 * 1024;
+/** … where fewer are enough once the time without a packet is this long. */
+constexpr std::int64_t kMostPacketsInTime = 2;
+constexpr std::int64_t kMostBytesInTime = 64 * 1024;
+constexpr std::chrono::seconds kMostTime{2};
+
+/** The heads of a cluster and of a block take a few dozen bytes. More between two packets of Matroska was skipped. */
 constexpr std::int64_t kMostBetweenBlocks = 1024;
 
-int refuseToOpen(AVFormatContext *, AVIOContext **, const char *, int, AVDictionary **)
-{
-    return AVERROR(EACCES);
-}
-
-bool isNamed(const AVInputFormat &input, const char *name)
-{
-    return std::strstr(input.name, name) != nullptr;
-}
-
-/** Containers whose later parts mean nothing without their beginning. */
+/** Containers that cannot be read from the middle, not even with FFmpeg's help. */
 bool needsItsHeader(const AVInputFormat &input)
 {
     return isNamed(input, "matroska") || isNamed(input, "mov") || isNamed(input, "flv");
@@ -66,11 +63,13 @@ bool hasStartCode(const std::vector<std::uint8_t> &bytes)
 
 } // namespace
 
-LiveDemuxer::LiveDemuxer(std::vector<std::uint8_t> header, LiveBuffer &buffer, std::function<void()> onIdle)
-    : m_header(std::move(header)),
+LiveDemuxer::LiveDemuxer(Clock &clock, std::vector<std::uint8_t> header, LiveBuffer &buffer,
+                         std::function<void()> onIdle)
+    : m_clock(clock),
+      m_header(std::move(header)),
       m_buffer(buffer),
       m_onIdle(std::move(onIdle)),
-      m_found(LiveBuffer::Moment::clock::now())
+      m_packetTime(clock.now())
 {
 }
 
@@ -81,7 +80,7 @@ int LiveDemuxer::readBytes(void *pSelf, std::uint8_t *pBuffer, int size)
     try {
         return static_cast<LiveDemuxer *>(pSelf)->readBytes(pBuffer, size);
     } catch (...) {
-        // FFmpeg's frames lie above this one: nothing may be thrown through them.
+        // The caller is FFmpeg, which is written in C.
         return AVERROR(ENOMEM);
     }
 }
@@ -116,16 +115,16 @@ int LiveDemuxer::readBytes(std::uint8_t *pBuffer, int size)
 
 bool LiveDemuxer::hasLostItsWay() const
 {
-    const std::int64_t silent = m_buffer.readPosition() - m_nFoundAt;
+    const std::int64_t bytes = m_buffer.readPosition() - m_nPacketPosition;
     if (!m_pFormat) {
-        return silent > kMostOpeningBytes;
+        return bytes > kMostHeaderBytes;
     }
     if (m_nLargest == 0) {
-        return silent > kMostSilentBytes;
+        return bytes > kMostBeforeFirstPacket;
     }
-    return silent > std::max(kManyBytes, kManyTimes * m_nLargest) ||
-           (silent > std::max(kSomeBytes, kSomeTimes * m_nLargest) &&
-            LiveBuffer::Moment::clock::now() - m_found > kMostSilence);
+    return bytes > std::max(kMostBytes, kMostPackets * m_nLargest) ||
+           (bytes > std::max(kMostBytesInTime, kMostPacketsInTime * m_nLargest) &&
+            m_clock.now() - m_packetTime > kMostTime);
 }
 
 const AVInputFormat *LiveDemuxer::recognise()
@@ -139,15 +138,17 @@ const AVInputFormat *LiveDemuxer::recognise()
         const AVProbeData probe{"", bytes.data(), static_cast<int>(size), nullptr};
         int score = 0;
         const AVInputFormat *pInput = av_probe_input_format3(&probe, 1, &score);
-        if (pInput && score > (size < kEnoughToGuess ? AVPROBE_SCORE_EXTENSION : kLikely)) {
+        const bool bLast = size >= std::min(kMostRawProbeBytes, m_header.size() + m_buffer.capacity() / 2) ||
+                           (size >= kMostProbeBytes && !hasStartCode(bytes));
+        // In the end any score will do: FFmpeg is never surer than that of raw motion JPEG.
+        const int needed = bLast ? 0 : size < kFewBytes ? kSureScore : kLikelyScore;
+        if (pInput && score > needed) {
+            if (!isPlayed(*pInput)) {
+                throw OpenFailure{Error::Unsupported};
+            }
             return pInput;
         }
-        if (size >= std::min(kMostRawProbeBytes, m_header.size() + m_buffer.capacity() / 2) ||
-            (size >= kMostProbeBytes && !hasStartCode(bytes))) {
-            // Motion JPEG by itself never convinces FFmpeg more than that.
-            if (pInput && score > 0) {
-                return pInput;
-            }
+        if (bLast) {
             throw OpenFailure{Error::Corrupt};
         }
         if (m_buffer.peek(data.size(), kMostRawProbeBytes, data) == LiveBuffer::Outcome::Interrupted) {
@@ -177,25 +178,12 @@ bool LiveDemuxer::open()
 
 void LiveDemuxer::openFormat()
 {
-    auto *pBuffer = static_cast<std::uint8_t *>(av_malloc(kIoBufferBytes));
-    if (!pBuffer) {
-        throw OpenFailure{Error::Resources};
-    }
-    m_pIo.reset(avio_alloc_context(pBuffer, kIoBufferBytes, 0, this, readBytes, nullptr, nullptr));
-    if (!m_pIo) {
-        av_free(pBuffer);
-        throw OpenFailure{Error::Resources};
-    }
-    AVFormatContext *pFormat = avformat_alloc_context();
-    if (!pFormat) {
-        throw OpenFailure{Error::Resources};
-    }
-    pFormat->pb = m_pIo.get();
-    pFormat->flags |= AVFMT_FLAG_CUSTOM_IO | AVFMT_FLAG_NOBUFFER;
-    pFormat->io_open = refuseToOpen;
-    const bool bTransport = isNamed(*m_pInput, "mpegts");
+    m_pStream = nullptr;
+    m_pIo = makeIo(this, kIoBufferBytes, readBytes, nullptr);
+    AVFormatContext *pFormat = makeFormat(*m_pIo);
+    pFormat->flags |= AVFMT_FLAG_NOBUFFER;
     const std::int64_t usualProbeBytes = pFormat->probesize;
-    pFormat->probesize = bTransport ? kTransportProbeBytes : usualProbeBytes;
+    pFormat->probesize = isNamed(*m_pInput, "mpegts") ? kTransportProbeBytes : usualProbeBytes;
     // On failure the context is freed by the function itself.
     const int result = avformat_open_input(&pFormat, "", m_pInput, nullptr);
     if (result < 0) {
@@ -203,55 +191,52 @@ void LiveDemuxer::openFormat()
     }
     pFormat->probesize = usualProbeBytes;
     m_pFormat.reset(pFormat);
-    m_pStream = nullptr;
-    if ((pFormat->ctx_flags & AVFMTCTX_NOHEADER) == 0 &&
-        av_find_best_stream(pFormat, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0) < 0) {
+    const bool bStreamsKnown = (pFormat->ctx_flags & AVFMTCTX_NOHEADER) == 0;
+    if (bStreamsKnown && av_find_best_stream(pFormat, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0) < 0) {
         throw OpenFailure{Error::Unsupported};
     }
-    if (!isNamed(*m_pInput, "matroska")) {
-        return;
-    }
-    const AVDictionaryEntry *pEntry = av_dict_get(m_pFormat->metadata, "creation_time", nullptr, 0);
-    std::int64_t time = 0;
-    if (pEntry && av_parse_time(&time, pEntry->value, 0) >= 0) {
-        m_utcOfZero = time;
+    if (isNamed(*m_pInput, "matroska")) {
+        const AVDictionaryEntry *pEntry = av_dict_get(m_pFormat->metadata, "creation_time", nullptr, 0);
+        std::int64_t time = 0;
+        if (pEntry && av_parse_time(&time, pEntry->value, 0) >= 0) {
+            m_utcOfZero = time;
+        }
     }
 }
 
-bool LiveDemuxer::isPicture(const AVPacket &packet)
+bool LiveDemuxer::isOfPictureStream(const AVPacket &packet)
 {
     const AVStream *pStream = m_pFormat->streams[packet.stream_index];
     if (pStream->codecpar->codec_type != AVMEDIA_TYPE_VIDEO ||
         (pStream->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0) {
         return false;
     }
-    // Programmes of a transport stream change: the pictures go on in another stream, and the old one falls silent.
-    const auto now = LiveBuffer::Moment::clock::now();
-    if (!m_pStream || (now - m_pictureFound > kMostSilence && (packet.flags & AV_PKT_FLAG_KEY) != 0)) {
+    // When the programme of a transport stream changes, the pictures go on in another stream and the old one ends.
+    const Moment now = m_clock.now();
+    if (!m_pStream || (now - m_pictureTime > kMostTime && (packet.flags & AV_PKT_FLAG_KEY) != 0)) {
         m_pStream = pStream;
     }
     if (m_pStream != pStream) {
         return false;
     }
-    m_pictureFound = now;
+    m_pictureTime = now;
     return true;
 }
 
 bool LiveDemuxer::reopen()
 {
-    m_pStream = nullptr;
     m_pFormat.reset();
     m_nDataEnd = -1;
     for (;;) {
-        // A container that fails on its own header, with nothing new read, would fail for ever.
+        // A demuxer that fails twice without having read anything in between would fail for ever.
         const std::int64_t position = m_buffer.readPosition();
-        if (m_bReopened && position == m_nFoundAt) {
+        if (m_bReopened && position == m_nPacketPosition) {
             throw OpenFailure{Error::Corrupt};
         }
         m_nHeaderRead = needsItsHeader(*m_pInput) ? 0 : m_header.size();
         m_nPositionShift = position - static_cast<std::int64_t>(m_header.size() - m_nHeaderRead);
-        m_nFoundAt = position;
-        m_found = LiveBuffer::Moment::clock::now();
+        m_nPacketPosition = position;
+        m_packetTime = m_clock.now();
         m_bReopened = true;
         try {
             openFormat();
@@ -264,14 +249,23 @@ bool LiveDemuxer::reopen()
     }
 }
 
+bool LiveDemuxer::isBehindGap(const AVPacket &packet)
+{
+    if (packet.pos < 0) {
+        return false;
+    }
+    const std::int64_t begin = packet.pos + m_nPositionShift;
+    // FFmpeg's demuxer of Matroska does not tell what it skipped on its way to the next cluster.
+    const bool bSkipped = isNamed(*m_pInput, "matroska") && m_nDataEnd >= 0 && begin - m_nDataEnd > kMostBetweenBlocks;
+    m_nDataEnd = std::max(m_nDataEnd, begin + packet.size);
+    return bSkipped;
+}
+
 std::optional<LivePacket> LiveDemuxer::read()
 {
     bool bLost = false;
     while (!m_bInterrupted) {
-        PacketPtr pPacket(av_packet_alloc());
-        if (!pPacket) {
-            throw OpenFailure{Error::Resources};
-        }
+        PacketPtr pPacket = makePacket();
         const int result = av_read_frame(m_pFormat.get(), pPacket.get());
         if (m_bInterrupted) {
             break;
@@ -283,22 +277,16 @@ std::optional<LivePacket> LiveDemuxer::read()
             }
             continue;
         }
-        m_nFoundAt = m_buffer.readPosition();
-        m_found = LiveBuffer::Moment::clock::now();
+        m_nPacketPosition = m_buffer.readPosition();
+        m_packetTime = m_clock.now();
         m_bReopened = false;
         m_nLargest = std::max<std::int64_t>(m_nLargest, pPacket->size);
-        const std::int64_t begin = pPacket->pos + m_nPositionShift;
-        const bool bPlaced = pPacket->pos >= 0;
-        // Matroska's demuxer says nothing about what it skipped to find the next cluster.
-        bLost = bLost || (bPlaced && m_nDataEnd >= 0 && isNamed(*m_pInput, "matroska") &&
-                          begin - m_nDataEnd > kMostBetweenBlocks);
-        m_nDataEnd = bPlaced ? std::max(m_nDataEnd, begin + pPacket->size) : m_nDataEnd;
-        if (!isPicture(*pPacket)) {
-            continue;
+        bLost = isBehindGap(*pPacket) || bLost;
+        if (isOfPictureStream(*pPacket)) {
+            LivePacket packet = described(std::move(pPacket));
+            packet.afterGap = packet.afterGap || bLost;
+            return packet;
         }
-        LivePacket packet = described(std::move(pPacket));
-        packet.afterGap = packet.afterGap || bLost;
-        return packet;
     }
     return std::nullopt;
 }
@@ -311,7 +299,7 @@ LivePacket LiveDemuxer::described(PacketPtr pPacket)
     const auto arrival = m_buffer.arrivalOf(std::min(end, readUpTo) - 1);
     packet.arrived = arrival.moment;
     packet.utc = stampedTime(*pPacket).value_or(arrival.utc);
-    // The demuxer may have read past the gap while this picture still lies before it.
+    // FFmpeg reads ahead: the gap that was read last may lie behind this picture.
     const std::int64_t gap = m_buffer.latestGap();
     if (gap > m_nGapTold && (pPacket->pos < 0 || end > gap)) {
         m_nGapTold = gap;
@@ -323,11 +311,11 @@ LivePacket LiveDemuxer::described(PacketPtr pPacket)
 
 std::optional<std::int64_t> LiveDemuxer::stampedTime(const AVPacket &packet) const
 {
-    // Our device library's: additional data of the codec's own meaning, the microseconds as they are.
-    constexpr std::uint64_t kCodecsOwn = 1;
+    // The device library adds the time of day to each block, as eight bytes under the identifier 1.
+    constexpr std::uint64_t kIdentifier = 1;
     std::size_t size = 0;
     const std::uint8_t *pSide = av_packet_get_side_data(&packet, AV_PKT_DATA_MATROSKA_BLOCKADDITIONAL, &size);
-    if (pSide && size == 16 && AV_RB64(pSide) == kCodecsOwn) {
+    if (pSide && size == 16 && AV_RB64(pSide) == kIdentifier) {
         return static_cast<std::int64_t>(AV_RB64(pSide + 8));
     }
     if (m_utcOfZero && packet.pts != AV_NOPTS_VALUE) {
@@ -338,7 +326,7 @@ std::optional<std::int64_t> LiveDemuxer::stampedTime(const AVPacket &packet) con
 
 bool LiveDemuxer::isWithoutTimes() const
 {
-    return (m_pInput->flags & AVFMT_NOTIMESTAMPS) != 0;
+    return player::isWithoutTimes(*m_pInput);
 }
 
 } // namespace player

@@ -1,8 +1,8 @@
 #ifndef PLAYER_LIVEDEMUXER_H
 #define PLAYER_LIVEDEMUXER_H
 
+#include "player/src/core/Error.h"
 #include "player/src/core/Ffmpeg.h"
-#include "player/src/file/FileDemuxer.h"
 #include "player/src/live/LiveBuffer.h"
 
 #include <cstdint>
@@ -17,7 +17,7 @@ namespace player
 struct LivePacket {
     PacketPtr pPacket;
     /** When its last byte came. */
-    LiveBuffer::Moment arrived;
+    Moment arrived;
     /** Microseconds since 1970, UTC: what the device stamped, else the container's date, else the time of arrival. */
     std::int64_t utc = 0;
     /** Something before it is missing. */
@@ -32,26 +32,25 @@ struct LivePacket {
 /**
  * Coded pictures out of a stream that is being pushed, as soon as they are there.
  *
- * What the container's header tells is believed, and nothing is read ahead to learn more. A container that no longer
- * makes sense is begun anew with its own header at the place that was reached.
+ * FFmpeg's own analysis of streams is left out, since it would hold the first pictures back: what the container's
+ * header says is believed. When the demuxer fails or has lost its way, the container is opened anew, with its own
+ * header, at the position that was reached.
  *
  * Threads: the reading thread of the buffer.
- * Owns:    FFmpeg's reading context, a copy of the header. Borrows the buffer.
+ * Owns:    FFmpeg's reading context, a copy of the header. Borrows the clock and the buffer.
  * Errors:  open() and read() throw OpenFailure for a stream that cannot be played.
  */
 class LiveDemuxer
 {
 public:
-    /**
-     * `onIdle` is called on the reading thread, from inside open() and read(), before these wait for bytes, and again
-     * when somebody woke the buffer meanwhile.
+    /** `onIdle` is called on the reading thread, inside open() and read(), whenever these are about to wait for bytes.
      */
-    LiveDemuxer(std::vector<std::uint8_t> header, LiveBuffer &buffer, std::function<void()> onIdle);
+    LiveDemuxer(Clock &clock, std::vector<std::uint8_t> header, LiveBuffer &buffer, std::function<void()> onIdle);
     ~LiveDemuxer();
     LiveDemuxer(const LiveDemuxer &) = delete;
     LiveDemuxer &operator=(const LiveDemuxer &) = delete;
 
-    /** Waits for as much as the container's header takes; false when it was interrupted. */
+    /** Waits for the whole header of the container; false when it was interrupted. */
     bool open();
     /** Waits for the next picture; empty when it was interrupted. */
     std::optional<LivePacket> read();
@@ -60,7 +59,7 @@ public:
     {
         return *m_pStream;
     }
-    /** Nothing but pictures after each other: what times there are are made up. */
+    /** The times of the packets are made up. */
     [[nodiscard]] bool isWithoutTimes() const;
 
 private:
@@ -70,33 +69,42 @@ private:
     const AVInputFormat *recognise();
     void openFormat();
     bool reopen();
-    bool isPicture(const AVPacket &packet);
+    bool isBehindGap(const AVPacket &packet);
+    bool isOfPictureStream(const AVPacket &packet);
     LivePacket described(PacketPtr pPacket);
     [[nodiscard]] std::optional<std::int64_t> stampedTime(const AVPacket &packet) const;
     [[nodiscard]] bool hasLostItsWay() const;
 
+    Clock &m_clock;
     const std::vector<std::uint8_t> m_header;
     LiveBuffer &m_buffer;
     const std::function<void()> m_onIdle;
+    bool m_bInterrupted = false;
 
     const AVInputFormat *m_pInput = nullptr;
     IoPtr m_pIo;
     FormatPtr m_pFormat;
     const AVStream *m_pStream = nullptr;
+    /** When a picture was last read from that stream. */
+    Moment m_pictureTime;
+    /** Matroska's date, which its times are counted from. */
     std::optional<std::int64_t> m_utcOfZero;
-    /** How much of the header has been handed to the container that is open now. */
+
+    /** How much of the header FFmpeg has read since the container was opened. */
     std::size_t m_nHeaderRead = 0;
-    /** What its byte positions have to be added to for those of the buffer. */
+    /** A position in the buffer is FFmpeg's position plus this. */
     std::int64_t m_nPositionShift = 0;
-    std::int64_t m_nGapTold = -1;
+    /** Where the data of the packet that lies furthest behind ends; negative while there was none. */
     std::int64_t m_nDataEnd = -1;
-    bool m_bInterrupted = false;
+    /** The last gap of the buffer that a packet was marked for. */
+    std::int64_t m_nGapTold = -1;
+
+    /** How far the buffer was read, and when, as the last packet was found or the container was opened anew. */
+    std::int64_t m_nPacketPosition = 0;
+    Moment m_packetTime;
+    /** No packet was found since the container was opened anew. */
     bool m_bReopened = false;
-    /** Where and when the last packet of any kind was found. */
-    std::int64_t m_nFoundAt = 0;
-    LiveBuffer::Moment m_found;
     std::int64_t m_nLargest = 0;
-    LiveBuffer::Moment m_pictureFound;
 };
 
 } // namespace player

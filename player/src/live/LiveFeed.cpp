@@ -20,12 +20,15 @@ constexpr std::int64_t kMostQueuedBytes = 192 * 1024 * 1024;
 
 } // namespace
 
-LiveFeed::LiveFeed(std::vector<std::uint8_t> header, std::size_t bufferSize, StreamMode mode,
+LiveFeed::LiveFeed(Clock &clock, std::vector<std::uint8_t> header, std::size_t bufferSize, StreamMode mode,
                    std::function<void()> changed)
-    : m_mode(mode),
+    : m_clock(clock),
+      m_mode(mode),
       m_changed(std::move(changed)),
-      m_buffer(bufferSize),
-      m_demuxer(std::move(header), m_buffer, [this] { onIdle(); })
+      m_buffer(clock, bufferSize),
+      m_demuxer(clock, std::move(header), m_buffer, [this] { onIdle(); }),
+      m_decoder(clock),
+      m_room(clock)
 {
 }
 
@@ -38,7 +41,7 @@ void LiveFeed::start()
 {
     const std::lock_guard lock(m_mutex);
     if (!m_thread.joinable() && !m_bStop) {
-        m_thread = std::thread(&LiveFeed::run, this);
+        m_thread = m_clock.startThread([this] { run(); });
     }
 }
 
@@ -51,7 +54,7 @@ void LiveFeed::stop()
         thread.swap(m_thread);
     }
     m_buffer.interrupt();
-    m_room.notify_all();
+    m_room.notifyAll();
     if (thread.joinable()) {
         thread.join();
     }
@@ -87,7 +90,7 @@ void LiveFeed::setOpen(bool open)
         m_buffer.discard();
     }
     m_buffer.wake();
-    m_room.notify_all();
+    m_room.notifyAll();
 }
 
 void LiveFeed::hold(bool held)
@@ -102,7 +105,7 @@ void LiveFeed::setCapacity(std::size_t pictures)
         const std::lock_guard lock(m_mutex);
         m_nCapacity = pictures;
     }
-    m_room.notify_all();
+    m_room.notifyAll();
 }
 
 Picture LiveFeed::take()
@@ -117,7 +120,7 @@ Picture LiveFeed::take()
         m_queue.pop_front();
         m_nQueuedBytes -= picture.bytes();
     }
-    m_room.notify_all();
+    m_room.notifyAll();
     return picture;
 }
 
@@ -222,7 +225,7 @@ void LiveFeed::decodeGroup()
 
 void LiveFeed::keepUp()
 {
-    const Moment now = Moment::clock::now();
+    const Moment now = m_clock.now();
     const auto late = now - m_group.arrived();
     m_decoder.leaveOutUnneeded(late > kLate);
     if (late <= kVeryLate) {

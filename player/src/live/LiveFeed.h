@@ -7,7 +7,6 @@
 #include "player/src/live/PacketGroup.h"
 
 #include <atomic>
-#include <condition_variable>
 #include <deque>
 #include <functional>
 #include <mutex>
@@ -35,7 +34,8 @@ enum class StreamMode { RealTime, File };
 class LiveFeed
 {
 public:
-    LiveFeed(std::vector<std::uint8_t> header, std::size_t bufferSize, StreamMode mode, std::function<void()> changed);
+    LiveFeed(Clock &clock, std::vector<std::uint8_t> header, std::size_t bufferSize, StreamMode mode,
+             std::function<void()> changed);
     ~LiveFeed();
     LiveFeed(const LiveFeed &) = delete;
     LiveFeed &operator=(const LiveFeed &) = delete;
@@ -58,8 +58,6 @@ public:
     [[nodiscard]] Error failure() const;
 
 private:
-    using Moment = LiveBuffer::Moment;
-
     // The decoding thread.
     void run();
     void playStream();
@@ -73,6 +71,7 @@ private:
     void decode(const LivePacket &packet);
     void publish(Picture picture);
 
+    Clock &m_clock;
     const StreamMode m_mode;
     const std::function<void()> m_changed;
     LiveBuffer m_buffer;
@@ -91,7 +90,7 @@ private:
 
     // Guarded by m_mutex.
     mutable std::mutex m_mutex;
-    std::condition_variable m_room;
+    Condition m_room;
     std::deque<Picture> m_queue;
     std::int64_t m_nQueuedBytes = 0;
     std::size_t m_nCapacity = 6;

@@ -25,7 +25,7 @@ LivePlayback::LivePlayback(Platform &platform, std::vector<std::uint8_t> header,
                            StreamMode mode, std::shared_ptr<PortCallbacks> pCallbacks)
     : Playback(platform, std::move(pCallbacks)),
       m_mode(mode),
-      m_feed(std::move(header), bufferSize, mode, [this] { tellChanged(); })
+      m_feed(platform.clock(), std::move(header), bufferSize, mode, [this] { tellChanged(); })
 {
 }
 
@@ -110,7 +110,7 @@ void LivePlayback::adopt(Picture picture, Moment now)
     m_bFresh = true;
 }
 
-LivePlayback::Moment LivePlayback::dueTime(std::int64_t time, Moment now)
+Moment LivePlayback::dueTime(std::int64_t time, Moment now)
 {
     const bool bJump = time < m_nLatestTime || time > m_nLatestTime + kMostStep;
     m_nLatestTime = time;
@@ -126,7 +126,7 @@ bool LivePlayback::reachedEnd(Moment)
     return false;
 }
 
-Playback::Moment LivePlayback::redrawAt() const
+Moment LivePlayback::redrawAt() const
 {
     const Moment redraw = m_presented + kRedrawInterval;
     const Moment expected = m_adopted + m_interval;
@@ -142,7 +142,7 @@ bool LivePlayback::isPresentationDue(Moment now) const
     return now >= (m_bFresh ? m_presented + kLeastInterval : redrawAt());
 }
 
-Playback::Moment LivePlayback::nextWake(Moment now) const
+Moment LivePlayback::nextWake(Moment now) const
 {
     Moment wake = now + kIdle;
     if (m_current) {

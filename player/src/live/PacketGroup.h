@@ -22,7 +22,7 @@ public:
         return m_packets.empty();
     }
     /** When the first of them came. */
-    [[nodiscard]] LiveBuffer::Moment arrived() const
+    [[nodiscard]] Moment arrived() const
     {
         return m_packets.front().arrived;
     }

@@ -17,7 +17,7 @@ namespace
 
 using player::Error;
 using player::FileDecoder;
-using player::FileDemuxer;
+using player::OpenFailure;
 using player::Picture;
 using player::test::Clip;
 using player::test::MemoryBytes;

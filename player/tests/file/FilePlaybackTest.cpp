@@ -1,15 +1,17 @@
+// Files through a port: the pictures, when they are shown, and what a host does with them.
+#include "player/src/core/SystemClock.h"
 #include "player/src/port/Port.h"
-
-#include "player/src/port/PortTable.h"
 #include "player/tests/support/Clips.h"
+#include "player/tests/support/FakeClock.h"
 #include "player/tests/support/FakePlatform.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
-#include <condition_variable>
 #include <future>
+#include <numeric>
 
 namespace
 {
@@ -17,52 +19,36 @@ namespace
 using namespace std::chrono_literals;
 using player::DisplayRegion;
 using player::Error;
+using player::Moment;
 using player::Port;
 using player::test::clip;
+using player::test::FakeClock;
 using player::test::FakePlatform;
 using player::test::Shown;
+using testing::ElementsAreArray;
 
-/** Counts events of another thread and waits for them. */
-class Counter
+std::vector<int> range(int from, int to)
 {
-public:
-    void add()
-    {
-        // Told with the lock held: whoever waits may destroy the counter as soon as it can see the new count.
-        const std::lock_guard lock(m_mutex);
-        ++m_nCount;
-        m_changed.notify_all();
-    }
-
-    bool waitFor(int count, std::chrono::milliseconds patience = 30s)
-    {
-        std::unique_lock lock(m_mutex);
-        return m_changed.wait_for(lock, patience, [&] { return m_nCount >= count; });
-    }
-
-    int count()
-    {
-        const std::lock_guard lock(m_mutex);
-        return m_nCount;
-    }
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    int m_nCount = 0;
-};
+    std::vector<int> numbers(static_cast<std::size_t>(to - from));
+    std::iota(numbers.begin(), numbers.end(), from);
+    return numbers;
+}
 
 class FilePlaybackTest : public testing::Test
 {
 protected:
     void SetUp() override
     {
-        m_port->callbacks().fileEnd.set([this] { m_ends.add(); });
+        m_port->callbacks().fileEnd.set([this] {
+            ++m_nEnds;
+            m_ended = m_clock.now();
+        });
     }
 
     void TearDown() override
     {
         m_port->closeFile();
+        m_clock.settle();
         EXPECT_EQ(m_platform.presenters(), 0);
     }
 
@@ -78,40 +64,50 @@ protected:
         play(file);
         ASSERT_EQ(m_port->pause(1), Error::None);
         ASSERT_EQ(m_port->seek(milliseconds), Error::None);
+        m_clock.settle();
     }
 
-    FakePlatform m_platform;
-    Counter m_ends;
+    /** Four steps up or down: sixteen times the speed, or a sixteenth. */
+    void changeSpeedToTheLimit(int direction)
+    {
+        for (int i = 0; i < 4; ++i) {
+            ASSERT_EQ(m_port->changeSpeed(direction), Error::None);
+        }
+        EXPECT_EQ(m_port->changeSpeed(direction), Error::Limit);
+    }
+
+    FakeClock m_clock;
+    FakePlatform m_platform{m_clock};
+    std::atomic<int> m_nEnds{0};
+    std::atomic<Moment> m_ended{Moment()};
     std::shared_ptr<Port> m_port = std::make_shared<Port>(m_platform, 0, 0);
 };
 
-TEST_F(FilePlaybackTest, ShowsThePicturesInOrderInTheirTimeAndTellsTheEndOnce)
+TEST_F(FilePlaybackTest, ShowsEveryPictureExactlyAtItsTimeAndTellsTheEndOnce)
 {
-    const auto begun = std::chrono::steady_clock::now();
+    const Moment begun = m_clock.now();
     play("h264.mp4");
-    ASSERT_TRUE(m_ends.waitFor(1));
-    const auto took = std::chrono::steady_clock::now() - begun;
-    EXPECT_GE(took, 3950ms);
-    EXPECT_LE(took, 6500ms); // a busy machine is late; half the speed would take eight seconds
-    int latest = -1;
-    int different = 0;
-    for (const Shown &shown : m_platform.shown()) {
-        ASSERT_GE(shown.number, latest);
-        different += shown.number > latest ? 1 : 0;
-        latest = shown.number;
+    m_clock.advance(10s);
+    const auto changes = m_platform.changes();
+    ASSERT_EQ(changes.size(), 100u);
+    for (int number = 0; number < 100; ++number) {
+        const Shown &shown = changes[static_cast<std::size_t>(number)];
+        EXPECT_EQ(shown.number, number);
+        EXPECT_EQ(shown.moment - begun, number * 40ms) << number;
     }
-    EXPECT_EQ(latest, 99);
-    EXPECT_GT(different, 40); // a busy machine skips some
-    EXPECT_FALSE(m_ends.waitFor(2, 200ms));
+    EXPECT_EQ(m_nEnds, 1);
+    EXPECT_EQ(m_ended.load() - begun, 4s);
 }
 
 TEST_F(FilePlaybackTest, GoesOnDrawingAfterTheEndAndStaysOpen)
 {
     play("slow.mkv");
     ASSERT_EQ(m_port->seek(5900), Error::None);
-    ASSERT_TRUE(m_ends.waitFor(1));
+    m_clock.advance(1s);
+    ASSERT_EQ(m_nEnds, 1);
     m_platform.forget();
-    ASSERT_TRUE(m_platform.waitForNumber(5));
+    m_clock.advance(100ms);
+    EXPECT_EQ(m_platform.number(), 5);
     unsigned long seconds = 0;
     EXPECT_EQ(m_port->playedSeconds(seconds), Error::None);
     EXPECT_EQ(seconds, 6u);
@@ -122,31 +118,37 @@ TEST_F(FilePlaybackTest, ASeekBackAfterTheEndPlaysAndEndsAgain)
 {
     play("h264.mp4");
     m_port->seek(3800);
-    ASSERT_TRUE(m_ends.waitFor(1));
+    m_clock.advance(1s);
+    ASSERT_EQ(m_nEnds, 1);
     m_port->seek(3600);
-    EXPECT_TRUE(m_ends.waitFor(2));
+    m_clock.advance(1s);
+    EXPECT_EQ(m_nEnds, 2);
 }
 
 TEST_F(FilePlaybackTest, PlayingAfterTheEndBeginsAtTheBeginning)
 {
     play("h264.mp4");
     m_port->seek(3900);
-    ASSERT_TRUE(m_ends.waitFor(1));
+    m_clock.advance(1s);
+    ASSERT_EQ(m_nEnds, 1);
     m_platform.forget();
     ASSERT_EQ(m_port->play(nullptr), Error::None);
-    EXPECT_TRUE(m_platform.waitFor([](const Shown &shown) { return shown.number >= 0 && shown.number < 5; }));
+    m_clock.advance(200ms);
+    EXPECT_THAT(m_platform.numbers(), testing::IsSupersetOf(range(0, 6)));
+    EXPECT_EQ(m_platform.number(), 5);
 }
 
 TEST_F(FilePlaybackTest, RedrawsAHeldPictureAtTwentyFiveHertzOrBetter)
 {
     holdAt("h264.mp4", 1000);
-    ASSERT_TRUE(m_platform.waitForNumber(25));
     m_platform.forget();
-    Counter drawn;
-    m_port->callbacks().draw.set([&](void *) { drawn.add(); });
-    ASSERT_TRUE(drawn.waitFor(50));
-    m_port->callbacks().draw.set(nullptr);
-    EXPECT_LE(m_platform.quickest(5), 220ms);
+    m_clock.advance(1s);
+    const auto shown = m_platform.shown();
+    EXPECT_GE(shown.size(), 25u);
+    for (std::size_t i = 1; i < shown.size(); ++i) {
+        EXPECT_EQ(shown[i].number, 25);
+        EXPECT_LE(shown[i].moment - shown[i - 1].moment, 40ms);
+    }
 }
 
 TEST_F(FilePlaybackTest, StepsThroughEveryPicture)
@@ -154,80 +156,83 @@ TEST_F(FilePlaybackTest, StepsThroughEveryPicture)
     holdAt("variable-rate.mkv", 0);
     for (int number = 1; number < 60; ++number) {
         ASSERT_EQ(m_port->stepForward(), Error::None) << number;
-        ASSERT_TRUE(m_platform.waitForNumber(number)) << number;
+        m_clock.settle();
+        ASSERT_EQ(m_platform.number(), number);
     }
     EXPECT_EQ(m_port->stepForward(), Error::End);
-    EXPECT_EQ(m_ends.count(), 0);
+    EXPECT_EQ(m_nEnds, 0);
 }
 
 TEST_F(FilePlaybackTest, SteppingWhilePlayingHoldsAtExactlyTheNextPicture)
 {
     play("h264-alaw.mkv");
-    ASSERT_TRUE(m_platform.waitForNumberOrLater(20));
-    m_port->pause(1);
-    m_platform.forget();
-    ASSERT_TRUE(m_platform.waitFor([](const Shown &) { return true; }));
-    const int held = m_platform.shown().back().number;
+    m_clock.advance(810ms);
+    EXPECT_EQ(m_platform.number(), 20);
+    ASSERT_EQ(m_port->stepForward(), Error::None);
+    m_clock.advance(1s);
+    EXPECT_EQ(m_platform.number(), 21);
     m_port->pause(0);
     m_port->pause(1);
     ASSERT_EQ(m_port->stepForward(), Error::None);
-    // It may have played on for a moment in between.
-    EXPECT_TRUE(m_platform.waitForNumberOrLater(held + 1));
-    m_platform.forget();
-    ASSERT_TRUE(m_platform.waitFor([](const Shown &) { return true; }));
-    const int stepped = m_platform.shown().back().number;
-    ASSERT_EQ(m_port->stepForward(), Error::None);
-    EXPECT_TRUE(m_platform.waitForNumber(stepped + 1));
+    m_clock.advance(1s);
+    EXPECT_EQ(m_platform.number(), 22);
 }
 
 TEST_F(FilePlaybackTest, StepsExactlyAfterHighSpeed)
 {
     play("long.mp4");
-    for (int i = 0; i < 4; ++i) {
-        ASSERT_EQ(m_port->changeSpeed(1), Error::None);
-    }
-    ASSERT_TRUE(m_platform.waitFor([](const Shown &shown) { return shown.number > 200; }));
+    changeSpeedToTheLimit(1);
+    m_clock.advance(600ms);
     m_port->pause(1);
-    m_platform.forget();
-    ASSERT_TRUE(m_platform.waitFor([](const Shown &) { return true; }));
-    const int held = m_platform.shown().back().number;
+    m_clock.settle();
+    const int held = m_platform.number();
+    EXPECT_EQ(held, 240);
     ASSERT_EQ(m_port->stepForward(), Error::None);
-    EXPECT_TRUE(m_platform.waitForNumber(held + 1));
+    m_clock.settle();
+    EXPECT_EQ(m_platform.number(), held + 1);
 }
 
 TEST_F(FilePlaybackTest, KeepsTheClockAtHighSpeed)
 {
+    const Moment begun = m_clock.now();
     play("long.mp4");
-    for (int i = 0; i < 4; ++i) {
-        ASSERT_EQ(m_port->changeSpeed(1), Error::None);
+    changeSpeedToTheLimit(1);
+    ASSERT_TRUE(m_clock.advanceUntil([this] { return m_nEnds == 1; }));
+    EXPECT_EQ(m_ended.load() - begun, 7500ms) << "120 seconds of film at sixteen times the speed";
+    const auto changes = m_platform.changes();
+    EXPECT_GT(changes.size(), 500u);
+    for (std::size_t i = 1; i < changes.size(); ++i) {
+        const auto due = begun + changes[i].number * 2500us;
+        EXPECT_GE(changes[i].moment, due) << changes[i].number;
+        EXPECT_LE(changes[i].moment, due + 10ms) << changes[i].number;
     }
-    EXPECT_EQ(m_port->changeSpeed(1), Error::Limit);
-    const auto begun = std::chrono::steady_clock::now();
-    ASSERT_TRUE(m_ends.waitFor(1));
-    const auto took = std::chrono::steady_clock::now() - begun;
-    EXPECT_GE(took, 7000ms);  // 120 seconds of film at sixteen times the speed
-    EXPECT_LE(took, 12000ms); // a busy machine is late; half the speed would take fifteen
 }
 
 TEST_F(FilePlaybackTest, SlowsDownToASixteenth)
 {
+    const Moment begun = m_clock.now();
     play("h264.mp4");
-    for (int i = 0; i < 4; ++i) {
-        ASSERT_EQ(m_port->changeSpeed(-1), Error::None);
+    changeSpeedToTheLimit(-1);
+    m_clock.advance(2s);
+    const auto changes = m_platform.changes();
+    ASSERT_EQ(changes.size(), 4u);
+    for (int number = 0; number < 4; ++number) {
+        EXPECT_EQ(changes[static_cast<std::size_t>(number)].moment - begun, number * 640ms);
     }
-    EXPECT_EQ(m_port->changeSpeed(-1), Error::Limit);
-    // The first few may have been shown before the speed had changed.
-    m_platform.forget();
-    ASSERT_TRUE(m_platform.waitFor([](const Shown &) { return true; }));
-    const int first = m_platform.shown().front().number;
-    ASSERT_TRUE(m_platform.waitForNumberOrLater(first + 3));
-    std::chrono::steady_clock::duration longest{};
-    const std::vector<Shown> shown = m_platform.shown();
-    for (std::size_t i = 0, since = 0; i < shown.size(); ++i) {
-        since = shown[i].number == shown[since].number ? since : i;
-        longest = std::max(longest, shown[i].moment - shown[since].moment);
+}
+
+TEST_F(FilePlaybackTest, ASlowWindowLosesPicturesAndKeepsTheClock)
+{
+    const Moment begun = m_clock.now();
+    play("h264.mp4");
+    m_port->callbacks().draw.set([this](void *) { m_clock.spend(100ms); });
+    ASSERT_TRUE(m_clock.advanceUntil([this] { return m_nEnds == 1; }));
+    m_port->callbacks().draw.set(nullptr);
+    EXPECT_LE(m_ended.load() - begun, 4s + 100ms);
+    for (const Shown &shown : m_platform.changes()) {
+        EXPECT_LE(shown.moment - begun, shown.number * 40ms + 200ms) << shown.number;
     }
-    EXPECT_GE(longest, 400ms); // a picture is there for 640 ms
+    EXPECT_LT(m_platform.changes().size(), 50u);
 }
 
 struct SeekCase {
@@ -242,8 +247,8 @@ class SeekWhilePaused : public FilePlaybackTest, public testing::WithParamInterf
 TEST_P(SeekWhilePaused, ShowsThePictureOnDisplayAtThatTime)
 {
     holdAt("h264.mp4", GetParam().milliseconds);
-    EXPECT_TRUE(m_platform.waitForNumber(GetParam().number));
-    EXPECT_EQ(m_ends.count(), 0);
+    EXPECT_EQ(m_platform.number(), GetParam().number);
+    EXPECT_EQ(m_nEnds, 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Times, SeekWhilePaused,
@@ -261,16 +266,14 @@ TEST_F(FilePlaybackTest, TellsThePositionThatWasSoughtEvenBetweenPictures)
 
 TEST_F(FilePlaybackTest, StopsFromInsideTheDrawCallback)
 {
-    play("h264.mp4");
     std::promise<Error> stopped;
     m_port->callbacks().draw.set([&, first = true](void *) mutable {
         if (std::exchange(first, false)) {
             stopped.set_value(m_port->stop());
         }
     });
-    auto answer = stopped.get_future();
-    ASSERT_EQ(answer.wait_for(10s), std::future_status::ready);
-    EXPECT_EQ(answer.get(), Error::None);
+    play("h264.mp4");
+    EXPECT_EQ(stopped.get_future().get(), Error::None);
     EXPECT_EQ(m_port->stop(), Error::Order);
     EXPECT_EQ(m_port->play(nullptr), Error::None);
     m_port->callbacks().draw.set(nullptr);
@@ -278,29 +281,23 @@ TEST_F(FilePlaybackTest, StopsFromInsideTheDrawCallback)
 
 TEST_F(FilePlaybackTest, ClosesFromInsideTheEndCallbackAndCanOpenTheNext)
 {
-    Counter closed;
     play("h264.mp4");
-    m_port->callbacks().fileEnd.set([&] {
-        m_port->closeFile();
-        closed.add();
-    });
+    std::atomic<int> closed{0};
+    m_port->callbacks().fileEnd.set([&] { closed += m_port->closeFile() == Error::None ? 1 : 0; });
     m_port->seek(3900);
-    ASSERT_TRUE(closed.waitFor(1));
+    m_clock.advance(1s);
+    ASSERT_EQ(closed, 1);
+    EXPECT_EQ(m_platform.presenters(), 0);
     m_port->callbacks().fileEnd.set(nullptr);
+    m_platform.forget();
     play("h264.ts");
-    EXPECT_TRUE(m_platform.waitForNumberOrLater(0));
-    m_port->closeFile();
-    // The thread that was ended from inside goes by itself.
-    const auto deadline = std::chrono::steady_clock::now() + 30s;
-    while (m_platform.presenters() > 0 && std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::yield();
-    }
+    m_clock.settle();
+    EXPECT_EQ(m_platform.number(), 0);
 }
 
 TEST_F(FilePlaybackTest, AnyCallOnItsOwnPortWorksFromInsideTheDrawCallback)
 {
-    Counter done;
-    play("h264.mp4");
+    std::atomic<bool> done{false};
     m_port->callbacks().draw.set([&](void *) {
         int width = 0;
         int height = 0;
@@ -314,24 +311,26 @@ TEST_F(FilePlaybackTest, AnyCallOnItsOwnPortWorksFromInsideTheDrawCallback)
         m_port->seek(1000);
         m_port->pause(0);
         m_port->callbacks().draw.set(nullptr);
-        done.add();
+        done = true;
     });
-    EXPECT_TRUE(done.waitFor(1));
-    // Waits for the callback, which is about to return.
-    m_port->callbacks().draw.set(nullptr);
+    play("h264.mp4");
+    m_clock.advance(100ms);
+    EXPECT_TRUE(done);
 }
 
 TEST_F(FilePlaybackTest, DoesNotDrawAnyMoreOnceTheCallbackIsGone)
 {
-    Counter drawn;
+    std::atomic<int> drawn{0};
+    m_port->callbacks().draw.set([&](void *) { ++drawn; });
     play("h264.mp4");
-    m_port->callbacks().draw.set([&](void *) { drawn.add(); });
-    ASSERT_TRUE(drawn.waitFor(5));
+    m_clock.advance(200ms);
     m_port->callbacks().draw.set(nullptr);
-    const int count = drawn.count();
+    const int count = drawn;
+    EXPECT_EQ(count, 6);
     m_platform.forget();
-    ASSERT_TRUE(m_platform.waitFor([](const Shown &) { return true; }));
-    EXPECT_EQ(drawn.count(), count);
+    m_clock.advance(200ms);
+    EXPECT_EQ(m_platform.shown().size(), 5u);
+    EXPECT_EQ(drawn, count);
 }
 
 TEST_F(FilePlaybackTest, RefusesWhatComesInTheWrongOrder)
@@ -360,7 +359,8 @@ TEST_F(FilePlaybackTest, TheNextGoodFilePlaysAfterABadOne)
     EXPECT_EQ(m_port->openFile(nullptr), Error::Argument);
     EXPECT_EQ(m_port->openFile(player::test::mediaPath("broken/no-index.mp4").c_str()), Error::Corrupt);
     play("h264.mp4");
-    EXPECT_TRUE(m_platform.waitForNumberOrLater(3));
+    m_clock.advance(120ms);
+    EXPECT_EQ(m_platform.number(), 3);
 }
 
 TEST_F(FilePlaybackTest, ShowsOnlyTheDisplayRegion)
@@ -369,12 +369,17 @@ TEST_F(FilePlaybackTest, ShowsOnlyTheDisplayRegion)
     EXPECT_EQ(m_port->setDisplayRegion(DisplayRegion{{320, 0, 400, 10}, false}), Error::Argument);
     EXPECT_EQ(m_port->setDisplayRegion(DisplayRegion{{10, 10, 10, 20}, false}), Error::Argument);
     ASSERT_EQ(m_port->setDisplayRegion(DisplayRegion{{0, 200, 160, 100}, true}), Error::None);
-    EXPECT_TRUE(m_platform.waitFor([](const Shown &s) {
-        return s.region.left == 0 && s.region.top == 40 && s.region.right == 160 && s.region.bottom == 140;
-    }));
-    m_platform.forget();
+    m_clock.settle();
+    const player::PixelRect part = m_platform.shown().back().region;
+    EXPECT_EQ(part.left, 0);
+    EXPECT_EQ(part.top, 40);
+    EXPECT_EQ(part.right, 160);
+    EXPECT_EQ(part.bottom, 140);
     ASSERT_EQ(m_port->setDisplayRegion(std::nullopt), Error::None);
-    EXPECT_TRUE(m_platform.waitFor([](const Shown &s) { return s.region.right == 320 && s.region.bottom == 240; }));
+    m_clock.settle();
+    const player::PixelRect whole = m_platform.shown().back().region;
+    EXPECT_EQ(whole.right, 320);
+    EXPECT_EQ(whole.bottom, 240);
 }
 
 TEST_F(FilePlaybackTest, NineOfTheSameFilePlaySideBySide)
@@ -385,24 +390,60 @@ TEST_F(FilePlaybackTest, NineOfTheSameFilePlaySideBySide)
         ASSERT_EQ(ports.back()->openFile(clip("h264.mp4").path().c_str()), Error::None);
         ASSERT_EQ(ports.back()->play(m_platform.window()), Error::None);
     }
-    const auto deadline = std::chrono::steady_clock::now() + 30s;
-    while (m_platform.presenters() < 9 && std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::yield();
-    }
+    m_clock.advance(400ms);
     EXPECT_EQ(m_platform.presenters(), 9);
-    EXPECT_TRUE(m_platform.waitForNumberOrLater(10));
+    const auto shown = m_platform.shown();
+    EXPECT_EQ(std::count_if(shown.begin(), shown.end(), [](const Shown &s) { return s.number == 10; }), 9);
 }
 
-TEST_F(FilePlaybackTest, OpensPlaysSeeksAndStopsManyTimes)
+// The rest runs on the computer's own clock.
+
+/** Asks until the answer is yes; false when that takes half a minute. */
+bool eventually(const std::function<bool()> &condition)
+{
+    const auto deadline = Moment::clock::now() + 30s;
+    while (!condition()) {
+        if (Moment::clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(1ms);
+    }
+    return true;
+}
+
+class FilePlaybackInRealTime : public testing::Test
+{
+protected:
+    player::SystemClock m_clock;
+    FakePlatform m_platform{m_clock};
+    Port m_port{m_platform, 0, 0};
+};
+
+TEST_F(FilePlaybackInRealTime, IsNotFasterThanTheFile)
+{
+    std::atomic<bool> ended{false};
+    m_port.callbacks().fileEnd.set([&] { ended = true; });
+    ASSERT_EQ(m_port.openFile(clip("h264.mp4").path().c_str()), Error::None);
+    ASSERT_EQ(m_port.seek(3500), Error::None);
+    const Moment begun = m_clock.now();
+    ASSERT_EQ(m_port.play(m_platform.window()), Error::None);
+    ASSERT_TRUE(eventually([&] { return ended.load(); }));
+    EXPECT_GE(m_clock.now() - begun, 480ms);
+    EXPECT_EQ(m_platform.number(), 99);
+    m_port.close();
+}
+
+TEST_F(FilePlaybackInRealTime, OpensPlaysSeeksAndStopsManyTimes)
 {
     for (int round = 0; round < 40; ++round) {
-        play(round % 2 == 0 ? "h264.mp4" : "mpeg2.ts");
-        ASSERT_EQ(m_port->seek(static_cast<unsigned long>(round * 90)), Error::None);
+        ASSERT_EQ(m_port.openFile(clip(round % 2 == 0 ? "h264.mp4" : "mpeg2.ts").path().c_str()), Error::None);
+        ASSERT_EQ(m_port.play(m_platform.window()), Error::None);
+        ASSERT_EQ(m_port.seek(static_cast<unsigned long>(round * 90)), Error::None);
         if (round % 3 == 0) {
-            m_port->stepForward();
+            m_port.stepForward();
         }
-        ASSERT_EQ(m_port->stop(), Error::None);
-        ASSERT_EQ(m_port->closeFile(), Error::None);
+        ASSERT_EQ(m_port.stop(), Error::None);
+        ASSERT_EQ(m_port.closeFile(), Error::None);
     }
     EXPECT_EQ(m_platform.presenters(), 0);
 }

@@ -1,5 +1,7 @@
 #include "player/src/live/LiveBuffer.h"
 
+#include "player/tests/support/FakeClock.h"
+
 #include <gtest/gtest.h>
 
 #include <future>
@@ -33,9 +35,15 @@ Bytes read(LiveBuffer &buffer, std::size_t most)
     return bytes;
 }
 
-TEST(LiveBufferTest, GivesBackWhatWasPushedInItsOrder)
+class LiveBufferTest : public testing::Test
 {
-    LiveBuffer buffer(100);
+protected:
+    player::test::FakeClock m_clock;
+};
+
+TEST_F(LiveBufferTest, GivesBackWhatWasPushedInItsOrder)
+{
+    LiveBuffer buffer(m_clock, 100);
     ASSERT_EQ(push(buffer, record(10)), Error::None);
     ASSERT_EQ(push(buffer, record(5, 10)), Error::None);
     EXPECT_EQ(read(buffer, 4), record(4));
@@ -43,9 +51,9 @@ TEST(LiveBufferTest, GivesBackWhatWasPushedInItsOrder)
     EXPECT_EQ(buffer.readPosition(), 15);
 }
 
-TEST(LiveBufferTest, TakesNothingOfARecordThatDoesNotFitWhole)
+TEST_F(LiveBufferTest, TakesNothingOfARecordThatDoesNotFitWhole)
 {
-    LiveBuffer buffer(16);
+    LiveBuffer buffer(m_clock, 16);
     ASSERT_EQ(push(buffer, record(10)), Error::None);
     EXPECT_EQ(push(buffer, record(7)), Error::BufferFull);
     EXPECT_EQ(buffer.available(), 10u);
@@ -55,17 +63,17 @@ TEST(LiveBufferTest, TakesNothingOfARecordThatDoesNotFitWhole)
     EXPECT_EQ(read(buffer, 100), record(6, 10));
 }
 
-TEST(LiveBufferTest, RefusesARecordThatIsLargerThanItself)
+TEST_F(LiveBufferTest, RefusesARecordThatIsLargerThanItself)
 {
-    LiveBuffer buffer(16);
+    LiveBuffer buffer(m_clock, 16);
     EXPECT_EQ(push(buffer, record(17)), Error::BufferFull);
     EXPECT_EQ(push(buffer, record(16)), Error::None);
 }
 
-TEST(LiveBufferTest, GoesRoundWithoutLosingAByte)
+TEST_F(LiveBufferTest, GoesRoundWithoutLosingAByte)
 {
     constexpr std::size_t kCapacity = 200000;
-    LiveBuffer buffer(kCapacity);
+    LiveBuffer buffer(m_clock, kCapacity);
     int pushed = 0;
     int taken = 0;
     for (int round = 0; round < 300; ++round) {
@@ -82,17 +90,17 @@ TEST(LiveBufferTest, GoesRoundWithoutLosingAByte)
     EXPECT_EQ(buffer.readPosition(), taken);
 }
 
-TEST(LiveBufferTest, AReadThatWaitsEndsWithTheNextRecord)
+TEST_F(LiveBufferTest, AReadThatWaitsEndsWithTheNextRecord)
 {
-    LiveBuffer buffer(100);
+    LiveBuffer buffer(m_clock, 100);
     auto waiting = std::async(std::launch::async, [&] { return read(buffer, 100); });
     ASSERT_EQ(push(buffer, record(3)), Error::None);
     EXPECT_EQ(waiting.get(), record(3));
 }
 
-TEST(LiveBufferTest, AReadThatWaitsEndsWhenItIsWokenOrInterrupted)
+TEST_F(LiveBufferTest, AReadThatWaitsEndsWhenItIsWokenOrInterrupted)
 {
-    LiveBuffer buffer(100);
+    LiveBuffer buffer(m_clock, 100);
     const auto outcome = [&] {
         std::uint8_t byte = 0;
         return buffer.read(&byte, 1).outcome;
@@ -107,9 +115,9 @@ TEST(LiveBufferTest, AReadThatWaitsEndsWhenItIsWokenOrInterrupted)
     EXPECT_EQ(push(buffer, record(1)), Error::Order);
 }
 
-TEST(LiveBufferTest, PeekingTakesNothing)
+TEST_F(LiveBufferTest, PeekingTakesNothing)
 {
-    LiveBuffer buffer(100);
+    LiveBuffer buffer(m_clock, 100);
     push(buffer, record(20));
     Bytes bytes;
     ASSERT_EQ(buffer.peek(5, 8, bytes), LiveBuffer::Outcome::Bytes);
@@ -117,9 +125,9 @@ TEST(LiveBufferTest, PeekingTakesNothing)
     EXPECT_EQ(read(buffer, 100), record(20));
 }
 
-TEST(LiveBufferTest, KnowsWhereARefusedRecordIsMissing)
+TEST_F(LiveBufferTest, KnowsWhereARefusedRecordIsMissing)
 {
-    LiveBuffer buffer(16);
+    LiveBuffer buffer(m_clock, 16);
     push(buffer, record(10));
     push(buffer, record(7, 1));
     read(buffer, 100);
@@ -130,9 +138,9 @@ TEST(LiveBufferTest, KnowsWhereARefusedRecordIsMissing)
     EXPECT_EQ(buffer.latestGap(), 10);
 }
 
-TEST(LiveBufferTest, NeverReadsAcrossAGap)
+TEST_F(LiveBufferTest, NeverReadsAcrossAGap)
 {
-    LiveBuffer buffer(16);
+    LiveBuffer buffer(m_clock, 16);
     push(buffer, record(10));
     push(buffer, record(7, 1));
     push(buffer, record(3, 2));
@@ -141,9 +149,9 @@ TEST(LiveBufferTest, NeverReadsAcrossAGap)
     EXPECT_EQ(buffer.latestGap(), 10);
 }
 
-TEST(LiveBufferTest, ARecordThatIsPushedAgainLeavesNoGap)
+TEST_F(LiveBufferTest, ARecordThatIsPushedAgainLeavesNoGap)
 {
-    LiveBuffer buffer(16);
+    LiveBuffer buffer(m_clock, 16);
     push(buffer, record(10));
     for (int i = 0; i < 4; ++i) {
         EXPECT_EQ(push(buffer, record(7, 10)), Error::BufferFull);
@@ -154,9 +162,9 @@ TEST(LiveBufferTest, ARecordThatIsPushedAgainLeavesNoGap)
     EXPECT_EQ(buffer.latestGap(), -1);
 }
 
-TEST(LiveBufferTest, TwoRefusedRecordsLeaveAGapEvenIfTheSecondIsPushedAgain)
+TEST_F(LiveBufferTest, TwoRefusedRecordsLeaveAGapEvenIfTheSecondIsPushedAgain)
 {
-    LiveBuffer buffer(16);
+    LiveBuffer buffer(m_clock, 16);
     push(buffer, record(10));
     push(buffer, record(7, 1));
     push(buffer, record(8, 2));
@@ -166,9 +174,9 @@ TEST(LiveBufferTest, TwoRefusedRecordsLeaveAGapEvenIfTheSecondIsPushedAgain)
     EXPECT_EQ(buffer.latestGap(), 10);
 }
 
-TEST(LiveBufferTest, WhatIsPushedAfterDiscardingDoesNotContinueIt)
+TEST_F(LiveBufferTest, WhatIsPushedAfterDiscardingDoesNotContinueIt)
 {
-    LiveBuffer buffer(100);
+    LiveBuffer buffer(m_clock, 100);
     push(buffer, record(10));
     buffer.discard();
     EXPECT_EQ(buffer.available(), 0u);
@@ -178,25 +186,22 @@ TEST(LiveBufferTest, WhatIsPushedAfterDiscardingDoesNotContinueIt)
     EXPECT_EQ(buffer.readPosition(), 15);
 }
 
-TEST(LiveBufferTest, RemembersWhenEachByteCame)
+TEST_F(LiveBufferTest, RemembersWhenEachByteCame)
 {
-    LiveBuffer buffer(100);
+    LiveBuffer buffer(m_clock, 100);
     push(buffer, record(10));
     const auto first = buffer.arrivalOf(3);
-    const auto later = std::chrono::steady_clock::now() + 5ms;
-    while (std::chrono::steady_clock::now() < later) {
-        std::this_thread::yield();
-    }
+    m_clock.advance(5ms);
     push(buffer, record(10));
-    EXPECT_GE(buffer.arrivalOf(10).moment, later);
-    EXPECT_GT(buffer.arrivalOf(10).utc, first.utc);
+    EXPECT_EQ(buffer.arrivalOf(10).moment - first.moment, 5ms);
+    EXPECT_EQ(buffer.arrivalOf(10).utc - first.utc, 5000);
     read(buffer, 15);
     EXPECT_EQ(buffer.arrivalOf(9).moment, first.moment);
 }
 
-TEST(LiveBufferTest, StaysWithinBoundsWhenPushedByteByByte)
+TEST_F(LiveBufferTest, StaysWithinBoundsWhenPushedByteByByte)
 {
-    LiveBuffer buffer(50000);
+    LiveBuffer buffer(m_clock, 50000);
     const std::uint8_t byte = 7;
     for (int i = 0; i < 50000; ++i) {
         ASSERT_EQ(buffer.push(&byte, 1), Error::None);

@@ -3,6 +3,7 @@
 #include "player/src/live/LiveFeed.h"
 
 #include "player/tests/support/Clips.h"
+#include "player/tests/support/FakeClock.h"
 #include "player/tests/support/MemoryBytes.h"
 #include "player/tests/support/PictureNumber.h"
 #include "player/tests/support/PushedStream.h"
@@ -11,7 +12,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <numeric>
@@ -26,6 +26,7 @@ using player::Picture;
 using player::StreamMode;
 using player::test::Bytes;
 using player::test::bytesOf;
+using player::test::FakeClock;
 using player::test::liveMatroska;
 using player::test::LiveOptions;
 using player::test::liveTransport;
@@ -39,7 +40,8 @@ using testing::ElementsAreArray;
 class Collector
 {
 public:
-    explicit Collector(const Bytes &header) : m_feed(header, 64 * 1024 * 1024, StreamMode::File, [this] { changed(); })
+    explicit Collector(const Bytes &header, std::size_t bufferSize = 64 * 1024 * 1024)
+        : m_feed(m_clock, header, bufferSize, StreamMode::File, [] {})
     {
         m_feed.setCapacity(10000);
         m_feed.start();
@@ -57,21 +59,26 @@ public:
         }
     }
 
-    /** Everything up to that picture; also what came before nothing did for twenty seconds. */
-    std::vector<int> upTo(int last)
+    /** All that come out of what was pushed. */
+    std::vector<int> numbers()
     {
-        collect([&] { return !m_numbers.empty() && m_numbers.back() == last; });
+        m_clock.settle();
+        for (Picture picture = m_feed.take(); picture; picture = m_feed.take()) {
+            m_numbers.push_back(numberOf(picture));
+            m_pictures.push_back(picture);
+        }
         return m_numbers;
     }
 
     Error failure()
     {
-        collect([&] { return m_feed.failure() != Error::None; });
+        m_clock.settle();
         return m_feed.failure();
     }
 
-    const std::vector<Picture> &pictures() const
+    const std::vector<Picture> &pictures()
     {
+        numbers();
         return m_pictures;
     }
 
@@ -80,30 +87,13 @@ public:
         return m_feed;
     }
 
+    FakeClock &clock()
+    {
+        return m_clock;
+    }
+
 private:
-    template <typename Condition>
-    void collect(Condition condition)
-    {
-        std::unique_lock lock(m_mutex);
-        for (;;) {
-            for (Picture picture = m_feed.take(); picture; picture = m_feed.take()) {
-                m_numbers.push_back(numberOf(picture));
-                m_pictures.push_back(picture);
-            }
-            if (condition() || m_news.wait_for(lock, 20s) == std::cv_status::timeout) {
-                return;
-            }
-        }
-    }
-
-    void changed()
-    {
-        const std::lock_guard lock(m_mutex);
-        m_news.notify_all();
-    }
-
-    std::mutex m_mutex;
-    std::condition_variable m_news;
+    FakeClock m_clock;
     std::vector<int> m_numbers;
     std::vector<Picture> m_pictures;
     LiveFeed m_feed;
@@ -153,7 +143,7 @@ TEST_P(EveryCodec, ComesOutPictureByPictureInTheOrderOfShowing)
     const PushedStream stream = liveMatroska(GetParam().file);
     Collector collector(stream.header);
     collector.push(stream, 0, stream.records.size());
-    EXPECT_THAT(collector.upTo(GetParam().last), ElementsAreArray(range(0, GetParam().last + 1)));
+    EXPECT_THAT(collector.numbers(), ElementsAreArray(range(0, GetParam().last + 1)));
 }
 
 INSTANTIATE_TEST_SUITE_P(Clips, EveryCodec,
@@ -170,7 +160,7 @@ TEST(LiveFeedTest, GivesOutTheRightPicturesOfATransportStream)
     const PushedStream stream = liveTransport("h265.mp4");
     Collector collector(stream.header);
     collector.push(stream, 0, stream.records.size());
-    EXPECT_THAT(collector.upTo(95), ElementsAreArray(range(0, 96)));
+    EXPECT_THAT(collector.numbers(), ElementsAreArray(range(0, 96)));
 }
 
 struct Loss {
@@ -197,7 +187,7 @@ TEST_P(ALostPicture, LeavesOutEverythingUpToTheNextKeyPicture)
     stream.records.erase(stream.records.begin() + static_cast<std::ptrdiff_t>(place(stream, GetParam().lost)));
     Collector collector(stream.header);
     collector.push(stream, 0, stream.records.size());
-    EXPECT_THAT(collector.upTo(GetParam().last),
+    EXPECT_THAT(collector.numbers(),
                 ElementsAreArray(range(0, GetParam().before) + range(GetParam().again, GetParam().last + 1)));
 }
 
@@ -230,7 +220,7 @@ TEST_P(ALostReference, ShowsNothingThatIsMadeOfIt)
     stream.records.erase(stream.records.begin() + static_cast<std::ptrdiff_t>(reference));
     Collector collector(stream.header);
     collector.push(stream, 0, stream.records.size());
-    const auto numbers = collector.upTo(97);
+    const auto numbers = collector.numbers();
     EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.end()));
     for (const int number : numbers) {
         EXPECT_TRUE(number < first || number >= 25) << number;
@@ -253,7 +243,7 @@ TEST_P(ADamagedPicture, IsNotShownNorIsWhatRefersToIt)
     std::fill(bytes.begin() + static_cast<std::ptrdiff_t>(bytes.size() / 2), bytes.end(), std::uint8_t{0xFF});
     Collector collector(stream.header);
     collector.push(stream, 0, stream.records.size());
-    EXPECT_THAT(collector.upTo(GetParam().last),
+    EXPECT_THAT(collector.numbers(),
                 ElementsAreArray(range(0, GetParam().before) + range(GetParam().again, GetParam().last + 1)));
 }
 
@@ -269,7 +259,7 @@ TEST(LiveFeedTest, JoinedInTheMiddleShowsNothingBeforeTheFirstKeyPicture)
     const PushedStream stream = liveMatroska("h264.avi");
     Collector collector(stream.header);
     collector.push(stream, 10, stream.records.size());
-    EXPECT_THAT(collector.upTo(99), ElementsAreArray(range(25, 100)));
+    EXPECT_THAT(collector.numbers(), ElementsAreArray(range(25, 100)));
 }
 
 TEST(LiveFeedTest, JoinedInTheMiddleOfRawPicturesShowsNothingBeforeTheFirstKeyPicture)
@@ -279,7 +269,7 @@ TEST(LiveFeedTest, JoinedInTheMiddleOfRawPicturesShowsNothingBeforeTheFirstKeyPi
     const PushedStream stream = player::test::cut(Bytes(bytes.begin() + 20000, bytes.end()), 1000);
     Collector collector(stream.header);
     collector.push(stream, 0, stream.records.size());
-    const auto numbers = collector.upTo(96);
+    const auto numbers = collector.numbers();
     ASSERT_FALSE(numbers.empty());
     EXPECT_EQ(numbers.front() % 25, 0);
     EXPECT_THAT(numbers, ElementsAreArray(range(numbers.front(), 97)));
@@ -295,7 +285,7 @@ TEST(LiveFeedTest, JoinedAtAnOpenGroupLeavesOutThePicturesThatNeedTheGroupBefore
     ASSERT_LT(stream.records[key + 1].number, stream.records[key].number) << "the group is not open";
     Collector collector(stream.header);
     collector.push(stream, key, stream.records.size());
-    EXPECT_THAT(collector.upTo(97), ElementsAreArray(range(stream.records[key].number, 98)));
+    EXPECT_THAT(collector.numbers(), ElementsAreArray(range(stream.records[key].number, 98)));
 }
 
 /** The greatest difference between two pictures' brightness. */
@@ -319,10 +309,10 @@ protected:
     void SetUp() override
     {
         m_whole.push(m_stream, 0, m_stream.records.size());
-        ASSERT_THAT(m_whole.upTo(99), ElementsAreArray(range(0, 100)));
+        ASSERT_THAT(m_whole.numbers(), ElementsAreArray(range(0, 100)));
     }
     /** Collected up to the last one, they are what they are when nothing is missing. */
-    void expectWhole(const Collector &collector) const
+    void expectWhole(Collector &collector)
     {
         for (const Picture &picture : collector.pictures()) {
             const int number = numberOf(picture);
@@ -339,7 +329,7 @@ TEST_F(AWaveThatRenewsThePicture, IsWaitedForWhereTheStreamIsJoined)
 {
     Collector collector(m_stream.header);
     collector.push(m_stream, 10, m_stream.records.size());
-    const auto numbers = collector.upTo(99);
+    const auto numbers = collector.numbers();
     ASSERT_FALSE(numbers.empty());
     EXPECT_GT(numbers.front(), 25);
     EXPECT_LE(numbers.front(), 50);
@@ -352,7 +342,7 @@ TEST_F(AWaveThatRenewsThePicture, IsWaitedForAfterALoss)
     m_stream.records.erase(m_stream.records.begin() + 30);
     Collector collector(m_stream.header);
     collector.push(m_stream, 0, m_stream.records.size());
-    const auto numbers = collector.upTo(99);
+    const auto numbers = collector.numbers();
     ASSERT_GT(numbers.size(), 30u);
     EXPECT_GT(numbers[30], 50);
     EXPECT_LE(numbers[30], 75);
@@ -366,7 +356,7 @@ TEST(LiveFeedTest, GarbageBetweenRecordsCostsNoMoreThanTheGroup)
     stream.records.insert(stream.records.begin() + 40, Record{Bytes(5000), -1, false});
     Collector collector(stream.header);
     collector.push(stream, 0, stream.records.size());
-    const auto numbers = collector.upTo(99);
+    const auto numbers = collector.numbers();
     EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.end()));
     EXPECT_THAT(std::vector<int>(std::find(numbers.begin(), numbers.end(), 50), numbers.end()),
                 ElementsAreArray(range(50, 100)));
@@ -380,7 +370,7 @@ TEST(LiveFeedTest, ARecordThatBreaksOffCostsNoMoreThanTwoGroups)
     bytes.resize(bytes.size() / 2);
     Collector collector(stream.header);
     collector.push(stream, 0, stream.records.size());
-    const auto numbers = collector.upTo(99);
+    const auto numbers = collector.numbers();
     EXPECT_THAT(std::vector<int>(numbers.begin(), numbers.begin() + 30), ElementsAreArray(range(0, 30)));
     for (const int number : numbers) {
         EXPECT_TRUE(number < 30 || number >= 50) << number;
@@ -399,7 +389,7 @@ TEST_P(AContainerThatLosesItsWay, IsBegunAnew)
     stream.records.insert(stream.records.begin() + 20, Record{GetParam(), -1, false});
     Collector collector(stream.header);
     collector.push(stream, 0, 150);
-    const auto numbers = collector.upTo(146);
+    const auto numbers = collector.numbers();
     EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.end()));
     ASSERT_FALSE(numbers.empty());
     EXPECT_GE(numbers.front(), 0);
@@ -427,7 +417,7 @@ TEST_P(TimesThatJump, AreSurvivedWithoutLosingAPicture)
     const PushedStream stream = liveMatroska("h264.avi", options);
     Collector collector(stream.header);
     collector.push(stream, 0, stream.records.size());
-    EXPECT_THAT(collector.upTo(99), ElementsAreArray(range(0, 100)));
+    EXPECT_THAT(collector.numbers(), ElementsAreArray(range(0, 100)));
 }
 
 INSTANTIATE_TEST_SUITE_P(Milliseconds, TimesThatJump, testing::Values(-1900, 3600000, 86400000));
@@ -439,7 +429,6 @@ TEST(LiveFeedTest, AnotherSizeInTheMiddleIsShown)
     Collector collector(large.header);
     collector.push(large, 0, 40);
     collector.push(small, 0, 60);
-    collector.upTo(56);
     const auto &pictures = collector.pictures();
     ASSERT_FALSE(pictures.empty());
     EXPECT_EQ(pictures.front().shape.width, 320);
@@ -456,7 +445,6 @@ TEST(LiveFeedTest, CarriesTheTimeThatTheDeviceStampedThroughTheOrderOfShowing)
     const PushedStream stream = liveMatroska("h264.mp4", options);
     Collector collector(stream.header);
     collector.push(stream, 0, stream.records.size());
-    collector.upTo(97);
     const auto &pictures = collector.pictures();
     ASSERT_EQ(pictures.size(), 98u);
     for (std::size_t i = 0; i < pictures.size(); ++i) {
@@ -472,7 +460,6 @@ TEST(LiveFeedTest, TakesTheDateInTheHeaderWhereNoPictureIsStamped)
     const PushedStream stream = liveMatroska("h264.avi", options);
     Collector collector(stream.header);
     collector.push(stream, 0, stream.records.size());
-    collector.upTo(99);
     const auto &pictures = collector.pictures();
     ASSERT_EQ(pictures.size(), 100u);
     EXPECT_EQ(pictures[99].utc - pictures[0].utc, pictures[99].time);
@@ -481,20 +468,13 @@ TEST(LiveFeedTest, TakesTheDateInTheHeaderWhereNoPictureIsStamped)
 
 TEST(LiveFeedTest, TakesTheTimeOfArrivalWhereNothingElseIsKnown)
 {
-    const auto now = [] {
-        return std::chrono::duration_cast<std::chrono::microseconds>(
-                   std::chrono::system_clock::now().time_since_epoch())
-            .count();
-    };
     const PushedStream stream = liveMatroska("h264.avi");
     Collector collector(stream.header);
-    const auto before = now();
+    const auto came = collector.clock().utc();
     collector.push(stream, 0, 1);
-    const auto after = now();
-    collector.upTo(0);
+    collector.clock().advance(5s);
     ASSERT_EQ(collector.pictures().size(), 1u);
-    EXPECT_GE(collector.pictures()[0].utc, before);
-    EXPECT_LE(collector.pictures()[0].utc, after);
+    EXPECT_EQ(collector.pictures()[0].utc, came);
 }
 
 TEST(LiveFeedTest, ARefusedRecordIsALossEvenWhereTheCodecCannotTell)
@@ -507,38 +487,14 @@ TEST(LiveFeedTest, ARefusedRecordIsALossEvenWhereTheCodecCannotTell)
     // The first key picture comes with the header; none of the others ever fits.
     Bytes header = stream.header;
     header.insert(header.end(), stream.records[0].bytes.begin(), stream.records[0].bytes.end());
-    std::mutex mutex;
-    std::condition_variable news;
-    LiveFeed feed(header, largest, StreamMode::File, [&] {
-        const std::lock_guard lock(mutex);
-        news.notify_all();
-    });
-    feed.setCapacity(1000);
-    feed.start();
+    Collector collector(header, largest);
     for (std::size_t i = 1; i < 50; ++i) {
         const auto &record = stream.records[i];
-        Error error = feed.push(record.bytes.data(), record.bytes.size());
-        while (error == Error::BufferFull && record.bytes.size() <= largest) {
-            std::this_thread::yield();
-            error = feed.push(record.bytes.data(), record.bytes.size());
-        }
+        collector.clock().settle();
+        const Error error = collector.feed().push(record.bytes.data(), record.bytes.size());
         ASSERT_EQ(error, record.bytes.size() <= largest ? Error::None : Error::BufferFull) << i;
     }
-    std::vector<int> numbers;
-    const auto deadline = std::chrono::steady_clock::now() + 30s;
-    std::unique_lock lock(mutex);
-    while (numbers.empty() || numbers.back() != 24) {
-        Picture picture = feed.take();
-        if (picture) {
-            numbers.push_back(numberOf(picture));
-        } else if (news.wait_until(lock, deadline) == std::cv_status::timeout) {
-            break;
-        }
-    }
-    EXPECT_THAT(numbers, ElementsAreArray(range(0, 25)));
-    lock.unlock();
-    feed.stop();
-    EXPECT_FALSE(feed.take()) << "a picture without its key picture";
+    EXPECT_THAT(collector.numbers(), ElementsAreArray(range(0, 25))) << "a picture without its key picture";
 }
 
 TEST(LiveFeedTest, WhereDecodingIsTooSlowThePictureIsNeverFarBehind)
@@ -546,29 +502,27 @@ TEST(LiveFeedTest, WhereDecodingIsTooSlowThePictureIsNeverFarBehind)
     // Whoever is told of a picture holds the decoding thread up, as a decoder that is too slow would: a picture in 120
     // milliseconds instead of the 40 in which they come.
     const PushedStream stream = liveMatroska("h264.avi");
-    using Moment = std::chrono::steady_clock::time_point;
-    std::vector<std::atomic<Moment>> pushed(stream.records.size());
+    FakeClock clock;
+    std::vector<player::Moment> pushed(stream.records.size());
     std::vector<int> numbers;
     std::chrono::steady_clock::duration most{};
-    LiveFeed feed(stream.header, 64 * 1024 * 1024, StreamMode::RealTime, [&] {
+    LiveFeed feed(clock, stream.header, 64 * 1024 * 1024, StreamMode::RealTime, [&] {
         const int number = numberOf(feed.take());
         ASSERT_GE(number, 0);
         numbers.push_back(number);
-        most = std::max(most, std::chrono::steady_clock::now() - pushed[static_cast<std::size_t>(number)].load());
-        std::this_thread::sleep_for(120ms);
+        most = std::max(most, clock.now() - pushed[static_cast<std::size_t>(number)]);
+        clock.spend(120ms);
     });
     feed.start();
-    auto next = std::chrono::steady_clock::now();
     for (const Record &record : stream.records) {
-        std::this_thread::sleep_until(next);
-        next += 40ms;
-        pushed[static_cast<std::size_t>(record.number)] = std::chrono::steady_clock::now();
+        pushed[static_cast<std::size_t>(record.number)] = clock.now();
         ASSERT_EQ(feed.push(record.bytes.data(), record.bytes.size()), Error::None);
+        clock.advance(40ms);
     }
     // Decoding each would take twelve seconds.
-    std::this_thread::sleep_for(500ms);
+    clock.advance(500ms);
     feed.stop();
-    EXPECT_LT(most, 3s);
+    EXPECT_LT(most, 1500ms);
     ASSERT_FALSE(numbers.empty());
     EXPECT_GE(numbers.back(), 75) << "the newest group has begun";
     EXPECT_LT(numbers.size(), 60u);
@@ -576,6 +530,57 @@ TEST(LiveFeedTest, WhereDecodingIsTooSlowThePictureIsNeverFarBehind)
         EXPECT_TRUE(numbers[i] == numbers[i - 1] + 1 || (numbers[i] > numbers[i - 1] && numbers[i] % 25 == 0))
             << numbers[i - 1] << ", then " << numbers[i];
     }
+}
+
+/** A cluster of Matroska that claims to be longer than anything, and enough of it for the claim to be doubted. */
+Record clusterWithoutEnd()
+{
+    Bytes bytes{0x1F, 0x43, 0xB6, 0x75, 0x01, 0x00, 0x0F, 0xFF, 0xFF, 0xFF, 0xFF,
+                0xFE, 0x55, 0x55, 0x08, 0x7F, 0xFF, 0xFF, 0xFF, 0xFF, 0x00};
+    bytes.resize(100000);
+    return {bytes, -1, false};
+}
+
+TEST(LiveFeedTest, AContainerThatLosesItsWayIsBegunAnewAfterTwoSecondsWithoutAPacket)
+{
+    const PushedStream stream = liveMatroska("h264.avi");
+    Collector collector(stream.header);
+    collector.push(stream, 0, 20);
+    collector.push(clusterWithoutEnd());
+    EXPECT_EQ(collector.numbers().back(), 19);
+    collector.clock().advance(2100ms);
+    collector.push(stream, 25, 40);
+    EXPECT_THAT(collector.numbers(), ElementsAreArray(range(0, 20) + range(25, 40)));
+}
+
+TEST(LiveFeedTest, GoesOnAfterAPauseWhileTheContainerIsBeingBegunAnew)
+{
+    const PushedStream stream = liveMatroska("h264.avi");
+    FakeClock clock;
+    std::vector<int> numbers;
+    LiveFeed feed(clock, stream.header, 64 * 1024 * 1024, StreamMode::RealTime,
+                  [&] { numbers.push_back(numberOf(feed.take())); });
+    feed.start();
+    const auto push = [&](const Record &record) {
+        ASSERT_EQ(feed.push(record.bytes.data(), record.bytes.size()), Error::None);
+        clock.settle();
+    };
+    feed.hold(true);
+    for (std::size_t i = 0; i < 20; ++i) {
+        push(stream.records[i]);
+    }
+    push(clusterWithoutEnd());
+    clock.advance(2100ms);
+    push({Bytes(1), -1, false});
+    // The pictures held so far are of a container that is closed, and the next one is not open yet.
+    feed.hold(false);
+    clock.settle();
+    for (std::size_t i = 25; i < 30; ++i) {
+        push(stream.records[i]);
+    }
+    feed.stop();
+    ASSERT_FALSE(numbers.empty());
+    EXPECT_EQ(numbers.back(), 29);
 }
 
 struct Senseless {

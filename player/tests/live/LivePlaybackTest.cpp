@@ -1,6 +1,8 @@
+// Pushed streams through a port: which pictures are shown, and when.
+#include "player/src/core/SystemClock.h"
 #include "player/src/port/Port.h"
-
 #include "player/tests/support/Clips.h"
+#include "player/tests/support/FakeClock.h"
 #include "player/tests/support/FakePlatform.h"
 #include "player/tests/support/MemoryBytes.h"
 #include "player/tests/support/PushedStream.h"
@@ -10,7 +12,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <condition_variable>
 #include <functional>
 #include <map>
 
@@ -20,10 +21,12 @@ namespace
 using namespace std::chrono_literals;
 using player::DisplayRegion;
 using player::Error;
+using player::Moment;
 using player::Port;
 using player::test::Bytes;
 using player::test::bytesOf;
 using player::test::cut;
+using player::test::FakeClock;
 using player::test::FakePlatform;
 using player::test::liveMatroska;
 using player::test::LiveOptions;
@@ -34,18 +37,9 @@ using player::test::Shown;
 constexpr unsigned long kRealTime = 0;
 constexpr unsigned long kByItsTimes = 1;
 
-/** Asks until the answer is yes; false when that takes half a minute. */
-bool eventually(const std::function<bool()> &condition)
-{
-    const auto deadline = std::chrono::steady_clock::now() + 30s;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        std::this_thread::yield();
-    }
-    return true;
-}
+/** A camera sends a picture so often, and none is shown sooner after the one before it. */
+constexpr auto kInterval = 40ms;
+constexpr auto kShown = 10ms;
 
 class LivePlaybackTest : public testing::Test
 {
@@ -53,6 +47,7 @@ protected:
     void TearDown() override
     {
         m_port->close();
+        m_clock.settle();
         EXPECT_EQ(m_platform.presenters(), 0);
     }
 
@@ -61,25 +56,15 @@ protected:
         ASSERT_EQ(stream.openOn(*m_port, m_platform.window()), Error::None);
     }
 
-    /** Pushes a record and waits until the picture in it is on the screen. */
+    /** Pushes records as a camera does; each picture has to be on the screen before the next one comes. */
     void showEach(const PushedStream &stream, std::size_t from, std::size_t to)
     {
         for (std::size_t i = from; i < to; ++i) {
+            m_clock.advance(kInterval);
             ASSERT_EQ(stream.push(*m_port, i, i + 1), Error::None) << i;
-            ASSERT_TRUE(stream.records[i].number < 0 || m_platform.waitForNumber(stream.records[i].number)) << i;
+            m_clock.settle();
+            ASSERT_TRUE(stream.records[i].number < 0 || m_platform.number() == stream.records[i].number) << i;
         }
-    }
-
-    /** What was shown, each picture once, in the order of showing. */
-    std::vector<int> numbers() const
-    {
-        std::vector<int> numbers;
-        for (const Shown &shown : m_platform.shown()) {
-            if (numbers.empty() || numbers.back() != shown.number) {
-                numbers.push_back(shown.number);
-            }
-        }
-        return numbers;
     }
 
     Error sizeError() const
@@ -89,7 +74,8 @@ protected:
         return m_port->pictureSize(width, height);
     }
 
-    FakePlatform m_platform;
+    FakeClock m_clock;
+    FakePlatform m_platform{m_clock};
     std::shared_ptr<Port> m_port = std::make_shared<Port>(m_platform, 0, 0);
 };
 
@@ -98,9 +84,7 @@ TEST_F(LivePlaybackTest, ShowsEachPictureAsSoonAsItsRecordHasCome)
     const PushedStream stream = liveMatroska("h264.avi");
     open(stream);
     showEach(stream, 0, 40);
-    const auto shown = numbers();
-    EXPECT_TRUE(std::is_sorted(shown.begin(), shown.end()));
-    EXPECT_EQ(shown.size(), 40u);
+    EXPECT_EQ(m_platform.numbers().size(), 40u);
 }
 
 struct FirstPicture {
@@ -123,8 +107,10 @@ TEST_P(TheFirstPicture, IsShownWhenItHasComeAndNothingElseIsWaitedFor)
     const PushedStream stream = liveMatroska(GetParam().file);
     open(stream);
     ASSERT_EQ(stream.push(*m_port, 0, 1 + static_cast<std::size_t>(GetParam().reordered)), Error::None);
+    m_clock.settle();
     // Pictures that come out together overtake the first.
-    EXPECT_TRUE(m_platform.waitFor([](const Shown &shown) { return shown.number >= 0 && shown.number <= 1; }));
+    EXPECT_GE(m_platform.number(), 0);
+    EXPECT_LE(m_platform.number(), 1);
 }
 
 INSTANTIATE_TEST_SUITE_P(Codecs, TheFirstPicture,
@@ -146,11 +132,13 @@ TEST_P(EveryCodecByItsTimes, ShowsEveryPictureInOrder)
     m_port->setOpenMode(kByItsTimes);
     open(stream);
     ASSERT_EQ(stream.pushAll(*m_port), Error::None);
-    ASSERT_TRUE(m_platform.waitFor([](const Shown &shown) { return shown.number >= 45; }));
-    const auto shown = numbers();
-    EXPECT_TRUE(std::is_sorted(shown.begin(), shown.end()));
-    // Others than the first few are on time; a busy machine may skip one now and then.
-    EXPECT_GT(shown.size(), 30u);
+    m_clock.advance(5s);
+    const auto changes = m_platform.changes();
+    ASSERT_GE(changes.size(), 48u);
+    for (std::size_t i = 0; i < changes.size(); ++i) {
+        EXPECT_EQ(changes[i].number, static_cast<int>(i));
+        EXPECT_EQ(changes[i].moment - changes[0].moment, i * kInterval) << i;
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Clips, EveryCodecByItsTimes,
@@ -179,9 +167,9 @@ TEST_P(EveryContainer, IsReadWithoutSeeking)
     const PushedStream stream = cut(bytesOf(mediaPath(GetParam().file)), GetParam().recordSize);
     open(stream);
     ASSERT_EQ(stream.pushAll(*m_port), Error::None);
-    // A busy machine leaves out the last ones that no other needs.
-    EXPECT_TRUE(m_platform.waitForNumberOrLater(GetParam().last - 3)) << testing::PrintToString(numbers());
-    const auto shown = numbers();
+    m_clock.advance(kShown);
+    EXPECT_EQ(m_platform.number(), GetParam().last);
+    const auto shown = m_platform.numbers();
     EXPECT_TRUE(std::is_sorted(shown.begin(), shown.end()));
     EXPECT_GE(shown.front(), 0);
 }
@@ -278,7 +266,8 @@ TEST_F(LivePlaybackTest, ASenselessHeaderShowsAtTheGettersAndAtTheInput)
     ASSERT_EQ(m_port->openStream(header.data(), header.size(), 5242880), Error::None);
     ASSERT_EQ(m_port->play(m_platform.window()), Error::None);
     ASSERT_EQ(player::test::push(*m_port, data), Error::None);
-    EXPECT_TRUE(eventually([&] { return sizeError() == Error::Corrupt; }));
+    m_clock.settle();
+    EXPECT_EQ(sizeError(), Error::Corrupt);
     std::vector<std::uint8_t> file;
     std::int64_t time = 0;
     EXPECT_EQ(m_port->jpeg(std::nullopt, 85, file), Error::Corrupt);
@@ -298,6 +287,7 @@ TEST_F(LivePlaybackTest, HalfAHeaderWaitsForItsOtherHalf)
     const Bytes whole = stream.header;
     stream.header.resize(whole.size() / 2);
     open(stream);
+    m_clock.advance(1s);
     EXPECT_EQ(sizeError(), Error::NoPicture);
     ASSERT_EQ(
         player::test::push(*m_port, Bytes(whole.begin() + static_cast<std::ptrdiff_t>(whole.size() / 2), whole.end())),
@@ -308,7 +298,7 @@ TEST_F(LivePlaybackTest, HalfAHeaderWaitsForItsOtherHalf)
 TEST_F(LivePlaybackTest, StopsAndClosesAtOnceWhileItWaitsForData)
 {
     const PushedStream stream = liveMatroska("h264.avi");
-    const auto begun = std::chrono::steady_clock::now();
+    const Moment begun = m_clock.now();
     for (const std::size_t size : {std::size_t{1}, stream.header.size() / 2, stream.header.size()}) {
         ASSERT_EQ(m_port->openStream(stream.header.data(), size, 1000), Error::None);
         ASSERT_EQ(m_port->play(m_platform.window()), Error::None);
@@ -317,8 +307,7 @@ TEST_F(LivePlaybackTest, StopsAndClosesAtOnceWhileItWaitsForData)
         ASSERT_EQ(m_port->openStream(stream.header.data(), size, 1000), Error::None);
         EXPECT_EQ(m_port->closeStream(), Error::None);
     }
-    // Six rounds; one that waited for data would not end at all.
-    EXPECT_LT(std::chrono::steady_clock::now() - begun, 10s);
+    EXPECT_EQ(m_clock.now(), begun);
 }
 
 TEST_F(LivePlaybackTest, AFullBufferRefusesAtOnceAndTakesAgainLater)
@@ -332,9 +321,8 @@ TEST_F(LivePlaybackTest, AFullBufferRefusesAtOnceAndTakesAgainLater)
     std::size_t bytes = 0;
     Error error = Error::None;
     while (taken < stream.records.size()) {
-        const auto begun = std::chrono::steady_clock::now();
         error = stream.push(*m_port, taken, taken + 1);
-        ASSERT_LT(std::chrono::steady_clock::now() - begun, 1s);
+        m_clock.settle();
         if (error != Error::None) {
             break;
         }
@@ -343,7 +331,7 @@ TEST_F(LivePlaybackTest, AFullBufferRefusesAtOnceAndTakesAgainLater)
     ASSERT_EQ(error, Error::BufferFull);
     EXPECT_LT(bytes, 40000u + 2 * 65536u);
     ASSERT_EQ(m_port->play(m_platform.window()), Error::None);
-    EXPECT_TRUE(eventually([&] { return stream.push(*m_port, taken, taken + 1) == Error::None; }));
+    EXPECT_TRUE(m_clock.advanceUntil([&] { return stream.push(*m_port, taken, taken + 1) == Error::None; }));
 }
 
 TEST_F(LivePlaybackTest, ARecordLargerThanTheBufferIsRefusedAndTheStreamGoesOn)
@@ -352,7 +340,10 @@ TEST_F(LivePlaybackTest, ARecordLargerThanTheBufferIsRefusedAndTheStreamGoesOn)
     ASSERT_EQ(stream.openOn(*m_port, m_platform.window(), 20000), Error::None);
     showEach(stream, 0, 10);
     EXPECT_EQ(player::test::push(*m_port, Bytes(20001)), Error::BufferFull);
-    ASSERT_EQ(stream.push(*m_port, 10, 25), Error::None);
+    for (std::size_t i = 10; i < 25; ++i) {
+        ASSERT_EQ(stream.push(*m_port, i, i + 1), Error::None);
+        m_clock.settle();
+    }
     showEach(stream, 25, 30);
 }
 
@@ -362,9 +353,9 @@ TEST_F(LivePlaybackTest, AfterABurstTheNewestPictureIsOnTheScreen)
     open(stream);
     showEach(stream, 0, 5);
     ASSERT_EQ(stream.push(*m_port, 5, 100), Error::None);
-    ASSERT_TRUE(m_platform.waitForNumber(99));
-    EXPECT_LT(numbers().size(), 100u) << "at a hundredth of a second each they would come too late";
-    const auto shown = numbers();
+    m_clock.advance(kShown);
+    EXPECT_EQ(m_platform.number(), 99);
+    const auto shown = m_platform.numbers();
     EXPECT_TRUE(std::is_sorted(shown.begin(), shown.end()));
 }
 
@@ -372,31 +363,22 @@ TEST_F(LivePlaybackTest, ASlowWindowLosesPicturesAndNeverFallsBehind)
 {
     const PushedStream stream = liveMatroska("h264.avi");
     open(stream);
-    std::mutex mutex;
-    std::condition_variable never;
-    m_port->callbacks().draw.set([&](void *) {
-        std::unique_lock lock(mutex);
-        never.wait_for(lock, 100ms);
-    });
-    std::map<int, std::chrono::steady_clock::time_point> pushed;
+    m_port->callbacks().draw.set([&](void *) { m_clock.spend(100ms); });
+    std::map<int, Moment> pushed;
     for (std::size_t i = 0; i < 60; ++i) {
-        pushed[stream.records[i].number] = std::chrono::steady_clock::now();
+        pushed[stream.records[i].number] = m_clock.now();
         ASSERT_EQ(stream.push(*m_port, i, i + 1), Error::None);
-        std::unique_lock lock(mutex);
-        never.wait_for(lock, 40ms);
+        m_clock.advance(kInterval);
     }
-    ASSERT_TRUE(m_platform.waitForNumber(59));
+    m_clock.advance(200ms);
     m_port->callbacks().draw.set(nullptr);
-    int latest = -1;
-    for (const Shown &shown : m_platform.shown()) {
-        if (shown.number > latest) {
-            latest = shown.number;
-            // Noted when it is over: one slow drawing of the picture before it and one of its own. Falling behind would
-            // add sixty milliseconds a picture.
-            EXPECT_LT(shown.moment - pushed[latest], 2s) << latest;
-        }
+    EXPECT_EQ(m_platform.number(), 59);
+    const auto changes = m_platform.changes();
+    for (const Shown &shown : changes) {
+        // At most one drawing of the picture before it and its own. Falling behind would add sixty milliseconds each.
+        EXPECT_LE(shown.moment - pushed[shown.number], 200ms) << shown.number;
     }
-    EXPECT_LT(numbers().size(), 45u);
+    EXPECT_LT(changes.size(), 30u);
 }
 
 TEST_F(LivePlaybackTest, HoldsItsPictureWhilePausedAndGoesOnAtTheNewestKeyPicture)
@@ -405,15 +387,17 @@ TEST_F(LivePlaybackTest, HoldsItsPictureWhilePausedAndGoesOnAtTheNewestKeyPictur
     open(stream);
     showEach(stream, 0, 10);
     ASSERT_EQ(m_port->pause(1), Error::None);
-    ASSERT_EQ(stream.push(*m_port, 10, 60), Error::None);
-    m_platform.forget();
-    ASSERT_TRUE(m_platform.waitFor([](const Shown &) { return true; }));
-    EXPECT_EQ(numbers(), std::vector<int>{9});
+    for (std::size_t i = 10; i < 60; ++i) {
+        ASSERT_EQ(stream.push(*m_port, i, i + 1), Error::None);
+        m_clock.advance(kInterval);
+    }
+    EXPECT_EQ(m_platform.number(), 9);
     m_platform.forget();
     ASSERT_EQ(m_port->pause(0), Error::None);
     // Without anything new having come.
-    ASSERT_TRUE(m_platform.waitForNumber(59));
-    for (const int number : numbers()) {
+    m_clock.advance(kShown);
+    EXPECT_EQ(m_platform.number(), 59);
+    for (const int number : m_platform.numbers()) {
         EXPECT_TRUE(number == 9 || number >= 50) << number;
     }
     showEach(stream, 60, 65);
@@ -444,7 +428,7 @@ TEST_F(LivePlaybackTest, AStoppedPortTakesNothingAndBeginsAnewAtAKeyPicture)
     ASSERT_EQ(m_port->play(nullptr), Error::None);
     ASSERT_EQ(stream.push(*m_port, 11, 25), Error::None);
     showEach(stream, 25, 30);
-    EXPECT_EQ(numbers().front(), 25);
+    EXPECT_EQ(m_platform.numbers().front(), 25);
 }
 
 TEST_F(LivePlaybackTest, RedrawsItsPictureAtTwentyFiveHertzOrBetterWhenNothingComes)
@@ -452,9 +436,14 @@ TEST_F(LivePlaybackTest, RedrawsItsPictureAtTwentyFiveHertzOrBetterWhenNothingCo
     const PushedStream stream = liveMatroska("h264.avi");
     open(stream);
     showEach(stream, 0, 2);
+    m_clock.advance(100ms);
     m_platform.forget();
-    ASSERT_TRUE(eventually([&] { return m_platform.shown().size() >= 50; }));
-    EXPECT_LE(m_platform.quickest(5), 220ms);
+    m_clock.advance(1s);
+    const auto shown = m_platform.shown();
+    EXPECT_GE(shown.size(), 25u);
+    for (std::size_t i = 1; i < shown.size(); ++i) {
+        EXPECT_LE(shown[i].moment - shown[i - 1].moment, 40ms);
+    }
 }
 
 TEST_F(LivePlaybackTest, ARegionThatWasSetBeforeTheFirstPictureIsInForceWithIt)
@@ -494,17 +483,6 @@ TEST_F(LivePlaybackTest, TellsTheTimeThatTheDeviceStampedOnThePictureOnDisplay)
     }
 }
 
-TEST_F(LivePlaybackTest, ByItsTimesAStreamIsNotFasterThanItsClock)
-{
-    const PushedStream stream = liveMatroska("h264.avi");
-    m_port->setOpenMode(kByItsTimes);
-    open(stream);
-    const auto begun = std::chrono::steady_clock::now();
-    ASSERT_EQ(stream.pushAll(*m_port), Error::None);
-    ASSERT_TRUE(m_platform.waitForNumberOrLater(30));
-    EXPECT_GE(std::chrono::steady_clock::now() - begun, 1100ms);
-}
-
 class TimesJumpWhilePaced : public LivePlaybackTest, public testing::WithParamInterface<std::int64_t>
 {
 };
@@ -518,7 +496,10 @@ TEST_P(TimesJumpWhilePaced, GoesOnAtOnce)
     m_port->setOpenMode(kByItsTimes);
     open(stream);
     ASSERT_EQ(stream.pushAll(*m_port), Error::None);
-    EXPECT_TRUE(m_platform.waitForNumberOrLater(40));
+    m_clock.advance(4s);
+    const auto changes = m_platform.changes();
+    ASSERT_GE(changes.size(), 90u);
+    EXPECT_LE(changes[21].moment - changes[20].moment, kInterval + kShown);
 }
 
 INSTANTIATE_TEST_SUITE_P(Milliseconds, TimesJumpWhilePaced, testing::Values(-700, 3600000));
@@ -528,31 +509,31 @@ TEST_F(LivePlaybackTest, ClosesFromInsideTheDrawCallback)
     const PushedStream stream = liveMatroska("h264.avi");
     open(stream);
     std::atomic<int> closed{0};
-    m_port->callbacks().draw.set([&](void *) {
-        if (m_port->closeStream() == Error::None) {
-            ++closed;
-        }
-    });
-    // The first picture may close the stream before the third record is in.
-    static_cast<void>(stream.push(*m_port, 0, 3));
-    EXPECT_TRUE(eventually([&] { return closed == 1; }));
+    m_port->callbacks().draw.set([&](void *) { closed += m_port->closeStream() == Error::None ? 1 : 0; });
+    ASSERT_EQ(stream.push(*m_port, 0, 1), Error::None);
+    m_clock.settle();
+    EXPECT_EQ(closed, 1);
+    EXPECT_EQ(m_platform.presenters(), 0);
     m_port->callbacks().draw.set(nullptr);
-    EXPECT_EQ(stream.push(*m_port, 3, 4), Error::Order);
-    EXPECT_TRUE(eventually([&] { return m_platform.presenters() == 0; }));
+    EXPECT_EQ(stream.push(*m_port, 1, 2), Error::Order);
 }
 
-TEST_F(LivePlaybackTest, EndsAtAnyMomentWhileThreeThreadsUseIt)
+// On the computer's own clock, since the test's takes locks that would hide a race.
+TEST(LivePlaybackInRealTime, EndsAtAnyMomentWhileThreeThreadsUseIt)
 {
+    player::SystemClock clock;
+    FakePlatform platform(clock);
+    Port port(platform, 0, 0);
     const PushedStream stream = liveMatroska("h264.avi");
     std::atomic<bool> over{false};
-    m_port->callbacks().draw.set([&](void *) {
+    port.callbacks().draw.set([&](void *) {
         int width = 0;
         int height = 0;
-        m_port->pictureSize(width, height);
+        port.pictureSize(width, height);
     });
     std::thread feeder([&] {
         for (std::size_t i = 0; !over; i = (i + 1) % stream.records.size()) {
-            static_cast<void>(stream.push(*m_port, i, i + 1));
+            static_cast<void>(stream.push(port, i, i + 1));
         }
     });
     std::thread asker([&] {
@@ -560,37 +541,37 @@ TEST_F(LivePlaybackTest, EndsAtAnyMomentWhileThreeThreadsUseIt)
         std::int64_t time = 0;
         unsigned long seconds = 0;
         for (unsigned long round = 0; !over; ++round) {
-            m_port->pause(round % 2);
-            m_port->setDisplayRegion(DisplayRegion{{0, 0, 100, 100}, false});
-            m_port->jpeg(player::PixelRect{0, 0, 32, 32}, 50, file);
-            m_port->timeOnDisplay(time);
-            m_port->playedSeconds(seconds);
-            m_port->setDisplayBuffers(1 + round % 6);
+            port.pause(round % 2);
+            port.setDisplayRegion(DisplayRegion{{0, 0, 100, 100}, false});
+            port.jpeg(player::PixelRect{0, 0, 32, 32}, 50, file);
+            port.timeOnDisplay(time);
+            port.playedSeconds(seconds);
+            port.setDisplayBuffers(1 + round % 6);
         }
     });
     int played = 0;
     for (int round = 0; round < 150; ++round) {
-        m_port->setOpenMode(round % 5 == 0 ? kByItsTimes : kRealTime);
+        port.setOpenMode(round % 5 == 0 ? kByItsTimes : kRealTime);
         const std::size_t size = round % 7 == 0 ? stream.header.size() / 2 : stream.header.size();
-        ASSERT_EQ(m_port->openStream(stream.header.data(), size, 30000), Error::None);
-        played += m_port->play(m_platform.window()) == Error::None ? 1 : 0;
+        ASSERT_EQ(port.openStream(stream.header.data(), size, 30000), Error::None);
+        played += port.play(platform.window()) == Error::None ? 1 : 0;
         if (round % 3 == 0) {
-            m_platform.forget();
-            m_platform.waitFor([](const Shown &) { return true; }, 20ms);
+            // Long enough for a picture or two on most machines; on others the round is like those without it.
+            std::this_thread::sleep_for(5ms);
         }
         if (round % 4 == 0) {
-            m_port->stop();
-            m_port->play(nullptr);
+            port.stop();
+            port.play(nullptr);
         }
         if (round % 2 == 0) {
-            m_port->stop();
+            port.stop();
         }
-        ASSERT_EQ(m_port->closeStream(), Error::None);
+        ASSERT_EQ(port.closeStream(), Error::None);
     }
     over = true;
     feeder.join();
     asker.join();
-    m_port->callbacks().draw.set(nullptr);
+    port.callbacks().draw.set(nullptr);
     EXPECT_EQ(played, 150);
 }
 

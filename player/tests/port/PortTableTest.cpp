@@ -1,5 +1,6 @@
 #include "player/src/port/PortTable.h"
 
+#include "player/tests/support/FakeClock.h"
 #include "player/tests/support/FakePlatform.h"
 
 #include <gtest/gtest.h>
@@ -15,7 +16,8 @@ using player::PortTable;
 class PortTableTest : public testing::Test
 {
 protected:
-    player::test::FakePlatform m_platform;
+    player::test::FakeClock m_clock;
+    player::test::FakePlatform m_platform{m_clock};
     PortTable m_ports{m_platform};
 };
 

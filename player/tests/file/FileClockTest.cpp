@@ -1,4 +1,4 @@
-#include "player/src/file/PlaybackClock.h"
+#include "player/src/file/FileClock.h"
 
 #include <gtest/gtest.h>
 
@@ -6,13 +6,13 @@ namespace
 {
 
 using namespace std::chrono_literals;
-using player::PlaybackClock;
+using player::FileClock;
 
-const PlaybackClock::Moment kStart{1000s};
+const player::Moment kStart{1000s};
 
-TEST(PlaybackClock, StandsStillUntilItRuns)
+TEST(FileClock, StandsStillUntilItRuns)
 {
-    PlaybackClock clock;
+    FileClock clock;
     clock.setPosition(5000, kStart);
     EXPECT_EQ(clock.position(kStart + 10s), 5000);
 }
@@ -22,13 +22,13 @@ struct SpeedCase {
     std::int64_t afterTwoSeconds;
 };
 
-class PlaybackClockSpeed : public testing::TestWithParam<SpeedCase>
+class FileClockSpeed : public testing::TestWithParam<SpeedCase>
 {
 };
 
-TEST_P(PlaybackClockSpeed, RunsAtAPowerOfTwo)
+TEST_P(FileClockSpeed, RunsAtAPowerOfTwo)
 {
-    PlaybackClock clock;
+    FileClock clock;
     clock.setPosition(0, kStart);
     ASSERT_TRUE(clock.setSpeedStep(GetParam().step, kStart));
     clock.run(true, kStart);
@@ -36,13 +36,13 @@ TEST_P(PlaybackClockSpeed, RunsAtAPowerOfTwo)
     EXPECT_EQ(clock.momentOf(GetParam().afterTwoSeconds), kStart + 2s);
 }
 
-INSTANTIATE_TEST_SUITE_P(Speeds, PlaybackClockSpeed,
+INSTANTIATE_TEST_SUITE_P(Speeds, FileClockSpeed,
                          testing::Values(SpeedCase{0, 2000000}, SpeedCase{1, 4000000}, SpeedCase{4, 32000000},
                                          SpeedCase{-1, 1000000}, SpeedCase{-4, 125000}));
 
-TEST(PlaybackClock, RefusesASpeedPastEitherEndAndKeepsItsOwn)
+TEST(FileClock, RefusesASpeedPastEitherEndAndKeepsItsOwn)
 {
-    PlaybackClock clock;
+    FileClock clock;
     ASSERT_TRUE(clock.setSpeedStep(4, kStart));
     EXPECT_FALSE(clock.setSpeedStep(5, kStart));
     EXPECT_EQ(clock.speedStep(), 4);
@@ -51,9 +51,9 @@ TEST(PlaybackClock, RefusesASpeedPastEitherEndAndKeepsItsOwn)
     EXPECT_EQ(clock.speedStep(), -4);
 }
 
-TEST(PlaybackClock, DoesNotJumpWhenTheSpeedChangesOrItStops)
+TEST(FileClock, DoesNotJumpWhenTheSpeedChangesOrItStops)
 {
-    PlaybackClock clock;
+    FileClock clock;
     clock.run(true, kStart);
     clock.setPosition(0, kStart);
     clock.setSpeedStep(1, kStart + 1s);

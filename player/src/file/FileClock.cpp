@@ -1,4 +1,4 @@
-#include "player/src/file/PlaybackClock.h"
+#include "player/src/file/FileClock.h"
 
 namespace player
 {
@@ -15,7 +15,7 @@ std::int64_t scaled(std::int64_t value, int step)
 
 } // namespace
 
-std::int64_t PlaybackClock::position(Moment now) const
+std::int64_t FileClock::position(Moment now) const
 {
     if (!m_bRunning || now <= m_since) {
         return m_nPosition;
@@ -24,13 +24,13 @@ std::int64_t PlaybackClock::position(Moment now) const
     return m_nPosition + scaled(elapsed, m_nStep);
 }
 
-void PlaybackClock::setPosition(std::int64_t position, Moment now)
+void FileClock::setPosition(std::int64_t position, Moment now)
 {
     m_nPosition = position;
     m_since = now;
 }
 
-void PlaybackClock::run(bool running, Moment now)
+void FileClock::run(bool running, Moment now)
 {
     if (running != m_bRunning) {
         setPosition(position(now), now);
@@ -38,7 +38,7 @@ void PlaybackClock::run(bool running, Moment now)
     }
 }
 
-bool PlaybackClock::setSpeedStep(int step, Moment now)
+bool FileClock::setSpeedStep(int step, Moment now)
 {
     if (step < kSlowestStep || step > kFastestStep) {
         return false;
@@ -48,12 +48,12 @@ bool PlaybackClock::setSpeedStep(int step, Moment now)
     return true;
 }
 
-PlaybackClock::Moment PlaybackClock::momentOf(std::int64_t position) const
+Moment FileClock::momentOf(std::int64_t position) const
 {
     return m_since + onTheWall(position - m_nPosition);
 }
 
-std::chrono::microseconds PlaybackClock::onTheWall(std::int64_t sourceTime) const
+std::chrono::microseconds FileClock::onTheWall(std::int64_t sourceTime) const
 {
     return std::chrono::microseconds(scaled(sourceTime, -m_nStep));
 }

@@ -1,5 +1,7 @@
-#ifndef PLAYER_PLAYBACKCLOCK_H
-#define PLAYER_PLAYBACKCLOCK_H
+#ifndef PLAYER_FILECLOCK_H
+#define PLAYER_FILECLOCK_H
+
+#include "player/src/core/Clock.h"
 
 #include <chrono>
 #include <cstdint>
@@ -8,15 +10,14 @@ namespace player
 {
 
 /**
- * The position in the source as time goes by, at a speed that is a power of two.
+ * The position in a file as time goes by, at a speed that is a power of two.
  *
- * Threads: none of its own; guarded by its owner. The present moment is always handed in, so that tests need not wait.
+ * Threads: none of its own; guarded by its owner. The present moment is always handed in.
  * Units:   positions in microseconds of the source.
  */
-class PlaybackClock
+class FileClock
 {
 public:
-    using Moment = std::chrono::steady_clock::time_point;
     static constexpr int kFastestStep = 4;
     static constexpr int kSlowestStep = -4;
 
