@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_CALLBACKSLOT_H
+#define PLAYER_CALLBACKSLOT_H
 
 #include <condition_variable>
 #include <functional>
@@ -70,3 +71,5 @@ private:
 };
 
 } // namespace player
+
+#endif

@@ -1,12 +1,13 @@
-#pragma once
+#ifndef PLAYER_PLAYBACK_H
+#define PLAYER_PLAYBACK_H
 
 #include "player/src/core/CallbackSlot.h"
+#include "player/src/core/Condition.h"
 #include "player/src/core/Error.h"
 #include "player/src/core/Picture.h"
 #include "player/src/core/Platform.h"
 
 #include <chrono>
-#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -69,7 +70,6 @@ public:
     virtual Error timeOnDisplay(std::int64_t &time) = 0;
 
 protected:
-    using Moment = std::chrono::steady_clock::time_point;
     enum class State { Stopped, Playing, Paused };
 
     /** Pictures that are shown for long are drawn anew this often, so that they follow the window and the overlay. */
@@ -106,11 +106,12 @@ protected:
     virtual void endFeed() = 0;
 
     Platform &m_platform;
+    Clock &m_clock;
     const std::shared_ptr<PortCallbacks> m_pCallbacks;
 
     // Guarded by m_mutex.
     mutable std::mutex m_mutex;
-    std::condition_variable m_changed;
+    Condition m_changed;
     State m_state = State::Stopped;
     bool m_bClosed = false;
     Picture m_current;
@@ -147,3 +148,5 @@ private:
 };
 
 } // namespace player
+
+#endif
