@@ -12,7 +12,7 @@ namespace
 constexpr unsigned char kRenderWidgetMode = 0;
 constexpr unsigned char kD3dWindowMode = 1;
 
-// The place that log readers know: the host's window procedure.
+// The place is the host's window procedure; docs/compatibility.md: log-places.
 const char *const kFile = "VideoWindow\\VideoWindowMgr";
 const char *const kFunction =
     "__int64 __cdecl pellora::NewWindowProc(struct HWND__ *,unsigned int,unsigned __int64,__int64)";

@@ -69,7 +69,7 @@ public:
     bool setPlayedTime(unsigned long nSeconds);
     unsigned long getPlayedTime();
     unsigned long getFileTime();
-    /** Fills the records when it can and returns false in every case: hosts read the records, not the result. */
+    /** Fills the records when it can and returns false in every case; docs/compatibility.md: system-times-answer-0. */
     bool getSystemFileTime(KAVUN_SYSTEM_TIME *pStart, KAVUN_SYSTEM_TIME *pEnd);
     /** As getSystemFileTime. */
     bool getSystemTime(KAVUN_SYSTEM_TIME *pTime);

@@ -24,7 +24,7 @@ void SelectBoderWnd::attach(QWidget *pTarget)
 
 bool SelectBoderWnd::eventFilter(QObject *pWatched, QEvent *pEvent)
 {
-    // Resizes only: a target that merely moves leaves the frame behind, which is how hosts know it.
+    // Resizes only: a target that merely moves leaves the frame behind; docs/compatibility.md: frame-follows-sizes.
     if (pWatched != nullptr && pEvent != nullptr && pWatched == m_pTarget && pEvent->type() == QEvent::Resize) {
         contained(logAt("VideoWindow\\SelectBoderWnd",
                         "bool __cdecl pellora::SelectBoderWnd::eventFilter(class QObject *,class QEvent *)"),

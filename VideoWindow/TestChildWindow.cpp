@@ -8,7 +8,7 @@ namespace pellora
 namespace
 {
 
-/** Never assigned, so that each paint passes null to SetParent, which does nothing; hosts rely on no more. */
+/** Never assigned: each paint passes null to SetParent, which does nothing; docs/compatibility.md: test-window. */
 constexpr HWND kTestChild = nullptr;
 
 void addStyle(HWND hWnd, LONG_PTR nStyle)

@@ -62,7 +62,7 @@ long VideoWindowMgr::createVideoWindow(HWND hHostWnd, unsigned char embedMode)
     auto pWindow = std::make_unique<VideoWindow>(hHostWnd);
     pWindow->show();
     attachHostWindow(pWindow.get(), embedMode);
-    // A window for which there is no slot stays shown and attached: hosts see it although they get no handle.
+    // A window for which there is no slot stays shown and attached; docs/compatibility.md: tenth-window-shown.
     return pushVideoWindow(pWindow.release());
 }
 

@@ -62,7 +62,7 @@ public:
 private:
     struct HostEntry {
         std::set<VideoWindow *> windows;
-        /** That of the first window; later ones do not change it. */
+        /** That of the first window; docs/compatibility.md: first-embed-mode. */
         unsigned char embedMode = 0;
         bool bGoing = false;
     };

@@ -46,8 +46,8 @@ public:
     VideoWnd(long lSubHandel, QWidget *pParent);
     ~VideoWnd() override;
 
-    // Previews. Each has two routes, whose names are swapped, which is the interface's own: the plain one goes through
-    // the pool and returns at once, the "Async" one calls the device library on the caller's thread.
+    // Previews. The plain route goes through the pool and returns at once, the "Async" one calls the device library on
+    // the caller's thread; docs/compatibility.md: async-means-direct.
     /** False while another start is under way; the outcome comes through the status callback. */
     bool previewStream(const PreviewParam &param);
     /** Always true. A start that is under way is stopped as soon as it comes back. */
@@ -108,7 +108,7 @@ public:
     bool eventFilter(QObject *pWatched, QEvent *pEvent) override;
 
 signals:
-    /** The spelling is the program's own. */
+    /** Spelled so; docs/compatibility.md: spellings. */
     void signalMaxmized(QWidget *pWnd);
     void signalNormal();
     void signalSelected();

@@ -8,7 +8,7 @@ namespace pellora
 
 // What every exported function shares: its log line, the check of its thread, and the end of the road for exceptions.
 
-/** An export's place in the log; the signature is spelled as hosts' log readers know it, whatever the compiler. */
+/** An export's place in the log; docs/compatibility.md: log-places. */
 [[nodiscard]] constexpr LogLocation exportAt(const char *pSignature, int nLine = PELLORA_CALLER_LINE)
 {
     return {"Pellora", pSignature, nLine};

@@ -104,8 +104,7 @@ int PELLORA_PreviewStream(long lHandle, tagPELLORA_PREVIEW_PARAM param) noexcept
     if (!isAcceptable(param)) {
         return 0;
     }
-    // The address is not handed on: a single preview always runs on its log-in's, unlike those of a batch. Hosts pass
-    // whatever stands in their record.
+    // The address is not handed on: a single preview runs on its log-in's; docs/compatibility.md: single-ignores-url.
     return onCurrentPane<int>(where, lHandle, &VideoWnd::previewStream, requestOf(param));
 }
 

@@ -10,9 +10,6 @@ using namespace pellora;
 namespace
 {
 
-/** Selects all nine panes, where a function says so. */
-constexpr long kAllPanes = 255;
-
 /** The text that comes with a new rule; null where its type takes none. */
 const char *captionOf(unsigned short wRuleType, const void *pExtend)
 {
@@ -60,7 +57,7 @@ template <typename Operation, typename... Arguments>
 int onPaneOrAll(const LogLocation &where, long lHandle, long lSubHandel, Operation operation,
                 Arguments... arguments) noexcept
 {
-    if (lSubHandel != kAllPanes) {
+    if (lSubHandel != PELLORA_ALL_PANES) {
         return onPane<int>(where, lHandle, lSubHandel, operation, arguments...);
     }
     return onWindow<int>(where, lHandle, [&](VideoWindow &window) {
@@ -78,7 +75,7 @@ int PELLORA_SetOriginPos(long lHandle, unsigned short wOriginPos, long lSubHande
     const LogLocation where = exportAt("int __cdecl PELLORA_SetOriginPos(long,unsigned short,long)");
     logCall(where, "PELLORA_SetOriginPos: lHandle: %d, wOriginPos: %d, lSubHandel: %d.", lHandle, wOriginPos,
             lSubHandel);
-    if (wOriginPos != 1 && wOriginPos != 2) {
+    if (wOriginPos != PELLORA_ORIGIN_TOP_LEFT && wOriginPos != PELLORA_ORIGIN_BOTTOM_LEFT) {
         return 0;
     }
     return onPane<int>(where, lHandle, lSubHandel, &VideoWnd::setOriginPos, wOriginPos);

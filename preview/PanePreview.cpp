@@ -92,7 +92,7 @@ bool PanePreview::endDevice()
 {
     endPicture();
     cancelStart();
-    // Any number but -1 is an open preview, a failed start's included.
+    // Any number but -1 is an open preview, a failed start's included; docs/compatibility.md: any-handle-but-minus-1.
     if (m_lPreviewHandel != kNoPreview && !stopDevice(logAt(kFile, kStopHere), m_lPreviewHandel)) {
         return false;
     }
@@ -159,7 +159,7 @@ PreviewStatus PanePreview::status(bool bPlaying, long lSubHandel) const
     status.userID = static_cast<std::int32_t>(m_lUserID);
     status.lChannel = static_cast<std::uint32_t>(m_lChannel);
     status.byPlaying = bPlaying ? 1 : 0;
-    // Not the window's handle: hosts match on the index in both places.
+    // Not the window's handle; docs/compatibility.md: pane-index-twice.
     status.lHandle = static_cast<std::int32_t>(lSubHandel);
     status.lSubHandel = status.lHandle;
     return status;

@@ -12,7 +12,7 @@ struct PreviewStatus {
     std::uint32_t lChannel;
     unsigned char byPlaying;
     unsigned char byZero[3];
-    /** The pane's index, as the next one: hosts match on it. It is not the window's handle. */
+    /** The pane's index, as the next one, and not the window's handle; docs/compatibility.md: pane-index-twice. */
     std::int32_t lHandle;
     std::int32_t lSubHandel;
 };

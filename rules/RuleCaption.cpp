@@ -10,6 +10,7 @@ void drawCaptionAround(RuleCanvas &canvas, const std::string &text, PixelPoint c
 {
     // docs/compatibility.md: caption-at-origin.
     if (centre == PixelPoint{}) {
+        // docs/compatibility.md: caption-at-origin.
         return;
     }
     const CaptionBuffer caption(text);

@@ -1,5 +1,5 @@
-#ifndef WIDGETS_QWINWIDGET_H
-#define WIDGETS_QWINWIDGET_H
+#ifndef BASE_WIDGETS_QWINWIDGET_H
+#define BASE_WIDGETS_QWINWIDGET_H
 
 #include "base/CorvaneExport.h"
 

@@ -1,5 +1,5 @@
-#ifndef SRC_BASE_LOGEXCEPTION_H
-#define SRC_BASE_LOGEXCEPTION_H
+#ifndef BASE_LOGEXCEPTION_H
+#define BASE_LOGEXCEPTION_H
 
 namespace Base
 {
