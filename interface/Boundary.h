@@ -7,6 +7,7 @@ namespace pellora
 {
 
 // What every exported function shares: its log line, the check of its thread, and the end of the road for exceptions.
+// For any thread: the host's calls come on whichever it likes.
 
 /** An export's place in the log; docs/compatibility.md: log-places. */
 [[nodiscard]] constexpr LogLocation exportAt(const char *pSignature, int nLine = PELLORA_CALLER_LINE)

@@ -17,7 +17,7 @@ struct struSplitTypeData {
 namespace ZentixGUIToolkit
 {
 
-/** Full path, with native separators, of a file named relative to the folder of this library's own file. */
+/** Full path, with native separators, of a file named relative to the folder of this library's own file. Any thread. */
 [[nodiscard]] CORVANE_API QString GetTargetPathFile(const QString &relative);
 
 /**

@@ -6,7 +6,7 @@
 namespace Base
 {
 
-/** The folder of this library's own file, with a backslash at its end; the program may lie elsewhere. */
+/** The folder of this library's own file, with a backslash at its end; the program may lie elsewhere. Any thread. */
 [[nodiscard]] std::wstring libraryFolder();
 
 } // namespace Base

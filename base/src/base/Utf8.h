@@ -6,7 +6,7 @@
 namespace Base
 {
 
-/** Between UTF-16 and UTF-8; what cannot be converted becomes a replacement character. */
+/** Between UTF-16 and UTF-8; what cannot be converted becomes a replacement character. Any thread. */
 [[nodiscard]] std::string toUtf8(const std::wstring &text);
 [[nodiscard]] std::wstring toUtf16(const std::string &text);
 
