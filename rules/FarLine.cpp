@@ -15,8 +15,6 @@ namespace
 constexpr std::int64_t kCandidates = kLineMargin / 2;
 /** A candidate that misses the line by less than one pixel in so many is good enough. */
 constexpr std::int64_t kGoodEnough = 1024;
-/** Products of differences between coordinates within this fit into 64 bits. */
-constexpr double kLargest = 536870912; // 2^29
 
 /** Edges of the area that lines are clipped to; they belong to it. */
 struct Area {
@@ -65,15 +63,9 @@ PixelPoint pointAt(const PixelSegment &line, double fPart)
     return {at(line.start.x, line.end.x), at(line.start.y, line.end.y)};
 }
 
-/** The line between places that 64 bits are enough for. None: it lies beyond them. */
-std::optional<PixelSegment> withinRange(const PixelSegment &line)
+std::uint64_t product(std::int64_t a, std::int64_t b)
 {
-    const std::optional<Stretch> stretch = stretchWithin(line, {-kLargest, -kLargest, kLargest, kLargest});
-    if (!stretch) {
-        return std::nullopt;
-    }
-    return PixelSegment{stretch->from > 0.0 ? pointAt(line, stretch->from) : line.start,
-                        stretch->to < 1.0 ? pointAt(line, stretch->to) : line.end};
+    return static_cast<std::uint64_t>(a) * static_cast<std::uint64_t>(b);
 }
 
 /** The whole pixel closest to the line, from that part of its way on towards its end. */
@@ -92,8 +84,9 @@ PixelPoint bestPoint(PixelSegment line, double fFrom)
     PixelPoint candidate = pointAt(line, fFrom);
     PixelPoint best = candidate;
     // How far the candidate is off, times the way. Each step changes it by the rise, and each pixel across by the way.
-    std::int64_t nOff =
-        (std::int64_t{candidate.x} - line.start.x) * nRise - (std::int64_t{candidate.y} - line.start.y) * nWay;
+    // The products may wrap: their difference is right all the same.
+    std::int64_t nOff = static_cast<std::int64_t>(product(std::int64_t{candidate.x} - line.start.x, nRise) -
+                                                  product(std::int64_t{candidate.y} - line.start.y, nWay));
     std::int64_t nLeast = std::abs(nOff);
     for (std::int64_t i = 1; i < kCandidates && nLeast > std::abs(nWay) / kGoodEnough; ++i) {
         candidate.x += static_cast<std::int32_t>(nStep);
@@ -115,21 +108,16 @@ PixelPoint bestPoint(PixelSegment line, double fFrom)
 
 std::optional<PixelSegment> clipped(const PixelSegment &line, const PixelRect &surface)
 {
-    const std::optional<PixelSegment> inRange = withinRange(line);
-    if (!inRange) {
-        return std::nullopt;
-    }
     const Area area = {static_cast<double>(std::min(surface.left, surface.right)) - kLineMargin,
                        static_cast<double>(std::min(surface.top, surface.bottom)) - kLineMargin,
                        static_cast<double>(std::max(surface.left, surface.right)) + kLineMargin,
                        static_cast<double>(std::max(surface.top, surface.bottom)) + kLineMargin};
-    const std::optional<Stretch> stretch = stretchWithin(*inRange, area);
+    const std::optional<Stretch> stretch = stretchWithin(line, area);
     if (!stretch) {
         return std::nullopt;
     }
-    return PixelSegment{stretch->from > 0.0 ? bestPoint(*inRange, stretch->from) : inRange->start,
-                        stretch->to < 1.0 ? bestPoint({inRange->end, inRange->start}, 1.0 - stretch->to)
-                                          : inRange->end};
+    return PixelSegment{stretch->from > 0.0 ? bestPoint(line, stretch->from) : line.start,
+                        stretch->to < 1.0 ? bestPoint({line.end, line.start}, 1.0 - stretch->to) : line.end};
 }
 
 } // namespace pellora

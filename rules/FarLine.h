@@ -27,8 +27,7 @@ constexpr std::int32_t kLineMargin = 16384;
  * The part of the line on the surface and kLineMargin pixels around it; none when the line does not come there.
  *
  * An end outside is replaced by a whole pixel near the margin's edge. Of many pixels the one closest to the line is
- * taken. Mostly it misses the line by less than a thousandth of a pixel, and always by half of one at most. Lines that
- * end beyond ±2^29 may miss it by a pixel.
+ * taken. Mostly it misses the line by less than a thousandth of a pixel, and always by half of one at most.
  */
 [[nodiscard]] std::optional<PixelSegment> clipped(const PixelSegment &line, const PixelRect &surface);
 

@@ -159,12 +159,15 @@ void drawRule(HDC hDc, AbstractRule &rule)
 void drawRules(HDC hDc, RuleTable &rules)
 {
     rules.paint([hDc](const RuleTable::Slots &slots, std::uint64_t nChanges, RuleLayer &layer) {
-        const bool bAny = std::any_of(slots.begin(), slots.end(), [](const auto &pRule) { return pRule != nullptr; });
-        const std::optional<PixelRows> pixels = bAny ? pixelsOf(hDc) : std::nullopt;
+        if (std::all_of(slots.begin(), slots.end(), [](const auto &pRule) { return pRule == nullptr; })) {
+            layer = {};
+            return;
+        }
+        const std::optional<PixelRows> pixels = pixelsOf(hDc);
         const RuleLayer::Way way = pixels ? layer.nextWay(nChanges, pixels->size) : RuleLayer::Way::Draw;
         if (way == RuleLayer::Way::Put || (way == RuleLayer::Way::Make && makeLayer(hDc, slots, pixels->size, layer))) {
             layer.putOn(*pixels);
-        } else if (bAny) {
+        } else {
             drawAll(hDc, slots);
         }
     });

@@ -102,16 +102,16 @@ TEST(FarLine, TakesCoordinatesOfAllSizes)
     const PixelSegment across = {{kLowest, kLowest}, {kHighest, kHighest}};
     const std::optional<PixelSegment> part = clipped(across, kSurface);
     ASSERT_TRUE(part.has_value());
-    EXPECT_LE(distance(part->start, across), 1.0);
-    EXPECT_LE(distance(part->end, across), 1.0);
+    EXPECT_LE(distance(part->start, across), 0.001);
+    EXPECT_LE(distance(part->end, across), 0.001);
     expectPart({{kLowest, 50}, {kHighest, 50}}, {{-16384, 50}, {17024, 50}});
     std::mt19937 random(3);
     for (int i = 0; i < 100000; ++i) {
         const PixelSegment line = {{static_cast<std::int32_t>(random()), static_cast<std::int32_t>(random())},
                                    {static_cast<std::int32_t>(random()), static_cast<std::int32_t>(random())}};
         if (const std::optional<PixelSegment> found = clipped(line, kSurface)) {
-            EXPECT_LE(distance(found->start, line), 1.5) << line.start << ' ' << line.end;
-            EXPECT_LE(distance(found->end, line), 1.5) << line.start << ' ' << line.end;
+            EXPECT_LE(distance(found->start, line), 0.5) << line.start << ' ' << line.end;
+            EXPECT_LE(distance(found->end, line), 0.5) << line.start << ' ' << line.end;
         }
     }
 }

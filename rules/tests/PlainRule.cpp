@@ -264,37 +264,42 @@ void PlainRule::drag(std::int32_t px, std::int32_t py)
     }
 }
 
+void PlainRule::grab(std::int32_t px, std::int32_t py)
+{
+    if (family == 1) {
+        grabMode = near(px, py, 0) ? 1 : 0;
+        return;
+    }
+    lastX = px;
+    lastY = py;
+    if (family == 2) {
+        grabMode = near(px, py, 0) ? 1 : (near(px, py, 1) ? 2 : (hit(px, py) ? 3 : 0));
+    } else if (family == 3) {
+        grabMode = hit(px, py) ? 5 : 0;
+        const int columns[] = {0, 1, 1, 0};
+        const int rows[] = {0, 0, 1, 1};
+        for (int corner = 3; corner >= 0; --corner) {
+            if (std::abs(static_cast<std::int64_t>(px) - x[columns[corner]]) <= 4 &&
+                std::abs(static_cast<std::int64_t>(py) - y[rows[corner]]) <= 4) {
+                grabMode = corner + 1;
+            }
+        }
+    } else if (family == 4) {
+        grabMode = 0;
+        grabIndex = -1;
+        for (std::size_t i = x.size(); i-- > 0;) {
+            if (near(px, py, i)) {
+                grabMode = 1;
+                grabIndex = static_cast<int>(i);
+            }
+        }
+    }
+}
+
 void PlainRule::edit(std::int32_t px, std::int32_t py, int action)
 {
     if (action == 2) {
-        if (family == 1) {
-            grabMode = near(px, py, 0) ? 1 : 0;
-            return;
-        }
-        lastX = px;
-        lastY = py;
-        if (family == 2) {
-            grabMode = near(px, py, 0) ? 1 : (near(px, py, 1) ? 2 : (hit(px, py) ? 3 : 0));
-        } else if (family == 3) {
-            grabMode = hit(px, py) ? 5 : 0;
-            const int columns[] = {0, 1, 1, 0};
-            const int rows[] = {0, 0, 1, 1};
-            for (int corner = 3; corner >= 0; --corner) {
-                if (std::abs(static_cast<std::int64_t>(px) - x[columns[corner]]) <= 4 &&
-                    std::abs(static_cast<std::int64_t>(py) - y[rows[corner]]) <= 4) {
-                    grabMode = corner + 1;
-                }
-            }
-        } else if (family == 4) {
-            grabMode = 0;
-            grabIndex = -1;
-            for (std::size_t i = x.size(); i-- > 0;) {
-                if (near(px, py, i)) {
-                    grabMode = 1;
-                    grabIndex = static_cast<int>(i);
-                }
-            }
-        }
+        grab(px, py);
         return;
     }
     if (family == 1) {

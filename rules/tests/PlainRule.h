@@ -50,6 +50,7 @@ private:
     [[nodiscard]] bool breaks(std::int32_t px, std::int32_t py) const;
     [[nodiscard]] bool inPolygon(std::int32_t px, std::int32_t py) const;
     [[nodiscard]] bool onLine(std::int32_t px, std::int32_t py) const;
+    void grab(std::int32_t px, std::int32_t py);
     void drag(std::int32_t px, std::int32_t py);
     void box(std::int32_t px, std::int32_t py);
 };
