@@ -73,7 +73,7 @@ done
 cd "$root"
 
 tools/install-packages.sh build run
-tools/build.sh mingw-release
+tools/build.sh mingw-release -- pellora_demo
 if [ ${#sources[@]} -eq 0 ]; then
     footage="$(tools/footage.sh)"
     while IFS= read -r file; do sources+=("Z:$file"); done <<<"$footage"
@@ -82,10 +82,10 @@ fi
 
 bin="$root/build/mingw-release/bin"
 if [ -n "${DISPLAY:-}" ] || [ "$stay" = yes ]; then
-    exec tools/with-display.sh tools/wine-run.sh "$bin/PelloraDemo.exe" "${options[@]}" "${sources[@]}"
+    exec tools/with-display.sh tools/with-wine.sh tools/wine-run.sh "$bin/PelloraDemo.exe" "${options[@]}" "${sources[@]}"
 fi
 
 rm -f demo.png
-PELLORA_SCREEN=1300x810x24 tools/with-display.sh tools/demo-screenshot.sh "$seconds" "$root/demo.png" \
+PELLORA_SCREEN=1300x810x24 tools/with-display.sh tools/with-wine.sh tools/demo-screenshot.sh "$seconds" "$root/demo.png" \
     "$bin/PelloraDemo.exe" "${options[@]}" "${sources[@]}"
 echo "The demo host played for $seconds seconds; its screenshot: $root/demo.png"

@@ -40,7 +40,6 @@ tools/build.sh "${presets[@]}"
 [ "$lint" = no ] || tools/lint.sh
 echo "Making the test clips …"
 tests/media/make-media.sh build/media
-tools/wine-prefix.sh >/dev/null
 
 # One run over all presets, so that there is one summary.
 mkdir -p build/all
@@ -48,5 +47,5 @@ mkdir -p build/all
 for preset in "${presets[@]}"; do echo "subdirs(\"$root/build/$preset\")" >>build/all/CTestTestfile.cmake; done
 # Always a display of its own: tests move its mouse. One more at a time than there are processors: those with windows,
 # which take turns, wait for cameras and clocks most of their time.
-PELLORA_VIRTUAL_DISPLAY=1 PELLORA_SCREEN=1600x1200x24 tools/with-display.sh \
+PELLORA_VIRTUAL_DISPLAY=1 PELLORA_SCREEN=1600x1200x24 tools/with-display.sh tools/with-wine.sh \
     ctest --test-dir build/all --output-on-failure --no-tests=error -j "${PELLORA_TEST_JOBS:-$(($(nproc) + 1))}" "${pattern[@]}"

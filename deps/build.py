@@ -44,6 +44,14 @@ WINDOWS = ["qt", "ffmpeg", "dav1d", "expat", "apr", "apr-util", "log4cxx", "libj
 NATIVE = ["ffmpeg-native"]
 
 
+# How often a build that takes long says how far it is.
+PROGRESS_SECONDS = 30
+# What the builds take that do not count themselves, as make's; only the estimate stands on it. Ninja counts its own.
+EXPECTED_STEPS = {"qt": 854, "ffmpeg": 613, "ffmpeg-native": 601}
+COMPILER_STEP = re.compile(r"^(?:\S*(?:gcc|g\+\+) .*-c |(?:CC|CXX|X86ASM|WINDRES)\t)", re.MULTILINE)
+NINJA_STEP = re.compile(r"^\[(\d+)/(\d+)\] ", re.MULTILINE)
+
+
 class BuildError(Exception):
     """One paragraph for the person at the keyboard."""
 
@@ -120,6 +128,15 @@ class Recipe:
 
     def done(self):
         return (self.prefix / ".complete").exists()
+
+    def steps(self):
+        """The compiler's steps in the log so far, and how many there will be, or None where nobody knows."""
+        text = self.log.read_text(errors="replace") if self.log.exists() else ""
+        # Ninja counts anew after an interruption, what is left to do.
+        counted = NINJA_STEP.findall(text.rpartition(f"==== {self.name} {self.version}, key")[2])
+        if counted:
+            return int(counted[-1][0]), int(counted[-1][1])
+        return len(COMPILER_STEP.findall(text)), EXPECTED_STEPS.get(self.name)
 
 
 class Sources:
@@ -298,8 +315,9 @@ class Builder:
         if self._stop.is_set():
             raise BuildError("Interrupted.")
         recipe.log.parent.mkdir(parents=True, exist_ok=True)
-        resumed = " (going on where it was interrupted)" if recipe.work.exists() else ""
-        self.say(f"[ … ] {recipe.name} {recipe.version} started{resumed}")
+        resumed = recipe.work.exists()
+        self.say(f"[ … ] {recipe.name} {recipe.version} started" +
+                 (" (going on where it was interrupted)" if resumed else ""))
         if recipe.prefix.exists():
             shutil.rmtree(recipe.prefix)  # no stamp: a half-done installation
         recipe.work.mkdir(parents=True, exist_ok=True)
@@ -311,13 +329,14 @@ class Builder:
             if need.name in self._ordered(recipe.needs):
                 environment["PREFIX_" + need.name.replace("-", "_")] = str(need.prefix)
         environment["NEED_PREFIXES"] = ";".join(str(self.recipes[n].prefix) for n in self._ordered(recipe.needs))
-        with open(recipe.log, "a", encoding="utf-8") as log:
+        # The log is that of one build, with its interruptions: the steps in it are counted.
+        with open(recipe.log, "a" if resumed else "w", encoding="utf-8") as log:
             log.write(f"==== {recipe.name} {recipe.version}, key {recipe.key}, {time.ctime()}\n")
             log.flush()
             child = subprocess.Popen(["bash", str(RECIPES / "common.sh")], env=environment, stdin=subprocess.DEVNULL,
                                      stdout=log, stderr=subprocess.STDOUT, start_new_session=True)
             self._children.add(child)
-            code = child.wait()
+            code = self._wait(recipe, child)
             self._children.discard(child)
         if code != 0:
             if self._stop.is_set():
@@ -332,6 +351,21 @@ class Builder:
             self._finished += 1
             print(f"[{self._finished}/{len(self.wanted)}] {recipe.name} {recipe.version} … "
                   f"{duration(time.monotonic() - began)}", flush=True)
+
+    def _wait(self, recipe, child):
+        """Waits for the end of a recipe, and says meanwhile how far it is."""
+        began = compiling = time.monotonic()
+        before = recipe.steps()[0]
+        while True:
+            try:
+                return child.wait(PROGRESS_SECONDS)
+            except subprocess.TimeoutExpired:
+                now = time.monotonic()
+            done, total = recipe.steps()
+            if done <= before:
+                compiling = now
+            self.say(f"[ … ] {recipe.name} {recipe.version}: "
+                     f"{progress(done, total, done - before, now - compiling)}, {duration(now - began)} so far")
 
     def write_cmake(self, path):
         """Tells CMake where each dependency is or will be. Rewritten only when it changes, so nothing is rebuilt."""
@@ -349,6 +383,15 @@ class Builder:
 
 def duration(seconds):
     return f"{int(seconds) // 60}:{int(seconds) % 60:02d}"
+
+
+def progress(done, total, lately, seconds):
+    """How far a build is, and how long the rest takes at the pace at which the latest steps were done in these seconds."""
+    if lately <= 0:
+        return "unpacking and configuring" if done == 0 else f"{done} steps, going on"
+    if total is None or done > total:
+        return f"{done} steps"
+    return f"{done} of {total} steps, about {duration(seconds / lately * (total - done))} to go"
 
 
 def interrupted(_number, _frame):

@@ -6,8 +6,6 @@ seconds="$1"
 picture="$2"
 shift 2
 log="$(mktemp)"
-# Started first, so that the seconds are the video's and not the prefix's, which takes some to be made.
-"$here/wine-prefix.sh" >/dev/null
 "$here/wine-run.sh" "$@" --seconds "$((seconds + 3))" >"$log" 2>&1 &
 host=$!
 sleep "$seconds"

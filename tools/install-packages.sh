@@ -5,7 +5,7 @@ set -euo pipefail
 
 declare -A packages=(
     [build]="g++ gcc g++-mingw-w64-x86-64-posix mingw-w64-tools binutils-mingw-w64-x86-64 cmake ninja-build meson make
-        nasm pkg-config python3 dpkg-dev patch xz-utils bzip2 ca-certificates googletest"
+        nasm pkg-config ccache python3 dpkg-dev patch xz-utils bzip2 ca-certificates googletest"
     [run]="wine wine64 xvfb xauth x11-utils imagemagick fonts-wine fonts-liberation fonts-noto-cjk"
     [test]="ffmpeg xdotool libgtest-dev libgmock-dev libdav1d-dev libyuv-dev libturbojpeg0-dev libpugixml-dev
         clang-format clang-tidy git python3-gi gir1.2-gst-rtsp-server-1.0 gstreamer1.0-plugins-base

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Formatting, include rules and clang-tidy over the whole project: tools/lint.sh [FILE…]
+# Formatting, include rules, lengths and clang-tidy over the whole project: tools/lint.sh [FILE…]
 #
 # clang-tidy needs the compile commands of build/mingw-release (and of build/linux-asan for what is built natively
 # only), so the presets are built first.
@@ -14,6 +14,9 @@ clang-format --dry-run -Werror "${sources[@]}" || failed=yes
 
 echo "Includes …"
 python3 tools/check_includes.py || failed=yes
+
+echo "Lengths …"
+python3 tools/check_sizes.py || failed=yes
 
 echo "clang-tidy …"
 python3 tools/tidy.py "$@" || failed=yes

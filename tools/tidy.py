@@ -2,11 +2,14 @@
 """Runs clang-tidy over what the presets compile: tools/tidy.py [FILE…]
 
 The Windows sources are read with mingw's own headers; what only the native preset compiles, with the machine's.
-Any finding is a failure. A file that has not changed since it was found clean, with all it includes, is not read
-again: build/tidy remembers the hash of its preprocessed text.
+Any finding is a failure. A file that was found clean is not read again until it, a file that it includes, the
+configuration, the arguments or clang-tidy changes, in this checkout or in another one: the cache beside the
+dependencies (PELLORA_CACHE) remembers the contents that were clean.
 """
 
 import concurrent.futures
+import functools
+import gzip
 import hashlib
 import json
 import os
@@ -16,7 +19,9 @@ import sys
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
-MEMORY = ROOT / "build" / "tidy"
+MEMORY = Path(os.environ.get("PELLORA_CACHE") or Path.home() / ".cache" / "pellora") / "tidy"
+# Contents of a file and its includes that are remembered as clean: of several branches and checkouts.
+REMEMBERED = 8
 
 
 def mingw_arguments():
@@ -44,50 +49,108 @@ def entries():
             yield path, entry, extra
 
 
-def preprocessed_hash(entry):
+def compiler_and_arguments(entry, path):
+    """The compiler, without what starts it, and its arguments without the files that it reads and writes."""
     words = shlex.split(entry["command"])
-    words = [w for i, w in enumerate(words) if w not in ("-c",) and words[i - 1] != "-o" and w != "-o"]
-    run = subprocess.run(words + ["-E", "-P"], cwd=entry["directory"], capture_output=True)
-    return hashlib.sha256(run.stdout + (ROOT / ".clang-tidy").read_bytes()).hexdigest() if run.returncode == 0 else ""
-
-
-def check(path, entry, extra):
-    digest = preprocessed_hash(entry)
-    memory = MEMORY / hashlib.sha256(str(path.relative_to(ROOT)).encode()).hexdigest()
-    if digest and memory.exists() and memory.read_text() == digest:
-        return path, True, ""
-    words = shlex.split(entry["command"])[1:]
+    first = next(i for i, word in enumerate(words) if Path(word).name.endswith(("gcc-posix", "g++-posix", "cc", "c++")))
     arguments = []
     skip = False
-    for word in words:
+    for word in words[first + 1:]:
         if skip or word in ("-c", str(path)):
             skip = False
         elif word == "-o":
             skip = True
-        elif not word.startswith(("-gdwarf", "-fno-keep-inline-dllexport", "-fsanitize", "-fno-sanitize", "-Werror")):
+        else:
             arguments.append(word)
-    # GoogleTest's macros make the path-sensitive analysis of a test take longer than that of all it tests.
-    checks = ["--checks=-clang-analyzer-*"] if "tests" in path.relative_to(ROOT).parts else []
-    run = subprocess.run(["clang-tidy", "--quiet", "--warnings-as-errors=*", *checks, str(path), "--"] + extra + arguments +
-                         ["-Qunused-arguments", "-Wno-unknown-warning-option"],
-                         cwd=entry["directory"], capture_output=True, text=True)
+    return words[first], arguments
+
+
+def tidy_command(path, arguments, extra):
+    arguments = [a for a in arguments if not a.startswith(("-gdwarf", "-fno-keep-inline-dllexport", "-fsanitize",
+                                                           "-fno-sanitize", "-Werror"))]
+    # GoogleTest's macros make the path-sensitive analysis of a test take longer than that of all it tests, and a test
+    # is as long as what it tells.
+    checks = ["--checks=-clang-analyzer-*,-readability-function-size"] if "tests" in path.relative_to(ROOT).parts else []
+    return ["clang-tidy", "--quiet", "--warnings-as-errors=*", *checks, str(path), "--", *extra, *arguments,
+            "-Qunused-arguments", "-Wno-unknown-warning-option"]
+
+
+@functools.lru_cache(None)
+def digest(path):
+    try:
+        return hashlib.sha256(path.read_bytes()).hexdigest()
+    except OSError:
+        return ""
+
+
+@functools.lru_cache(None)
+def tool():
+    version = subprocess.run(["clang-tidy", "--version"], capture_output=True, text=True, check=True).stdout
+    # A header is judged by its own folder's configuration, whoever includes it.
+    return version + "".join(p.read_text() for p in [ROOT / ".clang-tidy", *sorted(ROOT.glob("*/.clang-tidy"))])
+
+
+def memory_of(command):
+    """The folder that remembers this file's clean contents. It names no place on this machine."""
+    text = tool() + json.dumps(command).replace(str(ROOT), ".")
+    return MEMORY / hashlib.sha256(text.encode()).hexdigest()
+
+
+def inputs(compiler, arguments, path, folder):
+    """The file and all that it includes, with the digests of their contents; empty if it does not compile."""
+    run = subprocess.run([compiler, *arguments, "-M", str(path)], cwd=folder, capture_output=True, text=True)
+    if run.returncode != 0:
+        return ""
+    files = shlex.split(run.stdout.replace("\\\n", " ").partition(":")[2])
+    paths = {Path(os.path.normpath(Path(folder) / file)) for file in files}
+    return "".join(sorted(f"{digest(p)} {os.path.relpath(p, ROOT) if ROOT in p.parents else p}\n" for p in paths))
+
+
+def is_clean(memory):
+    for remembered in memory.glob("*.gz"):
+        lines = gzip.decompress(remembered.read_bytes()).decode().splitlines()
+        if all(digest(ROOT / line[65:]) == line[:64] for line in lines):
+            remembered.touch()
+            return True
+    return False
+
+
+def remember(memory, text):
+    memory.mkdir(parents=True, exist_ok=True)
+    target = memory / (hashlib.sha256(text.encode()).hexdigest() + ".gz")
+    half = target.with_suffix(f".{os.getpid()}")
+    half.write_bytes(gzip.compress(text.encode(), 3))
+    half.rename(target)
+    for old in sorted(memory.glob("*.gz"), key=lambda f: f.stat().st_mtime)[:-REMEMBERED]:
+        old.unlink(missing_ok=True)
+
+
+def check(path, entry, extra):
+    """Whether the file was read, whether it is clean, and what clang-tidy said."""
+    compiler, arguments = compiler_and_arguments(entry, path)
+    command = tidy_command(path, arguments, extra)
+    memory = memory_of(command)
+    if is_clean(memory):
+        return path, False, True, ""
+    text = inputs(compiler, arguments, path, entry["directory"])
+    run = subprocess.run(command, cwd=entry["directory"], capture_output=True, text=True)
     clean = run.returncode == 0
-    if clean and digest:
-        MEMORY.mkdir(parents=True, exist_ok=True)
-        memory.write_text(digest)
-    return path, clean, run.stdout + ("" if clean else run.stderr)
+    if clean and text:
+        remember(memory, text)
+    return path, True, clean, run.stdout + ("" if clean else run.stderr)
 
 
 def main():
     only = {Path(a).resolve() for a in sys.argv[1:]}
     work = [e for e in entries() if not only or e[0] in only]
-    failures = 0
+    read = failures = 0
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        for path, clean, output in pool.map(lambda e: check(*e), work):
+        for path, was_read, clean, output in pool.map(lambda e: check(*e), work):
+            read += was_read
             if not clean:
                 failures += 1
-                print(f"{path.relative_to(ROOT)}:\n{output}")
-    print(f"{len(work)} files, {failures} with findings.")
+                print(f"{path.relative_to(ROOT)}:\n{output}", flush=True)
+    print(f"{len(work)} files, {read} of them read, {failures} with findings.")
     return 1 if failures or not work else 0
 
 

@@ -5,10 +5,12 @@
 
 #include "VideoWindow/tests/RuleReports.h"
 #include "interface/Pellora.h"
+#include "rules/tests/RuleTestSupport.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <sstream>
 #include <string>
@@ -735,6 +737,79 @@ TEST_F(RuleEditorTest, DrawsWithoutACallback)
     create(RuleType::Rect);
     EXPECT_THAT(mouse("L+100,100 M150,150 L-200,200"), IsEmpty());
     EXPECT_EQ(coordinates(0, RuleType::Rect), "100,100 200,200");
+}
+
+TEST_F(RuleEditorTest, KeepsTheEditThatBeganWhileTheHostWasToldOfANewRule)
+{
+    place(RuleType::Point, {500, 500});
+    create(RuleType::Point);
+    // A message box in the callback runs a message loop, in which the mouse grabs the other rule.
+    rulereports::whenReported([this](unsigned char byState) {
+        if (byState == 0) {
+            m_editor.handle(eventFrom("L+500,500"));
+        }
+    });
+    EXPECT_EQ(mouse("L+10,20").size(), 2U);
+    rulereports::whenReported(nullptr);
+
+    EXPECT_EQ(mouse("M510,520 L-530,540"), reports(0, RuleType::Point, {"4: 510,520"}));
+    EXPECT_EQ(coordinates(0, RuleType::Point), "530,540");
+}
+
+TEST_F(RuleEditorTest, KeepsTheDrawingThatBeganWhileTheHostWasToldOfANewRule)
+{
+    create(RuleType::Point);
+    bool bCreated = false;
+    rulereports::whenReported([&](unsigned char byState) {
+        if (byState == 0 && !bCreated) {
+            bCreated = true;
+            create(RuleType::Line);
+            m_editor.handle(eventFrom("L+100,100"));
+        }
+    });
+
+    Texts expected = reports(0, RuleType::Point, {"0: 10,20"});
+    // Once, for its own event.
+    expected.push_back(report(1, RuleType::Line, "2: 100,100 100,100"));
+    EXPECT_EQ(mouse("L+10,20"), expected);
+    EXPECT_EQ(mouse("M150,150 L+200,200"), reports(1, RuleType::Line, {"2: 100,100 150,150", "0: 100,100 200,200"}));
+}
+
+TEST_F(RuleEditorTest, HasNoRuleInHandWhileTheHostIsToldThatItIsDrawn)
+{
+    create(RuleType::Point);
+    bool bTold = false;
+    rulereports::whenReported([&](unsigned char /*byState*/) {
+        if (bTold) {
+            return;
+        }
+        bTold = true;
+        // A rule in hand would be drawn once more after it has been emptied.
+        const tagPELLORA_RULE_POINT corner = {{0, 0}};
+        m_rules.setRuleCoode(0, &corner);
+        m_editor.handle(eventFrom("L+50,60"));
+    });
+    EXPECT_EQ(mouse("L+10,20").size(), 1U);
+    EXPECT_EQ(coordinates(0, RuleType::Point), "0,0");
+}
+
+// ---- every type ----
+
+TEST_F(RuleEditorTest, DrawsEveryTypeThatDoesNotStandFromTheStart)
+{
+    for (const RuleType type : kAllTypes) {
+        const long lRuleID = create(type);
+        const Texts told = mouse("L+100,100 M150,150 L-150,150 L+210,100 M210,100 L+210,220 L+90,220 M90,220 L+95,230");
+        const bool bStands = type == RuleType::Text || type == RuleType::LineWithArrow;
+        const auto isDrawn = [&](const std::string &text) {
+            return text.rfind("rule " + std::to_string(lRuleID) + " type " + std::to_string(static_cast<int>(type)) +
+                                  " state 0",
+                              0) == 0;
+        };
+        EXPECT_EQ(std::count_if(told.begin(), told.end(), isDrawn), bStands ? 0 : 1) << static_cast<int>(type);
+        m_rules.clearRules();
+        mouse("L-95,230");
+    }
 }
 
 // ---- the other origin ----

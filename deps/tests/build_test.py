@@ -25,6 +25,13 @@ install() {{ echo {name} >"$PREFIX/result"; echo built {name} >>"$COUNT"; }}
 '''
 
 
+def load_builder():
+    spec = importlib.util.spec_from_file_location("build_under_test", DEPS / "build.py")
+    builder = importlib.util.module_from_spec(spec)
+    spec.loader.exec_module(builder)
+    return builder
+
+
 class Workshop:
     """A copy of the builder with recipes of the test's own and an empty cache."""
 
@@ -51,7 +58,8 @@ class Workshop:
 
     def command(self):
         program = (f"import sys; sys.path.insert(0, {str(self.root)!r}); import build; "
-                   f"build.WINDOWS = {self.names!r}; build.NATIVE = []; sys.argv = ['build']; sys.exit(build.main())")
+                   f"build.WINDOWS = {self.names!r}; build.NATIVE = []; build.PROGRESS_SECONDS = 0.1; "
+                   f"build.EXPECTED_STEPS = {{'alone': 5}}; sys.argv = ['build']; sys.exit(build.main())")
         return [sys.executable, "-B", "-c", program]
 
     def run(self):
@@ -60,6 +68,17 @@ class Workshop:
         run = subprocess.run(self.command(), env=self.environment(), capture_output=True, text=True, timeout=60)
         built = [line.split()[1] for line in self.count.read_text().splitlines()]
         return run.returncode, run.stdout + run.stderr, built
+
+    @contextlib.contextmanager
+    def running(self):
+        """A run that goes on meanwhile, and is ended as a person would end it."""
+        process = subprocess.Popen(self.command(), env=self.environment(), stdout=subprocess.PIPE,
+                                   stderr=subprocess.STDOUT, text=True, start_new_session=True)
+        try:
+            yield process
+        finally:
+            process.send_signal(signal.SIGTERM)
+            process.communicate(timeout=30)
 
     def close(self):
         shutil.rmtree(self.folder)
@@ -118,28 +137,58 @@ class DependencyBuilder(unittest.TestCase):
             'configure() { echo built configured >>"$COUNT"; }\n'
             'build() { [ -e "$WORK/second" ] || { touch "$WORK/second"; sleep 300; }; }\n'
             'install() { echo built alone >>"$COUNT"; }\n')
-        process = subprocess.Popen(self.shop.command(), env=self.shop.environment(), stdout=subprocess.DEVNULL,
-                                   stderr=subprocess.DEVNULL, start_new_session=True)
-        deadline = time.monotonic() + 30
-        while not list(self.shop.cache.glob("work/alone-*/second")) and time.monotonic() < deadline:
-            time.sleep(0.05)
-        self.assertTrue(list(self.shop.cache.glob("work/alone-*/second")), "the build did not get to its middle")
-        process.send_signal(signal.SIGTERM)
-        self.assertNotEqual(process.wait(30), 0)
+        with self.shop.running() as process:
+            deadline = time.monotonic() + 30
+            while not list(self.shop.cache.glob("work/alone-*/second")) and time.monotonic() < deadline:
+                time.sleep(0.05)
+            self.assertTrue(list(self.shop.cache.glob("work/alone-*/second")), "the build did not get to its middle")
+        self.assertNotEqual(process.returncode, 0)
         code, said, built = self.shop.run()
         self.assertEqual(code, 0, said)
         self.assertIn("going on where it was interrupted", said)
         self.assertIn("alone", built)
         self.assertNotIn("configured", built)
 
+    def wait_for(self, process, wanted):
+        for line in process.stdout:
+            if wanted in line:
+                return line
+        self.fail(f"'{wanted}' was not said")
+
+    def test_says_how_far_a_build_is_that_ninja_counts(self):
+        self.shop.recipe("alone", build="echo '[1/4] Building a.o'; echo '[3/4] Building c.o'; sleep 300")
+        with self.shop.running() as process:
+            self.wait_for(process, "alone 1.0: 3 of 4 steps, about ")
+
+    def test_counts_the_compilers_steps_of_other_builds_also_over_an_interruption(self):
+        self.shop.recipe("alone", build="printf 'CC\\ta.o\\ng++ -Wall -c b.cpp\\nSTRIP\\tb.o\\n'; sleep 300")
+        with self.shop.running() as process:
+            self.wait_for(process, "alone 1.0: 2 of 5 steps, about ")
+        with self.shop.running() as process:
+            self.wait_for(process, "alone 1.0: 4 of 5 steps, about ")
+
+    def test_promises_no_end_where_none_is_known(self):
+        self.shop.recipe("lower", build="printf 'CC\\ta.o\\n'; sleep 300")
+        with self.shop.running() as process:
+            self.assertNotIn("about", self.wait_for(process, "lower 1.0: 1 steps, "))
+
+
+class Estimate(unittest.TestCase):
+    def test_goes_by_the_pace_of_the_latest_steps(self):
+        self.assertEqual(load_builder().progress(500, 800, 100, 60), "500 of 800 steps, about 3:00 to go")
+
+    def test_is_left_out_when_there_are_more_steps_than_expected(self):
+        self.assertEqual(load_builder().progress(900, 800, 100, 60), "900 steps")
+
+    def test_waits_for_the_first_step(self):
+        self.assertEqual(load_builder().progress(0, 800, 0, 0), "unpacking and configuring")
+
 
 class PinnedSources(unittest.TestCase):
     """A source that is not the pinned one must never be built."""
 
     def setUp(self):
-        spec = importlib.util.spec_from_file_location("build_under_test", DEPS / "build.py")
-        self.build = importlib.util.module_from_spec(spec)
-        spec.loader.exec_module(self.build)
+        self.build = load_builder()
         self.folder = tempfile.TemporaryDirectory()
         self.addCleanup(self.folder.cleanup)
         self.build.CACHE = Path(self.folder.name) / "cache"

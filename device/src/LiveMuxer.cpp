@@ -68,10 +68,10 @@ bool LiveMuxer::canCarry(const AVCodecParameters &parameters)
 {
     const AVCodecID codec = parameters.codec_id;
     if (codec == AV_CODEC_ID_AAC && parameters.extradata_size == 0) {
-        // Its parameters stand in the header, and nothing else tells them.
+        // Raw AAC cannot be decoded without the configuration that the extradata holds.
         return false;
     }
-    // Matroska has names of its own for some, and takes the others by their number in WAV and AVI files.
+    // Matroska names some codings itself. Others are stored by their number in WAV and AVI files.
     return avformat_query_codec(av_guess_format("matroska", nullptr, nullptr), codec, FF_COMPLIANCE_NORMAL) == 1 ||
            av_codec_get_tag(riffTags(parameters.codec_type).data(), codec) != 0;
 }
@@ -82,7 +82,7 @@ void LiveMuxer::addTrack(const AVCodecParameters &parameters)
     if (avcodec_parameters_copy(pStream->codecpar, &parameters) < 0) {
         throw std::bad_alloc();
     }
-    // Another container's tag would stand in the way.
+    // A tag of another container makes the muxer refuse the track.
     pStream->codecpar->codec_tag = 0;
     pStream->time_base = AV_TIME_BASE_Q;
     if (parameters.codec_type == AVMEDIA_TYPE_SUBTITLE) {
@@ -97,7 +97,7 @@ int LiveMuxer::append(void *pSelf, const std::uint8_t *pBuffer, int size)
         output.insert(output.end(), pBuffer, pBuffer + size);
         return size;
     } catch (...) {
-        // FFmpeg's frames lie above this one: nothing may be thrown through them.
+        // The caller is C code, which no exception may pass through.
         return AVERROR(ENOMEM);
     }
 }
@@ -128,7 +128,8 @@ Bytes LiveMuxer::write(const MediaUnit &unit)
     const AVStream *pStream = m_format->streams[unit.track];
     const PacketPtr packet(required(av_packet_clone(unit.packet.get())));
     packet->stream_index = static_cast<int>(unit.track);
-    // The muxer wants decoding times, which Matroska does not keep: any that never fall and are never late will do.
+    // The muxer asks for decoding times and does not store them. They only have to rise and must not lie behind the
+    // presentation time.
     std::int64_t &lastDts = m_lastDts[unit.track];
     lastDts = std::max(lastDts, unit.packet->pts - longestReordering);
     packet->dts = std::min(lastDts, unit.packet->pts);

@@ -141,12 +141,12 @@ struct SystemAddress {
     }
 };
 
-/** Whether a connection that was begun has come about. */
-bool isConnected(NativeSocket handle)
+/** Whether a connection that was begun has failed. */
+bool hasFailed(NativeSocket handle)
 {
     int error = 0;
     socklen_t size = sizeof error;
-    return getsockopt(handle, SOL_SOCKET, SO_ERROR, reinterpret_cast<char *>(&error), &size) == 0 && error == 0;
+    return getsockopt(handle, SOL_SOCKET, SO_ERROR, reinterpret_cast<char *>(&error), &size) != 0 || error != 0;
 }
 
 bool isDatagram(NativeSocket handle)
@@ -156,7 +156,7 @@ bool isDatagram(NativeSocket handle)
     return getsockopt(handle, SOL_SOCKET, SO_TYPE, reinterpret_cast<char *>(&type), &size) == 0 && type == SOCK_DGRAM;
 }
 
-bool waitWritable(NativeSocket handle, Milliseconds duration)
+bool isWritable(NativeSocket handle, Milliseconds duration)
 {
     PollEntry entry = {};
     entry.fd = handle;
@@ -205,15 +205,19 @@ Socket Socket::connectTcp(const Endpoint &remote, const Patience &patience)
         if (!wouldBlock()) {
             throw Failure(SELVIK_ERROR_HOST);
         }
-        while (!waitWritable(handle, patience.slice())) {
-            patience.check();
-            // Windows tells a refused connection by the error alone.
-            if (!isConnected(handle)) {
-                throw Failure(SELVIK_ERROR_HOST);
-            }
-        }
-        if (!isConnected(handle)) {
+        // Windows tells a refused connection by the error alone. Asking for the error clears it.
+        bool bRefused = false;
+        const bool bDecided = patience.poll([&](Milliseconds duration) {
+            const bool bWritable = isWritable(handle, duration);
+            bRefused = hasFailed(handle);
+            return bWritable || bRefused;
+        });
+        if (bRefused) {
             throw Failure(SELVIK_ERROR_HOST);
+        }
+        if (!bDecided) {
+            patience.check();
+            throw Failure(SELVIK_ERROR_TIMEOUT);
         }
     }
     return socket;
@@ -272,7 +276,7 @@ void Socket::sendAll(const std::uint8_t *pData, std::size_t size, const Patience
             size -= static_cast<std::size_t>(sent);
         } else if (wouldBlock()) {
             patience.check();
-            (void)waitWritable(native(m_handle), patience.slice());
+            (void)patience.poll([this](Milliseconds duration) { return isWritable(native(m_handle), duration); });
         } else {
             throw Failure(SELVIK_ERROR_HOST);
         }
@@ -286,7 +290,7 @@ void Socket::sendTo(const Endpoint &remote, const Bytes &data)
                    sendFlags, address.get(), address.size);
 }
 
-bool Socket::waitReadable(const std::vector<const Socket *> &sockets, Milliseconds duration)
+bool Socket::waitReadable(const std::vector<const Socket *> &sockets, const Patience &patience)
 {
     std::vector<PollEntry> entries;
     entries.reserve(sockets.size());
@@ -296,7 +300,8 @@ bool Socket::waitReadable(const std::vector<const Socket *> &sockets, Millisecon
         entry.events = POLLIN;
         entries.push_back(entry);
     }
-    return pollNative(entries.data(), entries.size(), duration) > 0;
+    return patience.poll(
+        [&entries](Milliseconds duration) { return pollNative(entries.data(), entries.size(), duration) > 0; });
 }
 
 } // namespace selvik

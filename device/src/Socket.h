@@ -48,8 +48,8 @@ public:
     /** A datagram that is lost here is lost on the network: no error. */
     void sendTo(const Endpoint &remote, const Bytes &data);
 
-    /** Whether one of them can be read, after at most `duration`. */
-    [[nodiscard]] static bool waitReadable(const std::vector<const Socket *> &sockets, Milliseconds duration);
+    /** Whether one of them can be read, before the patience is over. */
+    [[nodiscard]] static bool waitReadable(const std::vector<const Socket *> &sockets, const Patience &patience);
 
 private:
     using Handle = unsigned long long;

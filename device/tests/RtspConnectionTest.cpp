@@ -40,11 +40,11 @@ private:
     std::size_t m_nAt = 0;
 };
 
-const std::atomic<bool> never{false};
-
+/** The fake streams wait for nothing. */
 Patience shortPatience()
 {
-    return {never, Clock::now() + Milliseconds(50)};
+    static const std::atomic<bool> never{false};
+    return {realTime(), never, Clock::now() + Milliseconds(50)};
 }
 
 std::string packet(int nChannel, const std::string &payload)

@@ -7,7 +7,7 @@
 namespace
 {
 
-const char *const kHeader = PELLORA_SOURCE_FOLDER "/interface/Pellora.h";
+const char *const kHeader = "interface/Pellora.h";
 
 class ExportsTest : public PelloraFixture
 {
@@ -38,7 +38,7 @@ std::set<std::string> otherNames()
 TEST_F(ExportsTest, ExportsExactlyTheFunctionsThatTheDefinitionFileNames)
 {
     EXPECT_EQ(functionsOf(support::exportedNames(GetModuleHandleW(L"Pellora.dll"))),
-              support::definitionFileNames(PELLORA_SOURCE_FOLDER "/interface/Pellora.def"));
+              support::definitionFileNames("interface/Pellora.def"));
 }
 
 TEST_F(ExportsTest, ExportsTheClassesOfTheWorkerPoolAndNothingElse)

@@ -24,15 +24,14 @@ protected:
 
 TEST_F(DoublesTest, ExportsWhatThePlayersHeaderDeclares)
 {
-    const auto declared = support::declaredFunctions(PELLORA_SOURCE_FOLDER "/player/include/Kavun.h", "Kavun_");
+    const auto declared = support::declaredFunctions("player/include/Kavun.h", "Kavun_");
     EXPECT_EQ(declared.size(), 34U);
     EXPECT_EQ(support::exportedNames(GetModuleHandleW(L"Drovel.dll")), declared);
 }
 
 TEST_F(DoublesTest, ExportsWhatTheDeviceLibrarysHeaderDeclares)
 {
-    const auto declared =
-        support::declaredFunctions(PELLORA_SOURCE_FOLDER "/device/include/Selvikdcm.h", "SELVIK_DCM_");
+    const auto declared = support::declaredFunctions("device/include/Selvikdcm.h", "SELVIK_DCM_");
     EXPECT_EQ(declared.count("SELVIK_DCM_StartPreview"), 1U);
     EXPECT_EQ(support::exportedNames(GetModuleHandleW(L"Selvikdcm.dll")), declared);
 }

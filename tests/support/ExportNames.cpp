@@ -14,7 +14,7 @@ namespace
 std::string contents(const std::string &path)
 {
     // Wine's drive Z: is the file system that the sources are in.
-    std::ifstream file("Z:" + path, std::ios::binary);
+    std::ifstream file("Z:" PELLORA_SOURCE_FOLDER "/" + path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 

@@ -12,10 +12,10 @@ namespace support
 /** Names in the export table of a loaded module. */
 [[nodiscard]] std::set<std::string> exportedNames(HMODULE module);
 
-/** Names with this prefix that are declared as functions in a header of the source tree, comments left out. */
+/** Names with this prefix that are declared as functions in a header, comments left out; paths from the source root. */
 [[nodiscard]] std::set<std::string> declaredFunctions(const std::string &headerPath, const std::string &prefix);
 
-/** Names that a module definition file of the source tree exports. */
+/** Names that a module definition file exports; its path from the source root. */
 [[nodiscard]] std::set<std::string> definitionFileNames(const std::string &path);
 
 } // namespace support

@@ -1,5 +1,5 @@
-#ifndef SRC_BASE_LIBRARYFOLDER_H
-#define SRC_BASE_LIBRARYFOLDER_H
+#ifndef BASE_LIBRARYFOLDER_H
+#define BASE_LIBRARYFOLDER_H
 
 #include <string>
 

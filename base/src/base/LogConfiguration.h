@@ -1,5 +1,5 @@
-#ifndef SRC_BASE_LOGCONFIGURATION_H
-#define SRC_BASE_LOGCONFIGURATION_H
+#ifndef BASE_LOGCONFIGURATION_H
+#define BASE_LOGCONFIGURATION_H
 
 #include <log4cxx/helpers/properties.h>
 

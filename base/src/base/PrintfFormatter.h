@@ -1,5 +1,5 @@
-#ifndef SRC_BASE_PRINTFFORMATTER_H
-#define SRC_BASE_PRINTFFORMATTER_H
+#ifndef BASE_PRINTFFORMATTER_H
+#define BASE_PRINTFFORMATTER_H
 
 #include <cstdarg>
 #include <string>

@@ -1,5 +1,5 @@
-#ifndef SRC_BASE_UTF8_H
-#define SRC_BASE_UTF8_H
+#ifndef BASE_UTF8_H
+#define BASE_UTF8_H
 
 #include <string>
 

@@ -2,6 +2,7 @@
 
 #include "base/CLog.h"
 #include "base/StringUtil.h"
+#include "base/src/base/LogException.h"
 #include "base/src/widgets/LayoutFile.h"
 
 #include <QCoreApplication>
@@ -24,7 +25,8 @@ std::vector<GridSpec> loadGrids(const QString &path)
     if (!file.grids.empty()) {
         return std::move(file.grids);
     }
-    const log4cxx::spi::LocationInfo location("CWidgetLayoutMgr", "CWidgetLayoutMgr", "CWidgetLayoutMgr::Init");
+    const log4cxx::spi::LocationInfo location("CWidgetLayoutMgr", "CWidgetLayoutMgr", "CWidgetLayoutMgr::Init",
+                                              __LINE__);
     Base::CLog::getInstance()->Warn(Base::StringUtil::FormatString("layout file %s: %s; the built-in grids are used",
                                                                    path.toUtf8().constData(), file.error.c_str()),
                                     std::string(), location);
@@ -166,7 +168,11 @@ void CWidgetLayoutMgr::ShowNormal()
 bool CWidgetLayoutMgr::eventFilter(QObject *pWatched, QEvent *pEvent)
 {
     if (pWatched == m_pState->m_pContainer && pEvent->type() == QEvent::Resize) {
-        m_pState->layOut();
+        try {
+            m_pState->layOut();
+        } catch (...) {
+            Base::logException("CWidgetLayoutMgr", "CWidgetLayoutMgr::eventFilter");
+        }
     }
     return QObject::eventFilter(pWatched, pEvent);
 }

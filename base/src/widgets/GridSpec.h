@@ -1,5 +1,5 @@
-#ifndef SRC_WIDGETS_GRIDSPEC_H
-#define SRC_WIDGETS_GRIDSPEC_H
+#ifndef BASE_WIDGETS_GRIDSPEC_H
+#define BASE_WIDGETS_GRIDSPEC_H
 
 #include <vector>
 

@@ -1,5 +1,5 @@
-#ifndef SRC_WIDGETS_LAYOUTFILE_H
-#define SRC_WIDGETS_LAYOUTFILE_H
+#ifndef BASE_WIDGETS_LAYOUTFILE_H
+#define BASE_WIDGETS_LAYOUTFILE_H
 
 #include "base/src/widgets/GridSpec.h"
 
