@@ -37,6 +37,9 @@ public:
     /** Throws std::system_error when the system has no thread left. */
     [[nodiscard]] virtual std::thread startThread(std::function<void()> body) = 0;
 
+    /** Waits until the thread has ended. */
+    virtual void join(std::thread &thread) = 0;
+
     // For Condition, which everybody else uses.
     /** Gives the lock up until the condition is notified or the deadline has passed, which returns false. */
     virtual bool wait(std::condition_variable &condition, std::unique_lock<std::mutex> &lock,

@@ -38,7 +38,7 @@ void Playback::joinLeft()
         if (pRun->thread.get_id() == std::this_thread::get_id()) {
             pRun->thread.detach();
         } else {
-            pRun->thread.join();
+            m_clock.join(pRun->thread);
         }
     }
 }
@@ -126,7 +126,7 @@ void Playback::endRuns(const std::vector<std::shared_ptr<Run>> &runs)
             const std::lock_guard lock(m_mutex);
             m_leaving.push_back(pRun);
         } else {
-            pRun->thread.join();
+            m_clock.join(pRun->thread);
         }
     }
 }
@@ -192,12 +192,13 @@ void Playback::showUntilQuit(const Run &run, std::unique_lock<std::mutex> &lock)
     while (!run.quit) {
         const Moment now = m_clock.now();
         adoptPictures(now);
-        if (isPresentationDue(now)) {
-            showOnce(pPresenter, shownIn, lock);
-        } else if (reachedEnd(now)) {
+        // The end comes before redrawing: in a slow window a redraw is always due.
+        if (!m_bFresh && reachedEnd(now)) {
             lock.unlock();
             m_pCallbacks->fileEnd.call();
             lock.lock();
+        } else if (isPresentationDue(now)) {
+            showOnce(pPresenter, shownIn, lock);
         } else {
             m_changed.waitUntil(lock, nextWake(now));
         }

@@ -19,6 +19,8 @@ namespace player
 
 /** The host's callbacks of one port. They outlive what is played, and running ones outlive the port. */
 struct PortCallbacks {
+    explicit PortCallbacks(Clock &clock) : draw(clock), fileEnd(clock), fileIndex(clock) {}
+
     CallbackSlot<void *> draw;
     CallbackSlot<> fileEnd;
     CallbackSlot<> fileIndex;

@@ -19,6 +19,11 @@ std::thread SystemClock::startThread(std::function<void()> body)
     return std::thread(std::move(body));
 }
 
+void SystemClock::join(std::thread &thread)
+{
+    thread.join();
+}
+
 bool SystemClock::wait(std::condition_variable &condition, std::unique_lock<std::mutex> &lock,
                        const std::optional<Moment> &deadline)
 {

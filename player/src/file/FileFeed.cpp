@@ -47,7 +47,7 @@ void FileFeed::stop()
     m_pDecoder->interrupt();
     m_wake.notifyAll();
     if (thread.joinable()) {
-        thread.join();
+        m_clock.join(thread);
     }
 }
 

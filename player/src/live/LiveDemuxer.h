@@ -54,6 +54,11 @@ public:
     bool open();
     /** Waits for the next picture; empty when it was interrupted. */
     std::optional<LivePacket> read();
+    /** False until the first picture, and while the container is being opened anew. */
+    [[nodiscard]] bool hasPictureStream() const
+    {
+        return m_pStream != nullptr;
+    }
     /** The stream that the latest picture came from. */
     [[nodiscard]] const AVStream &pictureStream() const
     {

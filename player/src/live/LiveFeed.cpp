@@ -56,7 +56,7 @@ void LiveFeed::stop()
     m_buffer.interrupt();
     m_room.notifyAll();
     if (thread.joinable()) {
-        thread.join();
+        m_clock.join(thread);
     }
 }
 
@@ -195,7 +195,8 @@ void LiveFeed::onIdle()
     if (m_bRestart.exchange(false)) {
         m_group.clear();
     }
-    if (isToDecode()) {
+    // While the container is being begun anew there is nothing that tells what the pictures are.
+    if (isToDecode() && m_demuxer.hasPictureStream()) {
         decodeGroup();
     }
 }

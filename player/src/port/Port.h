@@ -89,7 +89,7 @@ private:
     Platform &m_platform;
     const std::int32_t m_nNumber;
     const int m_nSlot;
-    const std::shared_ptr<PortCallbacks> m_pCallbacks = std::make_shared<PortCallbacks>();
+    const std::shared_ptr<PortCallbacks> m_pCallbacks = std::make_shared<PortCallbacks>(m_platform.clock());
     std::atomic<unsigned short> m_nVolume{0xFFFF};
     /** 0 real time, 1 file; only a stream makes a difference between them. */
     std::atomic<unsigned long> m_nOpenMode{0};

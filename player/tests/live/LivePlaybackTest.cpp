@@ -37,8 +37,9 @@ using player::test::Shown;
 constexpr unsigned long kRealTime = 0;
 constexpr unsigned long kByItsTimes = 1;
 
-/** A camera sends a picture so often, and none is shown sooner after the one before it. */
+/** A camera sends a picture so often. */
 constexpr auto kInterval = 40ms;
+/** A picture is on the screen so soon, since none is shown sooner after another one or its redrawing. */
 constexpr auto kShown = 10ms;
 
 class LivePlaybackTest : public testing::Test
@@ -60,9 +61,9 @@ protected:
     void showEach(const PushedStream &stream, std::size_t from, std::size_t to)
     {
         for (std::size_t i = from; i < to; ++i) {
-            m_clock.advance(kInterval);
+            m_clock.advance(kInterval - kShown);
             ASSERT_EQ(stream.push(*m_port, i, i + 1), Error::None) << i;
-            m_clock.settle();
+            m_clock.advance(kShown);
             ASSERT_TRUE(stream.records[i].number < 0 || m_platform.number() == stream.records[i].number) << i;
         }
     }
@@ -137,7 +138,9 @@ TEST_P(EveryCodecByItsTimes, ShowsEveryPictureInOrder)
     ASSERT_GE(changes.size(), 48u);
     for (std::size_t i = 0; i < changes.size(); ++i) {
         EXPECT_EQ(changes[i].number, static_cast<int>(i));
-        EXPECT_EQ(changes[i].moment - changes[0].moment, i * kInterval) << i;
+        const auto late = changes[i].moment - changes[0].moment - i * kInterval;
+        EXPECT_GE(late, 0ms) << i;
+        EXPECT_LE(late, kShown) << i;
     }
 }
 

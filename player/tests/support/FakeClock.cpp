@@ -20,7 +20,7 @@ thread_local const FakeClock *t_pClock = nullptr;
 FakeClock::~FakeClock()
 {
     std::unique_lock lock(m_mutex);
-    m_changed.wait(lock, [this] { return m_nThreads == 0; });
+    m_changed.wait(lock, [this] { return m_threads.empty(); });
 }
 
 Moment FakeClock::now()
@@ -37,20 +37,41 @@ std::int64_t FakeClock::utc()
 
 std::thread FakeClock::startThread(std::function<void()> body)
 {
-    {
-        const std::lock_guard lock(m_mutex);
-        ++m_nBusy;
-        ++m_nThreads;
-    }
-    return std::thread([this, body = std::move(body)]() mutable {
+    const std::lock_guard lock(m_mutex);
+    std::thread thread([this, body = std::move(body)]() mutable {
         t_pClock = this;
         body();
         // What it holds may end other threads, which is part of its work.
         body = nullptr;
-        const std::lock_guard lock(m_mutex);
-        --m_nThreads;
+        const std::lock_guard end(m_mutex);
+        m_threads.erase(std::this_thread::get_id());
         leaveBusy();
     });
+    m_threads.insert(thread.get_id());
+    ++m_nBusy;
+    return thread;
+}
+
+void FakeClock::join(std::thread &thread)
+{
+    // A thread of the player's counts as busy while it waits for another one to end.
+    if (t_pClock != this) {
+        std::unique_lock lock(m_mutex);
+        passUntil(lock, [this, id = thread.get_id()] { return m_threads.count(id) == 0; });
+    }
+    thread.join();
+}
+
+void FakeClock::passUntil(std::unique_lock<std::mutex> &lock, const std::function<bool()> &happened)
+{
+    while (!happened()) {
+        const auto next = nextDeadline();
+        if (m_nBusy == 0 && next) {
+            goTo(*next);
+        } else {
+            m_changed.wait(lock);
+        }
+    }
 }
 
 void FakeClock::leaveBusy()
@@ -74,14 +95,10 @@ bool FakeClock::wait(std::condition_variable &condition, std::unique_lock<std::m
         }
         // From here on a notice reaches the waiter, so that its lock need not be held any longer.
         lock.unlock();
-        while (!waiter.bWoken) {
-            if (waiter.ofPlayer || !deadline) {
-                waiter.wake.wait(own);
-            } else if (m_nBusy == 0) {
-                goTo(*nextDeadline());
-            } else {
-                m_changed.wait(own);
-            }
+        if (waiter.ofPlayer) {
+            waiter.wake.wait(own, [&] { return waiter.bWoken; });
+        } else {
+            passUntil(own, [&] { return waiter.bWoken; });
         }
     }
     lock.lock();

@@ -4,6 +4,7 @@
 #include "player/src/core/Clock.h"
 
 #include <functional>
+#include <set>
 #include <vector>
 
 namespace player::test
@@ -14,7 +15,7 @@ namespace player::test
  *
  * It knows the player's threads, since it starts them and they wait by way of it. Time passes only while all of them
  * wait, from one deadline to the next: whatever is due at a moment is done before the next moment comes, however busy
- * the machine is. While a thread of the test's waits inside the player until a deadline, time passes by itself.
+ * the machine is. While a thread of the test's waits inside the player, time passes by itself.
  *
  * Threads: any. Errors: std::runtime_error when the player's threads do not come to rest within a minute.
  */
@@ -28,6 +29,7 @@ public:
     [[nodiscard]] Moment now() override;
     [[nodiscard]] std::int64_t utc() override;
     [[nodiscard]] std::thread startThread(std::function<void()> body) override;
+    void join(std::thread &thread) override;
     bool wait(std::condition_variable &condition, std::unique_lock<std::mutex> &lock,
               const std::optional<Moment> &deadline) override;
     void notify(std::condition_variable &condition) override;
@@ -52,6 +54,8 @@ private:
         std::condition_variable wake{};
     };
 
+    /** A thread of the test's waits: time passes until that has happened. */
+    void passUntil(std::unique_lock<std::mutex> &lock, const std::function<bool()> &happened);
     void rest(std::unique_lock<std::mutex> &lock);
     [[nodiscard]] std::optional<Moment> nextDeadline() const;
     void goTo(Moment moment);
@@ -63,9 +67,9 @@ private:
     std::condition_variable m_changed;
     Moment m_now{std::chrono::hours(1)};
     std::vector<Waiter *> m_waiters;
-    /** The player's threads that do not wait, and all of them. */
+    std::set<std::thread::id> m_threads;
+    /** Those that do not wait. */
     int m_nBusy = 0;
-    int m_nThreads = 0;
 };
 
 } // namespace player::test
