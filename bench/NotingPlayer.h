@@ -31,6 +31,15 @@ public:
 private:
     static void onStream(long, const SELVIK_DCM_STREAM_DATA *pData, void *pUser);
     static void onDraw(long, HDC hDc, void *pUser);
+
+    HWND m_hWnd;
+    long m_lLogin = -1;
+    long m_lPreview = -1;
+    long m_lPort = -1;
+
+    // Guarded by m_mutex.
+    mutable std::mutex m_mutex;
+    std::map<int, Clock::time_point> m_presented;
 };
 
 } // namespace bench

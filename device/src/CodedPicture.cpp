@@ -10,7 +10,7 @@ namespace selvik
 namespace
 {
 
-constexpr std::array<std::uint8_t, 4> startCode = {0, 0, 0, 1};
+constexpr std::array<std::uint8_t, 4> kStartCode = {0, 0, 0, 1};
 
 /** The units between start codes, without them and without zeros behind. */
 std::vector<ByteView> splitUnits(const Bytes &bytes)
@@ -39,7 +39,7 @@ std::vector<ByteView> splitUnits(const Bytes &bytes)
 
 void append(Bytes &bytes, ByteView unit)
 {
-    bytes.insert(bytes.end(), startCode.begin(), startCode.end());
+    bytes.insert(bytes.end(), kStartCode.begin(), kStartCode.end());
     bytes.insert(bytes.end(), unit.begin(), unit.end());
 }
 
@@ -71,7 +71,7 @@ UnitKind kindOfH264(ByteView unit)
 UnitKind kindOfH265(ByteView unit)
 {
     const int nType = (unit.pData[0] >> 1) & 0x3F;
-    // A unit of two zero bytes or of the header alone is what a start code inside a packet leaves behind.
+    // A start code inside a packet leaves a unit of two zero bytes, or of the header alone.
     if (unit.size < 3) {
         return UnitKind::Empty;
     }

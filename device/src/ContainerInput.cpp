@@ -21,7 +21,7 @@ constexpr Milliseconds kLossTime{4500};
 constexpr std::int64_t kAssumedDuration = 40000;
 constexpr std::int64_t kLargestStep = 10000000;
 
-const std::atomic<bool> never{false};
+const std::atomic<bool> kNever{false};
 
 unsigned long errorOf(int result)
 {
@@ -57,7 +57,7 @@ std::int64_t microseconds(std::int64_t time, AVRational base)
 } // namespace
 
 ContainerInput::ContainerInput(Address address, TimeSource &time)
-    : m_address(std::move(address)), m_time(time), m_patience(time, never, TimeSource::kNoDeadline)
+    : m_address(std::move(address)), m_time(time), m_patience(time, kNever, TimeSource::kNoDeadline)
 {
 }
 

@@ -14,9 +14,9 @@ namespace selvik
 namespace
 {
 
-constexpr int bufferSize = 64 * 1024;
-// How far a picture may be shown before another that was sent ahead of it.
-constexpr std::int64_t longestReordering = 5000000;
+constexpr int kBufferSize = 64 * 1024;
+// Microseconds by which a picture may be shown before one that was sent ahead of it.
+constexpr std::int64_t kLongestReordering = 5000000;
 
 /** Null-terminated, as FFmpeg wants it. */
 std::array<const AVCodecTag *, 2> riffTags(AVMediaType type)
@@ -44,8 +44,8 @@ std::string timeText(std::int64_t utc)
 
 LiveMuxer::LiveMuxer(const std::vector<ParametersPtr> &tracks, std::int64_t utcOfZero)
 {
-    m_io.reset(required(avio_alloc_context(static_cast<unsigned char *>(required(av_malloc(bufferSize))), bufferSize, 1,
-                                           this, nullptr, &LiveMuxer::append, nullptr)));
+    m_io.reset(required(avio_alloc_context(static_cast<unsigned char *>(required(av_malloc(kBufferSize))), kBufferSize,
+                                           1, this, nullptr, &LiveMuxer::append, nullptr)));
     m_io->seekable = 0;
     AVFormatContext *pFormat = nullptr;
     if (avformat_alloc_output_context2(&pFormat, nullptr, "matroska", nullptr) < 0) {
@@ -61,7 +61,7 @@ LiveMuxer::LiveMuxer(const std::vector<ParametersPtr> &tracks, std::int64_t utcO
     if (utcOfZero > 0) {
         av_dict_set(&m_format->metadata, "creation_time", timeText(utcOfZero).c_str(), 0);
     }
-    m_lastDts.assign(tracks.size(), -longestReordering);
+    m_lastDts.assign(tracks.size(), -kLongestReordering);
 }
 
 bool LiveMuxer::canCarry(const AVCodecParameters &parameters)
@@ -131,18 +131,18 @@ Bytes LiveMuxer::write(const MediaUnit &unit)
     // The muxer asks for decoding times and does not store them. They only have to rise and must not lie behind the
     // presentation time.
     std::int64_t &lastDts = m_lastDts[unit.track];
-    lastDts = std::max(lastDts, unit.packet->pts - longestReordering);
+    lastDts = std::max(lastDts, unit.packet->pts - kLongestReordering);
     packet->dts = std::min(lastDts, unit.packet->pts);
     av_packet_rescale_ts(packet.get(), AV_TIME_BASE_Q, pStream->time_base);
     if (unit.captureTime != AV_NOPTS_VALUE && pStream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO) {
-        constexpr std::uint64_t codecsOwnMeaning = 1;
+        constexpr std::uint64_t kCodecsOwnMeaning = 1;
         std::uint8_t *pSide = required(av_packet_new_side_data(packet.get(), AV_PKT_DATA_MATROSKA_BLOCKADDITIONAL, 16));
-        AV_WB64(pSide, codecsOwnMeaning);
+        AV_WB64(pSide, kCodecsOwnMeaning);
         AV_WB64(pSide + 8, static_cast<std::uint64_t>(unit.captureTime));
     }
     writePacket(*packet);
     if (pStream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO) {
-        // The muxer keeps one packet of sound back to see what follows; an empty one pushes it out.
+        // The muxer holds a packet of sound back until the next one comes. An empty packet makes it write the held one.
         packet->size = 0;
         writePacket(*packet);
     }

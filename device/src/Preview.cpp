@@ -13,7 +13,7 @@ namespace selvik
 namespace
 {
 
-// Start answers within five seconds; the connection gives up a little earlier, so that its reason is told.
+// A start answers within five seconds. The connection gives up a little earlier, so that the start tells its reason.
 constexpr Milliseconds kStartLimit{5000};
 constexpr Milliseconds kConnectLimit{4800};
 // How long the camera may take to answer the request that ends its session.
@@ -100,7 +100,7 @@ void Preview::settle(Opening opening, unsigned long error)
 void Preview::run() noexcept
 {
     {
-        // start() notes the thread's identity before anything can ask for it.
+        // start() holds the lock until it has noted the identity of this thread.
         const std::lock_guard<std::mutex> lock(m_mutex);
     }
     try {
@@ -133,7 +133,7 @@ void Preview::runConnections()
                 throw;
             }
         } catch (const std::bad_alloc &) {
-            // Perhaps there is memory again by the next attempt.
+            // There may be memory again at the next attempt.
             if (bFirst && !bHeaderSent) {
                 throw;
             }

@@ -75,8 +75,8 @@ int RtpDepacketizer::drop(void * /*pSelf*/, const std::uint8_t * /*pBuffer*/, in
 
 void RtpDepacketizer::feed(ByteView packet, std::vector<PacketPtr> &output)
 {
-    constexpr std::size_t headSize = 12;
-    if (packet.size <= headSize || packet.size > kBufferSize) {
+    constexpr std::size_t kHeadSize = 12;
+    if (packet.size <= kHeadSize || packet.size > kBufferSize) {
         return;
     }
     m_input.assign(packet.begin(), packet.end());

@@ -38,7 +38,7 @@ private:
     static int read(void *pSelf, std::uint8_t *pBuffer, int size);
     static int drop(void *pSelf, const std::uint8_t *pBuffer, int size);
 
-    // Before the format, which reads through it to the end.
+    // Declared before the format, which uses it until it is destroyed.
     IoPtr m_io;
     FormatPtr m_format;
     Bytes m_input;        /**< what the next read gets: the description, then one packet after the other */

@@ -51,9 +51,9 @@ RtpTrack::RtpTrack(const SdpMedia &media) : m_media(media), m_parameters(require
 
 bool RtpTrack::follow(std::uint16_t sequence, bool &bOld)
 {
-    constexpr int farAway = 1000;
+    constexpr int kFarAway = 1000;
     const auto nStep = static_cast<std::int16_t>(sequence - m_nSequence);
-    bOld = m_bStarted && nStep <= 0 && nStep > -farAway;
+    bOld = m_bStarted && nStep <= 0 && nStep > -kFarAway;
     const bool bFollows = !m_bStarted || nStep == 1;
     if (!bOld) {
         m_nSequence = sequence;
@@ -204,16 +204,16 @@ void RtpTrack::emit(ByteView bytes, std::int64_t ticks, bool bKey, std::vector<M
 
 void RtpTrack::feedReport(ByteView packet)
 {
-    constexpr int senderReport = 200;
-    constexpr std::size_t reportSize = 28;
-    constexpr std::int64_t secondsFrom1900To1970 = 2208988800;
+    constexpr int kSenderReport = 200;
+    constexpr std::size_t kReportSize = 28;
+    constexpr std::int64_t kSecondsFrom1900To1970 = 2208988800;
     while (packet.size >= 4 && packet.pData[0] >> 6 == 2) {
         const std::size_t size = 4U * (read16(packet.pData + 2) + 1U);
         if (size > packet.size) {
             return;
         }
-        if (packet.pData[1] == senderReport && size >= reportSize) {
-            const std::int64_t nSeconds = read32(packet.pData + 8) - secondsFrom1900To1970;
+        if (packet.pData[1] == kSenderReport && size >= kReportSize) {
+            const std::int64_t nSeconds = read32(packet.pData + 8) - kSecondsFrom1900To1970;
             const std::int64_t nFraction = (static_cast<std::int64_t>(read32(packet.pData + 12)) * 1000000) >> 32;
             // A camera whose clock was never set counts from its start, or sends zero. Neither is a time of day.
             if (nSeconds > 0) {

@@ -25,9 +25,9 @@ constexpr std::size_t kMaxWaitingAnswers = 16;
  */
 std::size_t findAnswer(const std::uint8_t *pBegin, std::size_t size)
 {
-    static constexpr char word[] = {'R', 'T', 'S', 'P', '/'};
+    static constexpr char kWord[] = {'R', 'T', 'S', 'P', '/'};
     for (std::size_t i = 0; i < size; ++i) {
-        if (std::memcmp(pBegin + i, word, std::min(sizeof word, size - i)) == 0) {
+        if (std::memcmp(pBegin + i, kWord, std::min(sizeof kWord, size - i)) == 0) {
             return i;
         }
     }
@@ -130,7 +130,7 @@ bool RtspConnection::pollNow(const Patience &patience)
 
 bool RtspConnection::fill(const Patience &patience)
 {
-    constexpr std::size_t chunk = 16 * 1024;
+    constexpr std::size_t kChunk = 16 * 1024;
     if (m_nBegin > 0) {
         m_buffer.erase(m_buffer.begin(), m_buffer.begin() + static_cast<std::ptrdiff_t>(m_nBegin));
         m_nBegin = 0;
@@ -139,10 +139,10 @@ bool RtspConnection::fill(const Patience &patience)
     if (before > kMaxHead + kMaxBody) {
         throw Failure(SELVIK_ERROR_MEDIA);
     }
-    m_buffer.resize(before + chunk);
+    m_buffer.resize(before + kChunk);
     std::size_t received = 0;
     try {
-        received = m_stream->receive(m_buffer.data() + before, chunk, patience);
+        received = m_stream->receive(m_buffer.data() + before, kChunk, patience);
     } catch (...) {
         m_buffer.resize(before);
         throw;

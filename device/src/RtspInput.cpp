@@ -134,7 +134,7 @@ void RtspInput::setUpAll(const Patience &patience)
 
 bool RtspInput::bindPair(Channel &channel, bool bIpv6)
 {
-    // RTP gets an even port and RTCP the next one: cameras ignore the second number that they are told.
+    // RTP gets an even port and RTCP the next one. Cameras rely on that, whatever numbers they are told.
     for (int nAttempt = 0; nAttempt < 50; ++nAttempt) {
         Socket probe = Socket::bindUdp(bIpv6, 0);
         const unsigned short port = probe.isValid() ? probe.localPort() : 0;

@@ -38,7 +38,7 @@ public:
 
     [[nodiscard]] bool isValid() const
     {
-        return m_handle != invalid;
+        return m_handle != kInvalid;
     }
     [[nodiscard]] unsigned short localPort() const;
 
@@ -53,12 +53,12 @@ public:
 
 private:
     using Handle = unsigned long long;
-    static constexpr Handle invalid = ~Handle(0);
+    static constexpr Handle kInvalid = ~Handle(0);
 
     explicit Socket(Handle handle) : m_handle(handle) {}
     void close();
 
-    Handle m_handle = invalid;
+    Handle m_handle = kInvalid;
 };
 
 } // namespace selvik

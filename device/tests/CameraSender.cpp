@@ -89,20 +89,20 @@ void CameraSender::sendPicture()
 
 void CameraSender::packetise(const Bytes &unit, std::vector<Bytes> &payloads) const
 {
-    constexpr std::size_t most = 1400;
+    constexpr std::size_t kMost = 1400;
     if (m_script.bStartCodesInside) {
         Bytes payload = {0, 0, 0, 1};
         payload.insert(payload.end(), unit.begin(), unit.end());
         payloads.push_back(std::move(payload));
         return;
     }
-    if (unit.size() <= most) {
+    if (unit.size() <= kMost) {
         payloads.push_back(unit);
         return;
     }
     const std::size_t head = m_clip.bH265 ? 2 : 1;
-    for (std::size_t at = head; at < unit.size(); at += most) {
-        const std::size_t end = std::min(unit.size(), at + most);
+    for (std::size_t at = head; at < unit.size(); at += kMost) {
+        const std::size_t end = std::min(unit.size(), at + kMost);
         const int nFlags = (at == head ? 0x80 : 0) | (end == unit.size() ? 0x40 : 0);
         Bytes payload;
         if (m_clip.bH265) {

@@ -67,7 +67,7 @@ TEST_P(RtspCamera, Plays)
     EXPECT_EQ(camera.requests("TEARDOWN"), 1);
 }
 
-const OddCamera cameras[] = {
+const OddCamera kCameras[] = {
     odd("H264", [](Script &) {}),
     odd("H265", [](Script &script) { script.clip = "h265-mulaw.mkv"; }),
     odd("SoundAndMetadata", [](Script &script) { script.bSound = script.bMetadata = true; }),
@@ -95,7 +95,7 @@ const OddCamera cameras[] = {
     odd("MarkedParameterSets", [](Script &script) { script.bCloseTogether = true; }),
 };
 
-INSTANTIATE_TEST_SUITE_P(Cameras, RtspCamera, testing::ValuesIn(cameras),
+INSTANTIATE_TEST_SUITE_P(Cameras, RtspCamera, testing::ValuesIn(kCameras),
                          [](const testing::TestParamInfo<OddCamera> &testCase) { return testCase.param.pName; });
 
 class RtspPreview : public PreviewFixture
