@@ -10,7 +10,7 @@ namespace publicdatacontroller
 namespace
 {
 
-constexpr int maxQueuedTasks = 10000;
+constexpr int kMaxQueuedTasks = 10000;
 
 /** Runs one task and deletes it if it is the pool's. */
 void runTask(ThreadTask *pTask)
@@ -32,7 +32,7 @@ void runTask(ThreadTask *pTask)
 
 ThreadPool::ThreadPool() : ThreadPool(static_cast<int>(std::thread::hardware_concurrency())) {}
 
-ThreadPool::ThreadPool(int numThreads) : m_queue(maxQueuedTasks), m_running(false)
+ThreadPool::ThreadPool(int numThreads) : m_queue(kMaxQueuedTasks), m_running(false)
 {
     Start(numThreads);
 }

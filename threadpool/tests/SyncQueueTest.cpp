@@ -172,19 +172,19 @@ TEST_F(SyncQueueTest, AfterStopNothingIsAddedOrTaken)
 
 TEST_F(SyncQueueTest, NothingIsLostBetweenManyPuttersAndTakers)
 {
-    constexpr int nThreads = 4;
-    constexpr int nItems = 500;
+    constexpr int kThreads = 4;
+    constexpr int kItems = 500;
     SyncQueue<int> queue(8);
     std::atomic<long> sum{0};
     std::vector<std::thread> threads;
-    for (int i = 0; i < nThreads; ++i) {
+    for (int i = 0; i < kThreads; ++i) {
         threads.emplace_back([&queue] {
-            for (int nItem = 1; nItem <= nItems; ++nItem) {
+            for (int nItem = 1; nItem <= kItems; ++nItem) {
                 queue.Put(nItem);
             }
         });
         threads.emplace_back([&queue, &sum] {
-            for (int n = 0; n < nItems; ++n) {
+            for (int n = 0; n < kItems; ++n) {
                 sum += take(queue);
             }
         });
@@ -192,7 +192,7 @@ TEST_F(SyncQueueTest, NothingIsLostBetweenManyPuttersAndTakers)
     for (std::thread &thread : threads) {
         thread.join();
     }
-    EXPECT_EQ(sum, static_cast<long>(nThreads) * nItems * (nItems + 1) / 2);
+    EXPECT_EQ(sum, static_cast<long>(kThreads) * kItems * (kItems + 1) / 2);
 }
 
 } // namespace

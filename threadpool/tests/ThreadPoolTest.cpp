@@ -16,7 +16,7 @@ namespace publicdatacontroller
 namespace
 {
 
-constexpr auto patience = std::chrono::seconds(20);
+constexpr auto kPatience = std::chrono::seconds(20);
 
 /** What became of a test's tasks. */
 struct Fate {
@@ -52,7 +52,7 @@ private:
 
 bool waitFor(const std::function<bool()> &condition)
 {
-    const auto deadline = std::chrono::steady_clock::now() + patience;
+    const auto deadline = std::chrono::steady_clock::now() + kPatience;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline) {
             return false;
