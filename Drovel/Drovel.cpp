@@ -15,6 +15,8 @@ constexpr int kInputRetries = 3;
 constexpr long kEveryPrivateData = 0xff;
 constexpr long kAnalysisData = 1;
 constexpr unsigned long kMillisecondsPerSecond = 1000;
+/** The player's times have 32 bits. */
+constexpr unsigned long kLastMillisecond = 0xFFFFFFFF;
 
 enum PlayState { Stopped = 0, Playing = 1, Paused = 2 };
 
@@ -84,20 +86,20 @@ bool Drovel::startPlayStream(unsigned char *pHeader, unsigned long nHeaderSize, 
                    "Kavun_SetStreamOpenMode error: %d.") ||
         !succeeded(Kavun_OpenStream(nPort, pHeader, nHeaderSize, kSourceBufferSize), nPort, logAt(kFile, pFunction),
                    "Kavun_OpenStream error: %d.")) {
-        // m_nPort keeps the freed number: owners go on counting the pane as busy until they stop it.
+        // m_nPort keeps the freed number until it is stopped; docs/compatibility.md: port-number-after-failure.
         Kavun_FreePort(nPort);
         return false;
     }
     // A stream without its display buffers still plays.
     succeeded(Kavun_SetDisplayBuf(nPort, kDisplayBuffers), nPort, logAt(kFile, pFunction),
               "Kavun_SetDisplayBuf error: %d.");
-    // Neither of the two is needed for a picture, hence their errors are fetched and dropped.
+    // Their errors are fetched and dropped; docs/compatibility.md: play-unchecked.
     Kavun_Play(nPort, hWnd);
     Kavun_GetLastError(nPort);
     Kavun_RenderPrivateData(nPort, kEveryPrivateData, FALSE);
     Kavun_GetLastError(nPort);
-    // Neither the window nor the play state is kept: on a live stream fast and slow only count their steps, and play
-    // passes a null window, with which the player keeps the one it has.
+    // Neither the window nor the play state is kept; docs/compatibility.md: stream-without-state. Play then passes a
+    // null window, with which the player keeps the one it has.
     return true;
 }
 
@@ -112,7 +114,7 @@ bool Drovel::stopPlayStream()
     succeeded(Kavun_CloseStream(nPort), nPort, LogLevel::Warn, logAt(kFile, pFunction), "Kavun_CloseStream error: %d.");
     succeeded(Kavun_FreePort(nPort), nPort, LogLevel::Warn, logAt(kFile, pFunction), "Kavun_FreePort error: %d.");
     m_nPort = kNoPort;
-    // Speed steps are left alone: those counted on a live stream survive its restart.
+    // Speed steps are left alone; docs/compatibility.md: stream-without-state.
     return true;
 }
 
@@ -137,7 +139,7 @@ bool Drovel::startPlayFile(char *pPath, HWND hWnd)
     }
     succeeded(Kavun_SetDisplayBuf(nPort, kDisplayBuffers), nPort, logAt(kFile, pFunction),
               "Kavun_SetDisplayBuf error: %d.");
-    // The file counts as playing whatever the player answers.
+    // The file counts as playing whatever the player answers; docs/compatibility.md: play-unchecked.
     Kavun_Play(nPort, hWnd);
     m_nPlayState = Playing;
     m_hWnd = hWnd;
@@ -175,7 +177,7 @@ void Drovel::inputData(unsigned char *pData, unsigned long nSize)
         Kavun_GetLastError(nPort) != KAVUN_ERROR_BUFFER_FULL) {
         return;
     }
-    // The caller is the device's thread, which must not wait; a live picture can do without the data.
+    // The caller is the device's thread, which must not wait; docs/compatibility.md: full-buffer-dropped.
     for (int nRetry = 0; nRetry < kInputRetries; ++nRetry) {
         if (Kavun_InputData(nPort, pData, nSize) != 0) {
             return;
@@ -191,6 +193,11 @@ void Drovel::setStreamOpenMode(unsigned int nMode)
 bool Drovel::isOpened() const
 {
     return m_nPort != kNoPort;
+}
+
+long Drovel::portNumber() const
+{
+    return m_nPort;
 }
 
 void Drovel::setFileRefDone(bool bDone)
@@ -260,7 +267,8 @@ bool Drovel::step(int nDirection, const LogLocation &where, const char *pFailure
     if (nPort == kNoPort) {
         return false;
     }
-    // Only a playing port is told; other steps wait for play. There is no limit on the count.
+    // Only a playing port is told; other steps wait for play, and there is no limit on the count;
+    // docs/compatibility.md: steps-without-limit.
     if (m_nPlayState == Playing && !succeeded(pfnCall(nPort), nPort, where, pFailureText)) {
         return false;
     }
@@ -289,8 +297,11 @@ bool Drovel::oneByOneBack()
 
 bool Drovel::setPlayedTime(unsigned long nSeconds)
 {
+    // A product that wrapped would seek to the beginning instead of the end.
+    const unsigned long nMilliseconds =
+        nSeconds <= kLastMillisecond / kMillisecondsPerSecond ? nSeconds * kMillisecondsPerSecond : kLastMillisecond;
     return callPort(logAt(kFile, "bool __cdecl pellora::Drovel::setPlayedTime(unsigned long)"),
-                    "Kavun_SetPlayedTimeEx error: %d.", &Kavun_SetPlayedTimeEx, nSeconds * kMillisecondsPerSecond);
+                    "Kavun_SetPlayedTimeEx error: %d.", &Kavun_SetPlayedTimeEx, nMilliseconds);
 }
 
 unsigned long Drovel::getPlayedTime()
@@ -330,7 +341,8 @@ unsigned long Drovel::getFileTimeNoPreview(char *pPath)
         return 0;
     }
     const unsigned long nLength = Kavun_GetFileTime(nPort);
-    // Unlike getFileTime, this hands the player's value on whatever the error.
+    // Unlike getFileTime, this hands the player's value on whatever the error;
+    // docs/compatibility.md: length-despite-error.
     succeededByLastError(nPort, logAt(kFile, pFunction), "Kavun_GetFileTime error: %d.");
     succeeded(Kavun_CloseFile(nPort), nPort, LogLevel::Warn, logAt(kFile, pFunction), "Kavun_CloseFile error: %d.");
     succeeded(Kavun_FreePort(nPort), nPort, LogLevel::Warn, logAt(kFile, pFunction), "Kavun_FreePort error: %d.");
@@ -341,6 +353,12 @@ bool Drovel::getPictureSize(long &nWidth, long &nHeight)
 {
     return callPort(logAt(kFile, "bool __cdecl pellora::Drovel::getPictureSize(long &,long &)"),
                     "Kavun_GetPictureSize error: %d.", &Kavun_GetPictureSize, &nWidth, &nHeight);
+}
+
+bool Drovel::hasPictureSize(long &nWidth, long &nHeight) const
+{
+    const long nPort = m_nPort;
+    return nPort != kNoPort && Kavun_GetPictureSize(nPort, &nWidth, &nHeight) != 0;
 }
 
 bool Drovel::capture(unsigned char *pBuffer, unsigned long nBufferSize, unsigned long *pPictureSize)
@@ -366,7 +384,8 @@ bool Drovel::setIntelData(bool bEnable)
 {
     const long nPort = m_nPort;
     Kavun_RenderPrivateData(nPort, kAnalysisData, bEnable ? 1 : 0);
-    // Callers know this line and this answer for success and failure alike, with and without a port.
+    // The same line and answer for success and failure, with and without a port;
+    // docs/compatibility.md: intel-data-answer.
     logInfo(logAt(kFile, "bool __cdecl pellora::Drovel::setIntelData(bool)"), "Kavun_RenderPrivateData error: %d.",
             Kavun_GetLastError(nPort));
     return false;

@@ -39,6 +39,8 @@ public:
     /** For the next start: 0 real time, 1 file. */
     void setStreamOpenMode(unsigned int nMode);
     [[nodiscard]] bool isOpened() const;
+    /** -1 without a port. The player never hands a number out twice. */
+    [[nodiscard]] long portNumber() const;
 
     void setFileRefDone(bool bDone);
     /** The player's notice that the file index is complete; `pUser` is the Drovel. */
@@ -56,6 +58,7 @@ public:
     bool oneByOne();
     /** Needs the complete file index. */
     bool oneByOneBack();
+    /** A time beyond what the player can count in milliseconds is the last that it can. */
     bool setPlayedTime(unsigned long nSeconds);
     unsigned long getPlayedTime();
     unsigned long getFileTime();
@@ -68,6 +71,8 @@ public:
 
     // Pictures.
     bool getPictureSize(long &nWidth, long &nHeight);
+    /** As getPictureSize, without a log line: for looking again and again until there is a picture. Any thread. */
+    [[nodiscard]] bool hasPictureSize(long &nWidth, long &nHeight) const;
     bool capture(unsigned char *pBuffer, unsigned long nBufferSize, unsigned long *pPictureSize);
     bool screenshot(CROP_PIC_INFO *pInfo);
     /** Null shows the whole picture. */

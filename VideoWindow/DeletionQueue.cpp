@@ -1,7 +1,8 @@
 #include "VideoWindow/DeletionQueue.h"
 
 #include "VideoWindow/VideoWindow.h"
-#include "logging/Log.h"
+#include "base/PinModule.h"
+#include "logging/LogException.h"
 
 #include <algorithm>
 #include <utility>
@@ -12,6 +13,7 @@ namespace pellora
 namespace
 {
 
+const char *const kFile = "VideoWindow\\DeletionQueue";
 constexpr wchar_t kClassName[] = L"PelloraDeletionQueue";
 constexpr UINT kDeleteIdle = WM_APP;
 
@@ -23,18 +25,19 @@ DeletionQueue::~DeletionQueue() = default;
 
 void DeletionQueue::add(std::unique_ptr<VideoWindow> pWindow)
 {
-    if (!pWindow->isInHostCall()) {
-        return;
-    }
+    VideoWindow &window = *pWindow;
     createMessageWindow();
-    pWindow->retire([this] { post(); });
     m_windows.push_back(std::move(pWindow));
+    // Last: the host hears of changes of the focus, and may destroy further windows.
+    window.retire([this] { post(); });
 }
 
 LRESULT CALLBACK DeletionQueue::messageProcedure(HWND hWnd, UINT nMessage, WPARAM wParam, LPARAM lParam)
 {
     if (nMessage == kDeleteIdle) {
-        reinterpret_cast<DeletionQueue *>(GetWindowLongPtrW(hWnd, GWLP_USERDATA))->deleteIdle();
+        auto *pQueue = reinterpret_cast<DeletionQueue *>(GetWindowLongPtrW(hWnd, GWLP_USERDATA));
+        contained(logAt(kFile, "void __cdecl pellora::DeletionQueue::deleteIdle(void)"),
+                  [pQueue] { pQueue->deleteIdle(); });
         return 0;
     }
     return DefWindowProcW(hWnd, nMessage, wParam, lParam);
@@ -45,6 +48,7 @@ void DeletionQueue::createMessageWindow()
     if (m_hMessageWnd != nullptr) {
         return;
     }
+    Base::pinModule(reinterpret_cast<const void *>(&messageProcedure));
     HMODULE hModule = nullptr;
     GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
                        reinterpret_cast<LPCWSTR>(&messageProcedure), &hModule);
@@ -56,7 +60,7 @@ void DeletionQueue::createMessageWindow()
     RegisterClassExW(&windowClass);
     m_hMessageWnd = CreateWindowExW(0, kClassName, nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, hModule, nullptr);
     if (m_hMessageWnd == nullptr) {
-        logError(logAt("VideoWindow\\DeletionQueue", "void __cdecl pellora::DeletionQueue::createMessageWindow(void)"),
+        logError(logAt(kFile, "void __cdecl pellora::DeletionQueue::createMessageWindow(void)"),
                  "CreateWindowExW error: %d.", GetLastError());
         return;
     }
@@ -72,8 +76,8 @@ void DeletionQueue::deleteIdle()
 {
     // One at a time: a destructor talks to native windows, whose procedures may destroy further video windows.
     for (;;) {
-        const auto it = std::find_if(m_windows.begin(), m_windows.end(),
-                                     [](const auto &pWindow) { return !pWindow->isInHostCall(); });
+        const auto it =
+            std::find_if(m_windows.begin(), m_windows.end(), [](const auto &pWindow) { return !pWindow->isInUse(); });
         if (it == m_windows.end()) {
             return;
         }

@@ -12,11 +12,14 @@ namespace pellora
 class VideoWindow;
 
 /**
- * Deletes video windows that the host destroys from inside one of its callbacks, once the callback has returned.
+ * Deletes video windows when nothing on the stack uses them any more.
  *
- * A message of the library's own tells when: under a host's plain Win32 message loop Qt never delivers deleteLater.
+ * The host may destroy a window wherever its own code runs: in a callback, or in its window procedure while the
+ * library or Qt changes the focus or covers the screen. Hence a window is never deleted in the call that destroys it,
+ * but by a message of the library's own; under a host's plain Win32 message loop Qt never delivers deleteLater.
  * Threads: the GUI thread.
- * Owns:    the windows given to it, and a message-only window that stays until the process ends.
+ * Owns:    the windows given to it, and a message-only window that stays until the process ends. Where the host runs
+ *          no message loop any more, so do the windows.
  */
 class DeletionQueue
 {
@@ -26,7 +29,7 @@ public:
     DeletionQueue(const DeletionQueue &) = delete;
     DeletionQueue &operator=(const DeletionQueue &) = delete;
 
-    /** Deletes the window now, or hides it and deletes it when none of its panes is in a call into the host. */
+    /** Ends at once what plays in the window, takes it out of the host's, and deletes it later. */
     void add(std::unique_ptr<VideoWindow> pWindow);
 
 private:

@@ -2,6 +2,8 @@
 
 #include "rules/RuleArithmetic.h"
 
+#include <algorithm>
+
 namespace pellora
 {
 
@@ -18,6 +20,12 @@ float quotient(int nDividend, int nDivisor)
     return static_cast<float>(nDividend) / static_cast<float>(nDivisor);
 }
 
+/** Right less left, and bottom less top; negative where the rectangle is turned round. */
+PixelSize extentOf(const PixelRect &rect)
+{
+    return {wrappingSubtract(rect.right, rect.left), wrappingSubtract(rect.bottom, rect.top)};
+}
+
 } // namespace
 
 PixelRect regionInPixels(const RECT &region, PixelSize extent)
@@ -26,31 +34,35 @@ PixelRect regionInPixels(const RECT &region, PixelSize extent)
             pixels(region.bottom, extent.height)};
 }
 
-PixelSize extentOf(const PixelRect &rect)
-{
-    return {wrappingSubtract(rect.right, rect.left), wrappingSubtract(rect.bottom, rect.top)};
-}
-
 bool isEmptyRegion(const PixelRect &rect)
 {
     return rect.left == rect.right || rect.top == rect.bottom;
 }
 
-PictureChange changeToRegion(const PixelRect &part, PixelSize picture, unsigned short wOriginPos)
+std::optional<PictureChange> changeToRegion(const DisplayRegion &region, const PixelRect &picture)
 {
+    // Of the picture as it is, which another region may have made. docs/compatibility.md: regions-add-up.
+    const PixelSize whole = extentOf(picture);
+    const PixelRect part = regionInPixels(region.thousandths, whole);
+    if (isEmptyRegion(part)) {
+        return std::nullopt;
+    }
     const PixelSize extent = extentOf(part);
     PictureChange change;
     change.nOffsetX = wrappingSubtract(0, part.left);
-    change.fScaleX = quotient(picture.width, extent.width);
-    if (wOriginPos == 2) {
-        change.nOffsetY = wrappingSubtract(part.top, picture.height);
-        // The width, not the height: hosts that count from the bottom have always had their rules scaled so.
-        change.fScaleY = quotient(picture.width, wrappingSubtract(0, extent.height));
+    change.fScaleX = quotient(whole.width, extent.width);
+    if (region.wOriginPos == 2) {
+        change.nOffsetY = wrappingSubtract(part.top, whole.height);
+        // The width, not the height. docs/compatibility.md: bottom-origin-by-width.
+        change.fScaleY = quotient(whole.width, wrappingSubtract(0, extent.height));
     } else {
         change.nOffsetY = wrappingSubtract(0, part.top);
-        change.fScaleY = quotient(picture.height, extent.height);
+        change.fScaleY = quotient(whole.height, extent.height);
     }
-    return change;
+    // Rules scaled to nothing could never come back.
+    const PixelRect changed =
+        scaled(moved(picture, {change.nOffsetX, change.nOffsetY}), change.fScaleX, change.fScaleY);
+    return isEmptyRegion(changed) ? std::nullopt : std::optional(change);
 }
 
 PictureChange changeToWhole(const PixelRect &picture, PixelSize pane)
@@ -69,9 +81,16 @@ PictureChange changeToSize(PixelSize before, PixelSize after)
     return {0, 0, quotient(after.width, before.width), quotient(after.height, before.height)};
 }
 
-PixelRect changedPicture(const PixelRect &picture, const PictureChange &change)
+PixelRect wholePicture(PixelSize pane)
 {
-    return scaledPicture(moved(picture, {change.nOffsetX, change.nOffsetY}), change.fScaleX, change.fScaleY);
+    return {0, 0, std::max(pane.width, 1), std::max(pane.height, 1)};
+}
+
+PixelRect pictureOf(const DisplayRegion &region, PixelSize pane)
+{
+    const PixelRect whole = wholePicture(pane);
+    const PictureChange change = changeToRegion(region, whole).value_or(PictureChange{});
+    return scaledPicture(moved(whole, {change.nOffsetX, change.nOffsetY}), change.fScaleX, change.fScaleY);
 }
 
 } // namespace pellora

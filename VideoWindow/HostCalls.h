@@ -7,9 +7,10 @@ namespace pellora
 {
 
 /**
- * Counts the calls into host code that one pane has on the stack, since the host may destroy the pane's window in them.
+ * Counts the calls on the stack in which host code may run, and after which a pane or its window is still used.
  *
- * Threads: the GUI thread. Calls nest when the host runs a message loop of its own inside a callback.
+ * The host may destroy the window in them. Calls nest when it runs a message loop of its own there.
+ * Threads: the GUI thread.
  */
 class HostCalls
 {
@@ -19,10 +20,10 @@ public:
     HostCalls &operator=(const HostCalls &) = delete;
 
     [[nodiscard]] bool isRunning() const;
-    /** Calls this each time the outermost call has returned; it must not destroy the pane there and then. */
+    /** Calls this each time the outermost call has returned; it must not destroy the owner there and then. */
     void setWhenDone(std::function<void()> whenDone);
 
-    /** Surrounds one call into the host. */
+    /** Surrounds one call. */
     class Scope
     {
     public:

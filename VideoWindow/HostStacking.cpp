@@ -12,24 +12,22 @@ namespace
 constexpr unsigned char kRenderWidgetMode = 0;
 constexpr unsigned char kD3dWindowMode = 1;
 
-LogLocation here(int nLine = PELLORA_CALLER_LINE)
-{
-    // The place that log readers know: the host's window procedure.
-    return {"VideoWindow\\VideoWindowMgr",
-            "__int64 __cdecl pellora::NewWindowProc(struct HWND__ *,unsigned int,unsigned __int64,__int64)", nLine};
-}
+// The place is the host's window procedure; docs/compatibility.md: log-places.
+const char *const kFile = "VideoWindow\\VideoWindowMgr";
+const char *const kFunction =
+    "__int64 __cdecl pellora::NewWindowProc(struct HWND__ *,unsigned int,unsigned __int64,__int64)";
 
 /** Calls `place` with each native video window and its size on the screen. */
 template <typename Place>
 void forEachNativeWindow(const std::vector<QPointer<VideoWindow>> &videoWindows, Place place)
 {
     for (const QPointer<VideoWindow> &pWindow : videoWindows) {
-        if (!pWindow) {
+        if (!pWindow || pWindow->hasLeftHost()) {
             continue;
         }
         HWND hVideoWnd = pWindow->nativeWindow();
         if (hVideoWnd == nullptr) {
-            logError(here(), "hwndQtWindow is null");
+            logError(logAt(kFile, kFunction), "hwndQtWindow is null");
             continue;
         }
         RECT rect{};
@@ -43,7 +41,7 @@ void putRenderWidgetBehind(HWND hHostWnd, const std::vector<QPointer<VideoWindow
 {
     HWND hPage = FindWindowExW(hHostWnd, nullptr, L"Chrome_RenderWidgetHostHWND", nullptr);
     if (hPage == nullptr) {
-        logError(here(), "hwndChromeLegacyWindow is null, %d", GetLastError());
+        logError(logAt(kFile, kFunction), "hwndChromeLegacyWindow is null, %d", GetLastError());
         return;
     }
     SetWindowLongW(hPage, GWL_EXSTYLE, WS_EX_LAYERED | WS_EX_TRANSPARENT);
@@ -58,7 +56,7 @@ void putVideoBehindD3dWindow(HWND hHostWnd, const std::vector<QPointer<VideoWind
 {
     HWND hPage = FindWindowExW(hHostWnd, nullptr, L"Intermediate D3D Window", nullptr);
     if (hPage == nullptr) {
-        logError(here(), "hwndIntermediateD3DWindow is null, %d", GetLastError());
+        logError(logAt(kFile, kFunction), "hwndIntermediateD3DWindow is null, %d", GetLastError());
         return;
     }
     forEachNativeWindow(videoWindows, [hPage](HWND hVideoWnd, int nWidth, int nHeight) {

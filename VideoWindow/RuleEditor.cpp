@@ -35,7 +35,6 @@ void RuleEditor::setCreated(long lRuleID, RuleType type)
     m_lCurRule = lRuleID;
     m_family = familyOf(type);
     m_state = State::Idle;
-    ++m_nCreated;
 }
 
 void RuleEditor::handle(const RuleMouseEvent &event)
@@ -47,8 +46,12 @@ void RuleEditor::handle(const RuleMouseEvent &event)
         selectAt(event.point);
     }
     if (m_state == State::Drawing || m_state == State::DrawingMoving) {
+        const unsigned int nEvent = ++m_nEvents;
         draw(event);
-        report(State::DrawingMoving);
+        // A drawing that began while the host was told of the last one has been reported by its own event.
+        if (m_nEvents == nEvent) {
+            report(State::DrawingMoving);
+        }
     } else if (m_state == State::Selected || m_state == State::Editing) {
         edit(event);
         report(State::Editing);
@@ -134,10 +137,11 @@ void RuleEditor::edit(const RuleMouseEvent &event)
         m_ruleMgr.editPoint(m_lCurRule, event.point, RuleAction::Grab);
         m_state = State::Editing;
     } else if (isMove(event) && (m_state == State::Editing || m_family == RuleFamily::Line)) {
-        // Lines take every move, grabbed or not: kept as hosts know it.
+        // docs/compatibility.md: line-moves-at-once.
         m_ruleMgr.editPoint(m_lCurRule, event.point, RuleAction::Move);
     } else if (isLeftRelease(event)) {
         // A rectangle's corners may have passed each other; its release puts them in order.
+        // docs/compatibility.md: edit-end-untold.
         const RuleAction action = m_family == RuleFamily::Rect ? RuleAction::Release : RuleAction::Move;
         m_ruleMgr.editPoint(m_lCurRule, event.point, action);
         reset();
@@ -155,13 +159,10 @@ void RuleEditor::add(PixelPoint point, RuleAction action)
 
 void RuleEditor::finish()
 {
-    m_state = State::Idle;
-    const unsigned int nCreated = m_nCreated;
-    m_ruleMgr.notifyRuleCoord(m_lCurRule, static_cast<unsigned char>(State::Idle));
-    // The host may have created the next rule while it was told of this one.
-    if (m_nCreated == nCreated) {
-        reset();
-    }
+    const long lRuleID = m_lCurRule;
+    // Before the host is told: it may create the next rule, or run a message loop in which the mouse takes another one.
+    reset();
+    m_ruleMgr.notifyRuleCoord(lRuleID, static_cast<unsigned char>(State::Idle));
 }
 
 void RuleEditor::reset()

@@ -51,8 +51,8 @@ private:
     long m_lCurRule = -1;
     RuleFamily m_family = RuleFamily::None;
     State m_state = State::Idle;
-    /** Counts setCreated, to notice one inside a report. */
-    unsigned int m_nCreated = 0;
+    /** Counts the events that drew, to notice one inside a report. */
+    unsigned int m_nEvents = 0;
 };
 
 } // namespace pellora

@@ -5,8 +5,8 @@
 #include "rules/RuleFactory.h"
 #include "rules/gdi/RuleDrawing.h"
 
+#include <algorithm>
 #include <cstring>
-#include <optional>
 #include <string>
 #include <utility>
 
@@ -46,9 +46,14 @@ RuleExtras extrasFrom(RuleType type, const void *pExtend)
     case RuleType::LineWithText:
     case RuleType::PointWithCross:
         return {{}, readHostText(pExtend)};
-    default:
-        return {};
+    case RuleType::Point:
+    case RuleType::Line:
+    case RuleType::Rect:
+    case RuleType::Text:
+    case RuleType::LineWithArrow:
+        break;
     }
+    return {};
 }
 
 } // namespace
@@ -79,6 +84,7 @@ std::unique_ptr<AbstractRule> RuleMgr::makeRule(RuleType type, const void *pExte
 
 bool RuleMgr::destroyRule(long lRuleID)
 {
+    // docs/compatibility.md: empty-slot-answers-1.
     if (!m_rules.remove(lRuleID)) {
         logError(kDestroyRule, "handle wrong: %d", lRuleID);
         return false;
@@ -94,7 +100,7 @@ bool RuleMgr::clearRules()
     return true;
 }
 
-AbstractRule *RuleMgr::getRule(long lRuleID) const
+const AbstractRule *RuleMgr::getRule(long lRuleID) const
 {
     return m_rules.get(lRuleID);
 }
@@ -104,12 +110,12 @@ long RuleMgr::indexOf(const AbstractRule *pRule) const
     return m_rules.indexOf(pRule);
 }
 
-std::vector<AbstractRule *> RuleMgr::allRules() const
+std::vector<const AbstractRule *> RuleMgr::allRules() const
 {
     return m_rules.all();
 }
 
-AbstractRule *RuleMgr::selectAt(PixelPoint point)
+const AbstractRule *RuleMgr::selectAt(PixelPoint point)
 {
     return m_rules.selectAt(point);
 }
@@ -187,6 +193,44 @@ bool RuleMgr::setRuleCoordCallback(RuleCoordCallback pfnRuleCoordCB, long lHandl
     m_lHandle = lHandle;
     m_lSubHandle = lSubHandle;
     return true;
+}
+
+void RuleMgr::paneResized(PixelSize before, PixelSize after)
+{
+    if (m_rules.isClear()) {
+        m_rules.setPicture(m_region ? pictureOf(*m_region, after) : wholePicture(after));
+        return;
+    }
+    const PictureChange change = changeToSize({std::max(before.width, 1), std::max(before.height, 1)}, after);
+    // Rules scaled to nothing could never come back.
+    m_rules.scale(change.fScaleX == 0.0F ? 1.0F : change.fScaleX, change.fScaleY == 0.0F ? 1.0F : change.fScaleY);
+}
+
+bool RuleMgr::showRegion(const RECT &region)
+{
+    const DisplayRegion shown = {region, getOriginPos()};
+    const std::optional<PictureChange> found = changeToRegion(shown, getPictureRect());
+    if (!found) {
+        return false;
+    }
+    m_region = shown;
+    change(*found);
+    return true;
+}
+
+void RuleMgr::showWhole(PixelSize pane)
+{
+    m_region.reset();
+    if (m_rules.isClear() || (pane.width > 0 && pane.height > 0)) {
+        change(changeToWhole(getPictureRect(), pane));
+        m_rules.setPicture(wholePicture(pane));
+    }
+}
+
+void RuleMgr::change(const PictureChange &change)
+{
+    m_rules.move(change.nOffsetX, change.nOffsetY);
+    m_rules.scale(change.fScaleX, change.fScaleY);
 }
 
 bool RuleMgr::moveAll(int dx, int dy)

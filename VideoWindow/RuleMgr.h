@@ -1,11 +1,13 @@
 #ifndef VIDEOWINDOW_RULEMGR_H
 #define VIDEOWINDOW_RULEMGR_H
 
+#include "VideoWindow/DisplayRegion.h"
 #include "rules/RuleTable.h"
 
 #include <windows.h>
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace pellora
@@ -41,12 +43,12 @@ public:
     bool destroyRule(long lRuleID);
     bool clearRules();
 
-    [[nodiscard]] AbstractRule *getRule(long lRuleID) const;
+    [[nodiscard]] const AbstractRule *getRule(long lRuleID) const;
     /** -1 when no slot holds it; null is held by none. */
     [[nodiscard]] long indexOf(const AbstractRule *pRule) const;
-    [[nodiscard]] std::vector<AbstractRule *> allRules() const;
+    [[nodiscard]] std::vector<const AbstractRule *> allRules() const;
     /** Selects the rule under the point, the one with the lowest id, and no other; null when there is none. */
-    AbstractRule *selectAt(PixelPoint point);
+    const AbstractRule *selectAt(PixelPoint point);
     /** True when there is such a rule and it has no geometry yet. */
     [[nodiscard]] bool isRuleEmpty(long lRuleID) const;
 
@@ -60,7 +62,7 @@ public:
 
     /** The record is the one of the rule's family; a text's record must have been zeroed. */
     bool getRuleCoord(long lRuleID, void *pCoord) const;
-    /** The name's spelling is the system's. */
+    /** docs/compatibility.md: spellings. */
     bool setRuleCoode(long lRuleID, const void *pCoord);
     /** Calls the host with the rule's coordinates; false without a callback or a rule. The host may call back in. */
     bool notifyRuleCoord(long lRuleID, unsigned char byState) const;
@@ -71,15 +73,30 @@ public:
     [[nodiscard]] unsigned short getOriginPos() const;
     bool setRuleCoordCallback(RuleCoordCallback pfnRuleCoordCB, long lHandle, long lSubHandle);
 
+    // Where the picture is. Rules go with it: they are scaled in single precision and truncated. While there are none,
+    // the picture is computed anew from the pane and the region in it, so that no rounding adds up.
+    /** The picture's surface is resized; a width or height of 0 before counts as 1. */
+    void paneResized(PixelSize before, PixelSize after);
+    /**
+     * Shows a part of the picture, in thousandths of it. False, and nothing changes, when the part is empty in pixels,
+     * or so large that the picture would shrink to nothing.
+     */
+    bool showRegion(const RECT &region);
+    /** The whole picture fills the pane again, exactly. Rules stay as they are in a pane without width or height. */
+    void showWhole(PixelSize pane);
     bool moveAll(int dx, int dy);
     bool scaleAll(float fx, float fy);
     [[nodiscard]] PixelRect getPictureRect() const;
 
 private:
+    void change(const PictureChange &change);
+
     /** Has the mutex. */
     RuleTable m_rules;
 
-    /** GUI thread only. */
+    // GUI thread only.
+    /** The region that is shown; none: the whole picture. */
+    std::optional<DisplayRegion> m_region;
     long m_lHandle = -1;
     long m_lSubHandle = -1;
     RuleCoordCallback m_pfnRuleCoordCB = nullptr;

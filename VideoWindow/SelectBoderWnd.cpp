@@ -1,5 +1,7 @@
 #include "VideoWindow/SelectBoderWnd.h"
 
+#include "logging/LogException.h"
+
 #include <QEvent>
 
 namespace pellora
@@ -22,9 +24,11 @@ void SelectBoderWnd::attach(QWidget *pTarget)
 
 bool SelectBoderWnd::eventFilter(QObject *pWatched, QEvent *pEvent)
 {
-    // Resizes only: a target that merely moves leaves the frame behind, which is how hosts know it.
+    // Resizes only: a target that merely moves leaves the frame behind; docs/compatibility.md: frame-follows-sizes.
     if (pWatched != nullptr && pEvent != nullptr && pWatched == m_pTarget && pEvent->type() == QEvent::Resize) {
-        surroundTarget();
+        contained(logAt("VideoWindow\\SelectBoderWnd",
+                        "bool __cdecl pellora::SelectBoderWnd::eventFilter(class QObject *,class QEvent *)"),
+                  [this] { surroundTarget(); });
     }
     return QObject::eventFilter(pWatched, pEvent);
 }

@@ -1,8 +1,8 @@
 #include "VideoWindow/TakeStreamMgr.h"
 
 #include "VideoWindow/StopTakeStreamTask.h"
-#include "VideoWindow/TakeStreamTask.h"
 #include "logging/Log.h"
+#include "preview/PreviewStart.h"
 #include "threadpool/ThreadPool.h"
 
 using publicdatacontroller::ThreadPool;
@@ -41,48 +41,52 @@ void TakeStreamMgr::startThreadPool()
 void TakeStreamMgr::stopThreadPool()
 {
     m_pThreadPool.reset();
-    std::list<ThreadTask *> waiting;
+    std::list<PreviewWork *> waiting;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         waiting.swap(m_waiting);
     }
-    for (ThreadTask *pTask : waiting) {
-        settle(pTask);
+    for (PreviewWork *pWork : waiting) {
+        pWork->settle();
     }
 }
 
-void TakeStreamMgr::settle(ThreadTask *pTask)
-{
-    if (auto *pStart = dynamic_cast<TakeStreamTask *>(pTask)) {
-        pStart->settle();
-        return;
-    }
-    const bool bOwned = pTask->needDelete();
-    pTask->run();
-    if (bOwned) {
-        delete pTask;
-    }
-}
-
-bool TakeStreamMgr::addTask(ThreadTask *pTask)
+bool TakeStreamMgr::addTask(ThreadTask *pTask, PreviewWork *pWork)
 {
     if (m_pThreadPool == nullptr) {
         return false;
     }
-    // Only these say when they begin.
-    if (dynamic_cast<TakeStreamTask *>(pTask) != nullptr || dynamic_cast<StopTakeStreamTask *>(pTask) != nullptr) {
+    if (pWork != nullptr) {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        m_waiting.push_back(pTask);
+        m_waiting.push_back(pWork);
     }
     // Without the lock: it waits while the queue is full, and tasks that begin take the lock.
     m_pThreadPool->AddTask(pTask);
     return true;
 }
 
-void TakeStreamMgr::taken(ThreadTask *pTask)
+void TakeStreamMgr::queueStart(PreviewStart &start)
+{
+    start.setQueued(m_pThreadPool != nullptr);
+    addTask(&start.task(), &start);
+}
+
+void TakeStreamMgr::queueStop(long lPreviewHandel)
+{
+    auto pTask = std::make_unique<StopTakeStreamTask>(lPreviewHandel);
+    if (addTask(pTask.get(), pTask.get())) {
+        // The pool's now, and perhaps gone already.
+        static_cast<void>(pTask.release());
+    } else {
+        // Without a pool nobody else would ever stop it.
+        pTask->run();
+    }
+}
+
+void TakeStreamMgr::taken(PreviewWork *pWork)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_waiting.remove(pTask);
+    m_waiting.remove(pWork);
 }
 
 } // namespace pellora

@@ -1,6 +1,8 @@
 #ifndef VIDEOWINDOW_TAKESTREAMMGR_H
 #define VIDEOWINDOW_TAKESTREAMMGR_H
 
+#include "preview/PreviewWork.h"
+
 #include <list>
 #include <memory>
 #include <mutex>
@@ -17,43 +19,43 @@ namespace pellora
 /**
  * The pool on which previews are started and stopped, so that the GUI thread never waits for a device.
  *
- * Threads: the pool is started, stopped and given tasks on the GUI thread; taken() is the tasks' own, on any.
- * Owns:    the pool. Tasks belong to the pool or to their creator, as they say.
+ * Threads: the pool is started, stopped and given work on the GUI thread; taken() is the tasks' own, on any.
+ * Owns:    the pool. A task that says needDelete() is the pool's once it has been added; the others stay their
+ *          creator's.
  * Locks:   m_mutex, in which nothing else is taken.
  */
-class TakeStreamMgr
+class TakeStreamMgr final : public PreviewWorkers
 {
 public:
     /** The process's; made on first use, on any thread. It lives until the process ends. */
     [[nodiscard]] static TakeStreamMgr *getInstance();
-    ~TakeStreamMgr() = delete;
-    TakeStreamMgr(const TakeStreamMgr &) = delete;
-    TakeStreamMgr &operator=(const TakeStreamMgr &) = delete;
 
     void startThreadPool();
-    /**
-     * Waits for the tasks that run. Of those that have not begun, starts are answered with -1 and stops are carried
-     * out here.
-     */
+    /** Waits for the tasks that run. Work that has not begun is settled here, in its order. */
     void stopThreadPool();
-    /** False without a pool: then the task is neither run nor deleted, and stays the caller's. */
-    bool addTask(publicdatacontroller::ThreadTask *pTask);
+    /**
+     * False without a pool: then the task is neither run nor deleted, and stays the caller's. `pWork`: what is settled
+     * when the pool ends before the task has begun, and calls taken() when it begins; null for a task that may be lost.
+     */
+    bool addTask(publicdatacontroller::ThreadTask *pTask, PreviewWork *pWork = nullptr);
 
-    /** A start or stop task begins to run. */
-    void taken(publicdatacontroller::ThreadTask *pTask);
+    void queueStart(PreviewStart &start) override;
+    void queueStop(long lPreviewHandel) override;
+
+    /** The work begins to run. */
+    void taken(PreviewWork *pWork);
 
 private:
     TakeStreamMgr();
-
-    void settle(publicdatacontroller::ThreadTask *pTask);
+    ~TakeStreamMgr() = default;
 
     // GUI thread.
     std::unique_ptr<publicdatacontroller::ThreadPool> m_pThreadPool;
 
     // Guarded by m_mutex.
     std::mutex m_mutex;
-    /** Starts and stops that the pool has not begun, oldest first. */
-    std::list<publicdatacontroller::ThreadTask *> m_waiting;
+    /** What the pool has not begun, oldest first. */
+    std::list<PreviewWork *> m_waiting;
 };
 
 } // namespace pellora

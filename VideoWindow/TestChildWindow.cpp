@@ -1,14 +1,14 @@
 #include "VideoWindow/TestChildWindow.h"
 
+#include "VideoWindow/WindowSubclass.h"
+
 namespace pellora
 {
 
 namespace
 {
 
-/** One for the whole process: the host that was given last. */
-WNDPROC s_pPreviousProcedure = nullptr;
-/** Never assigned, so that each paint passes null to SetParent, which does nothing; hosts rely on no more. */
+/** Never assigned: each paint passes null to SetParent, which does nothing; docs/compatibility.md: test-window. */
 constexpr HWND kTestChild = nullptr;
 
 void addStyle(HWND hWnd, LONG_PTR nStyle)
@@ -29,13 +29,31 @@ void clipHost(HWND hWnd)
     addStyle(hWnd, WS_CLIPCHILDREN);
 }
 
+LRESULT CALLBACK HostPaintWndProc(HWND hWnd, UINT nMessage, WPARAM wParam, LPARAM lParam);
+
+/** The hosts that HostPaintWndProc is in front of. */
+WindowSubclass &hosts()
+{
+    static auto *const pHosts = new WindowSubclass(&HostPaintWndProc, L"PelloraHostPaintWndProc");
+    return *pHosts;
+}
+
 LRESULT CALLBACK HostPaintWndProc(HWND hWnd, UINT nMessage, WPARAM wParam, LPARAM lParam)
 {
+    if (hosts().takesProbe(nMessage)) {
+        return 0;
+    }
+    const WNDPROC pPrevious = hosts().previous(hWnd);
+    if (pPrevious == nullptr) {
+        return DefWindowProcW(hWnd, nMessage, wParam, lParam);
+    }
     if (nMessage == WM_PAINT) {
         clipHost(hWnd);
         SetParent(kTestChild, hWnd);
+    } else if (nMessage == WM_NCDESTROY) {
+        hosts().forget(hWnd);
     }
-    return CallWindowProcW(s_pPreviousProcedure, hWnd, nMessage, wParam, lParam);
+    return CallWindowProcW(pPrevious, hWnd, nMessage, wParam, lParam);
 }
 
 LRESULT CALLBACK TestChildWndProc(HWND hWnd, UINT nMessage, WPARAM wParam, LPARAM lParam)
@@ -55,17 +73,8 @@ LRESULT CALLBACK TestChildWndProc(HWND hWnd, UINT nMessage, WPARAM wParam, LPARA
 /** False when the window cannot be subclassed. */
 bool subclass(HWND hWnd)
 {
-    const auto nProcedure = reinterpret_cast<LONG_PTR>(&HostPaintWndProc);
-    if (GetWindowLongPtrW(hWnd, GWLP_WNDPROC) == nProcedure) {
-        // As its own predecessor it would call itself for ever.
-        return true;
-    }
-    const LONG_PTR nPrevious = SetWindowLongPtrW(hWnd, GWLP_WNDPROC, nProcedure);
-    if (nPrevious == 0) {
-        return false;
-    }
-    s_pPreviousProcedure = reinterpret_cast<WNDPROC>(nPrevious);
-    return true;
+    // The procedures of another thread's window run on that thread.
+    return GetWindowThreadProcessId(hWnd, nullptr) == GetCurrentThreadId() && hosts().install(hWnd);
 }
 
 } // namespace

@@ -9,8 +9,8 @@ namespace pellora
 /**
  * Subclasses the host's window and puts a plain native window, without Qt, into it. Always 1.
  *
- * GUI thread. Nothing is done to a window that is none, or is another process's; a second call for the same window
- * subclasses it no second time.
+ * GUI thread. Nothing is done to a window that is none, or is another process's or thread's; while messages of the
+ * window come by the procedure of an earlier call, another call subclasses it no second time.
  */
 long installTestChildWindow(HWND hWnd);
 

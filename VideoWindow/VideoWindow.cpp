@@ -1,14 +1,16 @@
 #include "VideoWindow/VideoWindow.h"
 
-#include "VideoWindow/PreviewParam.h"
 #include "VideoWindow/SelectBoderWnd.h"
 #include "VideoWindow/VideoWnd.h"
+#include "logging/LogException.h"
+#include "preview/PreviewParam.h"
 #include "widgets/CFullScreenWidget.h"
 #include "widgets/CWidgetLayoutMgr.h"
 
 #include <QGridLayout>
 
 #include <algorithm>
+#include <utility>
 
 namespace pellora
 {
@@ -16,6 +18,7 @@ namespace pellora
 namespace
 {
 
+const char *const kFile = "VideoWindow\\VideoWindow";
 constexpr int kPaneCount = 9;
 
 } // namespace
@@ -55,6 +58,7 @@ VideoWindow::VideoWindow(HWND hParentWnd, QObject *pParent, Qt::WindowFlags flag
     m_pSelBodWnd->setObjectName(QStringLiteral("m_pSelBodWnd"));
     m_pSelBodWnd->lower();
     m_pSelBodWnd->attach(m_pCurWnd);
+    m_nativeFrames.watch(nativeWindow());
 }
 
 VideoWindow::~VideoWindow()
@@ -62,7 +66,6 @@ VideoWindow::~VideoWindow()
     for (VideoWnd *pPane : qAsConst(m_listWnd)) {
         pPane->setExit();
     }
-    normalScreen();
     m_pLayoutMgr.reset();
 }
 
@@ -100,7 +103,7 @@ void VideoWindow::splitScreen(unsigned short wSplitNum)
 bool VideoWindow::fullScreen()
 {
     // Without the host's window there is no native window to cover the screen, or to come back to.
-    if (m_bHostGone) {
+    if (hasLeftHost()) {
         return false;
     }
     m_pFullScreenWidget->EnterFullScreen();
@@ -109,7 +112,7 @@ bool VideoWindow::fullScreen()
 
 bool VideoWindow::normalScreen()
 {
-    if (m_bHostGone) {
+    if (hasLeftHost()) {
         return false;
     }
     m_pFullScreenWidget->ExitFullScreen();
@@ -173,7 +176,7 @@ bool VideoWindow::setIntelData(bool bOpen)
 {
     for (VideoWnd *pPane : qAsConst(m_listWnd)) {
         if (pPane->isPlaying()) {
-            pPane->setIntelData(bOpen);
+            pPane->port().setIntelData(bOpen);
         }
     }
     return true;
@@ -191,47 +194,67 @@ HWND VideoWindow::nativeWindow() const
     return reinterpret_cast<HWND>(internalWinId());
 }
 
-void VideoWindow::setHostGone()
+void VideoWindow::setWhenHostDestroyed(std::function<void()> whenHostDestroyed)
 {
-    m_bHostGone = true;
+    m_whenHostDestroyed = std::move(whenHostDestroyed);
+}
+
+void VideoWindow::onHostDestroyed()
+{
     for (VideoWnd *pPane : qAsConst(m_listWnd)) {
         pPane->forgetSurface();
     }
+    if (m_whenHostDestroyed) {
+        m_whenHostDestroyed();
+    }
 }
 
-bool VideoWindow::isInHostCall() const
+HostCalls &VideoWindow::hostCalls()
 {
-    return std::any_of(m_listWnd.begin(), m_listWnd.end(),
-                       [](VideoWnd *pPane) { return pPane->hostCalls().isRunning(); });
+    return m_hostCalls;
 }
 
-void VideoWindow::retire(const std::function<void()> &whenHostCallsEnd)
+bool VideoWindow::isInUse() const
 {
-    hide();
+    return m_hostCalls.isRunning() || std::any_of(m_listWnd.begin(), m_listWnd.end(),
+                                                  [](VideoWnd *pPane) { return pPane->hostCalls().isRunning(); });
+}
+
+void VideoWindow::retire(const std::function<void()> &whenIdle)
+{
+    const HostCalls::Scope scope(m_hostCalls);
+    m_hostCalls.setWhenDone(whenIdle);
     for (VideoWnd *pPane : qAsConst(m_listWnd)) {
         pPane->setExit();
-        pPane->hostCalls().setWhenDone(whenHostCallsEnd);
+        pPane->hostCalls().setWhenDone(whenIdle);
+    }
+    leaveHost();
+    for (VideoWnd *pPane : qAsConst(m_listWnd)) {
+        pPane->shutDown();
     }
 }
 
 void VideoWindow::onWndSelected()
 {
-    auto *pPane = qobject_cast<VideoWnd *>(sender());
-    if (pPane == nullptr) {
-        return;
-    }
-    m_pCurWnd = pPane;
-    m_pSelBodWnd->attach(pPane);
+    contained(logAt(kFile, "void __cdecl pellora::VideoWindow::onWndSelected(void)"), [this] {
+        auto *pPane = qobject_cast<VideoWnd *>(sender());
+        if (pPane != nullptr) {
+            m_pCurWnd = pPane;
+            m_pSelBodWnd->attach(pPane);
+        }
+    });
 }
 
 void VideoWindow::onMaximized()
 {
-    m_pLayoutMgr->ShowMaximized(m_pCurWnd);
+    contained(logAt(kFile, "void __cdecl pellora::VideoWindow::onMaximized(void)"),
+              [this] { m_pLayoutMgr->ShowMaximized(m_pCurWnd); });
 }
 
 void VideoWindow::onNormal()
 {
-    m_pLayoutMgr->ShowNormal();
+    contained(logAt(kFile, "void __cdecl pellora::VideoWindow::onNormal(void)"),
+              [this] { m_pLayoutMgr->ShowNormal(); });
 }
 
 } // namespace pellora

@@ -1,6 +1,8 @@
 #ifndef VIDEOWINDOW_VIDEOWINDOW_H
 #define VIDEOWINDOW_VIDEOWINDOW_H
 
+#include "VideoWindow/HostCalls.h"
+#include "VideoWindow/NativeFrames.h"
 #include "widgets/QWinWidget.h"
 
 #include <QList>
@@ -66,13 +68,21 @@ public:
 
     /** The native window, null when there is none; none is made. */
     [[nodiscard]] HWND nativeWindow() const;
-    /** The host's window has been destroyed. */
-    void setHostGone();
+    /** Called once, when the host's window is being destroyed and this one has left it. */
+    void setWhenHostDestroyed(std::function<void()> whenHostDestroyed);
 
-    /** The host may call from inside a callback of one of the panes: the window has to outlive it. */
-    [[nodiscard]] bool isInHostCall() const;
-    /** Calls this when such a callback has returned. Nothing of this window reaches the host any more. */
-    void retire(const std::function<void()> &whenHostCallsEnd);
+    /** Calls of the window itself in which host code may run; its panes have their own. */
+    [[nodiscard]] HostCalls &hostCalls();
+    /** Something on the stack goes on using the window or one of its panes. */
+    [[nodiscard]] bool isInUse() const;
+    /**
+     * Ends what plays, starts or is drawn, and leaves the host's window: nothing of this one reaches the host any
+     * more. `whenIdle` is called before this returns or, while the window is in use, when it may no longer be.
+     */
+    void retire(const std::function<void()> &whenIdle);
+
+protected:
+    void onHostDestroyed() override;
 
 private slots:
     void onWndSelected();
@@ -90,7 +100,9 @@ private:
     SelectBoderWnd *m_pSelBodWnd = nullptr;
     /** Holds the panes and the frame. */
     ZentixGUIToolkit::CFullScreenWidget *m_pFullScreenWidget = nullptr;
-    bool m_bHostGone = false;
+    std::function<void()> m_whenHostDestroyed;
+    HostCalls m_hostCalls;
+    NativeFrames m_nativeFrames{m_hostCalls};
 };
 
 } // namespace pellora

@@ -3,12 +3,11 @@
 #include "VideoWindow/HostStacking.h"
 #include "VideoWindow/VideoWindow.h"
 #include "base/CSingleton.h"
-#include "logging/Log.h"
+#include "logging/LogException.h"
 
 #include <QApplication>
 
 #include <algorithm>
-#include <exception>
 #include <utility>
 
 namespace pellora
@@ -17,26 +16,16 @@ namespace pellora
 namespace
 {
 
-LogLocation at(const char *pSignature, int nLine = PELLORA_CALLER_LINE)
-{
-    return {"VideoWindow\\VideoWindowMgr", pSignature, nLine};
-}
-
-WNDPROC procedureOf(HWND hWnd)
-{
-    return reinterpret_cast<WNDPROC>(GetWindowLongPtrW(hWnd, GWLP_WNDPROC));
-}
-
-WNDPROC replaceProcedure(HWND hWnd, WNDPROC pProcedure)
-{
-    return reinterpret_cast<WNDPROC>(SetWindowLongPtrW(hWnd, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(pProcedure)));
-}
+const char *const kFile = "VideoWindow\\VideoWindowMgr";
 
 /** Why no video window can live in this window; null when one can. */
 const char *obstacle(HWND hHostWnd)
 {
-    if (qobject_cast<QApplication *>(QCoreApplication::instance()) == nullptr) {
+    if (QCoreApplication::instance() == nullptr) {
         return "there is no application object";
+    }
+    if (qobject_cast<QApplication *>(QCoreApplication::instance()) == nullptr) {
+        return "the application object is no QApplication";
     }
     DWORD dwProcess = 0;
     const DWORD dwThread = GetWindowThreadProcessId(hHostWnd, &dwProcess);
@@ -54,36 +43,48 @@ const char *obstacle(HWND hHostWnd)
 
 } // namespace
 
-VideoWindowMgr::VideoWindowMgr()
+VideoWindowMgr::VideoWindowMgr() : m_subclass(*new WindowSubclass(&NewWindowProc, L"PelloraNewWindowProc"))
 {
-    logInfo(at("__cdecl pellora::VideoWindowMgr::VideoWindowMgr(void)"), "VideoWindowMgr: %p", this);
+    logInfo(logAt(kFile, "__cdecl pellora::VideoWindowMgr::VideoWindowMgr(void)"), "VideoWindowMgr: %p", this);
 }
 
 long VideoWindowMgr::createVideoWindow(HWND hHostWnd, unsigned char embedMode)
 {
     const char *pObstacle = obstacle(hHostWnd);
+    if (pObstacle == nullptr && isGoing(hHostWnd)) {
+        pObstacle = "the window is being destroyed";
+    }
     if (pObstacle != nullptr) {
-        logError(at("long __cdecl pellora::VideoWindowMgr::createVideoWindow(struct HWND__ *,unsigned char)"),
+        logError(logAt(kFile, "long __cdecl pellora::VideoWindowMgr::createVideoWindow(struct HWND__ *,unsigned char)"),
                  "no video window in %p: %s", hHostWnd, pObstacle);
         return -1;
     }
     auto pWindow = std::make_unique<VideoWindow>(hHostWnd);
     pWindow->show();
     attachHostWindow(pWindow.get(), embedMode);
-    // A window for which there is no slot stays shown and attached: hosts see it although they get no handle.
+    // A window for which there is no slot stays shown and attached; docs/compatibility.md: tenth-window-shown.
     return pushVideoWindow(pWindow.release());
 }
 
 long VideoWindowMgr::pushVideoWindow(VideoWindow *pWindow)
 {
-    const auto it = std::find(m_windows.begin(), m_windows.end(), nullptr);
+    auto it = std::find(m_windows.begin(), m_windows.end(), nullptr);
     if (it == m_windows.end()) {
-        logInfo(at("long __cdecl pellora::VideoWindowMgr::pushVideoWindow(class pellora::VideoWindow *)"),
+        // Windows that a host has left behind dead must not keep it from new ones for ever.
+        it = std::find_if(m_windows.begin(), m_windows.end(),
+                          [](const VideoWindow *pOther) { return pOther->hasLeftHost(); });
+    }
+    if (it == m_windows.end()) {
+        logInfo(logAt(kFile, "long __cdecl pellora::VideoWindowMgr::pushVideoWindow(class pellora::VideoWindow *)"),
                 "the container of VideoWindow is full, the max count is: %d", static_cast<int>(kMaxWindows));
         return -1;
     }
-    *it = pWindow;
-    return static_cast<long>(it - m_windows.begin());
+    std::unique_ptr<VideoWindow> pDead(std::exchange(*it, pWindow));
+    const long lHandle = static_cast<long>(it - m_windows.begin());
+    if (pDead) {
+        m_deletions.add(std::move(pDead));
+    }
+    return lHandle;
 }
 
 VideoWindow *VideoWindowMgr::getVideoWindow(long lHandle) const
@@ -116,21 +117,18 @@ void VideoWindowMgr::takeStartResults()
 bool VideoWindowMgr::attachHostWindow(VideoWindow *pWindow, unsigned char embedMode)
 {
     HWND hHostWnd = pWindow->parentWindow();
-    const auto it = m_hosts.find(hHostWnd);
-    if (it == m_hosts.end()) {
-        // The entry is there before the procedure, which swallows messages of hosts without one.
-        HostEntry &entry = m_hosts[hHostWnd];
-        entry.pPreviousProcedure = procedureOf(hHostWnd);
-        entry.windows.insert(pWindow);
-        entry.embedMode = embedMode;
-        entry.pPreviousProcedure = replaceProcedure(hHostWnd, &NewWindowProc);
+    if (!m_subclass.install(hHostWnd)) {
+        // The host has gone while the window was made.
         return true;
     }
-    if (it->second.windows.empty()) {
-        // It only passed messages on, for somebody who subclassed the host later.
-        it->second.embedMode = embedMode;
+    HostEntry &entry = m_hosts[hHostWnd];
+    if (entry.windows.empty()) {
+        // A new host, one that only passed messages on, or one that has come to the number of a host that is gone.
+        entry.embedMode = embedMode;
+        entry.bGoing = false;
     }
-    it->second.windows.insert(pWindow);
+    entry.windows.insert(pWindow);
+    pWindow->setWhenHostDestroyed([this, pWindow] { onHostDestroyed(pWindow); });
     return true;
 }
 
@@ -144,14 +142,10 @@ bool VideoWindowMgr::detachHostWindow(VideoWindow *pWindow)
     if (it == m_hosts.end() || it->second.windows.erase(pWindow) == 0) {
         return false;
     }
-    if (!it->second.windows.empty()) {
-        return true;
+    // Where somebody has subclassed the host since and calls NewWindowProc, the entry stays to pass messages on.
+    if (it->second.windows.empty() && m_subclass.remove(hHostWnd)) {
+        m_hosts.erase(hHostWnd);
     }
-    if (procedureOf(hHostWnd) == &NewWindowProc) {
-        replaceProcedure(hHostWnd, it->second.pPreviousProcedure);
-        m_hosts.erase(it);
-    }
-    // Otherwise somebody has subclassed the host since and calls NewWindowProc: the entry stays to pass messages on.
     return true;
 }
 
@@ -165,66 +159,78 @@ bool VideoWindowMgr::isRegistered(const VideoWindow *pWindow) const
     return std::find(m_windows.begin(), m_windows.end(), pWindow) != m_windows.end();
 }
 
-WNDPROC VideoWindowMgr::previousProcedure(HWND hHostWnd) const
+WindowSubclass &VideoWindowMgr::subclass() const
+{
+    return m_subclass;
+}
+
+/** False for a window that has come to the number of one that is gone. */
+bool VideoWindowMgr::isGoing(HWND hHostWnd)
 {
     const auto it = m_hosts.find(hHostWnd);
-    return it != m_hosts.end() ? it->second.pPreviousProcedure : nullptr;
+    return it != m_hosts.end() && it->second.bGoing && m_subclass.isReached(hHostWnd);
 }
 
 void VideoWindowMgr::onHostMessage(HWND hHostWnd, UINT nMessage)
 {
-    const HostEntry &entry = m_hosts.at(hHostWnd);
+    const auto it = m_hosts.find(hHostWnd);
+    if (it == m_hosts.end()) {
+        return;
+    }
     switch (nMessage) {
     case WM_PAINT:
     case WM_GETMINMAXINFO:
-        if (!entry.windows.empty()) {
-            stackAmongHostWindows(hHostWnd, entry.embedMode, windowsOf(entry));
+        if (!it->second.windows.empty()) {
+            stackAmongHostWindows(hHostWnd, it->second.embedMode, windowsOf(it->second));
         }
         break;
+    case WM_DESTROY:
+        it->second.bGoing = true;
+        break;
     case WM_NCDESTROY:
-        onHostGone(hHostWnd);
+        m_subclass.forget(hHostWnd);
+        m_hosts.erase(it);
         break;
     default:
         break;
     }
 }
 
-void VideoWindowMgr::onHostGone(HWND hHostWnd)
+/**
+ * Called before the host hears of its end itself. Its entry stays for its last messages, if they come by at all: a
+ * host may have put its own procedure back.
+ */
+void VideoWindowMgr::onHostDestroyed(VideoWindow *pWindow)
 {
+    HWND hHostWnd = pWindow->parentWindow();
     const auto it = m_hosts.find(hHostWnd);
-    const WindowList windows = windowsOf(it->second);
-    if (procedureOf(hHostWnd) == &NewWindowProc) {
-        replaceProcedure(hHostWnd, it->second.pPreviousProcedure);
+    if (it == m_hosts.end() || it->second.windows.erase(pWindow) == 0) {
+        return;
     }
-    m_hosts.erase(it);
-    for (const QPointer<VideoWindow> &pWindow : windows) {
-        if (!pWindow) {
-            continue;
-        }
-        pWindow->setHostGone();
-        if (!isRegistered(pWindow)) {
-            // It never had a handle, so that nobody could destroy it.
-            m_deletions.add(std::unique_ptr<VideoWindow>(pWindow));
-        }
+    if (it->second.windows.empty() && !m_subclass.isReached(hHostWnd)) {
+        m_subclass.forget(hHostWnd);
+        m_hosts.erase(hHostWnd);
+    }
+    if (!isRegistered(pWindow)) {
+        // It never had a handle, so that nobody could destroy it.
+        m_deletions.add(std::unique_ptr<VideoWindow>(pWindow));
     }
 }
 
 LRESULT CALLBACK NewWindowProc(HWND hWnd, UINT nMessage, WPARAM wParam, LPARAM lParam)
 {
     VideoWindowMgr *pRegistry = Base::CSingleton<VideoWindowMgr>::getInstance();
+    if (pRegistry->subclass().takesProbe(nMessage)) {
+        return 0;
+    }
     // Taken first: the host may destroy video windows in what follows, and the entry with the last of them.
-    WNDPROC pPrevious = pRegistry->previousProcedure(hWnd);
+    const WNDPROC pPrevious = pRegistry->subclass().previous(hWnd);
     if (pPrevious == nullptr) {
         return 0;
     }
-    try {
-        pRegistry->onHostMessage(hWnd, nMessage);
-    } catch (const std::exception &exception) {
-        // The system calls this procedure and knows no exceptions.
-        writeLog(LogLevel::Error,
-                 at("__int64 __cdecl pellora::NewWindowProc(struct HWND__ *,unsigned int,unsigned __int64,__int64)"),
-                 exception.what());
-    }
+    contained(
+        logAt(kFile, "__int64 __cdecl pellora::NewWindowProc(struct HWND__ *,unsigned int,unsigned __int64,__int64)"),
+        [&] { pRegistry->onHostMessage(hWnd, nMessage); });
     return CallWindowProcW(pPrevious, hWnd, nMessage, wParam, lParam);
 }
 

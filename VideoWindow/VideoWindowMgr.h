@@ -2,6 +2,7 @@
 #define VIDEOWINDOW_VIDEOWINDOWMGR_H
 
 #include "VideoWindow/DeletionQueue.h"
+#include "VideoWindow/WindowSubclass.h"
 
 #include <windows.h>
 
@@ -24,7 +25,8 @@ class VideoWindow;
  * The process's instance is Base::CSingleton<VideoWindowMgr>'s; it stays until the process ends, with the windows that
  * the host has not destroyed.
  * Threads: the GUI thread, apart from the making of the instance.
- * Owns:    the windows in its slots. Subclasses a host window while it holds a video window.
+ * Owns:    the windows in its slots. Subclasses a host window while it holds a video window. That a host is gone it
+ *          learns from the video windows, which see it whatever procedure the host has by then.
  */
 class VideoWindowMgr
 {
@@ -36,11 +38,14 @@ public:
 
     /** Makes, shows, attaches and registers a window; its handle, or -1 when that was not possible. */
     long createVideoWindow(HWND hHostWnd, unsigned char embedMode);
-    /** Takes the window into the lowest empty slot; -1 when none is empty, and the window is the caller's still. */
+    /**
+     * Takes the window into the lowest empty slot. Without one, into that of a dead window, which goes; without that,
+     * -1, and the window is the caller's still.
+     */
     long pushVideoWindow(VideoWindow *pWindow);
     /** Null for what is no handle. */
     [[nodiscard]] VideoWindow *getVideoWindow(long lHandle) const;
-    /** Empties the slot at once; the window goes when no callback into the host runs in it. False: no handle. */
+    /** Empties the slot and ends what plays at once; see DeletionQueue for the rest. False: no handle. */
     bool destroyVideoWindow(long lHandle);
 
     /** Starts of previews that have come back take effect now, in every window. */
@@ -49,27 +54,30 @@ public:
     bool attachHostWindow(VideoWindow *pWindow, unsigned char embedMode);
     bool detachHostWindow(VideoWindow *pWindow);
 
-    /** The procedure that a host window had before it was subclassed; null for a window without an entry. */
-    [[nodiscard]] WNDPROC previousProcedure(HWND hHostWnd) const;
+    /** Where NewWindowProc is in front of a host's own procedure, and what was there before. */
+    [[nodiscard]] WindowSubclass &subclass() const;
     /** What the library does on a message of a host window that has an entry, before its own procedure. */
     void onHostMessage(HWND hHostWnd, UINT nMessage);
 
 private:
     struct HostEntry {
-        WNDPROC pPreviousProcedure = nullptr;
         std::set<VideoWindow *> windows;
-        /** That of the first window; later ones do not change it. */
+        /** That of the first window; docs/compatibility.md: first-embed-mode. */
         unsigned char embedMode = 0;
+        bool bGoing = false;
     };
 
     static constexpr std::size_t kMaxWindows = 9;
 
     using WindowList = std::vector<QPointer<VideoWindow>>;
     [[nodiscard]] static WindowList windowsOf(const HostEntry &entry);
-    void onHostGone(HWND hHostWnd);
+    void onHostDestroyed(VideoWindow *pWindow);
+    [[nodiscard]] bool isGoing(HWND hHostWnd);
     [[nodiscard]] bool isRegistered(const VideoWindow *pWindow) const;
 
     std::array<VideoWindow *, kMaxWindows> m_windows{};
+    WindowSubclass &m_subclass;
+    /** Hosts whose messages come by, with or without video windows. */
     std::map<HWND, HostEntry> m_hosts;
     DeletionQueue m_deletions;
 };

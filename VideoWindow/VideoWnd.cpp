@@ -1,14 +1,13 @@
 #include "VideoWindow/VideoWnd.h"
 
 #include "VideoWindow/DisplayRegion.h"
-#include "logging/Log.h"
-#include "preview/LivePanes.h"
+#include "VideoWindow/RuleMouse.h"
+#include "VideoWindow/TakeStreamMgr.h"
+#include "VideoWindow/TakeStreamTask.h"
+#include "logging/LogException.h"
 
 #include <QLabel>
 #include <QMouseEvent>
-
-#include <algorithm>
-#include <optional>
 
 namespace pellora
 {
@@ -16,36 +15,11 @@ namespace pellora
 namespace
 {
 
-/** None for what neither presses, releases nor moves; the press of a double click is no press here. */
-std::optional<RuleMouseEvent> ruleMouseEvent(const QEvent &event)
-{
-    RuleMouseEvent result;
-    switch (event.type()) {
-    case QEvent::MouseButtonPress:
-        result.kind = RuleMouseEvent::Kind::Press;
-        break;
-    case QEvent::MouseButtonRelease:
-        result.kind = RuleMouseEvent::Kind::Release;
-        break;
-    case QEvent::MouseMove:
-        result.kind = RuleMouseEvent::Kind::Move;
-        break;
-    default:
-        return std::nullopt;
-    }
-    const auto &mouseEvent = static_cast<const QMouseEvent &>(event);
-    if (mouseEvent.button() == Qt::LeftButton) {
-        result.button = RuleMouseEvent::Button::Left;
-    } else if (mouseEvent.button() == Qt::RightButton) {
-        result.button = RuleMouseEvent::Button::Right;
-    }
-    result.point = {mouseEvent.x(), mouseEvent.y()};
-    return result;
-}
+const char *const kFile = "VideoWindow\\VideoWnd";
 
 bool refuseRegion(const RECT &region)
 {
-    logError(logAt("VideoWindow\\VideoWnd", "bool __cdecl pellora::VideoWnd::setDisplayRegion(const struct tagRECT *)"),
+    logError(logAt(kFile, "bool __cdecl pellora::VideoWnd::setDisplayRegion(const struct tagRECT *)"),
              "display region of no width or height in pixels: %d, %d, %d, %d", region.left, region.top, region.right,
              region.bottom);
     return false;
@@ -54,7 +28,13 @@ bool refuseRegion(const RECT &region)
 } // namespace
 
 VideoWnd::VideoWnd(long lSubHandel, QWidget *pParent)
-    : QWidget(pParent), m_pLiveViewWnd(new QLabel(this)), m_hPlayWnd(nullptr), m_lSubHandel(lSubHandel)
+    : QWidget(pParent),
+      m_pLiveViewWnd(new QLabel(this)),
+      // Makes the label a native window, which no later change of its parents makes anew.
+      m_hPlayWnd(reinterpret_cast<HWND>(m_pLiveViewWnd->winId())),
+      m_lSubHandel(lSubHandel),
+      m_port(m_hPlayWnd),
+      m_preview(*this, m_port, *TakeStreamMgr::getInstance(), this)
 {
     setMouseTracking(true);
     // A class derived from QWidget draws its style sheet's background only when told to.
@@ -62,19 +42,12 @@ VideoWnd::VideoWnd(long lSubHandel, QWidget *pParent)
     m_pLiveViewWnd->setObjectName(QStringLiteral("m_pLiveViewWnd"));
     m_pLiveViewWnd->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored);
     m_pLiveViewWnd->setGeometry(0, 0, 1, 1);
-    // Makes the label a native window, which no later change of its parents makes anew.
-    m_hPlayWnd = reinterpret_cast<HWND>(m_pLiveViewWnd->winId());
-    PaneStream::Listener &listener = *this;
-    m_pStream = std::make_shared<PaneStream>(m_drovel, listener, m_hPlayWnd);
     qRegisterMetaType<LONG>("LONG");
     connect(this, &VideoWnd::signalPreviewStatus, this, &VideoWnd::onPreviewStatus);
-    // These come from other threads. Queued even where a device library calls back on the thread that starts: they are
-    // sent with the stream's lock held.
-    connect(this, &VideoWnd::signalPreviewSucceed, this, &VideoWnd::onPreviewSucceed, Qt::QueuedConnection);
-    connect(this, &VideoWnd::signalOpenDraw, this, &VideoWnd::onOpenDraw, Qt::QueuedConnection);
+    connect(this, &VideoWnd::signalPreviewSucceed, this, &VideoWnd::onPreviewSucceed);
+    connect(this, &VideoWnd::signalOpenDraw, this, &VideoWnd::onOpenDraw);
+    // Queued, since the player emits it on a thread of its own.
     connect(this, &VideoWnd::signalFileEnd, this, &VideoWnd::onFileEnd);
-    connect(this, &VideoWnd::signalStreamOpened, this, &VideoWnd::onStreamOpened, Qt::QueuedConnection);
-    LivePanes::instance().add(this, m_pStream);
 }
 
 VideoWnd::~VideoWnd()
@@ -88,42 +61,100 @@ void VideoWnd::shutDown()
         return;
     }
     m_bShutDown = true;
-    setExit();
+    contained(logAt(kFile, "void __cdecl pellora::VideoWnd::shutDown(void)"), [this] {
+        setExit();
+        closeDraw();
+        m_preview.abandonStart();
+        stopPreviewStreamAsync();
+        stopPreviewFile();
+    });
+}
+
+bool VideoWnd::previewStream(const PreviewParam &param)
+{
+    return m_preview.start(param);
+}
+
+bool VideoWnd::stopPreviewStream()
+{
+    m_preview.stop();
+    return true;
+}
+
+bool VideoWnd::previewStreamAsync(const PreviewParam &param)
+{
+    return m_preview.startHere(param);
+}
+
+bool VideoWnd::stopPreviewStreamAsync()
+{
+    return m_preview.stopHere();
+}
+
+bool VideoWnd::setPreviewStatusCallback(const PreviewStatusCallback &pfnCallback, long lHandle)
+{
+    m_pfnPreviewStatusCB = pfnCallback;
+    m_lHandle = lHandle;
+    return true;
+}
+
+void VideoWnd::takeStartResult()
+{
+    if (m_preview.startCameBack() && m_port.source() == PanePort::Source::None) {
+        endPicture();
+    }
+}
+
+PreviewStart::Owned VideoWnd::makeStart(long lUserID, const SELVIK_DCM_PREVIEW_INFO &request)
+{
+    auto *const pTask = new TakeStreamTask(lUserID, &request, nullptr);
+    PreviewStart::Owned pStart(pTask);
+    // Queued also when the result comes on this thread: the slot deletes the task that emits it.
+    connect(pTask, &TakeStreamTask::signalTakeStreamResult, this, &VideoWnd::onTakeStreamResult, Qt::QueuedConnection);
+    return pStart;
+}
+
+void VideoWnd::endPicture()
+{
+    endSource(PanePort::Source::Live);
+}
+
+void VideoWnd::endSource(PanePort::Source otherwise)
+{
+    m_bLoopFile = false;
+    m_ruleMgr.clearRules();
     closeDraw();
-    abandonStart();
-    stopPreviewStreamAsync();
-    stopPreviewFile();
-    m_pStream->leave();
-    LivePanes::instance().remove(this);
+    m_port.end(otherwise);
+    m_pLiveViewWnd->setUpdatesEnabled(true);
 }
 
 bool VideoWnd::previewFile(char *pFileName, unsigned char bLoop, unsigned char bOpenDraw)
 {
+    if (m_preview.isWanted()) {
+        // The camera would run on unseen, and its next header would take the pane back.
+        m_preview.stop();
+    }
     stopPreviewFile();
-    m_pStream->beginFile();
-    m_drovel.setStreamOpenMode(KAVUN_MODE_FILE);
     // Qt must not paint over the player's picture.
     m_pLiveViewWnd->setUpdatesEnabled(false);
-    const bool bPlaying = m_drovel.startPlayFile(pFileName, m_hPlayWnd);
+    const bool bPlaying = m_port.playFile(pFileName);
     m_bLoopFile = bLoop != 0;
     if (bOpenDraw != 0) {
         openDraw();
     }
     if (m_bLoopFile || m_pfnFileEndCB != nullptr) {
-        m_drovel.registerFileEndCallback(&VideoWnd::fileEndCallback, this);
+        m_port.registerFileEndCallback(&VideoWnd::fileEndCallback, this);
     }
     return bPlaying;
 }
 
 bool VideoWnd::stopPreviewFile()
 {
-    m_bLoopFile = false;
-    m_ruleMgr.clearRules();
-    closeDraw();
-    m_drovel.unRegisterFileEndCallback();
-    m_pStream->stopFile();
-    m_pLiveViewWnd->setUpdatesEnabled(true);
-    m_fileEnds.beginGeneration();
+    if (m_port.source() == PanePort::Source::Live) {
+        return stopPreviewStream();
+    }
+    m_preview.forgetOverlay();
+    endSource(PanePort::Source::File);
     return true;
 }
 
@@ -134,104 +165,13 @@ bool VideoWnd::setFileEndCallback(FileEndCallback pfnCallback, long lHandle)
     }
     m_pfnFileEndCB = pfnCallback;
     m_lHandle = lHandle;
-    return m_drovel.registerFileEndCallback(&VideoWnd::fileEndCallback, this);
+    return m_port.registerFileEndCallback(&VideoWnd::fileEndCallback, this);
 }
 
 bool VideoWnd::clearFileEndCallback()
 {
     m_pfnFileEndCB = nullptr;
-    return m_drovel.unRegisterFileEndCallback();
-}
-
-bool VideoWnd::play()
-{
-    return m_drovel.play();
-}
-
-bool VideoWnd::pause()
-{
-    return m_drovel.pause();
-}
-
-bool VideoWnd::restore()
-{
-    return m_drovel.restore();
-}
-
-bool VideoWnd::fast()
-{
-    return m_drovel.fast();
-}
-
-bool VideoWnd::slow()
-{
-    return m_drovel.slow();
-}
-
-bool VideoWnd::oneByOne()
-{
-    return m_drovel.oneByOne();
-}
-
-bool VideoWnd::oneByOneBack()
-{
-    return m_drovel.oneByOneBack();
-}
-
-bool VideoWnd::setPlayedTime(unsigned long nSeconds)
-{
-    return m_drovel.setPlayedTime(nSeconds);
-}
-
-unsigned long VideoWnd::getPlayedTime()
-{
-    return m_drovel.getPlayedTime();
-}
-
-unsigned long VideoWnd::getFileTime()
-{
-    return m_drovel.getFileTime();
-}
-
-bool VideoWnd::getSystemFileTime(KAVUN_SYSTEM_TIME *pStart, KAVUN_SYSTEM_TIME *pEnd)
-{
-    if (pStart == nullptr || pEnd == nullptr) {
-        return false;
-    }
-    KAVUN_SYSTEM_TIME start{};
-    KAVUN_SYSTEM_TIME end{};
-    if (m_drovel.getSystemFileTime(&start, &end)) {
-        *pStart = start;
-        *pEnd = end;
-    }
-    return false;
-}
-
-bool VideoWnd::getSystemTime(KAVUN_SYSTEM_TIME *pTime)
-{
-    if (pTime == nullptr) {
-        return false;
-    }
-    KAVUN_SYSTEM_TIME time{};
-    if (m_drovel.getSystemTime(&time)) {
-        *pTime = time;
-    }
-    return false;
-}
-
-bool VideoWnd::getPictureSize(long &nWidth, long &nHeight)
-{
-    return m_drovel.getPictureSize(nWidth, nHeight);
-}
-
-bool VideoWnd::capture(unsigned char *pBuffer, unsigned long nBufferSize, unsigned long *pPictureSize)
-{
-    return m_drovel.capture(pBuffer, nBufferSize, pPictureSize);
-}
-
-bool VideoWnd::screenshot(CROP_PIC_INFO *pInfo)
-{
-    return m_drovel.screenshot(pInfo);
+    return m_port.unRegisterFileEndCallback();
 }
 
 bool VideoWnd::setDisplayRegion(const RECT *pRegion)
@@ -241,79 +181,37 @@ bool VideoWnd::setDisplayRegion(const RECT *pRegion)
 
 bool VideoWnd::showRegion(const RECT &region)
 {
-    const PixelRect picture = m_ruleMgr.getPictureRect();
-    const PixelRect part = regionInPixels(region, extentOf(picture));
-    if (isEmptyRegion(part)) {
+    const PanePort::Region source = m_port.partOf(region);
+    const bool bKnown = source.picture.width != 0 || source.picture.height != 0;
+    if (bKnown && (source.part.left == source.part.right || source.part.top == source.part.bottom)) {
         return refuseRegion(region);
     }
-    const PictureChange change = changeToRegion(part, extentOf(picture), m_ruleMgr.getOriginPos());
-    // Also one so large that the picture shrinks to nothing, from which no rule could come back.
-    if (isEmptyRegion(changedPicture(picture, change))) {
-        return refuseRegion(region);
-    }
-    RECT source{};
-    long nWidth = 0;
-    long nHeight = 0;
-    if (m_drovel.getPictureSize(nWidth, nHeight)) {
-        const PixelRect pixels = regionInPixels(region, {nWidth, nHeight});
-        if (isEmptyRegion(pixels)) {
-            return refuseRegion(region);
-        }
-        source = {pixels.left, pixels.top, pixels.right, pixels.bottom};
-    }
-    changePicture(change);
-    return m_pStream->setDisplayRegion(&source);
+    return m_ruleMgr.showRegion(region) ? m_port.showRegion(source) : refuseRegion(region);
 }
 
 bool VideoWnd::showWholePicture()
 {
-    changePicture(changeToWhole(m_ruleMgr.getPictureRect(), {width(), height()}));
-    return m_pStream->setDisplayRegion(nullptr);
+    m_ruleMgr.showWhole({width(), height()});
+    return m_port.showWhole();
 }
 
-void VideoWnd::changePicture(const PictureChange &change)
+PanePort &VideoWnd::port()
 {
-    m_ruleMgr.moveAll(change.nOffsetX, change.nOffsetY);
-    m_ruleMgr.scaleAll(change.fScaleX, change.fScaleY);
-}
-
-bool VideoWnd::openSound()
-{
-    return m_pStream->openSound();
-}
-
-bool VideoWnd::closeSound()
-{
-    return m_pStream->closeSound();
-}
-
-bool VideoWnd::setVolume(unsigned short nVolume)
-{
-    return m_pStream->setVolume(nVolume);
-}
-
-unsigned short VideoWnd::getVolume()
-{
-    return m_drovel.getVolume();
-}
-
-bool VideoWnd::setIntelData(bool bOpen)
-{
-    return m_pStream->setIntelData(bOpen);
+    return m_port;
 }
 
 bool VideoWnd::openDraw()
 {
     m_pLiveViewWnd->setMouseTracking(true);
     m_pLiveViewWnd->installEventFilter(this);
-    return m_pStream->registerDraw(&VideoWnd::drawCallback, this);
+    return m_port.registerDraw(&VideoWnd::drawCallback, this);
 }
 
 bool VideoWnd::closeDraw()
 {
     m_pLiveViewWnd->setMouseTracking(false);
     m_pLiveViewWnd->removeEventFilter(this);
-    return m_pStream->unregisterDraw();
+    return m_port.unregisterDraw();
 }
 
 long VideoWnd::createRule(RuleType type, COLORREF color, void *pExtend, unsigned char byLimitMask)
@@ -362,13 +260,13 @@ bool VideoWnd::setRuleCoordCallback(RuleCoordCallback pfnCallback, long lHandle)
 
 bool VideoWnd::isPlaying() const
 {
-    return m_drovel.isOpened();
+    return m_port.isOpened();
 }
 
 bool VideoWnd::setExit()
 {
     m_bExit = true;
-    m_pStream->close();
+    m_preview.close();
     return true;
 }
 
@@ -380,7 +278,7 @@ bool VideoWnd::isExit() const
 void VideoWnd::forgetSurface()
 {
     m_hPlayWnd = nullptr;
-    m_pStream->forgetWindow();
+    m_port.forgetWindow();
 }
 
 void VideoWnd::forgetMaximized()
@@ -428,45 +326,103 @@ void VideoWnd::mouseDoubleClickEvent(QMouseEvent *pEvent)
 void VideoWnd::resizeEvent(QResizeEvent *pEvent)
 {
     QWidget::resizeEvent(pEvent);
-    const int nOldWidth = std::max(m_pLiveViewWnd->width(), 1);
-    const int nOldHeight = std::max(m_pLiveViewWnd->height(), 1);
+    m_ruleMgr.paneResized({m_pLiveViewWnd->width(), m_pLiveViewWnd->height()}, {width(), height()});
     m_pLiveViewWnd->setGeometry(0, 0, width(), height());
-    const PictureChange change = changeToSize({nOldWidth, nOldHeight}, {width(), height()});
-    // Rules scaled to nothing could never come back.
-    m_ruleMgr.scaleAll(change.fScaleX == 0.0F ? 1.0F : change.fScaleX, change.fScaleY == 0.0F ? 1.0F : change.fScaleY);
 }
 
 void VideoWnd::fileEndCallback(long nPort, void *pUser)
 {
-    if (pUser == nullptr) {
-        return;
+    if (pUser != nullptr) {
+        contained(logAt(kFile, "void __cdecl pellora::VideoWnd::fileEndCallback(long,void *)"),
+                  [&] { emit static_cast<VideoWnd *>(pUser)->signalFileEnd(nPort, pUser); });
     }
-    auto *pPane = static_cast<VideoWnd *>(pUser);
-    pPane->m_fileEnds.sent();
-    emit pPane->signalFileEnd(nPort, pUser);
 }
 
 void VideoWnd::drawCallback(long /*nPort*/, HDC hDc, void *pUser)
 {
     if (pUser != nullptr) {
-        static_cast<VideoWnd *>(pUser)->m_ruleMgr.drawAll(hDc);
+        contained(logAt(kFile, "void __cdecl pellora::VideoWnd::drawCallback(long,struct HDC__ *,void *)"),
+                  [&] { static_cast<VideoWnd *>(pUser)->m_ruleMgr.drawAll(hDc); });
     }
 }
 
-void VideoWnd::onFileEnd(long /*nPort*/, void * /*pUser*/)
+void VideoWnd::onTakeStreamResult(LONG /*lPreviewHandel*/)
 {
-    if (!m_fileEnds.received() || m_bExit) {
+    // The result may have been taken before its notice; the start that is under way knows.
+    contained(logAt(kFile, "void __cdecl pellora::VideoWnd::onTakeStreamResult(long)"), [this] { takeStartResult(); });
+}
+
+void VideoWnd::notify(const PreviewNotice &notice)
+{
+    QMetaObject::invokeMethod(
+        this, [this, notice] { onNotice(notice); }, Qt::QueuedConnection);
+}
+
+void VideoWnd::onNotice(const PreviewNotice &notice)
+{
+    contained(logAt(kFile, "void __cdecl pellora::VideoWnd::onNotice(const struct pellora::PreviewNotice &)"), [&] {
+        if (m_bExit || !m_preview.accept(notice)) {
+            return;
+        }
+        switch (notice.kind) {
+        case PreviewNotice::Kind::Header:
+            emit signalPreviewSucceed();
+            break;
+        case PreviewNotice::Kind::Overlay:
+            emit signalOpenDraw();
+            break;
+        case PreviewNotice::Kind::Opened:
+        case PreviewNotice::Kind::NotOpened:
+        case PreviewNotice::Kind::StartFailed:
+            tellStatus(m_preview.outcome(notice, m_lSubHandel));
+            break;
+        }
+    });
+}
+
+void VideoWnd::onPreviewSucceed()
+{
+    // Qt must not paint over the player's picture.
+    m_pLiveViewWnd->setUpdatesEnabled(false);
+}
+
+void VideoWnd::onOpenDraw()
+{
+    openDraw();
+}
+
+void VideoWnd::onPreviewStatus()
+{
+    contained(logAt(kFile, "void __cdecl pellora::VideoWnd::onPreviewStatus(void)"),
+              [this] { tellStatus(m_preview.status(isPlaying(), m_lSubHandel)); });
+}
+
+void VideoWnd::tellStatus(const PreviewStatus &status)
+{
+    if (!m_pfnPreviewStatusCB || m_bExit) {
         return;
     }
-    const unsigned int nGeneration = m_fileEnds.generation();
-    if (m_pfnFileEndCB != nullptr) {
-        const HostCalls::Scope scope(m_hostCalls);
-        m_pfnFileEndCB(m_lHandle);
-    }
-    // The host may have stopped the file, or started another one, in its callback.
-    if (m_bLoopFile && !m_bExit && m_fileEnds.generation() == nGeneration) {
-        m_drovel.setPlayedTime(0);
-    }
+    const HostCalls::Scope scope(m_hostCalls);
+    // A copy, since the host may set another one from inside.
+    const PreviewStatusCallback callback = m_pfnPreviewStatusCB;
+    callback(status);
+}
+
+void VideoWnd::onFileEnd(long nPort, void * /*pUser*/)
+{
+    contained(logAt(kFile, "void __cdecl pellora::VideoWnd::onFileEnd(long,void *)"), [&] {
+        if (m_bExit || !m_port.isFile(nPort)) {
+            return;
+        }
+        if (m_pfnFileEndCB != nullptr) {
+            const HostCalls::Scope scope(m_hostCalls);
+            m_pfnFileEndCB(m_lHandle);
+        }
+        // The host may have stopped the file, or started another one, in its callback.
+        if (m_bLoopFile && !m_bExit && m_port.isFile(nPort)) {
+            m_port.setPlayedTime(0);
+        }
+    });
 }
 
 } // namespace pellora

@@ -1,13 +1,11 @@
 #ifndef VIDEOWINDOW_VIDEOWND_H
 #define VIDEOWINDOW_VIDEOWND_H
 
-#include "Drovel/Drovel.h"
-#include "Selvikdcm.h"
 #include "VideoWindow/HostCalls.h"
-#include "VideoWindow/PaneStream.h"
-#include "VideoWindow/QueuedNotices.h"
+#include "VideoWindow/PanePort.h"
 #include "VideoWindow/RuleEditor.h"
 #include "VideoWindow/RuleMgr.h"
+#include "preview/PanePreview.h"
 
 #include <QWidget>
 
@@ -15,28 +13,26 @@
 
 #include <atomic>
 #include <functional>
-#include <memory>
 
 class QLabel;
 
 namespace pellora
 {
 
-class TakeStreamTask;
-struct PictureChange;
-struct PreviewParam;
-struct PreviewStatus;
-
 /**
- * One pane of a video window: a player port, the surface that it draws on, and the rules over the picture.
+ * One pane of a video window: the widget around a player port, a live preview and the rules over the picture.
  *
- * Threads: the GUI thread. The player's threads call fileEndCallback and drawCallback, the device library's threads
- *          streamDataCallback; news reach the GUI thread as queued signals.
- * Owns:    the port, the surface, the rules and the start that is under way. One source plays at a time.
+ * One source plays at a time, a file or a live stream; each start ends what plays, and each stop ends it as what it is,
+ * whichever kind of source it was meant for.
+ *
+ * Threads: the GUI thread. The player's threads call fileEndCallback and drawCallback, and any thread notify(); news
+ *          reach the GUI thread through Qt's event queue.
+ * Owns:    the port, the preview, the surface and the rules.
  * Units:   device pixels of the pane; thousandths of the picture for regions; seconds for positions.
- * Errors:  false or 0, and a log line of the player port's or the device library's.
+ * Errors:  false or 0, and a log line of the player port's or the device library's. Nothing that Qt or the player calls
+ *          lets an exception out: it is logged, and the pane goes on.
  */
-class VideoWnd : public QWidget, private PaneStream::Listener
+class VideoWnd : public QWidget, private PanePreview::Pane
 {
     Q_OBJECT
 
@@ -50,8 +46,8 @@ public:
     VideoWnd(long lSubHandel, QWidget *pParent);
     ~VideoWnd() override;
 
-    // Previews. Each has two routes, whose names are swapped, which is the interface's own: the plain one goes through
-    // the pool and returns at once, the "Async" one calls the device library on the caller's thread.
+    // Previews. The plain route goes through the pool and returns at once, the "Async" one calls the device library on
+    // the caller's thread; docs/compatibility.md: async-means-direct.
     /** False while another start is under way; the outcome comes through the status callback. */
     bool previewStream(const PreviewParam &param);
     /** Always true. A start that is under way is stopped as soon as it comes back. */
@@ -62,7 +58,7 @@ public:
     bool stopPreviewStreamAsync();
     /** The callback is told the outcome of each start, and the state at each left click; null: none. */
     bool setPreviewStatusCallback(const PreviewStatusCallback &pfnCallback, long lHandle);
-    /** Takes the result of a start that has come back, without waiting for its notice. */
+    /** A start that has come back takes effect now, without waiting for its notice. */
     void takeStartResult();
 
     // Files.
@@ -73,36 +69,13 @@ public:
     bool setFileEndCallback(FileEndCallback pfnCallback, long lHandle);
     /** Forgets the callback; the player's notice ends, and with it a loop. */
     bool clearFileEndCallback();
-    bool play();
-    bool pause();
-    bool restore();
-    bool fast();
-    bool slow();
-    bool oneByOne();
-    bool oneByOneBack();
-    bool setPlayedTime(unsigned long nSeconds);
-    unsigned long getPlayedTime();
-    unsigned long getFileTime();
-    /** Fills the records when it can and returns false in every case: hosts read the records, not the result. */
-    bool getSystemFileTime(KAVUN_SYSTEM_TIME *pStart, KAVUN_SYSTEM_TIME *pEnd);
-    /** As getSystemFileTime. */
-    bool getSystemTime(KAVUN_SYSTEM_TIME *pTime);
 
     // Picture.
-    bool getPictureSize(long &nWidth, long &nHeight);
-    bool capture(unsigned char *pBuffer, unsigned long nBufferSize, unsigned long *pPictureSize);
-    bool screenshot(CROP_PIC_INFO *pInfo);
     /** Thousandths of the picture; null shows all of it. A region of no width or height in pixels changes nothing. */
     bool setDisplayRegion(const RECT *pRegion);
 
-    // Sound.
-    bool openSound();
-    bool closeSound();
-    bool setVolume(unsigned short nVolume);
-    unsigned short getVolume();
-
-    /** Shows or hides analysis data. Always false, whether or not it worked. */
-    bool setIntelData(bool bOpen);
+    /** Sound, speed, position and captures. */
+    [[nodiscard]] PanePort &port();
 
     // Overlay.
     /** Paints the rules over the picture and lets the mouse draw and edit them. */
@@ -135,7 +108,7 @@ public:
     bool eventFilter(QObject *pWatched, QEvent *pEvent) override;
 
 signals:
-    /** The spelling is the program's own. */
+    /** Spelled so; docs/compatibility.md: spellings. */
     void signalMaxmized(QWidget *pWnd);
     void signalNormal();
     void signalSelected();
@@ -143,7 +116,6 @@ signals:
     void signalPreviewSucceed();
     void signalPreviewStatus();
     void signalFileEnd(long nPort, void *pUser);
-    void signalStreamOpened(bool bOpened);
 
 protected:
     void mousePressEvent(QMouseEvent *pEvent) override;
@@ -156,48 +128,27 @@ private slots:
     void onPreviewStatus();
     void onFileEnd(long nPort, void *pUser);
     void onOpenDraw();
-    void onStreamOpened(bool bOpened);
 
 private:
-    static void streamDataCallback(long lPreviewHandel, const SELVIK_DCM_STREAM_DATA *pData, void *pUser);
     static void fileEndCallback(long nPort, void *pUser);
     static void drawCallback(long nPort, HDC hDc, void *pUser);
 
-    // On a device thread, or the GUI thread; see PaneStream.
-    void headerArrived() override;
-    void overlayWanted() override;
-    void streamOpened(bool bOpened) override;
+    // Any thread; queues.
+    void notify(const PreviewNotice &notice) override;
 
-    [[nodiscard]] SELVIK_DCM_PREVIEW_INFO previewRequest(const PreviewParam &param);
-    void settleStart(long lPreviewHandel);
-    void stopPicture();
-    void cancelStart();
-    void abandonStart();
-    bool stopDevice(long lPreviewHandel);
-    void stopOnPool(long lPreviewHandel);
-    void forgetPreview();
-    [[nodiscard]] PreviewStatus previewStatus(bool bPlaying) const;
+    void endPicture() override;
+    [[nodiscard]] PreviewStart::Owned makeStart(long lUserID, const SELVIK_DCM_PREVIEW_INFO &request) override;
+    void endSource(PanePort::Source otherwise);
+    void onNotice(const PreviewNotice &notice);
     void tellStatus(const PreviewStatus &status);
-    void reportFailedStart();
 
     bool showRegion(const RECT &region);
     bool showWholePicture();
-    void changePicture(const PictureChange &change);
 
     // GUI thread.
     QLabel *m_pLiveViewWnd;
     /** Taken once; null when the host's window has taken the surface with it. */
     HWND m_hPlayWnd;
-    /** The start that is under way; not the pool's. */
-    TakeStreamTask *m_pTakeStreamTask = nullptr;
-    bool m_bStartQueued = false;
-    /** Results that were taken before their notices arrived. */
-    int m_nResultsTaken = 0;
-    /** -1: none. Any other number, a failed start's included, counts as an open preview, which a stop stops. */
-    long m_lPreviewHandel = -1;
-    bool m_bStopPending = false;
-    long m_lUserID = -1;
-    unsigned long m_lChannel = 0;
     PreviewStatusCallback m_pfnPreviewStatusCB;
     bool m_bMaximized = false;
     bool m_bLoopFile = false;
@@ -206,22 +157,16 @@ private:
     const long m_lSubHandel;
     HostCalls m_hostCalls;
 
-    // Any thread.
-    Drovel m_drovel;
-    /** Shared with the device threads that are in it; it also guards the port against them. */
-    std::shared_ptr<PaneStream> m_pStream;
+    bool m_bShutDown = false;
+
+    // Any thread; each has its locks.
+    PanePort m_port;
     RuleMgr m_ruleMgr;
+    std::atomic<bool> m_bExit{false};
 
     // GUI thread.
+    PanePreview m_preview;
     RuleEditor m_ruleEditor{m_ruleMgr};
-
-    // Any thread.
-    QueuedNotices m_fileEnds;
-    QueuedNotices m_headers;
-    QueuedNotices m_overlays;
-    QueuedNotices m_opened;
-    std::atomic<bool> m_bExit{false};
-    bool m_bShutDown = false;
 };
 
 } // namespace pellora

@@ -4,8 +4,8 @@
 // copied to another context, as a window's is too. Both parts are timed in the same loop: the rules find the caches as
 // a picture leaves them.
 
+#include "gdi/MemoryDib.h"
 #include "rules/RuleFactory.h"
-#include "rules/gdi/BandSurface.h"
 #include "rules/gdi/RuleDrawing.h"
 
 #include <benchmark/benchmark.h>
@@ -15,6 +15,8 @@
 #include <array>
 #include <chrono>
 #include <cstring>
+#include <functional>
+#include <utility>
 #include <vector>
 
 namespace
@@ -79,8 +81,8 @@ public:
 private:
     const int m_nWidth;
     const int m_nHeight;
-    BandSurface m_memory;
-    BandSurface m_window;
+    gdi::MemoryDib m_memory;
+    gdi::MemoryDib m_window;
     std::vector<std::uint8_t> m_y;
     std::vector<std::uint8_t> m_u;
     std::vector<std::uint8_t> m_v;
@@ -125,6 +127,20 @@ void fillWithRules(RuleTable &rules, const std::vector<RuleType> &types, int nWi
     }
 }
 
+/** Polygons so large that their sides pass the pane, some far away and some across it. */
+void fillWithFarPolygons(RuleTable &rules, int nWidth, int nHeight)
+{
+    constexpr std::int32_t kFar = 60000;
+    rules.move(0, 0);
+    rules.scale(static_cast<float>(nWidth), static_cast<float>(nHeight));
+    for (std::int32_t i = 0; i < RuleTable::kCapacity; ++i) {
+        auto pRule = makeRule(RuleType::Polygon, {nWidth, nHeight, {0, 0, nWidth, nHeight}, 0}, {});
+        static_cast<RulePolygon &>(*pRule).setPoints(
+            {{-kFar, -kFar + 100 * i}, {kFar, -kFar}, {kFar + i, kFar}, {-kFar, kFar - 10 * i}});
+        rules.add(std::move(pRule));
+    }
+}
+
 /** What becomes of the rules between two pictures. */
 enum class Life { Rest, OneIsDragged, AllAreDragged, AllChangeNowAndThen };
 
@@ -133,23 +149,28 @@ constexpr int kPicturesBetweenChanges = 30;
 void changeSome(RuleTable &rules, Life life, int nPicture)
 {
     const int nWay = nPicture % 2 == 0 ? 1 : -1;
+    const auto drag = [&rules, nWay](std::int32_t nId) {
+        rules.change(nId, [nWay](AbstractRule &rule) { return rule.translate(nWay, 0); });
+    };
     if (life == Life::OneIsDragged) {
-        rules.get(31)->translate(nWay, 0);
+        drag(31);
     } else if (life == Life::AllAreDragged ||
                (life == Life::AllChangeNowAndThen && nPicture % kPicturesBetweenChanges == 0)) {
-        for (AbstractRule *pRule : rules.all()) {
-            pRule->translate(nWay, 0);
+        for (std::int32_t nId = 0; nId < RuleTable::kCapacity; ++nId) {
+            drag(nId);
         }
     }
 }
 
-void presentWithRules(benchmark::State &state, const std::vector<RuleType> &types, Life life)
+using Fill = std::function<void(RuleTable &, int nWidth, int nHeight)>;
+
+void presentWithRules(benchmark::State &state, const Fill &fill, Life life)
 {
     const auto nWidth = static_cast<int>(state.range(0));
     const auto nHeight = static_cast<int>(state.range(1));
     Presentation presentation(nWidth, nHeight);
     RuleTable rules;
-    fillWithRules(rules, types, nWidth, nHeight);
+    fill(rules, nWidth, nHeight);
     double fPresenting = 0;
     double fRules = 0;
     std::array<double, kPicturesBetweenChanges> rulesSinceChange = {};
@@ -184,12 +205,17 @@ void presentWithRules(benchmark::State &state, const std::vector<RuleType> &type
     state.counters["ratio"] = fRules / fPresenting;
 }
 
-const std::vector<RuleType> kShapes = {RuleType::Point, RuleType::Line, RuleType::Rect, RuleType::Polygon};
-const std::vector<RuleType> kTexts = {RuleType::Text};
-const std::vector<RuleType> kMixed = {
-    RuleType::Point,        RuleType::Line,          RuleType::Rect,         RuleType::Polygon,
-    RuleType::Text,         RuleType::LineWithArrow, RuleType::RectWithText, RuleType::PolygonWithText,
-    RuleType::LineWithText, RuleType::PointWithCross};
+Fill rulesOf(const std::vector<RuleType> &types)
+{
+    return [types](RuleTable &rules, int nWidth, int nHeight) { fillWithRules(rules, types, nWidth, nHeight); };
+}
+
+const Fill kShapes = rulesOf({RuleType::Point, RuleType::Line, RuleType::Rect, RuleType::Polygon});
+const Fill kTexts = rulesOf({RuleType::Text});
+const Fill kMixed = rulesOf({RuleType::Point, RuleType::Line, RuleType::Rect, RuleType::Polygon, RuleType::Text,
+                             RuleType::LineWithArrow, RuleType::RectWithText, RuleType::PolygonWithText,
+                             RuleType::LineWithText, RuleType::PointWithCross});
+const Fill kFarPolygons = fillWithFarPolygons;
 
 void panes(benchmark::internal::Benchmark *pBenchmark)
 {
@@ -202,6 +228,8 @@ BENCHMARK_CAPTURE(presentWithRules, mixed, kMixed, Life::Rest)->Apply(panes);
 BENCHMARK_CAPTURE(presentWithRules, mixedOneDragged, kMixed, Life::OneIsDragged)->Apply(panes);
 BENCHMARK_CAPTURE(presentWithRules, mixedAllDragged, kMixed, Life::AllAreDragged)->Apply(panes);
 BENCHMARK_CAPTURE(presentWithRules, mixedAllChangedEach30Pictures, kMixed, Life::AllChangeNowAndThen)->Apply(panes);
+BENCHMARK_CAPTURE(presentWithRules, farPolygons, kFarPolygons, Life::Rest)->Apply(panes);
+BENCHMARK_CAPTURE(presentWithRules, farPolygonsAllDragged, kFarPolygons, Life::AllAreDragged)->Apply(panes);
 
 } // namespace
 

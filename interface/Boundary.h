@@ -1,17 +1,15 @@
 #ifndef INTERFACE_BOUNDARY_H
 #define INTERFACE_BOUNDARY_H
 
-#include "logging/Log.h"
-
-#include <exception>
-#include <type_traits>
+#include "logging/LogException.h"
 
 namespace pellora
 {
 
 // What every exported function shares: its log line, the check of its thread, and the end of the road for exceptions.
+// For any thread: the host's calls come on whichever it likes.
 
-/** An export's place in the log; the signature is spelled as hosts' log readers know it, whatever the compiler. */
+/** An export's place in the log; docs/compatibility.md: log-places. */
 [[nodiscard]] constexpr LogLocation exportAt(const char *pSignature, int nLine = PELLORA_CALLER_LINE)
 {
     return {"Pellora", pSignature, nLine};
@@ -21,17 +19,12 @@ namespace pellora
 [[nodiscard]] bool isUserInterfaceThread();
 
 void reportWrongThread(const LogLocation &where);
-void reportException(const LogLocation &where, const char *pWhat) noexcept;
 
 /** The line that an export writes before it checks anything. */
 template <typename... Arguments>
 void logCall(const LogLocation &where, const char *pFormat, Arguments... arguments) noexcept
 {
-    try {
-        logInfo(where, pFormat, arguments...);
-    } catch (const std::exception &exception) {
-        reportException(where, exception.what());
-    }
+    logInfo(where, pFormat, arguments...);
 }
 
 /** Runs the body on the right thread; elsewhere, and when it throws, logs an error and answers with `failure`. */
@@ -43,10 +36,8 @@ Result guarded(const LogLocation &where, Result failure, Body body) noexcept
             return static_cast<Result>(body());
         }
         reportWrongThread(where);
-    } catch (const std::exception &exception) {
-        reportException(where, exception.what());
     } catch (...) {
-        reportException(where, "an unknown exception");
+        logException(where);
     }
     return failure;
 }

@@ -58,7 +58,7 @@ std::size_t countHoles(const tagPELLORA_CLIP_AREA &area)
 void clipWindow(HWND hWnd, int nWidth, int nHeight, const tagPELLORA_CLIP_AREA &area)
 {
     const Region region(CreateRectRgn(0, 0, nWidth, nHeight));
-    // The count is deliberately not limited to the record's four: hosts lay more of them out behind it.
+    // Not limited to the record's four; docs/compatibility.md: clip-count.
     const std::size_t nHoles = countHoles(area);
     for (std::size_t i = 0; i < nHoles; ++i) {
         const auto rect = elementAt<tagPELLORA_RECT>(area, offsetof(tagPELLORA_CLIP_AREA, struRect), i);
@@ -66,7 +66,7 @@ void clipWindow(HWND hWnd, int nWidth, int nHeight, const tagPELLORA_CLIP_AREA &
         const Region part(CreateRoundRectRgn(rect.left, rect.top, rect.right, rect.bottom, wRadius, wRadius));
         CombineRgn(region.get(), region.get(), part.get(), RGN_DIFF);
     }
-    // The region is deleted afterwards although the system has taken it: hosts' sequence of calls, kept as it is.
+    // The system takes the region, which is deleted all the same; docs/compatibility.md: clip-region-deleted.
     SetWindowRgn(hWnd, region.get(), TRUE);
 }
 

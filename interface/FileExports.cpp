@@ -34,47 +34,47 @@ int PELLORA_Play(long lHandle) noexcept
 {
     const LogLocation where = exportAt("int __cdecl PELLORA_Play(long)");
     logCall(where, "PELLORA_Play: lHandle: %d", lHandle);
-    return onCurrentPane<int>(where, lHandle, &VideoWnd::play);
+    return onCurrentPort<int>(where, lHandle, &PanePort::play);
 }
 
 int PELLORA_Pause(long lHandle) noexcept
 {
     const LogLocation where = exportAt("int __cdecl PELLORA_Pause(long)");
     logCall(where, "PELLORA_Pause: lHandle: %d", lHandle);
-    return onCurrentPane<int>(where, lHandle, &VideoWnd::pause);
+    return onCurrentPort<int>(where, lHandle, &PanePort::pause);
 }
 
 int PELLORA_Restore(long lHandle) noexcept
 {
     const LogLocation where = exportAt("int __cdecl PELLORA_Restore(long)");
     logCall(where, "PELLORA_Restore: lHandle: %d", lHandle);
-    return onCurrentPane<int>(where, lHandle, &VideoWnd::restore);
+    return onCurrentPort<int>(where, lHandle, &PanePort::restore);
 }
 
 int PELLORA_Fast(long lHandle) noexcept
 {
     const LogLocation where = exportAt("int __cdecl PELLORA_Fast(long)");
     logCall(where, "PELLORA_Fast: lHandle: %d", lHandle);
-    return onCurrentPane<int>(where, lHandle, &VideoWnd::fast);
+    return onCurrentPort<int>(where, lHandle, &PanePort::fast);
 }
 
 int PELLORA_Slow(long lHandle) noexcept
 {
     const LogLocation where = exportAt("int __cdecl PELLORA_Slow(long)");
     logCall(where, "PELLORA_Slow: lHandle: %d", lHandle);
-    return onCurrentPane<int>(where, lHandle, &VideoWnd::slow);
+    return onCurrentPort<int>(where, lHandle, &PanePort::slow);
 }
 
 int PELLORA_OneByOne(long lHandle) noexcept
 {
     const LogLocation where = exportAt("int __cdecl PELLORA_OneByOne(long)");
     logCall(where, "PELLORA_OneByOne: lHandle: %d", lHandle);
-    return onCurrentPane<int>(where, lHandle, &VideoWnd::oneByOne);
+    return onCurrentPort<int>(where, lHandle, &PanePort::oneByOne);
 }
 
 int PELLORA_OneByOneBack(long lHandle) noexcept
 {
     const LogLocation where = exportAt("int __cdecl PELLORA_OneByOneBack(long)");
     logCall(where, "PELLORA_OneByOneBack: lHandle: %d", lHandle);
-    return onCurrentPane<int>(where, lHandle, &VideoWnd::oneByOneBack);
+    return onCurrentPort<int>(where, lHandle, &PanePort::oneByOneBack);
 }

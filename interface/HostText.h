@@ -3,7 +3,6 @@
 
 #include "interface/Boundary.h"
 
-#include <exception>
 #include <string>
 
 namespace pellora
@@ -18,8 +17,8 @@ void logCallWithText(const LogLocation &where, const char *pFormat, const char *
 {
     try {
         logInfo(where, pFormat, arguments..., hostTextForLog(pText).c_str());
-    } catch (const std::exception &exception) {
-        reportException(where, exception.what());
+    } catch (...) {
+        logException(where);
     }
 }
 

@@ -24,19 +24,19 @@ bool takeScreenshot(VideoWnd &pane, tagPELLORA_CROP_PIC_INFO &info)
     // Without a picture both stay 0, and the player says what is wrong.
     long nWidth = 0;
     long nHeight = 0;
-    pane.getPictureSize(nWidth, nHeight);
+    pane.port().getPictureSize(nWidth, nHeight);
     unsigned long *pRect = info.pCropRect;
     if (pRect == nullptr) {
         return false;
     }
-    // In place: hosts read the pixels from their own rectangle afterwards.
+    // In the host's own rectangle; docs/compatibility.md: screenshot-in-place.
     pRect[0] = pixels(pRect[0], nWidth);
     pRect[1] = pixels(pRect[1], nHeight);
     pRect[2] = pixels(pRect[2], nWidth);
     pRect[3] = pixels(pRect[3], nHeight);
     CROP_PIC_INFO request{};
     std::memcpy(&request, &info, sizeof(request));
-    const bool bDone = pane.screenshot(&request);
+    const bool bDone = pane.port().screenshot(&request);
     std::memcpy(&info, &request, sizeof(request));
     return bDone;
 }
@@ -47,8 +47,9 @@ int PELLORA_GetPictureSize(long lHandle, tagPELLORA_POINT *pSize) noexcept
 {
     const LogLocation where = exportAt("int __cdecl PELLORA_GetPictureSize(long,struct tagPELLORA_POINT *)");
     logCall(where, "PELLORA_GetPictureSize: lHandle: %d.", lHandle);
-    return onCurrentPane<int>(
-        where, lHandle, [&](VideoWnd &pane) { return pSize != nullptr && pane.getPictureSize(pSize->x, pSize->y); });
+    return onCurrentPane<int>(where, lHandle, [&](VideoWnd &pane) {
+        return pSize != nullptr && pane.port().getPictureSize(pSize->x, pSize->y);
+    });
 }
 
 int PELLORA_Capture(long lHandle, unsigned char *pJpeg, unsigned long dwBufSize, unsigned long *pJpegSize) noexcept
@@ -57,7 +58,7 @@ int PELLORA_Capture(long lHandle, unsigned char *pJpeg, unsigned long dwBufSize,
         exportAt("int __cdecl PELLORA_Capture(long,unsigned char *,unsigned long,unsigned long *)");
     logCall(where, "PELLORA_Capture: lHandle: %d, pJpeg: %p, dwBufSize: %d, pJpegSize: %p.", lHandle, pJpeg, dwBufSize,
             pJpegSize);
-    return onCurrentPane<int>(where, lHandle, &VideoWnd::capture, pJpeg, dwBufSize, pJpegSize);
+    return onCurrentPort<int>(where, lHandle, &PanePort::capture, pJpeg, dwBufSize, pJpegSize);
 }
 
 int PELLORA_Screenshot(long lHandle, tagPELLORA_CROP_PIC_INFO *pInfo) noexcept

@@ -1,11 +1,11 @@
 #include "interface/Pellora.h"
 
 #include "VideoWindow/HostMemory.h"
-#include "VideoWindow/PreviewParam.h"
-#include "VideoWindow/PreviewStatus.h"
 #include "interface/HostText.h"
 #include "interface/LogAddress.h"
 #include "interface/PaneChoice.h"
+#include "preview/PreviewParam.h"
+#include "preview/PreviewStatus.h"
 
 #include <algorithm>
 #include <array>
@@ -27,9 +27,10 @@ void logCallWithAddress(const LogLocation &where, const char *pFormat, const cha
                         Arguments... arguments) noexcept
 {
     try {
-        logInfo(where, pFormat, arguments..., addressForLog(hostTextForLog(pUrl)).c_str());
-    } catch (const std::exception &exception) {
-        reportException(where, exception.what());
+        const std::string address = hostTextForLog(pUrl);
+        logInfo(where, pFormat, arguments..., addressForLog(address, address.size() >= kMaxHostText).c_str());
+    } catch (...) {
+        logException(where);
     }
 }
 
@@ -103,8 +104,7 @@ int PELLORA_PreviewStream(long lHandle, tagPELLORA_PREVIEW_PARAM param) noexcept
     if (!isAcceptable(param)) {
         return 0;
     }
-    // The address is not handed on: a single preview always runs on its log-in's, unlike those of a batch. Hosts pass
-    // whatever stands in their record.
+    // The address is not handed on: a single preview runs on its log-in's; docs/compatibility.md: single-ignores-url.
     return onCurrentPane<int>(where, lHandle, &VideoWnd::previewStream, requestOf(param));
 }
 

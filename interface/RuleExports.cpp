@@ -10,9 +10,6 @@ using namespace pellora;
 namespace
 {
 
-/** Selects all nine panes, where a function says so. */
-constexpr long kAllPanes = 255;
-
 /** The text that comes with a new rule; null where its type takes none. */
 const char *captionOf(unsigned short wRuleType, const void *pExtend)
 {
@@ -25,9 +22,14 @@ const char *captionOf(unsigned short wRuleType, const void *pExtend)
     case RuleType::LineWithText:
     case RuleType::PointWithCross:
         return pText;
-    default:
-        return nullptr;
+    case RuleType::Point:
+    case RuleType::Line:
+    case RuleType::Rect:
+    case RuleType::Text:
+    case RuleType::LineWithArrow:
+        break;
     }
+    return nullptr;
 }
 
 void logCreateRule(const LogLocation &where, long lHandle, long lSubHandel, unsigned short wRuleType,
@@ -38,7 +40,7 @@ void logCreateRule(const LogLocation &where, long lHandle, long lSubHandel, unsi
                 wRuleType);
         return;
     }
-    // Types that take no text and come with one leave no line: log readers know it so.
+    // docs/compatibility.md: log-ignored-extension.
     if (const char *pCaption = captionOf(wRuleType, pExtend)) {
         logCallWithText(where, "PELLORA_CreateRule: lHandle: %d, lSubHandel: %d, wRuleType: %d, pExtend: %s", pCaption,
                         lHandle, lSubHandel, wRuleType);
@@ -55,7 +57,7 @@ template <typename Operation, typename... Arguments>
 int onPaneOrAll(const LogLocation &where, long lHandle, long lSubHandel, Operation operation,
                 Arguments... arguments) noexcept
 {
-    if (lSubHandel != kAllPanes) {
+    if (lSubHandel != PELLORA_ALL_PANES) {
         return onPane<int>(where, lHandle, lSubHandel, operation, arguments...);
     }
     return onWindow<int>(where, lHandle, [&](VideoWindow &window) {
@@ -73,7 +75,7 @@ int PELLORA_SetOriginPos(long lHandle, unsigned short wOriginPos, long lSubHande
     const LogLocation where = exportAt("int __cdecl PELLORA_SetOriginPos(long,unsigned short,long)");
     logCall(where, "PELLORA_SetOriginPos: lHandle: %d, wOriginPos: %d, lSubHandel: %d.", lHandle, wOriginPos,
             lSubHandel);
-    if (wOriginPos != 1 && wOriginPos != 2) {
+    if (wOriginPos != PELLORA_ORIGIN_TOP_LEFT && wOriginPos != PELLORA_ORIGIN_BOTTOM_LEFT) {
         return 0;
     }
     return onPane<int>(where, lHandle, lSubHandel, &VideoWnd::setOriginPos, wOriginPos);
@@ -93,6 +95,7 @@ int PELLORA_CloseDraw(long lHandle, long lSubHandel) noexcept
     return onPane<int>(where, lHandle, lSubHandel, &VideoWnd::closeDraw);
 }
 
+// docs/compatibility.md: create-rule-answers-0.
 long PELLORA_CreateRule(long lHandle, unsigned short wRuleType, unsigned long dwRed, unsigned long dwGreen,
                         unsigned long dwBlue, void *pExtend, unsigned char byLimitMask, long lSubHandel) noexcept
 {
@@ -144,7 +147,7 @@ int PELLORA_SetRuleCoordCallback(long lHandle, pfnRuleCoordCB pfnCallback, long 
 int PELLORA_SetRuleArrowType(long lHandle, long lRuleID, unsigned short wArrowType, long lSubHandel) noexcept
 {
     const LogLocation where = exportAt("int __cdecl PELLORA_SetRuleArrowType(long,long,unsigned short,long)");
-    // The number is printed as a pointer; log readers know it so.
+    // docs/compatibility.md: log-rule-id-as-pointer.
     logCall(where, "PELLORA_SetRuleArrowType: lHandle: %d, lSubHandel: %d, lRuleID: %p, wArrowType: %d.", lHandle,
             lSubHandel, reinterpret_cast<void *>(static_cast<INT_PTR>(lRuleID)), wArrowType);
     return onPane<int>(where, lHandle, lSubHandel, &VideoWnd::setRuleArrowType, lRuleID, wArrowType);

@@ -43,21 +43,21 @@ int PELLORA_SetPlayPos(long lHandle, unsigned long dwPlayedTime) noexcept
 {
     const LogLocation where = exportAt("int __cdecl PELLORA_SetPlayPos(long,unsigned long)");
     logCall(where, "PELLORA_SetPlayPos: lHandle: %d, dwPlayedTime: %d", lHandle, dwPlayedTime);
-    return onCurrentPane<int>(where, lHandle, &VideoWnd::setPlayedTime, dwPlayedTime);
+    return onCurrentPort<int>(where, lHandle, &PanePort::setPlayedTime, dwPlayedTime);
 }
 
 unsigned long PELLORA_GetPlayPos(long lHandle) noexcept
 {
     const LogLocation where = exportAt("unsigned long __cdecl PELLORA_GetPlayPos(long)");
     logCall(where, "PELLORA_GetPlayPos: lHandle: %d", lHandle);
-    return onCurrentPane<unsigned long>(where, lHandle, &VideoWnd::getPlayedTime);
+    return onCurrentPort<unsigned long>(where, lHandle, &PanePort::getPlayedTime);
 }
 
 unsigned long PELLORA_GetFileTime(long lHandle) noexcept
 {
     const LogLocation where = exportAt("unsigned long __cdecl PELLORA_GetFileTime(long)");
     logCall(where, "PELLORA_GetFileTime: lHandle: %d", lHandle);
-    return onCurrentPane<unsigned long>(where, lHandle, &VideoWnd::getFileTime);
+    return onCurrentPort<unsigned long>(where, lHandle, &PanePort::getFileTime);
 }
 
 unsigned long PELLORA_GetFileTimeNoPriview(char *pFileName) noexcept
@@ -76,7 +76,7 @@ int PELLORA_GetSystemFileTime(long lHandle, tagPELLORA_SYSTEM_TIME *pStart, tagP
         if (pStart == nullptr || pEnd == nullptr) {
             return false;
         }
-        return pane.getSystemFileTime(PlayerTime(*pStart).get(), PlayerTime(*pEnd).get());
+        return pane.port().getSystemFileTime(PlayerTime(*pStart).get(), PlayerTime(*pEnd).get());
     });
 }
 
@@ -85,6 +85,6 @@ int PELLORA_GetSystemTime(long lHandle, tagPELLORA_SYSTEM_TIME *pTime) noexcept
     const LogLocation where = exportAt("int __cdecl PELLORA_GetSystemTime(long,struct tagPELLORA_SYSTEM_TIME *)");
     logCall(where, "PELLORA_GetSystemTime: lHandle: %d.", lHandle);
     return onCurrentPane<int>(where, lHandle, [&](VideoWnd &pane) {
-        return pTime != nullptr && pane.getSystemTime(PlayerTime(*pTime).get());
+        return pTime != nullptr && pane.port().getSystemTime(PlayerTime(*pTime).get());
     });
 }

@@ -15,6 +15,9 @@ RetiredPreviews &RetiredPreviews::instance()
 void RetiredPreviews::retire(long lPreviewHandel)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
+    if (std::find(m_handles.begin(), m_handles.end(), lPreviewHandel) != m_handles.end()) {
+        return;
+    }
     if (m_handles.size() >= kMost) {
         m_handles.pop_front();
     }

@@ -43,23 +43,22 @@ AbstractRule::AbstractRule(RuleType type, const RulePlacement &placement, std::i
 {
 }
 
-bool AbstractRule::scale(float fx, float fy)
+void AbstractRule::setPicture(const PixelRect &picture)
 {
-    PixelRect &picture = m_placement.picture;
-    picture = scaledPicture(picture, fx, fy);
+    m_placement.picture = picture;
     m_placement.paneWidth = wrappingSubtract(picture.right, picture.left);
     m_placement.paneHeight = wrappingSubtract(picture.bottom, picture.top);
-    touch();
+}
+
+bool AbstractRule::scale(float fx, float fy)
+{
+    setPicture(scaledPicture(m_placement.picture, fx, fy));
     return true;
 }
 
 bool AbstractRule::translate(std::int32_t dx, std::int32_t dy)
 {
-    PixelRect &picture = m_placement.picture;
-    picture = moved(picture, {dx, dy});
-    m_placement.paneWidth = wrappingSubtract(picture.right, picture.left);
-    m_placement.paneHeight = wrappingSubtract(picture.bottom, picture.top);
-    touch();
+    setPicture(moved(m_placement.picture, {dx, dy}));
     return true;
 }
 

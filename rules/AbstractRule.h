@@ -7,8 +7,7 @@
 namespace pellora
 {
 
-/** What a rule is made for: the pane's extent, the picture in it, and the picture's edges that the rule must not pass.
- */
+/** The pane's extent, the picture in it, and the picture's edges that the rule must not pass. */
 struct RulePlacement {
     /** Bits of limitMask. */
     static constexpr std::uint8_t kKeepLeft = 0x01;
@@ -33,8 +32,7 @@ struct RulePlacement {
  * A shape drawn over the picture of one pane.
  *
  * Threads: none of its own; the table's mutex guards every call.
- * Units:   pixels of the pane, signed 32 bits. Sums that leave the range wrap, conversions that leave it give the
- *          smallest int32.
+ * Units:   pixels of the pane; see RuleArithmetic.h for coordinates that leave the range.
  * Errors:  input that does not fit is ignored.
  */
 class AbstractRule
@@ -58,6 +56,8 @@ public:
     virtual bool addPoint(PixelPoint point, RuleAction action) = 0;
     /** Input while the shape is edited; input that breaks the limits changes nothing. Always true. */
     virtual bool editPoint(PixelPoint point, RuleAction action) = 0;
+    /** The picture is there from now on; the shape stays where it is. */
+    void setPicture(const PixelRect &picture);
     /** Scales the shape and its picture about the pane's origin. */
     virtual bool scale(float fx, float fy);
     /** Moves the shape and its picture. */
@@ -70,19 +70,10 @@ public:
     void setColor(RuleColor color)
     {
         m_color = color;
-        touch();
     }
     void setSelected(bool bSelected)
     {
-        if (m_bSelected != bSelected) {
-            m_bSelected = bSelected;
-            touch();
-        }
-    }
-    /** Another number after everything that may have changed what is drawn. */
-    [[nodiscard]] std::uint32_t revision() const
-    {
-        return m_nRevision;
+        m_bSelected = bSelected;
     }
     [[nodiscard]] bool isSelected() const
     {
@@ -92,11 +83,6 @@ public:
 protected:
     AbstractRule(RuleType type, const RulePlacement &placement, std::int32_t nPenWidth = kOutlineWidth);
 
-    /** To be called by everything that changes what is drawn, but not by drawing itself. */
-    void touch()
-    {
-        ++m_nRevision;
-    }
     [[nodiscard]] RuleColor color() const
     {
         return m_color;
@@ -111,7 +97,7 @@ protected:
     }
     /** Whether the point grabs a handle at the other: a box of 9 by 9 pixels. */
     [[nodiscard]] static bool isNear(PixelPoint point, PixelPoint handle);
-    /** The mouse's way since the editing event before, whose place is replaced by this one. */
+    /** How far the mouse has come since the last event of the drag; the next way is measured from this point. */
     [[nodiscard]] PixelPoint dragTo(PixelPoint point);
     /** Starts a drag there. */
     void setLastPoint(PixelPoint point)
@@ -125,7 +111,6 @@ private:
     RuleColor m_color = 0;
     const std::int32_t m_nPenWidth;
     bool m_bSelected = false;
-    std::uint32_t m_nRevision = 0;
     PixelPoint m_lastPoint;
     RulePlacement m_placement;
 };

@@ -31,6 +31,7 @@ NormalisedPoint PictureGeometry::toNormalised(PixelPoint point) const
 
 PixelPoint PictureGeometry::toPixels(NormalisedPoint point) const
 {
+    // docs/compatibility.md: wrapping-coordinates.
     const std::int32_t x = truncated(wrappingMultiply(point.nX, width) / kFullScale + picture.left);
     if (originPos == kBottomLeft) {
         return {x, truncated((kFullScale - point.nY) * height / kFullScale + picture.top)};
@@ -38,18 +39,21 @@ PixelPoint PictureGeometry::toPixels(NormalisedPoint point) const
     return {x, truncated(wrappingMultiply(point.nY, height) / kFullScale + picture.top)};
 }
 
-void PictureGeometry::move(std::int32_t dx, std::int32_t dy)
+void PictureGeometry::setPicture(const PixelRect &newPicture)
 {
-    picture = moved(picture, {dx, dy});
+    picture = newPicture;
     width = wrappingSubtract(picture.right, picture.left);
     height = wrappingSubtract(picture.bottom, picture.top);
 }
 
+void PictureGeometry::move(std::int32_t dx, std::int32_t dy)
+{
+    setPicture(moved(picture, {dx, dy}));
+}
+
 void PictureGeometry::scale(float fx, float fy)
 {
-    picture = scaledPicture(picture, fx, fy);
-    width = wrappingSubtract(picture.right, picture.left);
-    height = wrappingSubtract(picture.bottom, picture.top);
+    setPicture(scaledPicture(picture, fx, fy));
 }
 
 } // namespace pellora

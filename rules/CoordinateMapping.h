@@ -10,19 +10,19 @@ namespace pellora
 /**
  * Where the picture lies in the pane, and the mapping of pixels to thousandths of it and back.
  *
- * Divisions are in double precision; results are truncated towards zero and, where no int32 holds them (a picture
- * without size), become the smallest int32.
+ * Divisions are in double precision. Results are truncated towards zero. Where no int32 holds them, as with a picture
+ * without size, they become the smallest int32.
  */
 struct PictureGeometry {
     static constexpr std::uint16_t kTopLeft = 1;
     static constexpr std::uint16_t kBottomLeft = 2;
 
-    /** One by one pixel: the pane's first move and scale, by its place and size, make the real rectangle of it. */
+    /** One by one pixel, of which the pane's first size makes the real one. docs/compatibility.md: unit-picture. */
     PixelRect picture = {0, 0, 1, 1};
     /** The picture's extent, 0 until the first move or scale. */
     std::int32_t width = 0;
     std::int32_t height = 0;
-    /** With a value other than the two above no coordinate is converted. */
+    /** With a value other than kTopLeft and kBottomLeft no coordinate is converted. */
     std::uint16_t originPos = kTopLeft;
 
     [[nodiscard]] bool converts() const;
@@ -31,6 +31,7 @@ struct PictureGeometry {
     /** To be asked only where converts(). */
     [[nodiscard]] PixelPoint toPixels(NormalisedPoint point) const;
 
+    void setPicture(const PixelRect &newPicture);
     void move(std::int32_t dx, std::int32_t dy);
     void scale(float fx, float fy);
 };

@@ -1,7 +1,9 @@
 #include "rules/FarLine.h"
 
-#include <array>
+#include <algorithm>
+#include <cmath>
 #include <cstdlib>
+#include <utility>
 
 namespace pellora
 {
@@ -9,95 +11,113 @@ namespace pellora
 namespace
 {
 
-/** Among so many places the best one is taken. */
-constexpr std::int64_t kCandidates = kFarBeyond / 2;
-/** Products of ways between coordinates within this fit into 64 bits. */
-constexpr std::int64_t kLargest = std::int64_t{1} << 30;
+/** So many pixels of a line are tried for its new end. All of them lie within the margin. */
+constexpr std::int64_t kCandidates = kLineMargin / 2;
+/** A candidate that misses the line by less than one pixel in so many is good enough. */
+constexpr std::int64_t kGoodEnough = 1024;
 
-/** A point by the axis along which the line goes further, and the other one. */
-struct AxisPoint {
-    std::int64_t along;
-    std::int64_t across;
+/** Edges of the area that lines are clipped to; they belong to it. */
+struct Area {
+    double left;
+    double top;
+    double right;
+    double bottom;
 };
 
-bool isWithin(std::int64_t nValue, std::int64_t nLimit)
+/** Parts of the way from a line's start, 0, to its end, 1. */
+struct Stretch {
+    double from = 0.0;
+    double to = 1.0;
+};
+
+/** Cuts off what lies outside of two parallel edges; false when nothing is left. */
+bool cut(Stretch &stretch, double fStart, double fWay, double fLow, double fHigh)
 {
-    return nValue >= -nLimit && nValue <= nLimit;
+    if (fWay == 0.0) {
+        return fStart >= fLow && fStart <= fHigh;
+    }
+    const double fToLow = (fLow - fStart) / fWay;
+    const double fToHigh = (fHigh - fStart) / fWay;
+    stretch.from = std::max(stretch.from, std::min(fToLow, fToHigh));
+    stretch.to = std::min(stretch.to, std::max(fToLow, fToHigh));
+    return stretch.from <= stretch.to;
 }
 
-/** The nearest whole number to a quotient; the divisor is not 0. */
-std::int64_t nearestQuotient(std::int64_t nDividend, std::int64_t nDivisor)
+std::optional<Stretch> stretchWithin(const PixelSegment &line, const Area &area)
 {
-    const std::int64_t nQuotient = nDividend / nDivisor;
-    const std::int64_t nRest = nDividend % nDivisor;
-    if (std::abs(nRest) * 2 < std::abs(nDivisor)) {
-        return nQuotient;
+    Stretch stretch;
+    const double dx = static_cast<double>(line.end.x) - line.start.x;
+    const double dy = static_cast<double>(line.end.y) - line.start.y;
+    if (cut(stretch, line.start.x, dx, area.left, area.right) &&
+        cut(stretch, line.start.y, dy, area.top, area.bottom)) {
+        return stretch;
     }
-    return nQuotient + ((nRest < 0) == (nDivisor < 0) ? 1 : -1);
+    return std::nullopt;
 }
 
-/** The whole pixel of the line nearest to it, from the place on towards the end, among kCandidates; the end is not
- * before the last of them. */
-AxisPoint bestPoint(const AxisPoint &start, const AxisPoint &end, std::int64_t nFrom)
+PixelPoint pointAt(const PixelSegment &line, double fPart)
 {
-    const std::int64_t nWay = end.along - start.along;
-    const std::int64_t nRise = end.across - start.across;
-    if (nWay == 0) {
-        return start;
+    const auto at = [fPart](std::int32_t nStart, std::int32_t nEnd) {
+        return static_cast<std::int32_t>(std::lround(nStart + fPart * (static_cast<double>(nEnd) - nStart)));
+    };
+    return {at(line.start.x, line.end.x), at(line.start.y, line.end.y)};
+}
+
+std::uint64_t product(std::int64_t a, std::int64_t b)
+{
+    return static_cast<std::uint64_t>(a) * static_cast<std::uint64_t>(b);
+}
+
+/** The whole pixel closest to the line, from that part of its way on towards its end. */
+PixelPoint bestPoint(PixelSegment line, double fFrom)
+{
+    // Steps go along the axis on which the line makes more way.
+    const bool bSteep =
+        std::abs(std::int64_t{line.end.x} - line.start.x) < std::abs(std::int64_t{line.end.y} - line.start.y);
+    if (bSteep) {
+        std::swap(line.start.x, line.start.y);
+        std::swap(line.end.x, line.end.y);
     }
+    const std::int64_t nWay = std::int64_t{line.end.x} - line.start.x;
+    const std::int64_t nRise = std::int64_t{line.end.y} - line.start.y;
     const std::int64_t nStep = nWay < 0 ? -1 : 1;
-    AxisPoint best = start;
-    std::int64_t nLeast = std::abs(nWay);
-    for (std::int64_t i = 0; i < kCandidates && nLeast > 0; ++i) {
-        const std::int64_t nAlong = nFrom + i * nStep;
-        const std::int64_t nProduct = (nAlong - start.along) * nRise;
-        const std::int64_t nAcross = nearestQuotient(nProduct, nWay);
-        const std::int64_t nMiss = std::abs(nProduct - nAcross * nWay);
-        if (nMiss < nLeast) {
-            nLeast = nMiss;
-            best = {nAlong, start.across + nAcross};
+    PixelPoint candidate = pointAt(line, fFrom);
+    PixelPoint best = candidate;
+    // How far the candidate is off, times the way. Each step changes it by the rise, and each pixel across by the way.
+    // The products may wrap: their difference is right all the same.
+    std::int64_t nOff = static_cast<std::int64_t>(product(std::int64_t{candidate.x} - line.start.x, nRise) -
+                                                  product(std::int64_t{candidate.y} - line.start.y, nWay));
+    std::int64_t nLeast = std::abs(nOff);
+    for (std::int64_t i = 1; i < kCandidates && nLeast > std::abs(nWay) / kGoodEnough; ++i) {
+        candidate.x += static_cast<std::int32_t>(nStep);
+        nOff += nStep * nRise;
+        if (std::abs(nOff) * 2 > std::abs(nWay)) {
+            const std::int64_t nAcross = (nOff < 0) == (nWay < 0) ? 1 : -1;
+            candidate.y += static_cast<std::int32_t>(nAcross);
+            nOff -= nAcross * nWay;
+        }
+        if (std::abs(nOff) < nLeast) {
+            nLeast = std::abs(nOff);
+            best = candidate;
         }
     }
-    return best;
-}
-
-/** The start, or a better one for a line to that end over a surface of that extent along it. */
-AxisPoint nearerStart(const AxisPoint &start, const AxisPoint &end, std::int64_t nLow, std::int64_t nHigh)
-{
-    if (start.along < nLow - kFarBeyond && end.along >= nLow - kFarBeyond + kCandidates) {
-        return bestPoint(start, end, nLow - kFarBeyond);
-    }
-    if (start.along > nHigh + kFarBeyond && end.along <= nHigh + kFarBeyond - kCandidates) {
-        return bestPoint(start, end, nHigh + kFarBeyond);
-    }
-    return start;
+    return bSteep ? PixelPoint{best.y, best.x} : best;
 }
 
 } // namespace
 
-PixelSegment shortened(const PixelSegment &line, const PixelRect &surface)
+std::optional<PixelSegment> clipped(const PixelSegment &line, const PixelRect &surface)
 {
-    for (const std::int32_t nValue : std::array<std::int32_t, 4>{line.start.x, line.start.y, line.end.x, line.end.y}) {
-        if (!isWithin(nValue, kLargest)) {
-            return line;
-        }
+    const Area area = {static_cast<double>(std::min(surface.left, surface.right)) - kLineMargin,
+                       static_cast<double>(std::min(surface.top, surface.bottom)) - kLineMargin,
+                       static_cast<double>(std::max(surface.left, surface.right)) + kLineMargin,
+                       static_cast<double>(std::max(surface.top, surface.bottom)) + kLineMargin};
+    const std::optional<Stretch> stretch = stretchWithin(line, area);
+    if (!stretch) {
+        return std::nullopt;
     }
-    const std::int64_t dx = std::int64_t{line.end.x} - line.start.x;
-    const std::int64_t dy = std::int64_t{line.end.y} - line.start.y;
-    const bool bFlat = std::abs(dx) >= std::abs(dy);
-    const auto turned = [bFlat](PixelPoint point) {
-        return bFlat ? AxisPoint{point.x, point.y} : AxisPoint{point.y, point.x};
-    };
-    const auto turnedBack = [bFlat](const AxisPoint &point) {
-        const auto nAlong = static_cast<std::int32_t>(point.along);
-        const auto nAcross = static_cast<std::int32_t>(point.across);
-        return bFlat ? PixelPoint{nAlong, nAcross} : PixelPoint{nAcross, nAlong};
-    };
-    const std::int64_t nLow = bFlat ? surface.left : surface.top;
-    const std::int64_t nHigh = bFlat ? surface.right : surface.bottom;
-    const AxisPoint start = turned(line.start);
-    const AxisPoint end = turned(line.end);
-    return {turnedBack(nearerStart(start, end, nLow, nHigh)), turnedBack(nearerStart(end, start, nLow, nHigh))};
+    return PixelSegment{stretch->from > 0.0 ? bestPoint(line, stretch->from) : line.start,
+                        stretch->to < 1.0 ? bestPoint({line.end, line.start}, 1.0 - stretch->to) : line.end};
 }
 
 } // namespace pellora

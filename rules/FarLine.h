@@ -3,6 +3,8 @@
 
 #include "rules/RuleTypes.h"
 
+#include <optional>
+
 namespace pellora
 {
 
@@ -11,22 +13,23 @@ struct PixelSegment {
     PixelPoint end;
 };
 
-/** So far beyond a surface shortened lines end, or a little nearer. */
-constexpr std::int32_t kFarBeyond = 16384;
+/** So far around a surface lines are drawn. */
+constexpr std::int32_t kLineMargin = 16384;
 
-/** Whether the point is so far away that a line to it is better shortened; no pane reaches there. */
+/** Whether a line to the point is better clipped. Points of panes, and a good way around them, are not far. */
 [[nodiscard]] constexpr bool isFar(PixelPoint point)
 {
-    constexpr std::int32_t kFar = 2 * kFarBeyond;
+    constexpr std::int32_t kFar = 2 * kLineMargin;
     return point.x < -kFar || point.x > kFar || point.y < -kFar || point.y > kFar;
 }
 
 /**
- * The part of the line that matters to the surface: ends that lie further than kFarBeyond from it along the line are
- * replaced by whole pixels nearer to it, of many the one that the line misses by least: mostly by less than a
- * thousandth of a pixel, always by half of one at most. Lines beyond ±2^30, and those that pass by, stay as they are.
+ * The part of the line on the surface and kLineMargin pixels around it; none when the line does not come there.
+ *
+ * An end outside is replaced by a whole pixel near the margin's edge. Of many pixels the one closest to the line is
+ * taken. Mostly it misses the line by less than a thousandth of a pixel, and always by half of one at most.
  */
-[[nodiscard]] PixelSegment shortened(const PixelSegment &line, const PixelRect &surface);
+[[nodiscard]] std::optional<PixelSegment> clipped(const PixelSegment &line, const PixelRect &surface);
 
 } // namespace pellora
 

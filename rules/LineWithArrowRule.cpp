@@ -22,7 +22,7 @@ constexpr PixelPoint kLabelB = {0, -30};
 constexpr PixelSize kLabelSize = {20, 20};
 constexpr RuleColor kLabelColor = 0x000000FF;
 
-// The float with the bits 0x40490FDA, one below the one nearest to pi, on purpose: arrows must not move by a pixel.
+// The float with the bits 0x40490FDA. docs/compatibility.md: half-turn.
 constexpr float kHalfTurn = 3.1415925F;
 
 /** The turn and the place that take local points to the pane. */
@@ -82,7 +82,6 @@ LineWithArrowRule::LineWithArrowRule(const RulePlacement &placement) : RuleLine(
 void LineWithArrowRule::setArrowType(std::uint16_t nArrowType)
 {
     m_nArrowType = nArrowType;
-    touch();
 }
 
 void LineWithArrowRule::draw(RuleCanvas &canvas)
@@ -95,6 +94,7 @@ void LineWithArrowRule::draw(RuleCanvas &canvas)
     if (m_nArrowType == kBothArrows || m_nArrowType == kArrowB) {
         drawOutline(canvas, frame, kOutlineB);
     }
+    // docs/compatibility.md: arrow-letters.
     drawLabel(canvas, frame.map(kLabelA), u"A");
     drawLabel(canvas, frame.map(kLabelB), u"B");
 }

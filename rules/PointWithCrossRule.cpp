@@ -29,6 +29,7 @@ void PointWithCrossRule::draw(RuleCanvas &canvas)
 void PointWithCrossRule::drawCaption(RuleCanvas &canvas) const
 {
     const PixelPoint corner = wrappingAdd(getPoint(), {kCrossHalf, -kCrossHalf});
+    // docs/compatibility.md: caption-at-origin.
     if (corner == PixelPoint{}) {
         return;
     }

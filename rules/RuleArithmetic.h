@@ -8,8 +8,8 @@
 namespace pellora
 {
 
-// Coordinates are int32 whatever hosts and mice send. Sums and products wrap modulo 2^32, so that a move and its
-// opposite cancel out; conversions that no int32 holds give the smallest one, as the processor's own conversion does.
+// Coordinates are int32, whatever hosts and mice send. Sums and products wrap modulo 2^32, so that a move and its
+// opposite cancel out. A conversion that no int32 holds gives the smallest one, as the processor's own conversion does.
 
 [[nodiscard]] constexpr std::int32_t wrapped(std::uint32_t nValue)
 {
@@ -36,14 +36,16 @@ namespace pellora
     return {wrappingAdd(a.x, b.x), wrappingAdd(a.y, b.y)};
 }
 
+/** Whether an int32 holds the value, truncated; none holds not-a-number. */
+[[nodiscard]] constexpr bool fitsInt32(double fValue)
+{
+    return fValue > -2147483649.0 && fValue < 2147483648.0;
+}
+
 /** Towards zero; not-a-number and what no int32 holds give the smallest int32. */
 [[nodiscard]] constexpr std::int32_t truncated(double fValue)
 {
-    // The negated form also catches not-a-number.
-    if (!(fValue > -2147483649.0 && fValue < 2147483648.0)) {
-        return std::numeric_limits<std::int32_t>::min();
-    }
-    return static_cast<std::int32_t>(fValue);
+    return fitsInt32(fValue) ? static_cast<std::int32_t>(fValue) : std::numeric_limits<std::int32_t>::min();
 }
 
 /** The quotient of doubles; a divisor of 0 gives infinity or not-a-number as in IEEE 754. */
@@ -58,7 +60,7 @@ namespace pellora
     return a / b;
 }
 
-/** A coordinate times a factor, in single precision. */
+/** A coordinate times a factor, in single precision. docs/compatibility.md: scale-truncates. */
 [[nodiscard]] constexpr std::int32_t scaled(std::int32_t nValue, float fFactor)
 {
     const float fProduct = static_cast<float>(nValue) * fFactor;
@@ -81,10 +83,37 @@ namespace pellora
             wrappingAdd(rect.bottom, by.y)};
 }
 
-/** A picture is never scaled to nothing: a factor of 0 counts as 1. Shapes follow the factor as it is. */
+/** Two opposite edges. */
+struct PixelSpan {
+    std::int32_t first = 0;
+    std::int32_t last = 0;
+};
+
+/**
+ * A picture's edges, scaled. A picture never vanishes, since no rule could come back from that: a factor of 0 counts as
+ * 1, edges stay at least a pixel apart, and edges that would leave the range stay as they are.
+ */
+[[nodiscard]] constexpr PixelSpan scaledEdges(PixelSpan edges, float fFactor)
+{
+    const double fFirst = static_cast<float>(edges.first) * fFactor;
+    const double fLast = static_cast<float>(edges.last) * fFactor;
+    if (fFactor == 0.0F || !fitsInt32(fFirst) || !fitsInt32(fLast) || !fitsInt32(fLast - fFirst)) {
+        return edges;
+    }
+    const PixelSpan result = {truncated(fFirst), truncated(fLast)};
+    if (result.first != result.last) {
+        return result;
+    }
+    // Regions may have turned the picture round. It stays so.
+    const bool bTurned = (edges.last < edges.first) != (fFactor < 0.0F);
+    return {result.first, wrappingAdd(result.first, bTurned ? -1 : 1)};
+}
+
 [[nodiscard]] constexpr PixelRect scaledPicture(const PixelRect &picture, float fx, float fy)
 {
-    return scaled(picture, fx == 0.0F ? 1.0F : fx, fy == 0.0F ? 1.0F : fy);
+    const PixelSpan across = scaledEdges({picture.left, picture.right}, fx);
+    const PixelSpan down = scaledEdges({picture.top, picture.bottom}, fy);
+    return {across.first, down.first, across.last, down.last};
 }
 
 /** Half of the sum, towards zero. */

@@ -8,7 +8,9 @@ namespace pellora
 
 void drawCaptionAround(RuleCanvas &canvas, const std::string &text, PixelPoint centre, RuleColor color)
 {
+    // docs/compatibility.md: caption-at-origin.
     if (centre == PixelPoint{}) {
+        // docs/compatibility.md: caption-at-origin.
         return;
     }
     const CaptionBuffer caption(text);

@@ -61,9 +61,6 @@ void readPolygon(const RulePolygon &rule, const PictureGeometry &geometry, void 
 
 void writePolygon(RulePolygon &rule, const PictureGeometry &geometry, const void *pRecord)
 {
-    if (!geometry.converts()) {
-        return;
-    }
     const auto nAsked = load<std::uint16_t>(pRecord, offsetof(RulePolygonRecord, wPointNum));
     const std::size_t nCount = std::min<std::size_t>(nAsked, kMaxPolygonPoints);
     std::vector<PixelPoint> points;
@@ -83,12 +80,12 @@ void readText(const RuleText &rule, const PictureGeometry &geometry, void *pReco
     }
     const std::string &text = rule.getText();
     auto *const pText = static_cast<char *>(pRecord) + offsetof(RuleTextRecord, szText);
-    // No end is written behind a text that fits: hosts hand in zeroed records.
+    // No end is written behind a text that fits. docs/compatibility.md: text-without-end.
     std::memcpy(pText, text.data(), std::min(text.size(), kTextBytes - 1));
     if (text.size() >= kTextBytes) {
         pText[kTextBytes - 1] = '\0';
     }
-    // The anchor, not the dock: hosts know the field so.
+    // The anchor, not the dock. docs/compatibility.md: dock-reads-anchor.
     store(pRecord, offsetof(RuleTextRecord, byDock), static_cast<std::uint8_t>(rule.getAnchorMode()));
     if (const std::optional<PixelPoint> point = rule.getPoint(nAnchor)) {
         storePoint(pRecord, offsetof(RuleTextRecord, struPoint), geometry, *point);
@@ -159,25 +156,30 @@ void readCoordinates(const AbstractRule &rule, const PictureGeometry &geometry, 
 void writeCoordinates(AbstractRule &rule, const PictureGeometry &geometry, const void *pRecord)
 {
     const RuleFamily family = familyOf(rule.getType());
-    if (family == RuleFamily::Polygon) {
+    if (!geometry.converts() && family != RuleFamily::Text) {
+        return;
+    }
+    const auto at = [&geometry, pRecord](std::size_t nOffset) { return loadPoint(pRecord, nOffset, geometry); };
+    switch (family) {
+    case RuleFamily::Point:
+        static_cast<RulePoint &>(rule).setPoint(at(offsetof(RulePointRecord, struPoint)));
+        break;
+    case RuleFamily::Line:
+        static_cast<RuleLine &>(rule).setPoints(at(offsetof(RuleLineRecord, struStart)),
+                                                at(offsetof(RuleLineRecord, struEnd)));
+        break;
+    case RuleFamily::Rect:
+        static_cast<RuleRect &>(rule).setRect(at(offsetof(RuleRectRecord, struTopLeft)),
+                                              at(offsetof(RuleRectRecord, struBottomRight)));
+        break;
+    case RuleFamily::Polygon:
         writePolygon(static_cast<RulePolygon &>(rule), geometry, pRecord);
-        return;
-    }
-    if (family == RuleFamily::Text) {
+        break;
+    case RuleFamily::Text:
         writeText(static_cast<RuleText &>(rule), geometry, pRecord);
-        return;
-    }
-    if (!geometry.converts()) {
-        return;
-    }
-    if (family == RuleFamily::Point) {
-        static_cast<RulePoint &>(rule).setPoint(loadPoint(pRecord, offsetof(RulePointRecord, struPoint), geometry));
-    } else if (family == RuleFamily::Line) {
-        static_cast<RuleLine &>(rule).setPoints(loadPoint(pRecord, offsetof(RuleLineRecord, struStart), geometry),
-                                                loadPoint(pRecord, offsetof(RuleLineRecord, struEnd), geometry));
-    } else if (family == RuleFamily::Rect) {
-        static_cast<RuleRect &>(rule).setRect(loadPoint(pRecord, offsetof(RuleRectRecord, struTopLeft), geometry),
-                                              loadPoint(pRecord, offsetof(RuleRectRecord, struBottomRight), geometry));
+        break;
+    case RuleFamily::None:
+        break;
     }
 }
 

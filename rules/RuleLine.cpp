@@ -15,7 +15,6 @@ void RuleLine::place(PixelPoint start, PixelPoint end)
 {
     m_start = start;
     m_end = end;
-    touch();
 }
 
 bool RuleLine::isEmpty() const
@@ -41,8 +40,8 @@ void RuleLine::draw(RuleCanvas &canvas)
 
 bool RuleLine::addPoint(PixelPoint point, RuleAction action)
 {
-    touch();
     if (action == RuleAction::LeftPress) {
+        // docs/compatibility.md: line-at-origin.
         const bool bFirst = isEmpty();
         if (bFirst) {
             m_start = point;
@@ -70,11 +69,10 @@ bool RuleLine::editPoint(PixelPoint point, RuleAction action)
     case Grab::End:
         if (!placement().breaksLimits(point)) {
             (m_grabMode == Grab::Start ? m_start : m_end) = point;
-            touch();
         }
         break;
     case Grab::Whole:
-        // The way counts as gone even when the line may not follow: a refused drag is not made up for later.
+        // The drag is measured before the limits are checked. docs/compatibility.md: rejected-drag-is-lost.
         moveWhole(dragTo(point));
         break;
     }

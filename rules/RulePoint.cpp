@@ -8,7 +8,6 @@ namespace pellora
 void RulePoint::setPoint(PixelPoint point)
 {
     m_point = placement().clamped(point);
-    touch();
 }
 
 bool RulePoint::isEmpty() const
@@ -34,7 +33,6 @@ bool RulePoint::addPoint(PixelPoint point, RuleAction action)
 {
     if (action == RuleAction::LeftPress) {
         m_point = point;
-        touch();
     }
     return true;
 }
@@ -45,7 +43,6 @@ bool RulePoint::editPoint(PixelPoint point, RuleAction action)
         m_bGrabbed = isNear(point, m_point);
     } else if (m_bGrabbed && !placement().breaksLimits(point)) {
         m_point = point;
-        touch();
     }
     return true;
 }

@@ -28,7 +28,6 @@ void RulePolygon::setPoints(std::vector<PixelPoint> points)
         point = placement().clamped(point);
     }
     m_points = std::move(points);
-    touch();
 }
 
 bool RulePolygon::isEmpty() const
@@ -61,7 +60,6 @@ void RulePolygon::draw(RuleCanvas &canvas)
 
 bool RulePolygon::addPoint(PixelPoint point, RuleAction action)
 {
-    touch();
     if (action == RuleAction::LeftPress) {
         if (m_points.empty()) {
             m_points.assign(2, point);
@@ -94,11 +92,10 @@ bool RulePolygon::editPoint(PixelPoint point, RuleAction action)
         // The host may have replaced the vertices by fewer since the grab.
         if (m_nGrabIndex < m_points.size() && !placement().breaksLimits(point)) {
             m_points[m_nGrabIndex] = point;
-            touch();
         }
         return true;
     }
-    // Also when the press hit nothing of it: unlike the other shapes, a polygon then moves as a whole. Keep it so.
+    // Also when the press hit nothing of it. docs/compatibility.md: polygon-moves-ungrabbed.
     moveWhole(dragTo(point));
     return true;
 }
@@ -113,6 +110,7 @@ void RulePolygon::grabAt(PixelPoint point)
 
 void RulePolygon::moveWhole(PixelPoint way)
 {
+    // docs/compatibility.md: rejected-drag-is-lost.
     const bool bBreaks = std::any_of(m_points.begin(), m_points.end(), [this, way](PixelPoint point) {
         return placement().breaksLimits(wrappingAdd(point, way));
     });
@@ -122,7 +120,6 @@ void RulePolygon::moveWhole(PixelPoint way)
     for (PixelPoint &point : m_points) {
         point = wrappingAdd(point, way);
     }
-    touch();
 }
 
 bool RulePolygon::scale(float fx, float fy)

@@ -51,7 +51,7 @@ struct RuleTextRecord {
     std::array<std::uint8_t, 3> byPadding;
 };
 
-/** The extension of polygons: 3 bytes, not the 4 of a C structure with these fields; a caption follows at once. */
+/** The extension of polygons: 3 bytes and a caption. docs/compatibility.md: three-byte-extension. */
 struct RulePolygonExtension {
     static constexpr std::size_t kPointNumOffset = 0;    /**< uint16: vertices of the complete shape */
     static constexpr std::size_t kFinishEarlyOffset = 2; /**< uint8: non-zero lets the right button finish */

@@ -22,7 +22,6 @@ void RuleRect::setRect(PixelPoint topLeft, PixelPoint bottomRight)
     const PixelPoint first = placement().clamped(topLeft);
     const PixelPoint second = placement().clamped(bottomRight);
     m_rect = {first.x, first.y, second.x, second.y};
-    touch();
 }
 
 bool RuleRect::isEmpty() const
@@ -55,7 +54,6 @@ bool RuleRect::addPoint(PixelPoint point, RuleAction action)
     }
     if (bPress || placement().isInPane(point)) {
         m_rect = boxOf(m_anchor, point);
-        touch();
     }
     return true;
 }
@@ -67,12 +65,11 @@ bool RuleRect::editPoint(PixelPoint point, RuleAction action)
         setLastPoint(point);
         return true;
     }
-    touch();
     if (action == RuleAction::Release) {
         m_rect = boxOf({m_rect.left, m_rect.top}, {m_rect.right, m_rect.bottom});
         return true;
     }
-    // Unlike the other shapes, before the drag is measured: a refused way of the mouse is still ahead here.
+    // Checked before the drag is measured: a mouse that comes back within the limits takes the rectangle along again.
     if (placement().breaksLimits(point)) {
         return true;
     }
@@ -130,12 +127,14 @@ void RuleRect::moveWhole(PixelPoint way)
 bool RuleRect::scale(float fx, float fy)
 {
     m_rect = scaled(m_rect, fx, fy);
+    m_anchor = scaled(m_anchor, fx, fy);
     return AbstractRule::scale(fx, fy);
 }
 
 bool RuleRect::translate(std::int32_t dx, std::int32_t dy)
 {
     m_rect = moved(m_rect, {dx, dy});
+    m_anchor = wrappingAdd(m_anchor, {dx, dy});
     return AbstractRule::translate(dx, dy);
 }
 

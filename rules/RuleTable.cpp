@@ -32,6 +32,7 @@ std::int32_t RuleTable::add(std::unique_ptr<AbstractRule> pRule)
         return -1;
     }
     *slot = std::move(pRule);
+    ++m_nChanges;
     return static_cast<std::int32_t>(slot - m_rules.begin());
 }
 
@@ -42,7 +43,7 @@ bool RuleTable::remove(std::int32_t nId)
     }
     const Lock lock(m_mutex);
     m_rules[static_cast<std::size_t>(nId)].reset();
-    m_inks[static_cast<std::size_t>(nId)].forget();
+    ++m_nChanges;
     return true;
 }
 
@@ -51,7 +52,7 @@ AbstractRule *RuleTable::find(std::int32_t nId) const
     return isSlot(nId) ? m_rules[static_cast<std::size_t>(nId)].get() : nullptr;
 }
 
-AbstractRule *RuleTable::get(std::int32_t nId) const
+const AbstractRule *RuleTable::get(std::int32_t nId) const
 {
     const Lock lock(m_mutex);
     return find(nId);
@@ -68,9 +69,9 @@ std::int32_t RuleTable::indexOf(const AbstractRule *pRule) const
     return slot == m_rules.end() ? -1 : static_cast<std::int32_t>(slot - m_rules.begin());
 }
 
-std::vector<AbstractRule *> RuleTable::all() const
+std::vector<const AbstractRule *> RuleTable::all() const
 {
-    std::vector<AbstractRule *> rules;
+    std::vector<const AbstractRule *> rules;
     rules.reserve(m_rules.size());
     const Lock lock(m_mutex);
     for (const auto &pRule : m_rules) {
@@ -81,10 +82,17 @@ std::vector<AbstractRule *> RuleTable::all() const
     return rules;
 }
 
-AbstractRule *RuleTable::selectAt(PixelPoint point)
+bool RuleTable::isClear() const
 {
-    AbstractRule *pSelected = nullptr;
     const Lock lock(m_mutex);
+    return std::all_of(m_rules.begin(), m_rules.end(), [](const auto &pRule) { return pRule == nullptr; });
+}
+
+const AbstractRule *RuleTable::selectAt(PixelPoint point)
+{
+    const AbstractRule *pSelected = nullptr;
+    const Lock lock(m_mutex);
+    ++m_nChanges;
     for (const auto &pRule : m_rules) {
         if (!pRule) {
             continue;
@@ -107,27 +115,23 @@ bool RuleTable::isEmpty(std::int32_t nId) const
 
 bool RuleTable::addPoint(std::int32_t nId, PixelPoint point, RuleAction action)
 {
-    const Lock lock(m_mutex);
-    AbstractRule *pRule = find(nId);
-    return pRule != nullptr && pRule->addPoint(point, action);
+    return change(nId, [point, action](AbstractRule &rule) { return rule.addPoint(point, action); });
 }
 
 bool RuleTable::editPoint(std::int32_t nId, PixelPoint point, RuleAction action)
 {
-    const Lock lock(m_mutex);
-    AbstractRule *pRule = find(nId);
-    return pRule != nullptr && pRule->editPoint(point, action);
+    return change(nId, [point, action](AbstractRule &rule) { return rule.editPoint(point, action); });
 }
 
 bool RuleTable::setArrowType(std::int32_t nId, std::uint16_t nArrowType)
 {
-    const Lock lock(m_mutex);
-    AbstractRule *pRule = find(nId);
-    if (pRule == nullptr || pRule->getType() != RuleType::LineWithArrow) {
-        return false;
-    }
-    static_cast<LineWithArrowRule *>(pRule)->setArrowType(nArrowType);
-    return true;
+    return change(nId, [nArrowType](AbstractRule &rule) {
+        if (rule.getType() != RuleType::LineWithArrow) {
+            return false;
+        }
+        static_cast<LineWithArrowRule &>(rule).setArrowType(nArrowType);
+        return true;
+    });
 }
 
 bool RuleTable::read(std::int32_t nId, void *pRecord) const
@@ -143,13 +147,10 @@ bool RuleTable::read(std::int32_t nId, void *pRecord) const
 
 bool RuleTable::write(std::int32_t nId, const void *pRecord)
 {
-    const Lock lock(m_mutex);
-    AbstractRule *pRule = find(nId);
-    if (pRule == nullptr || pRecord == nullptr) {
-        return false;
-    }
-    writeCoordinates(*pRule, m_geometry, pRecord);
-    return true;
+    return pRecord != nullptr && change(nId, [this, pRecord](AbstractRule &rule) {
+               writeCoordinates(rule, m_geometry, pRecord);
+               return true;
+           });
 }
 
 std::optional<RuleReport> RuleTable::report(std::int32_t nId) const
@@ -185,6 +186,7 @@ PictureGeometry RuleTable::geometry() const
 void RuleTable::move(std::int32_t dx, std::int32_t dy)
 {
     const Lock lock(m_mutex);
+    ++m_nChanges;
     m_geometry.move(dx, dy);
     for (const auto &pRule : m_rules) {
         if (pRule) {
@@ -196,10 +198,22 @@ void RuleTable::move(std::int32_t dx, std::int32_t dy)
 void RuleTable::scale(float fx, float fy)
 {
     const Lock lock(m_mutex);
+    ++m_nChanges;
     m_geometry.scale(fx, fy);
     for (const auto &pRule : m_rules) {
         if (pRule) {
             pRule->scale(fx, fy);
+        }
+    }
+}
+
+void RuleTable::setPicture(const PixelRect &picture)
+{
+    const Lock lock(m_mutex);
+    m_geometry.setPicture(picture);
+    for (const auto &pRule : m_rules) {
+        if (pRule) {
+            pRule->setPicture(picture);
         }
     }
 }

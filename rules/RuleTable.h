@@ -3,7 +3,7 @@
 
 #include "rules/AbstractRule.h"
 #include "rules/CoordinateMapping.h"
-#include "rules/RuleInkCache.h"
+#include "rules/RuleLayer.h"
 #include "rules/RuleRecords.h"
 
 #include <array>
@@ -25,10 +25,12 @@ struct RuleReport {
 /**
  * The rules of one pane and the geometry that maps them to normalised coordinates.
  *
+ * Rules change through the table only, which counts the changes: the layer is good as long as the count stays.
+ *
  * Threads: any. One thread adds, edits and removes, another draws; the mutex is held for each operation, and for the
  *          whole of a drawing pass. Pointers to rules that are handed out stay valid as long as the thread that removes
- *          rules removes none: use them there only, and for what never changes about a rule.
- * Owns:    its rules.
+ *          rules removes none: use them there only.
+ * Owns:    its rules, and the layer of what they look like.
  * Units:   pixels of the pane; records in thousandths of the picture.
  * Errors:  -1, null or false.
  */
@@ -36,18 +38,21 @@ class RuleTable
 {
 public:
     static constexpr std::int32_t kCapacity = 64;
+    using Slots = std::array<std::unique_ptr<AbstractRule>, kCapacity>;
 
     /** Puts the rule into the lowest free slot, whose number is its id; -1 when none is free, and the rule is gone. */
     std::int32_t add(std::unique_ptr<AbstractRule> pRule);
     /** False only for an id that no slot has; an empty slot is fine. */
     bool remove(std::int32_t nId);
 
-    [[nodiscard]] AbstractRule *get(std::int32_t nId) const;
+    [[nodiscard]] const AbstractRule *get(std::int32_t nId) const;
     [[nodiscard]] std::int32_t indexOf(const AbstractRule *pRule) const;
     /** The live rules by id. */
-    [[nodiscard]] std::vector<AbstractRule *> all() const;
+    [[nodiscard]] std::vector<const AbstractRule *> all() const;
+    /** Whether there is no rule. */
+    [[nodiscard]] bool isClear() const;
     /** Selects the rule with the lowest id under the point and no other; null when there is none. */
-    AbstractRule *selectAt(PixelPoint point);
+    const AbstractRule *selectAt(PixelPoint point);
     /** True when the slot holds a rule that has no geometry yet. */
     [[nodiscard]] bool isEmpty(std::int32_t nId) const;
 
@@ -72,24 +77,30 @@ public:
     void move(std::int32_t dx, std::int32_t dy);
     /** Scales the picture and every rule about the pane's origin. */
     void scale(float fx, float fy);
+    /** Puts the picture there; the rules stay where they are, and take it as their picture. */
+    void setPicture(const PixelRect &picture);
 
-    /** Calls visit(AbstractRule &) for each live rule by id, under the lock: it must not come back to the table. */
-    template <typename Visit>
-    void forEach(Visit visit)
-    {
-        forEachWithInk([&visit](AbstractRule &rule, RuleInkCache & /*ink*/) { visit(rule); });
-    }
-    /** The same with visit(AbstractRule &, RuleInkCache &): what was kept of the rule's looks, for one drawing thread.
-     */
-    template <typename Visit>
-    void forEachWithInk(Visit visit)
+    /** Gives what change(AbstractRule &) gives; false without a rule. It must not come back to the table. */
+    template <typename Change>
+    bool change(std::int32_t nId, Change change)
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        for (std::size_t i = 0; i < m_rules.size(); ++i) {
-            if (m_rules[i]) {
-                visit(*m_rules[i], m_inks[i]);
-            }
+        AbstractRule *const pRule = find(nId);
+        if (pRule == nullptr) {
+            return false;
         }
+        ++m_nChanges;
+        return change(*pRule);
+    }
+    /**
+     * Calls pass(const Slots &, std::uint64_t nChanges, RuleLayer &) under the lock: it must not come back to the
+     * table. Rules are not changed but by their drawing.
+     */
+    template <typename Pass>
+    void paint(Pass pass)
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        pass(m_rules, m_nChanges, m_layer);
     }
 
 private:
@@ -97,10 +108,11 @@ private:
 
     /** Guards everything below, the rules' geometry too: a frame that meets a growing array would crash. */
     mutable std::mutex m_mutex;
-    std::array<std::unique_ptr<AbstractRule>, kCapacity> m_rules;
-    /** Of the rule in the same slot. */
-    std::array<RuleInkCache, kCapacity> m_inks;
+    Slots m_rules;
     PictureGeometry m_geometry;
+    /** Counts everything that may have changed what is drawn. */
+    std::uint64_t m_nChanges = 0;
+    RuleLayer m_layer;
 };
 
 } // namespace pellora

@@ -24,13 +24,11 @@ void RuleText::setText(std::string text, std::int32_t nAnchorMode, std::int32_t 
     m_text = std::move(text);
     m_nAnchorMode = nAnchorMode;
     m_nDockMode = nDockMode;
-    touch();
 }
 
 void RuleText::setPoint(PixelPoint point)
 {
     const PixelPoint corner = placement().clamped(point);
-    touch();
     if (m_nAnchorMode == kTopLeft) {
         m_box.left = corner.x;
         m_box.top = corner.y;
@@ -42,7 +40,7 @@ void RuleText::setPoint(PixelPoint point)
 
 bool RuleText::isEmpty() const
 {
-    // Only the bottom is compared the other way round. Hosts rely on a fresh text not waiting to be drawn.
+    // Only the bottom is compared the other way round. docs/compatibility.md: fresh-text-not-empty.
     return m_text.empty() && m_box.left == 0 && m_box.top == 0 && m_box.right == 0 && m_box.bottom != 0;
 }
 
@@ -82,7 +80,7 @@ bool RuleText::editPoint(PixelPoint point, RuleAction action)
         setLastPoint(point);
         return true;
     }
-    // The way counts as gone even when the box may not follow: a refused drag is not made up for later.
+    // The drag is measured before the limits are checked. docs/compatibility.md: rejected-drag-is-lost.
     moveBox(dragTo(point));
     return true;
 }
@@ -103,11 +101,11 @@ void RuleText::moveBox(PixelPoint way)
         box.left = wrappingSubtract(picture.right, nWidth);
     }
     m_box = box;
-    touch();
 }
 
 bool RuleText::scale(float fx, float fy)
 {
+    // docs/compatibility.md: text-moves-left-top.
     m_box.left = scaled(m_box.left, fx);
     m_box.top = scaled(m_box.top, fy);
     return AbstractRule::scale(fx, fy);

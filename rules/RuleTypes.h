@@ -86,6 +86,11 @@ struct PixelSize {
     std::int32_t height = 0;
 };
 
+[[nodiscard]] constexpr bool operator==(PixelSize a, PixelSize b)
+{
+    return a.width == b.width && a.height == b.height;
+}
+
 } // namespace pellora
 
 #endif

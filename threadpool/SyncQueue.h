@@ -49,7 +49,8 @@ public:
         if (m_needStop) {
             return;
         }
-        // The capacity is tested once for the whole list, which may exceed it: a caller's list stays together.
+        // The capacity is tested once for the whole list, which stays together;
+        // docs/compatibility.md: pool-list-overfills.
         m_queue.insert(m_queue.end(), list.begin(), list.end());
         m_notEmpty.notify_one();
     }
@@ -111,8 +112,8 @@ private:
 
     static void Tell(const char *pWhat)
     {
-        // The comma is the full-width one of code page 936, byte for byte, whatever this file's encoding: programs
-        // read these lines.
+        // The comma is the full-width one of code page 936, whatever this file's encoding;
+        // docs/compatibility.md: pool-console-lines.
         std::ostringstream line;
         line << pWhat << "\xA3\xAC"
              << "thread id: " << std::this_thread::get_id() << '\n';

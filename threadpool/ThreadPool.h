@@ -21,7 +21,8 @@ namespace publicdatacontroller
  * Threads: tasks are added from any thread, in parallel; stopped and destroyed on a thread that is not a worker.
  * Owns:    its threads, and each task from AddTask on until it has run, unless the task said donotDelete(). Tasks that
  *          are still queued when the pool stops, or come later, are neither run nor deleted.
- * Errors:  none. Adding waits while 10000 tasks are queued. A null task ends the worker that takes it.
+ * Errors:  none. Adding waits while 10000 tasks are queued. docs/compatibility.md: pool-forgets-at-stop, and a null
+ *          task ends the worker that takes it (pool-null-task).
  */
 class PELLORA_POOL_API ThreadPool
 {

@@ -1,5 +1,5 @@
-#ifndef TESTS_DROVEL_DROVELFIXTURE_H
-#define TESTS_DROVEL_DROVELFIXTURE_H
+#ifndef DROVEL_TESTS_DROVELFIXTURE_H
+#define DROVEL_TESTS_DROVELFIXTURE_H
 
 #include "Drovel/Drovel.h"
 #include "tests/doubles/DoubleControl.h"

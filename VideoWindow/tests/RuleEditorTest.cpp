@@ -5,10 +5,12 @@
 
 #include "VideoWindow/tests/RuleReports.h"
 #include "interface/Pellora.h"
+#include "rules/tests/RuleTestSupport.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <sstream>
 #include <string>
@@ -175,110 +177,116 @@ TEST_P(DrawingTest, ReportsEveryStep)
     EXPECT_EQ(mouse(GetParam().mouse), reports(0, GetParam().type, GetParam().reports));
 }
 
+std::vector<Row> drawnPoints(RuleType type)
+{
+    return {
+        {"TakesThePlaceOfOneClick", type, "L+100,200", {"0: 100,200"}},
+        {"TakesAClickOutsideThePicture", type, "L+-5,1200", {"0: -5,1200"}},
+        {"HeedsNothingButALeftPress", type, "M1,1 R+2,2 R-2,2 X+3,3 X-3,3 L-4,4 L+100,200", {"0: 100,200"}},
+        // Without a rule in hand a press at the rule is an edit, a move is nothing.
+        {"IsForgottenAfterItsClick", type, "L+100,200 L-100,200 M300,300 R+300,300", {"0: 100,200"}},
+    };
+}
+
+std::vector<Row> drawnLines(RuleType type)
+{
+    return {
+        {"IsDrawnByTwoClicks",
+         type,
+         "L+10,20 L-10,20 M30,40 L+50,60 L-50,60 M70,80",
+         // The first release moves nothing, yet each event while it is drawn is reported.
+         {"2: 10,20 10,20", "2: 10,20 10,20", "2: 10,20 30,40", "0: 10,20 50,60"}},
+        {"HeedsNothingBeforeItsFirstClick", type, "M1,1 R+2,2 L-3,3 X+4,4 L+10,20", {"2: 10,20 10,20"}},
+        {"IgnoresTheOtherButtonsWhileItIsDrawn",
+         type,
+         "L+10,20 R+90,90 R-90,90 X+80,80",
+         {"2: 10,20 10,20", "2: 10,20 10,20", "2: 10,20 10,20", "2: 10,20 10,20"}},
+        // The pane ends at 1000, which still counts as inside.
+        {"FollowsTheMouseOnlyInsideThePane",
+         type,
+         "L+10,20 M1000,1000 M1001,5 M5,1001 M-1,5 M5,-1",
+         {"2: 10,20 10,20", "2: 10,20 1000,1000", "2: 10,20 1000,1000", "2: 10,20 1000,1000", "2: 10,20 1000,1000",
+          "2: 10,20 1000,1000"}},
+        {"EndsWhereverItIsClicked", type, "L+10,20 L+-30,2000", {"2: 10,20 10,20", "0: 10,20 -30,2000"}},
+        // Both ends at zero are no geometry: the second click begins it once more.
+        {"BeginsAgainAfterAClickAtTheCorner",
+         type,
+         "L+0,0 L+50,60 L+70,80",
+         {"2: 0,0 0,0", "2: 50,60 50,60", "0: 50,60 70,80"}},
+    };
+}
+
+std::vector<Row> drawnRects(RuleType type)
+{
+    return {
+        {"IsDrawnByOneDrag",
+         type,
+         "L+100,200 M150,300 L-160,310 M400,400",
+         {"2: 100,200 100,200", "2: 100,200 150,300", "0: 100,200 160,310"}},
+        {"IsOrderedWhicheverWayItIsDragged",
+         type,
+         "L+300,400 M200,500 M100,100 L-350,50",
+         {"2: 300,400 300,400", "2: 200,400 300,500", "2: 100,100 300,400", "0: 300,50 350,400"}},
+        {"TakesAReleaseOutsideThePane",
+         type,
+         "L+100,100 M2000,50 L-2000,50",
+         {"2: 100,100 100,100", "2: 100,100 100,100", "0: 100,50 2000,100"}},
+        {"HeedsNoReleaseBeforeItsPress", type, "L-1,1 M2,2 R+3,3 L+100,100", {"2: 100,100 100,100"}},
+        // The release went to another window. The shape goes on where it was, and the next release ends it.
+        {"GoesOnAfterALostRelease",
+         type,
+         "L+100,100 M200,200 L+300,300 M400,400 L-500,500",
+         {"2: 100,100 100,100", "2: 100,100 200,200", "2: 100,100 200,200", "2: 100,100 400,400",
+          "0: 100,100 500,500"}},
+        {"IgnoresTheRightButton",
+         type,
+         "L+100,100 R+300,300 R-300,300 L-200,200",
+         {"2: 100,100 100,100", "2: 100,100 100,100", "2: 100,100 100,100", "0: 100,100 200,200"}},
+    };
+}
+
+std::vector<Row> drawnPolygons(RuleType type)
+{
+    return {
+        // Four points: each click adds one at the mouse, which the next click fixes; the fourth click ends it.
+        {"IsCompleteWithItsFourthClick",
+         type,
+         "L+100,100 M200,110 L+200,110 M210,200 L+210,200 M120,210 L+120,210 M500,500",
+         {"2: 2 100,100 100,100", "2: 2 100,100 200,110", "2: 3 100,100 200,110 200,110",
+          "2: 3 100,100 200,110 210,200", "2: 4 100,100 200,110 210,200 210,200",
+          "2: 4 100,100 200,110 210,200 120,210", "0: 4 100,100 200,110 210,200 120,210"}},
+        // The last click fixes the point where the mouse was before it.
+        {"EndsAtTheLastMove",
+         type,
+         "L+100,100 L+200,110 L+210,200 M50,60 L+120,210",
+         {"2: 2 100,100 100,100", "2: 3 100,100 100,100 200,110", "2: 4 100,100 100,100 200,110 210,200",
+          "2: 4 100,100 100,100 200,110 50,60", "0: 4 100,100 100,100 200,110 50,60"}},
+        // It may not end early: the right button is a move.
+        {"IsMovedByTheRightButton",
+         type,
+         "L+100,100 R+300,310 R-1,1 L-2,2",
+         {"2: 2 100,100 100,100", "2: 2 100,100 300,310", "2: 2 100,100 300,310", "2: 2 100,100 300,310"}},
+        {"WaitsForItsFirstPointAfterARightClick",
+         type,
+         "R+300,310 M4,4 L+100,100",
+         {"2: 0", "2: 0", "2: 2 100,100 100,100"}},
+        {"HeedsNothingBeforeItsFirstClick", type, "M1,1 L-2,2 R-2,2 X+3,3", {}},
+        {"FollowsTheMouseOutOfThePane", type, "L+100,100 M-50,2000", {"2: 2 100,100 100,100", "2: 2 100,100 -50,2000"}},
+    };
+}
+
 std::vector<Row> drawingRows()
 {
     std::vector<Row> rows;
-    for (const RuleType type : {RuleType::Point, RuleType::PointWithCross}) {
-        rows.insert(
-            rows.end(),
-            {
-                {"TakesThePlaceOfOneClick", type, "L+100,200", {"0: 100,200"}},
-                {"TakesAClickOutsideThePicture", type, "L+-5,1200", {"0: -5,1200"}},
-                {"HeedsNothingButALeftPress", type, "M1,1 R+2,2 R-2,2 X+3,3 X-3,3 L-4,4 L+100,200", {"0: 100,200"}},
-                // Without a rule in hand a press at the rule is an edit, a move is nothing.
-                {"IsForgottenAfterItsClick", type, "L+100,200 L-100,200 M300,300 R+300,300", {"0: 100,200"}},
-            });
-    }
-    for (const RuleType type : {RuleType::Line, RuleType::LineWithText}) {
-        rows.insert(
-            rows.end(),
-            {
-                {"IsDrawnByTwoClicks",
-                 type,
-                 "L+10,20 L-10,20 M30,40 L+50,60 L-50,60 M70,80",
-                 // The first release moves nothing, yet each event while it is drawn is reported.
-                 {"2: 10,20 10,20", "2: 10,20 10,20", "2: 10,20 30,40", "0: 10,20 50,60"}},
-                {"HeedsNothingBeforeItsFirstClick", type, "M1,1 R+2,2 L-3,3 X+4,4 L+10,20", {"2: 10,20 10,20"}},
-                {"IgnoresTheOtherButtonsWhileItIsDrawn",
-                 type,
-                 "L+10,20 R+90,90 R-90,90 X+80,80",
-                 {"2: 10,20 10,20", "2: 10,20 10,20", "2: 10,20 10,20", "2: 10,20 10,20"}},
-                // The pane ends at 1000, which still counts as inside.
-                {"FollowsTheMouseOnlyInsideThePane",
-                 type,
-                 "L+10,20 M1000,1000 M1001,5 M5,1001 M-1,5 M5,-1",
-                 {"2: 10,20 10,20", "2: 10,20 1000,1000", "2: 10,20 1000,1000", "2: 10,20 1000,1000",
-                  "2: 10,20 1000,1000", "2: 10,20 1000,1000"}},
-                {"EndsWhereverItIsClicked", type, "L+10,20 L+-30,2000", {"2: 10,20 10,20", "0: 10,20 -30,2000"}},
-                // Both ends at zero are no geometry: the second click begins it once more.
-                {"BeginsAgainAfterAClickAtTheCorner",
-                 type,
-                 "L+0,0 L+50,60 L+70,80",
-                 {"2: 0,0 0,0", "2: 50,60 50,60", "0: 50,60 70,80"}},
-            });
-    }
-    for (const RuleType type : {RuleType::Rect, RuleType::RectWithText}) {
-        rows.insert(
-            rows.end(),
-            {
-                {"IsDrawnByOneDrag",
-                 type,
-                 "L+100,200 M150,300 L-160,310 M400,400",
-                 {"2: 100,200 100,200", "2: 100,200 150,300", "0: 100,200 160,310"}},
-                {"IsOrderedWhicheverWayItIsDragged",
-                 type,
-                 "L+300,400 M200,500 M100,100 L-350,50",
-                 {"2: 300,400 300,400", "2: 200,400 300,500", "2: 100,100 300,400", "0: 300,50 350,400"}},
-                {"TakesAReleaseOutsideThePane",
-                 type,
-                 "L+100,100 M2000,50 L-2000,50",
-                 {"2: 100,100 100,100", "2: 100,100 100,100", "0: 100,50 2000,100"}},
-                {"HeedsNoReleaseBeforeItsPress", type, "L-1,1 M2,2 R+3,3 L+100,100", {"2: 100,100 100,100"}},
-                // The release went to another window. The shape goes on where it was, and the next release ends it.
-                {"GoesOnAfterALostRelease",
-                 type,
-                 "L+100,100 M200,200 L+300,300 M400,400 L-500,500",
-                 {"2: 100,100 100,100", "2: 100,100 200,200", "2: 100,100 200,200", "2: 100,100 400,400",
-                  "0: 100,100 500,500"}},
-                {"IgnoresTheRightButton",
-                 type,
-                 "L+100,100 R+300,300 R-300,300 L-200,200",
-                 {"2: 100,100 100,100", "2: 100,100 100,100", "2: 100,100 100,100", "0: 100,100 200,200"}},
-            });
-    }
-    for (const RuleType type : {RuleType::Polygon, RuleType::PolygonWithText}) {
-        rows.insert(
-            rows.end(),
-            {
-                // Four points: each click adds one at the mouse, which the next click fixes; the fourth click ends it.
-                {"IsCompleteWithItsFourthClick",
-                 type,
-                 "L+100,100 M200,110 L+200,110 M210,200 L+210,200 M120,210 L+120,210 M500,500",
-                 {"2: 2 100,100 100,100", "2: 2 100,100 200,110", "2: 3 100,100 200,110 200,110",
-                  "2: 3 100,100 200,110 210,200", "2: 4 100,100 200,110 210,200 210,200",
-                  "2: 4 100,100 200,110 210,200 120,210", "0: 4 100,100 200,110 210,200 120,210"}},
-                // The last click fixes the point where the mouse was before it.
-                {"EndsAtTheLastMove",
-                 type,
-                 "L+100,100 L+200,110 L+210,200 M50,60 L+120,210",
-                 {"2: 2 100,100 100,100", "2: 3 100,100 100,100 200,110", "2: 4 100,100 100,100 200,110 210,200",
-                  "2: 4 100,100 100,100 200,110 50,60", "0: 4 100,100 100,100 200,110 50,60"}},
-                // It may not end early: the right button is a move.
-                {"IsMovedByTheRightButton",
-                 type,
-                 "L+100,100 R+300,310 R-1,1 L-2,2",
-                 {"2: 2 100,100 100,100", "2: 2 100,100 300,310", "2: 2 100,100 300,310", "2: 2 100,100 300,310"}},
-                {"WaitsForItsFirstPointAfterARightClick",
-                 type,
-                 "R+300,310 M4,4 L+100,100",
-                 {"2: 0", "2: 0", "2: 2 100,100 100,100"}},
-                {"HeedsNothingBeforeItsFirstClick", type, "M1,1 L-2,2 R-2,2 X+3,3", {}},
-                {"FollowsTheMouseOutOfThePane",
-                 type,
-                 "L+100,100 M-50,2000",
-                 {"2: 2 100,100 100,100", "2: 2 100,100 -50,2000"}},
-            });
-    }
+    const auto append = [&rows](const std::vector<Row> &more) { rows.insert(rows.end(), more.begin(), more.end()); };
+    append(drawnPoints(RuleType::Point));
+    append(drawnPoints(RuleType::PointWithCross));
+    append(drawnLines(RuleType::Line));
+    append(drawnLines(RuleType::LineWithText));
+    append(drawnRects(RuleType::Rect));
+    append(drawnRects(RuleType::RectWithText));
+    append(drawnPolygons(RuleType::Polygon));
+    append(drawnPolygons(RuleType::PolygonWithText));
     return rows;
 }
 
@@ -735,6 +743,79 @@ TEST_F(RuleEditorTest, DrawsWithoutACallback)
     create(RuleType::Rect);
     EXPECT_THAT(mouse("L+100,100 M150,150 L-200,200"), IsEmpty());
     EXPECT_EQ(coordinates(0, RuleType::Rect), "100,100 200,200");
+}
+
+TEST_F(RuleEditorTest, KeepsTheEditThatBeganWhileTheHostWasToldOfANewRule)
+{
+    place(RuleType::Point, {500, 500});
+    create(RuleType::Point);
+    // A message box in the callback runs a message loop, in which the mouse grabs the other rule.
+    rulereports::whenReported([this](unsigned char byState) {
+        if (byState == 0) {
+            m_editor.handle(eventFrom("L+500,500"));
+        }
+    });
+    EXPECT_EQ(mouse("L+10,20").size(), 2U);
+    rulereports::whenReported(nullptr);
+
+    EXPECT_EQ(mouse("M510,520 L-530,540"), reports(0, RuleType::Point, {"4: 510,520"}));
+    EXPECT_EQ(coordinates(0, RuleType::Point), "530,540");
+}
+
+TEST_F(RuleEditorTest, KeepsTheDrawingThatBeganWhileTheHostWasToldOfANewRule)
+{
+    create(RuleType::Point);
+    bool bCreated = false;
+    rulereports::whenReported([&](unsigned char byState) {
+        if (byState == 0 && !bCreated) {
+            bCreated = true;
+            create(RuleType::Line);
+            m_editor.handle(eventFrom("L+100,100"));
+        }
+    });
+
+    Texts expected = reports(0, RuleType::Point, {"0: 10,20"});
+    // Once, for its own event.
+    expected.push_back(report(1, RuleType::Line, "2: 100,100 100,100"));
+    EXPECT_EQ(mouse("L+10,20"), expected);
+    EXPECT_EQ(mouse("M150,150 L+200,200"), reports(1, RuleType::Line, {"2: 100,100 150,150", "0: 100,100 200,200"}));
+}
+
+TEST_F(RuleEditorTest, HasNoRuleInHandWhileTheHostIsToldThatItIsDrawn)
+{
+    create(RuleType::Point);
+    bool bTold = false;
+    rulereports::whenReported([&](unsigned char /*byState*/) {
+        if (bTold) {
+            return;
+        }
+        bTold = true;
+        // A rule in hand would be drawn once more after it has been emptied.
+        const tagPELLORA_RULE_POINT corner = {{0, 0}};
+        m_rules.setRuleCoode(0, &corner);
+        m_editor.handle(eventFrom("L+50,60"));
+    });
+    EXPECT_EQ(mouse("L+10,20").size(), 1U);
+    EXPECT_EQ(coordinates(0, RuleType::Point), "0,0");
+}
+
+// ---- every type ----
+
+TEST_F(RuleEditorTest, DrawsEveryTypeThatDoesNotStandFromTheStart)
+{
+    for (const RuleType type : kAllTypes) {
+        const long lRuleID = create(type);
+        const Texts told = mouse("L+100,100 M150,150 L-150,150 L+210,100 M210,100 L+210,220 L+90,220 M90,220 L+95,230");
+        const bool bStands = type == RuleType::Text || type == RuleType::LineWithArrow;
+        const auto isDrawn = [&](const std::string &text) {
+            return text.rfind("rule " + std::to_string(lRuleID) + " type " + std::to_string(static_cast<int>(type)) +
+                                  " state 0",
+                              0) == 0;
+        };
+        EXPECT_EQ(std::count_if(told.begin(), told.end(), isDrawn), bStands ? 0 : 1) << static_cast<int>(type);
+        m_rules.clearRules();
+        mouse("L-95,230");
+    }
 }
 
 // ---- the other origin ----

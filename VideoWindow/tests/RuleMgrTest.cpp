@@ -2,6 +2,7 @@
 #include "VideoWindow/HostMemory.h"
 #include "rules/RuleLine.h"
 #include "rules/RulePolygon.h"
+#include "rules/tests/RecordingCanvas.h"
 
 #include <gtest/gtest.h>
 
@@ -146,7 +147,7 @@ TEST_F(RuleMgrTest, TakesCaptionsWithoutAnEndAndPolygonExtensionsOfThreeBytes)
             EXPECT_TRUE(m_rules.addPoint(lRuleID, {i * 9, i}, RuleAction::LeftPress)); // two, then one each
         }
         EXPECT_FALSE(m_rules.addPoint(lRuleID, {99, 9}, RuleAction::LeftPress));
-        EXPECT_EQ(static_cast<RulePolygon *>(m_rules.getRule(lRuleID))->getPoints().size(), 6U);
+        EXPECT_EQ(static_cast<const RulePolygon *>(m_rules.getRule(lRuleID))->getPoints().size(), 6U);
     }
     EXPECT_EQ(readHostText(caption.get()), "captionABCDEFGHIJ");
     EXPECT_EQ(readHostText(static_cast<char *>(caption.get()) + 17), "");
@@ -154,12 +155,35 @@ TEST_F(RuleMgrTest, TakesCaptionsWithoutAnEndAndPolygonExtensionsOfThreeBytes)
     EXPECT_EQ(readHostText(std::string(5000, 'x').c_str()).size(), 1024U);
 }
 
+TEST_F(RuleMgrTest, GivesACaptionToTheTypesThatShowOne)
+{
+    constexpr char kShapeAndCaption[] = "\x04\x00\x01"
+                                        "caption";
+    for (const RuleType type : kAllTypes) {
+        const bool bPolygon = familyOf(type) == RuleFamily::Polygon;
+        const auto drawn = [&](const void *pExtend) {
+            const auto pRule = m_rules.makeRule(type, pExtend, 0);
+            pRule->addPoint({100, 100}, RuleAction::LeftPress);
+            pRule->addPoint({300, 300}, RuleAction::LeftPress);
+            RecordingCanvas canvas;
+            pRule->draw(canvas);
+            return canvas.notes();
+        };
+        const bool bShown = type == RuleType::RectWithText || type == RuleType::PolygonWithText ||
+                            type == RuleType::LineWithText || type == RuleType::PointWithCross;
+        EXPECT_EQ(drawn(kShapeAndCaption + (bPolygon ? 0 : RulePolygonExtension::kCaptionOffset)) != drawn(nullptr),
+                  bShown)
+            << static_cast<int>(type);
+    }
+}
+
 TEST_F(RuleMgrTest, ReportsTheRecordTheHandleThePaneAndTheSize)
 {
     const long lRuleID = m_rules.createRule(RuleType::LineWithText, 0, nullptr, 0);
     EXPECT_FALSE(m_rules.notifyRuleCoord(lRuleID, 2));
     EXPECT_TRUE(m_rules.setRuleCoordCallback(takeReport, 5, 7));
-    static_cast<RuleLine *>(m_rules.getRule(lRuleID))->setPoints({1, 2}, {3, 4});
+    const RuleLineRecord coordinates = {{1, 2}, {3, 4}};
+    EXPECT_TRUE(m_rules.setRuleCoode(lRuleID, &coordinates));
     EXPECT_TRUE(m_rules.notifyRuleCoord(lRuleID, 4));
     ASSERT_EQ(g_reports.size(), 1U);
     const Report &report = g_reports[0];

@@ -93,12 +93,12 @@ protected:
         EXPECT_THAT(doubles::openPreviews(), IsEmpty());
     }
 
-    /** A start task that keeps its results here; deleted at the end of the test. */
+    /** A start task that keeps its results here; let go at the end of the test. */
     TakeStreamTask &newStart(long lUserID = 7)
     {
-        m_tasks.push_back(std::make_unique<TakeStreamTask>(lUserID, &m_request, nullptr));
-        TakeStreamTask &task = *m_tasks.back();
-        task.donotDelete();
+        auto *const pTask = new TakeStreamTask(lUserID, &m_request, nullptr);
+        m_tasks.emplace_back(pTask);
+        TakeStreamTask &task = *pTask;
         QObject::connect(&task, &TakeStreamTask::signalTakeStreamResult, [this](LONG lPreviewHandel) {
             m_lResult = lPreviewHandel;
             m_nResultThread = GetCurrentThreadId();
@@ -132,7 +132,7 @@ protected:
     static TakeStreamMgr *s_pFirst;
 
     SELVIK_DCM_PREVIEW_INFO m_request = {};
-    std::vector<std::unique_ptr<TakeStreamTask>> m_tasks;
+    std::vector<pellora::PreviewStart::Owned> m_tasks;
     std::atomic<long> m_lResult{-99};
     std::atomic<unsigned long> m_nResultThread{0};
     std::atomic<int> m_nResults{0};
@@ -400,13 +400,15 @@ TEST_F(TakeStreamTest, EmitsTheResultOnAThreadOfThePoolAndLeavesTheTaskToItsOwne
     TakeStreamMgr::getInstance()->startThreadPool();
     TakeStreamTask &task = newStart();
 
-    EXPECT_TRUE(TakeStreamMgr::getInstance()->addTask(&task));
+    TakeStreamMgr::getInstance()->queueStart(task);
 
+    EXPECT_TRUE(task.isQueued());
+    EXPECT_FALSE(task.needDelete());
     EXPECT_TRUE(support::pumpUntil([&] { return m_nResults == 1; }, kLong));
     EXPECT_NE(m_nResultThread, GetCurrentThreadId());
     EXPECT_EQ(m_nResultThread, doubles::startRequests().front().threadId);
     TakeStreamMgr::getInstance()->stopThreadPool();
-    EXPECT_EQ(task.result(), std::optional<long>(m_lResult));
+    EXPECT_EQ(task.takeResult(), std::optional<long>(m_lResult));
     stopWhatRuns();
 }
 
@@ -414,7 +416,7 @@ TEST_F(TakeStreamTest, EndsItsPoolOnlyWhenARunningStartHasToldItsResult)
 {
     TakeStreamMgr::getInstance()->startThreadPool();
     doubles::hold("SELVIK_DCM_StartPreview");
-    TakeStreamMgr::getInstance()->addTask(&newStart());
+    TakeStreamMgr::getInstance()->queueStart(newStart());
     ASSERT_TRUE(support::pumpUntil([] { return doubles::heldCalls("SELVIK_DCM_StartPreview") == 1; }, kLong));
 
     stopPoolOverRunningTasks();
@@ -431,11 +433,11 @@ TEST_F(TakeStreamTest, AnswersQueuedStartsAndCarriesQueuedStopsOutWhenThePoolEnd
     const long lPreview = m_lResult;
     m_nResults = 0;
     doubles::hold("SELVIK_DCM_StopPreview");
-    TakeStreamMgr::getInstance()->addTask(new StopTakeStreamTask(900));
-    TakeStreamMgr::getInstance()->addTask(new StopTakeStreamTask(901));
+    TakeStreamMgr::getInstance()->queueStop(900);
+    TakeStreamMgr::getInstance()->queueStop(901);
     ASSERT_TRUE(support::pumpUntil([] { return doubles::heldCalls("SELVIK_DCM_StopPreview") == 2; }, kLong));
-    TakeStreamMgr::getInstance()->addTask(&newStart());
-    TakeStreamMgr::getInstance()->addTask(new StopTakeStreamTask(lPreview));
+    TakeStreamMgr::getInstance()->queueStart(newStart());
+    TakeStreamMgr::getInstance()->queueStop(lPreview);
     doubles::clearCalls();
 
     stopPoolOverRunningTasks();
@@ -451,8 +453,8 @@ TEST_F(TakeStreamTest, DropsOtherQueuedTasksWhenThePoolEnds)
 {
     TakeStreamMgr::getInstance()->startThreadPool();
     doubles::hold("SELVIK_DCM_StopPreview");
-    TakeStreamMgr::getInstance()->addTask(new StopTakeStreamTask(900));
-    TakeStreamMgr::getInstance()->addTask(new StopTakeStreamTask(901));
+    TakeStreamMgr::getInstance()->queueStop(900);
+    TakeStreamMgr::getInstance()->queueStop(901);
     ASSERT_TRUE(support::pumpUntil([] { return doubles::heldCalls("SELVIK_DCM_StopPreview") == 2; }, kLong));
     std::atomic<int> nRun{0};
     std::atomic<int> nDeleted{0};
@@ -472,13 +474,13 @@ TEST_F(TakeStreamTest, StopsItselfWhatItsOwnerHasGivenUp)
     TakeStreamMgr::getInstance()->startThreadPool();
     doubles::hold("SELVIK_DCM_StartPreview");
     TakeStreamTask &task = newStart();
-    TakeStreamMgr::getInstance()->addTask(&task);
+    TakeStreamMgr::getInstance()->queueStart(task);
     ASSERT_TRUE(support::pumpUntil([] { return doubles::heldCalls("SELVIK_DCM_StartPreview") == 1; }, kLong));
     std::atomic<int> nDeleted{0};
     QObject::connect(&task, &QObject::destroyed, [&nDeleted] { ++nDeleted; });
 
-    EXPECT_EQ(task.abandon(), std::nullopt);
-    static_cast<void>(m_tasks.back().release());
+    m_tasks.clear();
+    EXPECT_EQ(nDeleted, 0);
     doubles::letAllThrough();
 
     EXPECT_TRUE(support::pumpUntil([&] { return nDeleted == 1; }, kLong));
@@ -490,27 +492,76 @@ TEST_F(TakeStreamTest, StopsItselfWhatItsOwnerHasGivenUp)
 TEST_F(TakeStreamTest, DoesNotEvenStartWhatItsOwnerHasGivenUpBefore)
 {
     TakeStreamTask &task = newStart();
+    task.setQueued(true);
     std::atomic<int> nDeleted{0};
     QObject::connect(&task, &QObject::destroyed, [&nDeleted] { ++nDeleted; });
-    EXPECT_EQ(task.abandon(), std::nullopt);
-    TakeStreamTask *const pTask = m_tasks.back().release();
+    m_tasks.clear();
+    EXPECT_EQ(nDeleted, 0);
 
-    pTask->run();
+    task.run();
 
     EXPECT_EQ(nDeleted, 1);
     EXPECT_EQ(m_nResults, 0);
     EXPECT_THAT(doubles::callTexts(), IsEmpty());
 }
 
-TEST_F(TakeStreamTest, LeavesAPreviewToTheOwnerWhoGivesUpAfterTheResult)
+TEST_F(TakeStreamTest, IsDeletedWithItsOwnerWhenNoPoolHasIt)
+{
+    TakeStreamMgr::getInstance()->queueStart(newStart());
+    std::atomic<int> nDeleted{0};
+    QObject::connect(dynamic_cast<QObject *>(m_tasks.back().get()), &QObject::destroyed, [&nDeleted] { ++nDeleted; });
+
+    m_tasks.clear();
+
+    EXPECT_EQ(nDeleted, 1);
+}
+
+TEST_F(TakeStreamTest, IsStoppedByAnOwnerWhoLetsGoAfterTheResult)
 {
     TakeStreamTask &task = newStart();
+    task.setQueued(true);
     task.run();
+    EXPECT_THAT(doubles::openPreviews(), ElementsAre(m_lResult.load()));
 
-    EXPECT_EQ(task.abandon(), std::optional<long>(m_lResult));
+    m_tasks.clear();
+
+    EXPECT_THAT(doubles::openPreviews(), IsEmpty());
+}
+
+TEST_F(TakeStreamTest, LeavesAPreviewToTheOwnerWhoHasTakenItsResult)
+{
+    TakeStreamTask &task = newStart();
+    task.setQueued(true);
+    task.run();
+    EXPECT_EQ(task.takeResult(), std::optional<long>(m_lResult));
+
+    m_tasks.clear();
 
     EXPECT_THAT(doubles::openPreviews(), ElementsAre(m_lResult.load()));
     stopWhatRuns();
+}
+
+TEST_F(TakeStreamTest, AnswersAStartInWhichTheDeviceLibraryThrows)
+{
+    doubles::whenCalled("SELVIK_DCM_StartPreview", [] { throw std::bad_alloc(); });
+    TakeStreamTask &task = newStart();
+
+    task.run();
+
+    doubles::whenCalled("SELVIK_DCM_StartPreview", nullptr);
+    EXPECT_EQ(m_nResults, 1);
+    EXPECT_EQ(m_lResult, -1);
+    EXPECT_THAT(m_log.lines(), testing::Contains(IsTaskLine("ERROR", kStartRun, "exception: std::bad_alloc")));
+}
+
+TEST_F(TakeStreamTest, SurvivesAStopInWhichTheDeviceLibraryThrows)
+{
+    doubles::whenCalled("SELVIK_DCM_StopPreview", [] { throw std::bad_alloc(); });
+
+    StopTakeStreamTask(5).run();
+
+    doubles::whenCalled("SELVIK_DCM_StopPreview", nullptr);
+    EXPECT_THAT(m_log.lines(), testing::Contains(IsTaskLine("ERROR", kStopRun, "exception: std::bad_alloc")));
 }
 
 } // namespace

@@ -9,6 +9,8 @@
 #include <QMouseEvent>
 #include <QScreen>
 
+#include <stdexcept>
+
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -232,6 +234,34 @@ TEST_F(VideoWindowTest, SelectsNothingByARightClick)
     EXPECT_EQ(m_pFrame->geometry(), around(m_panes[0]));
 }
 
+/** A part of Qt, or of the host's Qt, that fails. */
+class FailingFilter : public QObject
+{
+public:
+    bool eventFilter(QObject *, QEvent *pEvent) override
+    {
+        if (pEvent->type() == QEvent::Move) {
+            throw std::runtime_error("no frame");
+        }
+        return false;
+    }
+};
+
+TEST_F(VideoWindowTest, SurvivesASelectionThatFails)
+{
+    PELLORA_SplitScreen(m_lHandle, 9);
+    m_log.clear();
+    FailingFilter filter;
+    m_pFrame->installEventFilter(&filter);
+
+    click(m_panes[5], Qt::LeftButton);
+
+    EXPECT_THAT(m_log.texts(), ElementsAre("ERROR exception: no frame"));
+    m_pFrame->removeEventFilter(&filter);
+    click(m_panes[4], Qt::LeftButton);
+    EXPECT_EQ(m_pFrame->geometry(), around(m_panes[4]));
+}
+
 TEST_F(VideoWindowTest, SelectsByAClickOnThePicture)
 {
     PELLORA_SplitScreen(m_lHandle, 4);
@@ -358,17 +388,61 @@ TEST_F(VideoWindowTest, SplitsInFullScreen)
     EXPECT_THAT(shownPanes(), testing::SizeIs(9));
 }
 
-TEST_F(VideoWindowTest, LeavesFullScreenWhenItIsDestroyed)
+TEST_F(VideoWindowTest, LeavesFullScreenWhenItIsHidden)
 {
+    const QRect before = m_pPlayArea->geometry();
     PELLORA_FullScreen(m_lHandle);
     support::pumpPosted();
 
-    EXPECT_EQ(PELLORA_DestroyWindow(m_lHandle), 1);
+    EXPECT_EQ(PELLORA_SetVisible(m_lHandle, 0), 1);
     support::pumpPosted();
 
-    for (const QWidget *pWidget : QApplication::topLevelWidgets()) {
+    for (const QWidget *pWidget : QApplication::allWidgets()) {
         EXPECT_FALSE(pWidget->isVisible()) << pWidget->metaObject()->className();
     }
+    EXPECT_FALSE(IsWindowVisible(nativeWindow(m_pPlayArea)));
+
+    EXPECT_EQ(PELLORA_SetVisible(m_lHandle, 1), 1);
+    support::pumpPosted();
+    EXPECT_EQ(m_pPlayArea->geometry(), before);
+    EXPECT_TRUE(IsWindowVisible(nativeWindow(m_pPlayArea)));
+    EXPECT_EQ(GetParent(nativeWindow(m_pPlayArea)), nativeWindow(m_pWindow));
+    EXPECT_EQ(PELLORA_FullScreen(m_lHandle), 1);
+    EXPECT_EQ(PELLORA_NormalScreen(m_lHandle), 1);
+    EXPECT_EQ(m_pPlayArea->geometry(), before);
+}
+
+TEST_F(VideoWindowTest, LeavesFullScreenWithItsNativeWindowsWhenTheHostGoes)
+{
+    playFile(m_lHandle);
+    const HWND hPlayArea = nativeWindow(m_pPlayArea);
+    const HWND hPicture = nativeWindow(childNamed(m_panes[0], "m_pLiveViewWnd"));
+    PELLORA_FullScreen(m_lHandle);
+    support::pumpPosted();
+
+    m_pHost->destroy();
+
+    // The player goes on drawing until it is stopped.
+    EXPECT_TRUE(IsWindow(hPicture));
+    EXPECT_TRUE(IsWindow(hPlayArea));
+    EXPECT_FALSE(IsWindowVisible(hPlayArea));
+    EXPECT_EQ(GetParent(hPlayArea), nativeWindow(m_pWindow));
+}
+
+TEST_F(VideoWindowTest, LeavesFullScreenWhenWhatTheHostLiesInGoes)
+{
+    support::HostWindow frame;
+    SetParent(m_pHost->handle(), frame.handle());
+    SetWindowLongW(m_pHost->handle(), GWL_STYLE, WS_CHILD | WS_VISIBLE);
+    const HWND hPicture = nativeWindow(childNamed(m_panes[0], "m_pLiveViewWnd"));
+    PELLORA_FullScreen(m_lHandle);
+    support::pumpPosted();
+
+    frame.destroy();
+
+    EXPECT_TRUE(IsWindow(hPicture));
+    EXPECT_FALSE(IsWindowVisible(hPicture));
+    EXPECT_EQ(PELLORA_FullScreen(m_lHandle), 0);
 }
 
 TEST_F(VideoWindowTest, AnswersOneForNormalScreenWithoutFullScreen)
@@ -536,8 +610,10 @@ TEST_F(DisplayRegionTest, HandsRowsCountedFromTheBottomOnAsTheyAre)
 TEST_F(DisplayRegionTest, HandsAnEmptyRectangleOnWhenThePictureHasNoSize)
 {
     doubles::script("Kavun_GetPictureSize", {8});
+    // The player's answer to a rectangle without an area.
+    doubles::script("Kavun_SetDisplayRegion", {1});
 
-    EXPECT_EQ(show(0, 0, 500, 500), 1);
+    EXPECT_EQ(show(0, 0, 500, 500), 0);
 
     EXPECT_THAT(newCalls(), ElementsAre("Kavun_GetPictureSize(0, out, out)",
                                         "Kavun_SetDisplayRegion(0, 0, {0, 0, 0, 0}, null, 0)"));
@@ -588,11 +664,26 @@ TEST_F(DisplayRegionTest, ReachesThePaneThatItIsMeantFor)
 
 TEST_F(DisplayRegionTest, SurvivesWildNumbers)
 {
-    show(-2147483647 - 1, -2147483647 - 1, 2147483647, 2147483647);
-    show(2147483647, 2147483647, -2147483647, -2147483647);
-    show(-1000, -1000, -999, -999);
+    constexpr long kLeast = -2147483647 - 1;
+    constexpr long kMost = 2147483647;
+    // The rules' picture would shrink to nothing.
+    EXPECT_EQ(show(kLeast, kLeast, kMost, kMost), 0);
+    EXPECT_EQ(show(kMost, kMost, kLeast, kLeast), 0);
+    EXPECT_THAT(newCalls(), testing::Not(testing::Contains(testing::StartsWith("Kavun_SetDisplayRegion"))));
 
+    EXPECT_EQ(show(-1000, -1000, -999, -999), 1);
+    EXPECT_EQ(show(0, 0, 1000, kMost), 1);
+    EXPECT_THAT(newCalls(), ElementsAre("Kavun_GetPictureSize(0, out, out)",
+                                        "Kavun_SetDisplayRegion(0, 0, {-704, -576, -703, -575}, null, 0)",
+                                        "Kavun_GetPictureSize(0, out, out)",
+                                        "Kavun_SetDisplayRegion(0, 0, {0, 0, 704, 1236950580}, null, 0)"));
+
+    // None of them has left a trace.
     EXPECT_EQ(PELLORA_SetDisplayRegion(m_lHandle, nullptr, -1), 1);
+    EXPECT_EQ(show(0, 0, 500, 500), 1);
+    EXPECT_THAT(newCalls(),
+                ElementsAre("Kavun_SetDisplayRegion(0, 0, null, null, 0)", "Kavun_GetPictureSize(0, out, out)",
+                            "Kavun_SetDisplayRegion(0, 0, {0, 0, 352, 288}, null, 0)"));
 }
 
 // ---- the surface under a picture ----

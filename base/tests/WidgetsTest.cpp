@@ -12,7 +12,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
+#include <functional>
 #include <memory>
+#include <new>
+#include <stdexcept>
+#include <utility>
+#include <vector>
 
 namespace
 {
@@ -165,6 +171,80 @@ TEST(QWinWidget, SurvivesTheHostsEnd)
     EXPECT_FALSE(window.widget.isVisible());
 }
 
+/** Does something when it is hidden, which is when its host goes. */
+class HiddenWidget : public QWinWidget
+{
+public:
+    HiddenWidget(HWND hParentWnd, std::function<void()> whenHidden)
+        : QWinWidget(hParentWnd), m_whenHidden(std::move(whenHidden))
+    {
+    }
+
+protected:
+    void hideEvent(QHideEvent *) override
+    {
+        m_whenHidden();
+    }
+
+private:
+    std::function<void()> m_whenHidden;
+};
+
+TEST(QWinWidget, IsToldNothingOfItsHostOnceANeighbourHasDestroyedIt)
+{
+    static constexpr unsigned char kGone = 0xA5;
+    struct Place {
+        alignas(HiddenWidget) std::array<unsigned char, sizeof(HiddenWidget)> bytes;
+        HiddenWidget *pWidget = nullptr;
+    };
+    std::array<Place, 4> places;
+    const auto destroy = [](Place &place) {
+        std::exchange(place.pWidget, nullptr)->~HiddenWidget();
+        place.bytes.fill(kGone);
+    };
+    HostWindow host(100, 80, 640, 480);
+    Place *pLeft = nullptr;
+    for (Place &place : places) {
+        place.pWidget = new (place.bytes.data()) HiddenWidget(host.handle(), [&places, &place, &pLeft, &destroy] {
+            pLeft = &place;
+            for (Place &other : places) {
+                if (&other != &place) {
+                    destroy(other);
+                }
+            }
+        });
+        place.pWidget->show();
+    }
+
+    host.destroy();
+
+    ASSERT_NE(nullptr, pLeft);
+    destroy(*pLeft);
+    for (const Place &place : places) {
+        // Nobody has used what is not there any more.
+        EXPECT_TRUE(
+            std::all_of(place.bytes.begin(), place.bytes.end(), [](unsigned char byte) { return byte == kGone; }));
+    }
+}
+
+TEST(QWinWidget, LeavesItsHostAlsoWhenOneOfItsHandlersFails)
+{
+    HostWindow host(100, 80, 640, 480);
+    HiddenWidget failing(host.handle(), [] { throw std::runtime_error("no end"); });
+    HiddenWidget other(host.handle(), [] {});
+    failing.show();
+    other.show();
+    const HWND hFailing = handleOf(&failing);
+    const HWND hOther = handleOf(&other);
+
+    host.destroy();
+
+    EXPECT_NE(FALSE, IsWindow(hFailing));
+    EXPECT_NE(FALSE, IsWindow(hOther));
+    EXPECT_FALSE(failing.isVisible());
+    EXPECT_FALSE(other.isVisible());
+}
+
 TEST(QWinWidget, LeavesNoWindowBehind)
 {
     HostWindow host(100, 80, 640, 480);
@@ -243,6 +323,18 @@ TEST(CFullScreenWidget, ComesBackWhenItIsClosed)
     EXPECT_EQ(hFrame, handleOf(&window.frame));
 }
 
+TEST(CFullScreenWidget, ComesBackWhenItsWindowIsHidden)
+{
+    Window window;
+    window.frame.EnterFullScreen();
+    window.widget.hide();
+    EXPECT_FALSE(window.frame.IsFullScreen());
+    EXPECT_EQ(FALSE, IsWindowVisible(handleOf(&window.frame)));
+    window.widget.show();
+    EXPECT_TRUE(pumpUntil([&] { return window.frame.geometry() == QRect(0, 0, 640, 480); }));
+    EXPECT_NE(FALSE, IsWindowVisible(handleOf(&window.frame)));
+}
+
 TEST(CFullScreenWidget, StaysFullScreenWhenItsParentIsResized)
 {
     Window window;
@@ -276,8 +368,11 @@ TEST(CFullScreenWidget, SurvivesTheHostsEndWhileFullScreen)
     auto pWindow = std::make_unique<Window>();
     pWindow->frame.EnterFullScreen();
     const HWND hFrame = handleOf(&pWindow->frame);
+    const HWND hPane = handleOf(&pWindow->nativePane);
     pWindow->host.destroy();
     EXPECT_FALSE(pWindow->frame.IsFullScreen());
+    EXPECT_NE(FALSE, IsWindow(hFrame));
+    EXPECT_NE(FALSE, IsWindow(hPane));
     EXPECT_EQ(FALSE, IsWindowVisible(hFrame));
     EXPECT_FALSE(pWindow->widget.isVisible());
     pWindow->frame.EnterFullScreen();

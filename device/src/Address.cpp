@@ -16,14 +16,14 @@ struct SchemeName {
     unsigned short port;
 };
 
-constexpr std::array<SchemeName, 4> networkSchemes = {{{"rtsp", Address::Scheme::Rtsp, 554},
-                                                       {"rtsps", Address::Scheme::Rtsps, 322},
-                                                       {"http", Address::Scheme::Http, 80},
-                                                       {"https", Address::Scheme::Https, 443}}};
+constexpr std::array<SchemeName, 4> kNetworkSchemes = {{{"rtsp", Address::Scheme::Rtsp, 554},
+                                                        {"rtsps", Address::Scheme::Rtsps, 322},
+                                                        {"http", Address::Scheme::Http, 80},
+                                                        {"https", Address::Scheme::Https, 443}}};
 
 const SchemeName &nameOf(Address::Scheme scheme)
 {
-    return *std::find_if(networkSchemes.begin(), networkSchemes.end(),
+    return *std::find_if(kNetworkSchemes.begin(), kNetworkSchemes.end(),
                          [scheme](const SchemeName &name) { return name.scheme == scheme; });
 }
 
@@ -118,7 +118,7 @@ HostAndPort splitHost(const std::string &text)
 
 bool hasControlCharacter(const std::string &text)
 {
-    // A line break in an address would end a request's line and begin another of the writer's choice.
+    // With a line break, an address could add lines of its own to a request.
     return std::any_of(text.begin(), text.end(),
                        [](char letter) { return static_cast<unsigned char>(letter) < 0x20 || letter == 0x7F; });
 }
@@ -135,9 +135,9 @@ std::optional<Address> Address::parse(const std::string &text, const Credentials
     if (scheme == "file") {
         return parseFile(text.substr(colon + 1));
     }
-    const auto *const pName = std::find_if(networkSchemes.begin(), networkSchemes.end(),
+    const auto *const pName = std::find_if(kNetworkSchemes.begin(), kNetworkSchemes.end(),
                                            [&scheme](const SchemeName &name) { return scheme == name.pText; });
-    if (pName == networkSchemes.end() || text.compare(colon, 3, "://") != 0) {
+    if (pName == kNetworkSchemes.end() || text.compare(colon, 3, "://") != 0) {
         return std::nullopt;
     }
 
@@ -145,8 +145,8 @@ std::optional<Address> Address::parse(const std::string &text, const Credentials
     address.m_scheme = pName->scheme;
     const std::string rest = text.substr(colon + 3);
     const std::size_t pathBegin = std::min(rest.find_first_of("/?#"), rest.size());
-    // A password may hold an unescaped "/" or "@": the last "@" ahead of the query is the one before the host, as long
-    // as what follows it looks like one.
+    // A password may hold an unescaped "/" or "@". So the credentials end at the last "@" before the query that is
+    // followed by what can be a host.
     std::size_t at = rest.rfind('@', pathBegin);
     std::size_t hostEnd = pathBegin;
     if (at == std::string::npos && rest.find('@') != std::string::npos) {

@@ -118,8 +118,8 @@ bool Authenticator::challenge(const std::vector<std::string> &headers)
             }
         }
     }
-    // A device may let a nonce grow old at any time, but it refuses a wrong password with a fresh one too: only where
-    // it says that the old one was stale is the same password worth another attempt.
+    // A device sends a fresh nonce when the last one has expired, and also when the password is wrong. Another attempt
+    // is made only where it says that the last nonce was stale.
     const auto stale = bestFields.find("stale");
     const bool bStale = stale != bestFields.end() && lowerCase(stale->second) == "true";
     const bool bAgain = best != Kind::None && (!m_bAnswered || (best == Kind::Digest && bStale));

@@ -22,7 +22,7 @@ public:
     [[nodiscard]] Milliseconds next()
     {
         const Milliseconds wait = m_wait;
-        m_wait = std::min(m_wait * 2, longest);
+        m_wait = std::min(m_wait * 2, kLongest);
         std::uniform_int_distribution<Milliseconds::rep> jitter(-wait.count() / 10, wait.count() / 10);
         return wait + Milliseconds(jitter(m_random));
     }
@@ -30,15 +30,15 @@ public:
     /** The device answered: the next loss begins anew. */
     void reset()
     {
-        m_wait = shortest;
+        m_wait = kShortest;
     }
 
 private:
-    static constexpr Milliseconds shortest{1000};
-    static constexpr Milliseconds longest{8000};
+    static constexpr Milliseconds kShortest{1000};
+    static constexpr Milliseconds kLongest{8000};
 
     std::mt19937 m_random;
-    Milliseconds m_wait = shortest;
+    Milliseconds m_wait = kShortest;
 };
 
 } // namespace selvik

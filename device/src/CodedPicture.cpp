@@ -10,7 +10,7 @@ namespace selvik
 namespace
 {
 
-constexpr std::array<std::uint8_t, 4> startCode = {0, 0, 0, 1};
+constexpr std::array<std::uint8_t, 4> kStartCode = {0, 0, 0, 1};
 
 /** The units between start codes, without them and without zeros behind. */
 std::vector<ByteView> splitUnits(const Bytes &bytes)
@@ -39,7 +39,7 @@ std::vector<ByteView> splitUnits(const Bytes &bytes)
 
 void append(Bytes &bytes, ByteView unit)
 {
-    bytes.insert(bytes.end(), startCode.begin(), startCode.end());
+    bytes.insert(bytes.end(), kStartCode.begin(), kStartCode.end());
     bytes.insert(bytes.end(), unit.begin(), unit.end());
 }
 
@@ -71,7 +71,7 @@ UnitKind kindOfH264(ByteView unit)
 UnitKind kindOfH265(ByteView unit)
 {
     const int nType = (unit.pData[0] >> 1) & 0x3F;
-    // A unit of two zero bytes or of the header alone is what a start code inside a packet leaves behind.
+    // A start code inside a packet leaves a unit of two zero bytes, or of the header alone.
     if (unit.size < 3) {
         return UnitKind::Empty;
     }
@@ -84,14 +84,27 @@ UnitKind kindOfH265(ByteView unit)
     return nType <= 34 ? UnitKind::ParameterSet : UnitKind::Other;
 }
 
-PictureFacts inspectUnits(AVCodecID codec, Bytes &bytes)
+/** Whether an RTP payload is a fragment of a unit, and not the last one. */
+bool isUnfinishedH264(ByteView payload)
+{
+    constexpr int kFragment = 28;
+    return payload.size > 1 && (payload.pData[0] & 0x1F) == kFragment && (payload.pData[1] & 0x40) == 0;
+}
+
+bool isUnfinishedH265(ByteView payload)
+{
+    constexpr int kFragment = 49;
+    return payload.size > 2 && ((payload.pData[0] >> 1) & 0x3F) == kFragment && (payload.pData[2] & 0x40) == 0;
+}
+
+PictureFacts inspectUnits(UnitKind (*pKindOf)(ByteView), Bytes &bytes)
 {
     PictureFacts facts;
     Bytes clean;
     clean.reserve(bytes.size() + 16);
     bool bRecoveryPoint = false;
     for (const ByteView unit : splitUnits(bytes)) {
-        const UnitKind kind = codec == AV_CODEC_ID_H264 ? kindOfH264(unit) : kindOfH265(unit);
+        const UnitKind kind = pKindOf(unit);
         if (kind == UnitKind::Empty) {
             continue;
         }
@@ -103,8 +116,8 @@ PictureFacts inspectUnits(AVCodecID codec, Bytes &bytes)
             append(facts.parameterSets, unit);
         }
     }
-    // Cameras with gradual refresh or open groups never send an IDR picture: parameter sets and a recovery point
-    // before a picture are as good a beginning as they offer.
+    // Cameras with gradual refresh or open groups never send an IDR picture. For them a picture behind parameter sets
+    // and a recovery point is the place to begin.
     facts.bKey = facts.bKey || (facts.bPicture && bRecoveryPoint && !facts.parameterSets.empty());
     bytes.swap(clean);
     return facts;
@@ -122,34 +135,96 @@ bool behindStartCode(const Bytes &bytes, std::uint8_t code, std::size_t offset, 
     return false;
 }
 
+bool isKeyOfMpeg4(const Bytes &bytes)
+{
+    return behindStartCode(bytes, 0xB6, 0, [](std::uint8_t byte) { return byte >> 6 == 0; });
+}
+
+bool isKeyOfMpeg12(const Bytes &bytes)
+{
+    return behindStartCode(bytes, 0x00, 1, [](std::uint8_t byte) { return ((byte >> 3) & 7) == 1; });
+}
+
+bool isKeyOfVp8(const Bytes &bytes)
+{
+    return !bytes.empty() && (bytes[0] & 1) == 0;
+}
+
+bool isKeyOfVp9(const Bytes &bytes)
+{
+    // Of the uncompressed header's first byte: show_existing_frame and frame_type, where profiles 0 to 2 have them.
+    return !bytes.empty() && (bytes[0] & 0x0C) == 0;
+}
+
+bool isAnyPicture(const Bytes &bytes)
+{
+    return !bytes.empty();
+}
+
+/** All that the library knows of one coding of pictures. Either kindOf or isKey is null. */
+struct PictureCoding {
+    AVCodecID codec;
+    /** The coding is units between start codes, some of which are parameter sets: what each of them is. */
+    UnitKind (*pKindOf)(ByteView unit);
+    bool (*pIsKey)(const Bytes &picture);
+    /** Whether an RTP payload cannot be a picture's last; null where its bytes do not tell. */
+    bool (*pIsUnfinished)(ByteView payload);
+};
+
+constexpr PictureCoding kCodings[] = {
+    {AV_CODEC_ID_H264, &kindOfH264, nullptr, &isUnfinishedH264},
+    {AV_CODEC_ID_HEVC, &kindOfH265, nullptr, &isUnfinishedH265},
+    {AV_CODEC_ID_MJPEG, nullptr, &isAnyPicture, nullptr},
+    {AV_CODEC_ID_MPEG4, nullptr, &isKeyOfMpeg4, nullptr},
+    {AV_CODEC_ID_MPEG2VIDEO, nullptr, &isKeyOfMpeg12, nullptr},
+    {AV_CODEC_ID_MPEG1VIDEO, nullptr, &isKeyOfMpeg12, nullptr},
+    {AV_CODEC_ID_VP8, nullptr, &isKeyOfVp8, nullptr},
+    {AV_CODEC_ID_VP9, nullptr, &isKeyOfVp9, nullptr},
+};
+// Whatever else FFmpeg takes out of RTP packets: decoding may begin with any picture of it.
+constexpr PictureCoding kOtherCoding = {AV_CODEC_ID_NONE, nullptr, &isAnyPicture, nullptr};
+
+const PictureCoding &codingOf(AVCodecID codec)
+{
+    for (const PictureCoding &coding : kCodings) {
+        if (coding.codec == codec) {
+            return coding;
+        }
+    }
+    return kOtherCoding;
+}
+
 } // namespace
+
+std::vector<AVCodecID> knownPictureCodings()
+{
+    std::vector<AVCodecID> codecs;
+    for (const PictureCoding &coding : kCodings) {
+        codecs.push_back(coding.codec);
+    }
+    return codecs;
+}
+
+bool hasParameterSets(AVCodecID codec)
+{
+    return codingOf(codec).pKindOf != nullptr;
+}
+
+bool isUnfinishedPayload(AVCodecID codec, ByteView payload)
+{
+    const auto pIsUnfinished = codingOf(codec).pIsUnfinished;
+    return pIsUnfinished != nullptr && pIsUnfinished(payload);
+}
 
 PictureFacts inspectPicture(AVCodecID codec, Bytes &bytes)
 {
-    if (codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_HEVC) {
-        return inspectUnits(codec, bytes);
+    const PictureCoding &coding = codingOf(codec);
+    if (coding.pKindOf != nullptr) {
+        return inspectUnits(coding.pKindOf, bytes);
     }
     PictureFacts facts;
     facts.bPicture = !bytes.empty();
-    switch (codec) {
-    case AV_CODEC_ID_MPEG4:
-        facts.bKey = behindStartCode(bytes, 0xB6, 0, [](std::uint8_t byte) { return byte >> 6 == 0; });
-        break;
-    case AV_CODEC_ID_MPEG2VIDEO:
-    case AV_CODEC_ID_MPEG1VIDEO:
-        facts.bKey = behindStartCode(bytes, 0x00, 1, [](std::uint8_t byte) { return ((byte >> 3) & 7) == 1; });
-        break;
-    case AV_CODEC_ID_VP8:
-        facts.bKey = !bytes.empty() && (bytes[0] & 1) == 0;
-        break;
-    case AV_CODEC_ID_VP9:
-        // The bit behind profile and show-existing says whether it is an inter picture (profiles 0 to 2).
-        facts.bKey = !bytes.empty() && (bytes[0] & 0x0C) == 0;
-        break;
-    default:
-        facts.bKey = facts.bPicture;
-        break;
-    }
+    facts.bKey = coding.pIsKey(bytes);
     return facts;
 }
 
@@ -168,7 +243,7 @@ bool probeSize(AVCodecParameters &parameters, ByteView picture)
         return false;
     }
     const PacketPtr packet = makePacket(picture);
-    // Damage does not matter here: the size is known as soon as the header is read.
+    // The result does not matter: a damaged picture tells its size too.
     (void)avcodec_send_packet(context.get(), packet.get());
     const FramePtr frame(required(av_frame_alloc()));
     (void)avcodec_send_packet(context.get(), nullptr);

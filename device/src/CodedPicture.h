@@ -11,11 +11,20 @@ namespace selvik
 struct PictureFacts {
     bool bPicture = false; /**< there is a picture, not only what describes one */
     bool bKey = false;     /**< decoding can begin here */
-    Bytes parameterSets;   /**< of H.264 and H.265, with start codes; empty where there are none */
+    Bytes parameterSets;   /**< with start codes; empty where there are none */
 };
 
+/** The codings that have a row in the library's table, which the functions below read. */
+[[nodiscard]] std::vector<AVCodecID> knownPictureCodings();
+
+/** Whether decoding needs parameter sets (H.264, H.265), which come in the description or before key pictures. */
+[[nodiscard]] bool hasParameterSets(AVCodecID codec);
+
+/** Whether an RTP payload cannot be the last one of a picture, whatever its marker says. */
+[[nodiscard]] bool isUnfinishedPayload(AVCodecID codec, ByteView payload);
+
 /**
- * Looks at one picture as it comes out of RTP packets; H.264 and H.265 have start codes. Removes what cameras leave
+ * Looks at one picture as it comes out of RTP packets. Where the coding has start codes, it removes what cameras leave
  * between them: empty units, doubled start codes, trailing zeros.
  */
 [[nodiscard]] PictureFacts inspectPicture(AVCodecID codec, Bytes &bytes);

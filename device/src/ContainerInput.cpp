@@ -7,7 +7,6 @@
 #include <array>
 #include <atomic>
 #include <cstdlib>
-#include <thread>
 
 namespace selvik
 {
@@ -15,11 +14,14 @@ namespace selvik
 namespace
 {
 
-constexpr Milliseconds lossOfLife{4500};
-constexpr std::int64_t assumedDuration = 40000;
-constexpr std::int64_t largestGap = 10000000;
+// A server that sends nothing for so long is lost.
+constexpr Milliseconds kLossTime{4500};
+// Microseconds: how long a packet lasts that does not say so, and the largest step that is no break in the source's
+// time.
+constexpr std::int64_t kAssumedDuration = 40000;
+constexpr std::int64_t kLargestStep = 10000000;
 
-const std::atomic<bool> never{false};
+const std::atomic<bool> kNever{false};
 
 unsigned long errorOf(int result)
 {
@@ -54,8 +56,8 @@ std::int64_t microseconds(std::int64_t time, AVRational base)
 
 } // namespace
 
-ContainerInput::ContainerInput(Address address)
-    : m_address(std::move(address)), m_patience(never, Clock::time_point::max())
+ContainerInput::ContainerInput(Address address, TimeSource &time)
+    : m_address(std::move(address)), m_time(time), m_patience(time, kNever, TimeSource::kNoDeadline)
 {
 }
 
@@ -72,7 +74,7 @@ void ContainerInput::open(const Patience &patience)
         throw Failure(errorOf(result));
     }
     chooseTracks();
-    m_begin = Clock::now();
+    m_begin = m_time.now();
 }
 
 void ContainerInput::openFormat(const Patience &patience)
@@ -143,9 +145,9 @@ void ContainerInput::chooseTracks()
 
 bool ContainerInput::read(const Patience &patience)
 {
-    const Clock::time_point lost = Clock::now() + lossOfLife;
+    const Clock::time_point lost = m_time.now() + kLossTime;
     for (;;) {
-        m_patience = {patience.isStopped() ? patience : patience.atMost(lossOfLife)};
+        m_patience = patience.atMost(kLossTime);
         PacketPtr packet(required(av_packet_alloc()));
         const int result = av_read_frame(m_format.get(), packet.get());
         if (patience.isStopped()) {
@@ -158,7 +160,7 @@ bool ContainerInput::read(const Patience &patience)
         if (result == AVERROR_EOF && isFile() && m_bAny) {
             startOver();
         } else if (result < 0 && result != AVERROR(EAGAIN)) {
-            throw Failure(Clock::now() >= lost ? errorOf(AVERROR(ETIMEDOUT)) : errorOf(result));
+            throw Failure(m_time.now() >= lost ? errorOf(AVERROR(ETIMEDOUT)) : errorOf(result));
         }
     }
 }
@@ -166,8 +168,9 @@ bool ContainerInput::read(const Patience &patience)
 void ContainerInput::startOver()
 {
     const std::int64_t start = m_format->start_time == AV_NOPTS_VALUE ? 0 : m_format->start_time;
-    // Well before the start: a program stream's time is that of the packet after the first key picture's beginning.
-    // Containers with an index refuse such a time.
+    // First a second before the start: the first time stamp of a program stream stands behind the beginning of its
+    // first key picture, so that a search for it would miss that picture. Containers with an index refuse a time before
+    // their start: for those the start itself. Whatever has no times is set back by bytes.
     if (av_seek_frame(m_format.get(), -1, start - AV_TIME_BASE, AVSEEK_FLAG_BACKWARD) < 0 &&
         av_seek_frame(m_format.get(), -1, start, AVSEEK_FLAG_BACKWARD) < 0 &&
         avformat_seek_file(m_format.get(), -1, INT64_MIN, 0, INT64_MAX, AVSEEK_FLAG_BYTE) < 0) {
@@ -184,13 +187,13 @@ void ContainerInput::placeInTime()
     const std::int64_t dts = microseconds(m_packet->dts, base);
     std::int64_t due = dts != AV_NOPTS_VALUE ? dts : pts;
     const std::int64_t duration =
-        m_packet->duration > 0 ? av_rescale_q(m_packet->duration, base, AV_TIME_BASE_Q) : assumedDuration;
+        m_packet->duration > 0 ? av_rescale_q(m_packet->duration, base, AV_TIME_BASE_Q) : kAssumedDuration;
     if (due == AV_NOPTS_VALUE) {
         due = m_nEnd - m_nOffset;
     }
-    if (!m_bStarted || std::abs(due + m_nOffset - m_nDue) > largestGap) {
-        // The beginning, the file's beginning once more, or a break in the source's time: go on where the last one
-        // ended.
+    if (!m_bStarted || std::abs(due + m_nOffset - m_nDue) > kLargestStep) {
+        // The first packet, the first one after the file started over, or a break in the source's time: it follows
+        // where the last one ended.
         m_nOffset = m_nEnd - due;
         m_bStarted = true;
     }
@@ -211,15 +214,12 @@ bool ContainerInput::next(MediaUnit &unit, const Patience &patience)
     }
     if (isFile()) {
         const Clock::time_point due = m_begin + std::chrono::microseconds(m_nDue);
-        while (Clock::now() < due) {
-            if (patience.isStopped()) {
-                throw Stopped();
-            }
-            if (patience.isOver()) {
-                return false;
-            }
-            const auto left = std::chrono::ceil<Milliseconds>(due - Clock::now());
-            std::this_thread::sleep_for(std::min(left, patience.slice()));
+        patience.sleepUntil(due);
+        if (patience.isStopped()) {
+            throw Stopped();
+        }
+        if (m_time.now() < due) {
+            return false;
         }
     }
     unit.track = static_cast<std::size_t>(m_trackOfStream[static_cast<std::size_t>(m_packet->stream_index)]);

@@ -19,7 +19,7 @@ namespace selvik
 class ContainerInput : public CameraInput
 {
 public:
-    explicit ContainerInput(Address address);
+    ContainerInput(Address address, TimeSource &time);
     ~ContainerInput() override;
 
     void open(const Patience &patience) override;
@@ -45,6 +45,7 @@ private:
     void placeInTime();
 
     Address m_address;
+    TimeSource &m_time;
     Patience m_patience; /**< of the call that runs now; FFmpeg's interrupt callback reads it */
     FormatPtr m_format;
     std::vector<ParametersPtr> m_parameters;

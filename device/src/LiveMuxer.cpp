@@ -14,9 +14,9 @@ namespace selvik
 namespace
 {
 
-constexpr int bufferSize = 64 * 1024;
-// How far a picture may be shown before another that was sent ahead of it.
-constexpr std::int64_t longestReordering = 5000000;
+constexpr int kBufferSize = 64 * 1024;
+// Microseconds by which a picture may be shown before one that was sent ahead of it.
+constexpr std::int64_t kLongestReordering = 5000000;
 
 /** Null-terminated, as FFmpeg wants it. */
 std::array<const AVCodecTag *, 2> riffTags(AVMediaType type)
@@ -44,8 +44,8 @@ std::string timeText(std::int64_t utc)
 
 LiveMuxer::LiveMuxer(const std::vector<ParametersPtr> &tracks, std::int64_t utcOfZero)
 {
-    m_io.reset(required(avio_alloc_context(static_cast<unsigned char *>(required(av_malloc(bufferSize))), bufferSize, 1,
-                                           this, nullptr, &LiveMuxer::append, nullptr)));
+    m_io.reset(required(avio_alloc_context(static_cast<unsigned char *>(required(av_malloc(kBufferSize))), kBufferSize,
+                                           1, this, nullptr, &LiveMuxer::append, nullptr)));
     m_io->seekable = 0;
     AVFormatContext *pFormat = nullptr;
     if (avformat_alloc_output_context2(&pFormat, nullptr, "matroska", nullptr) < 0) {
@@ -61,17 +61,17 @@ LiveMuxer::LiveMuxer(const std::vector<ParametersPtr> &tracks, std::int64_t utcO
     if (utcOfZero > 0) {
         av_dict_set(&m_format->metadata, "creation_time", timeText(utcOfZero).c_str(), 0);
     }
-    m_lastDts.assign(tracks.size(), -longestReordering);
+    m_lastDts.assign(tracks.size(), -kLongestReordering);
 }
 
 bool LiveMuxer::canCarry(const AVCodecParameters &parameters)
 {
     const AVCodecID codec = parameters.codec_id;
     if (codec == AV_CODEC_ID_AAC && parameters.extradata_size == 0) {
-        // Its parameters stand in the header, and nothing else tells them.
+        // Raw AAC cannot be decoded without the configuration that the extradata holds.
         return false;
     }
-    // Matroska has names of its own for some, and takes the others by their number in WAV and AVI files.
+    // Matroska names some codings itself. Others are stored by their number in WAV and AVI files.
     return avformat_query_codec(av_guess_format("matroska", nullptr, nullptr), codec, FF_COMPLIANCE_NORMAL) == 1 ||
            av_codec_get_tag(riffTags(parameters.codec_type).data(), codec) != 0;
 }
@@ -82,7 +82,7 @@ void LiveMuxer::addTrack(const AVCodecParameters &parameters)
     if (avcodec_parameters_copy(pStream->codecpar, &parameters) < 0) {
         throw std::bad_alloc();
     }
-    // Another container's tag would stand in the way.
+    // A tag of another container makes the muxer refuse the track.
     pStream->codecpar->codec_tag = 0;
     pStream->time_base = AV_TIME_BASE_Q;
     if (parameters.codec_type == AVMEDIA_TYPE_SUBTITLE) {
@@ -97,7 +97,7 @@ int LiveMuxer::append(void *pSelf, const std::uint8_t *pBuffer, int size)
         output.insert(output.end(), pBuffer, pBuffer + size);
         return size;
     } catch (...) {
-        // FFmpeg's frames lie above this one: nothing may be thrown through them.
+        // The caller is C code, which no exception may pass through.
         return AVERROR(ENOMEM);
     }
 }
@@ -128,20 +128,21 @@ Bytes LiveMuxer::write(const MediaUnit &unit)
     const AVStream *pStream = m_format->streams[unit.track];
     const PacketPtr packet(required(av_packet_clone(unit.packet.get())));
     packet->stream_index = static_cast<int>(unit.track);
-    // The muxer wants decoding times, which Matroska does not keep: any that never fall and are never late will do.
+    // The muxer asks for decoding times and does not store them. They only have to rise and must not lie behind the
+    // presentation time.
     std::int64_t &lastDts = m_lastDts[unit.track];
-    lastDts = std::max(lastDts, unit.packet->pts - longestReordering);
+    lastDts = std::max(lastDts, unit.packet->pts - kLongestReordering);
     packet->dts = std::min(lastDts, unit.packet->pts);
     av_packet_rescale_ts(packet.get(), AV_TIME_BASE_Q, pStream->time_base);
     if (unit.captureTime != AV_NOPTS_VALUE && pStream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO) {
-        constexpr std::uint64_t codecsOwnMeaning = 1;
+        constexpr std::uint64_t kCodecsOwnMeaning = 1;
         std::uint8_t *pSide = required(av_packet_new_side_data(packet.get(), AV_PKT_DATA_MATROSKA_BLOCKADDITIONAL, 16));
-        AV_WB64(pSide, codecsOwnMeaning);
+        AV_WB64(pSide, kCodecsOwnMeaning);
         AV_WB64(pSide + 8, static_cast<std::uint64_t>(unit.captureTime));
     }
     writePacket(*packet);
     if (pStream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO) {
-        // The muxer keeps one packet of sound back to see what follows; an empty one pushes it out.
+        // The muxer holds a packet of sound back until the next one comes. An empty packet makes it write the held one.
         packet->size = 0;
         writePacket(*packet);
     }

@@ -39,7 +39,7 @@ private:
     void writePacket(AVPacket &packet);
     [[nodiscard]] Bytes take();
 
-    // Before the format, which writes through it to the end.
+    // Declared before the format, which uses it until it is destroyed.
     IoPtr m_io;
     FormatPtr m_format;
     Bytes m_output;

@@ -11,8 +11,9 @@ namespace selvik
 namespace
 {
 
-// A camera whose key pictures are far apart begins with what its description says; pictures follow with the next one.
-constexpr Milliseconds waitForKeyPicture{3000};
+// The header waits so long for a key picture. Then it is written from the camera's description alone, and the first
+// data follows with the next key picture.
+constexpr Milliseconds kWaitForKeyPicture{3000};
 
 void setExtradata(AVCodecParameters &parameters, const Bytes &bytes)
 {
@@ -22,11 +23,6 @@ void setExtradata(AVCodecParameters &parameters, const Bytes &bytes)
         static_cast<std::uint8_t *>(required(av_mallocz(bytes.size() + AV_INPUT_BUFFER_PADDING_SIZE)));
     std::memcpy(parameters.extradata, bytes.data(), bytes.size());
     parameters.extradata_size = static_cast<int>(bytes.size());
-}
-
-bool needsParameterSets(AVCodecID codec)
-{
-    return codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_HEVC;
 }
 
 bool startsWithStartCode(ByteView bytes)
@@ -58,24 +54,24 @@ Bytes LiveStream::open(const Patience &patience)
 {
     m_input->open(patience);
     copyTracks();
-    const Clock::time_point late = Clock::now() + waitForKeyPicture;
+    const Clock::time_point late = patience.now() + kWaitForKeyPicture;
     bool bKnown = false;
     bool bPictures = false;
     std::int64_t utcOfZero = 0;
     while (!bKnown) {
         MediaUnit unit;
         if (!m_input->next(unit, patience)) {
-            // Pictures came, but nothing that says how to read them.
+            // Pictures came, but neither parameter sets nor a size.
             throw Failure(bPictures ? SELVIK_ERROR_MEDIA : SELVIK_ERROR_TIMEOUT);
         }
         bPictures = bPictures || static_cast<int>(unit.track) == m_nVideo;
-        bKnown = learn(unit, Clock::now() >= late);
+        bKnown = learn(unit, patience.now() >= late);
         const auto now = std::chrono::system_clock::now().time_since_epoch();
         const std::int64_t arrival = std::chrono::duration_cast<std::chrono::microseconds>(now).count();
         utcOfZero = (unit.captureTime != AV_NOPTS_VALUE ? unit.captureTime : arrival) - unit.packet->pts;
         m_waiting.push_back(std::move(unit));
         if (!bKnown && static_cast<int>(m_waiting.back().track) == m_nVideo) {
-            // Nothing of what came so far can be shown.
+            // Without the header nothing that came so far can be decoded.
             m_waiting.clear();
         }
     }
@@ -92,8 +88,8 @@ bool LiveStream::learn(const MediaUnit &unit, bool bLate)
         return false;
     }
     AVCodecParameters &parameters = *m_tracks[unit.track];
-    if (needsParameterSets(parameters.codec_id) && startsWithStartCode(unit.bytes())) {
-        // What comes with the pictures is right, whatever the description says.
+    if (hasParameterSets(parameters.codec_id) && startsWithStartCode(unit.bytes())) {
+        // The parameter sets between the pictures are right even where the description has others.
         Bytes picture(unit.bytes().begin(), unit.bytes().end());
         const PictureFacts facts = inspectPicture(parameters.codec_id, picture);
         if (!facts.parameterSets.empty()) {
@@ -102,7 +98,7 @@ bool LiveStream::learn(const MediaUnit &unit, bool bLate)
             parameters.height = 0;
         }
     }
-    if (needsParameterSets(parameters.codec_id) && parameters.extradata_size == 0) {
+    if (hasParameterSets(parameters.codec_id) && parameters.extradata_size == 0) {
         return false;
     }
     return (parameters.width > 0 && parameters.height > 0) || probeSize(parameters, unit.bytes());

@@ -3,51 +3,74 @@
 
 #include "Selvikdcm.h"
 #include "device/src/Failure.h"
+#include "device/src/TimeSource.h"
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
+#include <thread>
 
 namespace selvik
 {
 
-using Clock = std::chrono::steady_clock;
-using Milliseconds = std::chrono::milliseconds;
-
 /**
  * How long a wait may last: until a point in time, or until somebody says stop.
  *
- * Threads: a value of the waiting thread; the stop flag is set by any thread and must outlive it.
+ * Threads: a value of the waiting thread; the stop flag is set by any thread. Flag and time source must outlive it.
  */
 class Patience
 {
 public:
-    Patience(const std::atomic<bool> &stop, Clock::time_point deadline) : m_pStop(&stop), m_deadline(deadline) {}
+    Patience(TimeSource &time, const std::atomic<bool> &stop, Clock::time_point deadline)
+        : m_pTime(&time), m_pStop(&stop), m_deadline(deadline)
+    {
+    }
 
     /** The same stop flag with a deadline that is no later than this one's. */
     [[nodiscard]] Patience atMost(Milliseconds duration) const
     {
-        return {*m_pStop, std::min(m_deadline, Clock::now() + duration)};
+        return {*m_pTime, *m_pStop, std::min(m_deadline, now() + duration)};
     }
 
+    [[nodiscard]] Clock::time_point now() const
+    {
+        return m_pTime->now();
+    }
     [[nodiscard]] bool isStopped() const
     {
         return *m_pStop;
     }
     [[nodiscard]] bool isOver() const
     {
-        return isStopped() || Clock::now() >= m_deadline;
-    }
-    [[nodiscard]] Clock::time_point deadline() const
-    {
-        return m_deadline;
+        return isStopped() || now() >= m_deadline;
     }
 
-    /** One slice of a wait that looks at the stop flag in between; 0 when there is no time left. */
-    [[nodiscard]] Milliseconds slice() const
+    /** As TimeSource::poll(), for as long as there is patience. */
+    [[nodiscard]] bool poll(const std::function<bool(Milliseconds)> &isReady) const
     {
-        const auto left = std::chrono::ceil<Milliseconds>(m_deadline - Clock::now());
-        return std::clamp(left, Milliseconds(0), Milliseconds(30));
+        bool bReady = false;
+        (void)m_pTime->poll(left(), [&](Milliseconds most) {
+            bReady = isReady(most);
+            return bReady || isStopped();
+        });
+        return bReady;
+    }
+    /** As TimeSource::wait(), likewise; whoever stops does not have to notify. */
+    bool wait(std::unique_lock<std::mutex> &lock, std::condition_variable &changed,
+              const std::function<bool()> &condition) const
+    {
+        constexpr Milliseconds kSlice{30};
+        while (!condition() && !isOver()) {
+            m_pTime->wait(lock, changed, now() + std::min(left(), kSlice), condition);
+        }
+        return condition();
+    }
+    /** Returns when the time has come or the patience is over. */
+    void sleepUntil(Clock::time_point time) const
+    {
+        (void)atMost(std::chrono::ceil<Milliseconds>(time - now())).poll([](Milliseconds most) {
+            std::this_thread::sleep_for(most);
+            return false;
+        });
     }
 
     /** Throws Stopped, or Failure when the time is up. */
@@ -56,7 +79,7 @@ public:
         if (isStopped()) {
             throw Stopped();
         }
-        if (Clock::now() >= m_deadline) {
+        if (now() >= m_deadline) {
             throw Failure(SELVIK_ERROR_TIMEOUT);
         }
     }
@@ -68,6 +91,16 @@ public:
     }
 
 private:
+    [[nodiscard]] Milliseconds left() const
+    {
+        // Where there is no deadline, not so long that now and it overflow.
+        constexpr Milliseconds kLongest = std::chrono::hours(24);
+        return m_deadline == TimeSource::kNoDeadline
+                   ? kLongest
+                   : std::max(Milliseconds(0), std::chrono::ceil<Milliseconds>(m_deadline - now()));
+    }
+
+    TimeSource *m_pTime;
     const std::atomic<bool> *m_pStop;
     Clock::time_point m_deadline;
 };

@@ -13,27 +13,30 @@ namespace selvik
 namespace
 {
 
-// Start answers within five seconds; the connection gives up a little earlier, so that its reason is told.
-constexpr Milliseconds startLimit{5000};
-constexpr Milliseconds connectLimit{4800};
-constexpr Milliseconds leaveLimit{700};
+// A start answers within five seconds. The connection gives up a little earlier, so that the start tells its reason.
+constexpr Milliseconds kStartLimit{5000};
+constexpr Milliseconds kConnectLimit{4800};
+// How long the camera may take to answer the request that ends its session.
+constexpr Milliseconds kLeaveLimit{700};
 
-std::unique_ptr<CameraInput> makeInput(const Address &address)
+std::unique_ptr<CameraInput> makeInput(const Address &address, TimeSource &time)
 {
     if (address.isRtsp()) {
-        return std::make_unique<RtspInput>(address);
+        return std::make_unique<RtspInput>(address, time);
     }
-    return std::make_unique<ContainerInput>(address);
+    return std::make_unique<ContainerInput>(address, time);
 }
 
 } // namespace
 
-Preview::Preview(long handle, long userID, Address address, Callback callback, std::function<void(long)> ended)
+Preview::Preview(long handle, long userID, Address address, Callback callback, std::function<void(long)> ended,
+                 TimeSource &time)
     : m_lHandle(handle),
       m_lUserID(userID),
       m_address(std::move(address)),
       m_callback(callback),
-      m_ended(std::move(ended))
+      m_ended(std::move(ended)),
+      m_time(time)
 {
 }
 
@@ -41,18 +44,18 @@ Preview::~Preview() = default;
 
 Patience Preview::patienceFor(Milliseconds duration) const
 {
-    return {m_bStop, Clock::now() + duration};
+    return {m_time, m_bStop, m_time.now() + duration};
 }
 
 unsigned long Preview::start()
 {
-    const Clock::time_point deadline = Clock::now() + startLimit;
+    const Clock::time_point deadline = m_time.now() + kStartLimit;
     std::unique_lock<std::mutex> lock(m_mutex);
-    std::thread worker([self = shared_from_this()] { self->run(); });
+    std::thread worker([self = shared_from_this(), presence = m_time.presence()] { self->run(); });
     m_worker = worker.get_id();
-    // It keeps the preview alive and ends by itself.
+    // The thread keeps the preview alive and ends by itself.
     worker.detach();
-    m_changed.wait_until(lock, deadline, [this] { return m_opening != Opening::Running || m_bStop; });
+    m_time.wait(lock, m_changed, deadline, [this] { return m_opening != Opening::Running || m_bStop; });
     if (m_opening == Opening::Running) {
         m_opening = Opening::Failed;
         m_nError = SELVIK_ERROR_TIMEOUT;
@@ -71,7 +74,7 @@ bool Preview::stop()
     m_bStop = true;
     m_changed.notify_all();
     if (m_worker != std::this_thread::get_id()) {
-        m_changed.wait(lock, [this] { return !m_bInCallback; });
+        m_time.wait(lock, m_changed, TimeSource::kNoDeadline, [this] { return !m_bInCallback; });
     }
     return bFirst;
 }
@@ -80,7 +83,7 @@ void Preview::awaitEnd()
 {
     std::unique_lock<std::mutex> lock(m_mutex);
     if (m_worker != std::this_thread::get_id()) {
-        m_changed.wait(lock, [this] { return m_bEnded; });
+        m_time.wait(lock, m_changed, TimeSource::kNoDeadline, [this] { return m_bEnded; });
     }
 }
 
@@ -97,7 +100,7 @@ void Preview::settle(Opening opening, unsigned long error)
 void Preview::run() noexcept
 {
     {
-        // start() notes the thread's identity before anything can ask for it.
+        // start() holds the lock until it has noted the identity of this thread.
         const std::lock_guard<std::mutex> lock(m_mutex);
     }
     try {
@@ -130,7 +133,7 @@ void Preview::runConnections()
                 throw;
             }
         } catch (const std::bad_alloc &) {
-            // Perhaps there is memory again by the next attempt.
+            // There may be memory again at the next attempt.
             if (bFirst && !bHeaderSent) {
                 throw;
             }
@@ -146,18 +149,20 @@ void Preview::runConnections()
 
 void Preview::runOneConnection(bool bFirst, bool &bHeaderSent)
 {
-    LiveStream stream(makeInput(m_address));
-    // Says good-bye however the connection ends, also after the preview was told to stop.
+    LiveStream stream(makeInput(m_address, m_time));
+    // The camera's session is ended however the connection ends, also after the preview was told to stop: this wait has
+    // a stop flag that is never set.
     static const std::atomic<bool> never{false};
     struct Leaver {
         LiveStream &stream;
+        TimeSource &time;
         ~Leaver()
         {
-            stream.close({never, Clock::now() + leaveLimit});
+            stream.close({time, never, time.now() + kLeaveLimit});
         }
-    } const leaver{stream};
+    } const leaver{stream, m_time};
 
-    Bytes header = stream.open(patienceFor(connectLimit));
+    Bytes header = stream.open(patienceFor(kConnectLimit));
     if (bFirst) {
         settle(Opening::Done, SELVIK_ERROR_NONE);
     }
@@ -176,7 +181,7 @@ void Preview::runOneConnection(bool bFirst, bool &bHeaderSent)
 bool Preview::waitBeforeNextAttempt(Milliseconds duration)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
-    return !m_changed.wait_for(lock, duration, [this] { return m_bStop.load(); });
+    return !m_time.wait(lock, m_changed, m_time.now() + duration, [this] { return m_bStop.load(); });
 }
 
 bool Preview::deliver(unsigned int type, Bytes &bytes)

@@ -34,8 +34,9 @@ public:
         void *pUser = nullptr;
     };
 
-    /** `ended` is called with the handle as the last deed of the preview's thread. */
-    Preview(long handle, long userID, Address address, Callback callback, std::function<void(long)> ended);
+    /** `ended` is called with the handle, as the last thing that the preview's thread does. `time` must outlive it. */
+    Preview(long handle, long userID, Address address, Callback callback, std::function<void(long)> ended,
+            TimeSource &time);
     ~Preview();
     Preview(const Preview &) = delete;
     Preview &operator=(const Preview &) = delete;
@@ -72,6 +73,7 @@ private:
     const Address m_address;
     const Callback m_callback;
     const std::function<void(long)> m_ended;
+    TimeSource &m_time;
 
     std::atomic<bool> m_bStop{false}; /**< written under the mutex, read everywhere */
 

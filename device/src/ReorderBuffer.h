@@ -30,8 +30,8 @@ public:
             m_bStarted = true;
         }
         const auto nAhead = static_cast<std::int16_t>(sequence - static_cast<std::uint16_t>(m_nNext));
-        // Far from what is awaited: the camera numbers anew.
-        if (nAhead < -farAway || nAhead > farAway) {
+        // Far from the expected number: the camera has started over with other numbers.
+        if (nAhead < -kFarAway || nAhead > kFarAway) {
             m_waiting.clear();
             m_nNext += nAhead;
         } else if (nAhead < 0) {
@@ -48,7 +48,7 @@ public:
             return std::nullopt;
         }
         const auto first = m_waiting.begin();
-        const bool bLost = now - first->second.since > patience || m_waiting.size() > maxWaiting;
+        const bool bLost = now - first->second.since > kPatience || m_waiting.size() > kMaxWaiting;
         if (first->first != m_nNext && !bLost) {
             return std::nullopt;
         }
@@ -64,9 +64,9 @@ private:
         Clock::time_point since;
     };
 
-    static constexpr int farAway = 3000;
-    static constexpr std::size_t maxWaiting = 256;
-    static constexpr Milliseconds patience{60};
+    static constexpr int kFarAway = 3000;
+    static constexpr std::size_t kMaxWaiting = 256;
+    static constexpr Milliseconds kPatience{60};
 
     bool m_bStarted = false;
     std::int64_t m_nNext = 0;

@@ -20,8 +20,6 @@ namespace selvik
 namespace
 {
 
-constexpr int maxLookups = 32;
-
 std::atomic<int> &runningLookups()
 {
     // Never destroyed: a look-up may still hang when the process ends.
@@ -66,11 +64,11 @@ std::vector<std::string> askSystem(const std::string &host, bool bNumericOnly)
     return addresses;
 }
 
-void lookUp(const std::shared_ptr<Lookup> &lookup, const std::string &host)
+void runLookup(const std::shared_ptr<Lookup> &lookup, const NameLookup &lookUp, const std::string &host)
 {
     std::vector<std::string> addresses;
     try {
-        addresses = askSystem(host, false);
+        addresses = lookUp(host);
     } catch (...) {
         // Out of memory: the waiting side sees an unknown host.
         addresses.clear();
@@ -86,27 +84,31 @@ void lookUp(const std::shared_ptr<Lookup> &lookup, const std::string &host)
 
 } // namespace
 
-std::vector<std::string> resolveHost(const std::string &host, const Patience &patience)
+std::vector<std::string> lookUpName(const std::string &host)
+{
+    return askSystem(host, false);
+}
+
+std::vector<std::string> resolveHost(const std::string &host, const Patience &patience, const NameLookup &lookUp)
 {
     std::vector<std::string> addresses = askSystem(host, true);
     if (!addresses.empty()) {
         return addresses;
     }
-    if (++runningLookups() > maxLookups) {
+    if (++runningLookups() > kMaxLookups) {
         --runningLookups();
         throw Failure(SELVIK_ERROR_HOST);
     }
     auto lookup = std::make_shared<Lookup>();
     try {
-        std::thread(lookUp, lookup, host).detach();
+        std::thread(runLookup, lookup, lookUp, host).detach();
     } catch (...) {
         --runningLookups();
         throw;
     }
     std::unique_lock<std::mutex> lock(lookup->mutex);
-    while (!lookup->bDone) {
+    if (!patience.wait(lock, lookup->changed, [&] { return lookup->bDone; })) {
         patience.check();
-        lookup->changed.wait_for(lock, patience.slice());
     }
     if (lookup->addresses.empty()) {
         throw Failure(SELVIK_ERROR_HOST);

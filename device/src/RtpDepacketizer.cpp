@@ -11,14 +11,15 @@ namespace selvik
 namespace
 {
 
-// Larger than any datagram, so that each read gets a packet whole.
-constexpr int bufferSize = 80 * 1024;
+// Larger than any datagram, so that each read gets a whole packet.
+constexpr int kBufferSize = 80 * 1024;
 
 } // namespace
 
 RtpDepacketizer::RtpDepacketizer(const SdpMedia &media) : m_nPayloadType(media.nPayloadType)
 {
-    // Cameras write parameters that cannot be read; what these should tell then comes with the pictures.
+    // Some cameras write format parameters that FFmpeg cannot read. Without them the medium can still be read, since
+    // cameras repeat the parameter sets between the pictures.
     if (!open(media.description(true)) && !open(media.description(false))) {
         throw Failure(SELVIK_ERROR_MEDIA);
     }
@@ -28,8 +29,8 @@ bool RtpDepacketizer::open(const std::string &description)
 {
     m_format.reset();
     m_bOpen = false;
-    m_io.reset(required(avio_alloc_context(static_cast<unsigned char *>(required(av_malloc(bufferSize))), bufferSize, 0,
-                                           this, &RtpDepacketizer::read, &RtpDepacketizer::drop, nullptr)));
+    m_io.reset(required(avio_alloc_context(static_cast<unsigned char *>(required(av_malloc(kBufferSize))), kBufferSize,
+                                           0, this, &RtpDepacketizer::read, &RtpDepacketizer::drop, nullptr)));
     m_input.assign(description.begin(), description.end());
     AVFormatContext *pFormat = required(avformat_alloc_context());
     pFormat->pb = m_io.get();
@@ -42,9 +43,9 @@ bool RtpDepacketizer::open(const std::string &description)
         return false;
     }
     m_format.reset(pFormat);
-    // FFmpeg writes receiver reports into the context that it reads the packets from, now and then, and hangs where
-    // that one is for reading only. Marked as one for both, it is read packet by packet, past its buffer, and what is
-    // written is dropped: the session sends reports of its own.
+    // FFmpeg 7.1 writes a receiver report into the context that it reads packets from every 280 KB. It hangs where that
+    // context is for reading only. So the context is marked as one for both: FFmpeg then reads packet by packet, past
+    // the buffer, and drop() swallows what it writes. RtspInput sends the reports itself.
     m_io->write_flag = 1;
     m_io->buf_ptr = m_io->buffer;
     m_io->buf_ptr_max = m_io->buffer;
@@ -58,7 +59,7 @@ int RtpDepacketizer::read(void *pSelf, std::uint8_t *pBuffer, int size)
     auto &self = *static_cast<RtpDepacketizer *>(pSelf);
     Bytes &input = self.m_input;
     if (input.empty()) {
-        // Between packets there is nothing for the moment; behind the description there is an end.
+        // While the description is read, its end is the end of the file; later there is no packet at the moment.
         return self.m_bOpen ? AVERROR(EAGAIN) : AVERROR_EOF;
     }
     const std::size_t count = std::min(input.size(), static_cast<std::size_t>(size));
@@ -74,12 +75,13 @@ int RtpDepacketizer::drop(void * /*pSelf*/, const std::uint8_t * /*pBuffer*/, in
 
 void RtpDepacketizer::feed(ByteView packet, std::vector<PacketPtr> &output)
 {
-    constexpr std::size_t headSize = 12;
-    if (packet.size <= headSize || packet.size > bufferSize) {
+    constexpr std::size_t kHeadSize = 12;
+    if (packet.size <= kHeadSize || packet.size > kBufferSize) {
         return;
     }
     m_input.assign(packet.begin(), packet.end());
-    // Some cameras number the payload otherwise than they described it; there is one medium here, so it is meant.
+    // Some cameras send another payload type than they described. FFmpeg would drop the packet, so it gets the type of
+    // the description, which holds this medium alone.
     m_input[1] = static_cast<std::uint8_t>((m_input[1] & 0x80) | m_nPayloadType);
     for (;;) {
         PacketPtr piece(required(av_packet_alloc()));

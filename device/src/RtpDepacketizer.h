@@ -12,10 +12,10 @@ namespace selvik
 {
 
 /**
- * Takes the coded bytes out of one medium's RTP packets, by FFmpeg's reader of session descriptions, which here reads
- * the packets from memory.
+ * Takes the coded bytes out of the RTP packets of one medium. FFmpeg's reader of session descriptions does the work and
+ * gets the packets from memory.
  *
- * One packet in, what it holds out, at once: FFmpeg's own client would hold a picture back until the next one begins.
+ * What a packet holds comes out at once. FFmpeg's RTSP client would hold a picture back until the next one begins.
  *
  * Threads: one. Errors: the constructor throws Failure(SELVIK_ERROR_MEDIA) for a medium that is not understood.
  */
@@ -38,7 +38,7 @@ private:
     static int read(void *pSelf, std::uint8_t *pBuffer, int size);
     static int drop(void *pSelf, const std::uint8_t *pBuffer, int size);
 
-    // Before the format, which reads through it to the end.
+    // Declared before the format, which uses it until it is destroyed.
     IoPtr m_io;
     FormatPtr m_format;
     Bytes m_input;        /**< what the next read gets: the description, then one packet after the other */

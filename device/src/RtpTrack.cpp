@@ -11,14 +11,15 @@ namespace selvik
 namespace
 {
 
-constexpr std::size_t rtpHead = 12;
-constexpr std::size_t maxPicture = 32 << 20;
-constexpr int samplesOfAacUnit = 1024;
+constexpr std::size_t kRtpHead = 12;
+constexpr std::size_t kMaxPicture = 32 << 20;
+// Only AAC puts several units into one packet.
+constexpr int kSamplesOfAacUnit = 1024;
 
-/** The payload's bytes, without header, contributing sources, extension and padding; empty where that is no packet. */
+/** The payload, without header, contributing sources, extension and padding; empty where the packet ends before it. */
 ByteView payloadOf(ByteView packet)
 {
-    std::size_t begin = rtpHead + 4U * (packet.pData[0] & 0x0F);
+    std::size_t begin = kRtpHead + 4U * (packet.pData[0] & 0x0F);
     std::size_t end = packet.size;
     if ((packet.pData[0] & 0x20) != 0) {
         end -= std::min<std::size_t>(end, packet.pData[packet.size - 1]);
@@ -27,20 +28,6 @@ ByteView payloadOf(ByteView packet)
         begin += 4 + 4U * read16(packet.pData + begin + 2);
     }
     return begin < end ? ByteView{packet.pData + begin, end - begin} : ByteView{};
-}
-
-/** Whether a packet of H.264 or H.265 holds a part of a unit that is not its last one. */
-bool isUnfinishedFragment(AVCodecID codec, ByteView payload)
-{
-    constexpr int fragmentOfH264 = 28;
-    constexpr int fragmentOfH265 = 49;
-    constexpr int lastFragment = 0x40;
-    if (codec == AV_CODEC_ID_H264) {
-        return payload.size > 1 && (payload.pData[0] & 0x1F) == fragmentOfH264 &&
-               (payload.pData[1] & lastFragment) == 0;
-    }
-    return codec == AV_CODEC_ID_HEVC && payload.size > 2 && ((payload.pData[0] >> 1) & 0x3F) == fragmentOfH265 &&
-           (payload.pData[2] & lastFragment) == 0;
 }
 
 } // namespace
@@ -64,9 +51,9 @@ RtpTrack::RtpTrack(const SdpMedia &media) : m_media(media), m_parameters(require
 
 bool RtpTrack::follow(std::uint16_t sequence, bool &bOld)
 {
-    constexpr int farAway = 1000;
+    constexpr int kFarAway = 1000;
     const auto nStep = static_cast<std::int16_t>(sequence - m_nSequence);
-    bOld = m_bStarted && nStep <= 0 && nStep > -farAway;
+    bOld = m_bStarted && nStep <= 0 && nStep > -kFarAway;
     const bool bFollows = !m_bStarted || nStep == 1;
     if (!bOld) {
         m_nSequence = sequence;
@@ -81,13 +68,13 @@ std::int64_t RtpTrack::unwrap(std::uint32_t timestamp) const
 
 void RtpTrack::feed(ByteView packet, std::vector<MediaUnit> &units)
 {
-    if (packet.size <= rtpHead || packet.pData[0] >> 6 != 2) {
+    if (packet.size <= kRtpHead || packet.pData[0] >> 6 != 2) {
         return;
     }
     const std::uint32_t timestamp = read32(packet.pData + 4);
     const std::uint32_t source = read32(packet.pData + 8);
     if (m_bStarted && source != m_nSource) {
-        // The camera began anew: its numbers have nothing to do with the former ones.
+        // Another source identifier: the camera started over, with new sequence numbers and time stamps.
         m_bStarted = false;
         m_bDamaged = true;
         m_picture.clear();
@@ -122,12 +109,12 @@ void RtpTrack::feed(ByteView packet, std::vector<MediaUnit> &units)
 void RtpTrack::feedVideo(ByteView packet, bool bMarker, std::vector<MediaUnit> &units)
 {
     if (!m_picture.empty() && m_nPictureTicks != m_nTicks) {
-        // No marker told the end of the former picture.
+        // A new time stamp: the picture before it is complete, though no marker said so.
         finishPicture(units);
     }
     const bool bMoreOfTheLast = m_nLastPictureTicks == m_nTicks;
-    if (bMoreOfTheLast || (bMarker && isUnfinishedFragment(m_parameters->codec_id, payloadOf(packet)))) {
-        // This camera sets markers anywhere, so that only the next picture's beginning tells the end of one.
+    if (bMoreOfTheLast || (bMarker && isUnfinishedPayload(m_parameters->codec_id, payloadOf(packet)))) {
+        // This camera sets the marker inside pictures. From now on only the next time stamp ends a picture.
         m_bMarkerTrusted = false;
         m_bDamaged = m_bDamaged || bMoreOfTheLast;
     }
@@ -137,7 +124,7 @@ void RtpTrack::feedVideo(ByteView packet, bool bMarker, std::vector<MediaUnit> &
     for (const PacketPtr &piece : pieces) {
         m_picture.insert(m_picture.end(), piece->data, piece->data + piece->size);
     }
-    if (m_picture.size() > maxPicture) {
+    if (m_picture.size() > kMaxPicture) {
         m_picture.clear();
         m_bDamaged = true;
     }
@@ -154,7 +141,7 @@ void RtpTrack::finishPicture(std::vector<MediaUnit> &units)
     Bytes picture = m_picture;
     const PictureFacts facts = inspectPicture(m_parameters->codec_id, picture);
     if (!facts.bPicture && m_nPictureTicks == m_nTicks) {
-        // Parameter sets in a packet of their own, with a marker: they belong to the picture that follows.
+        // Parameter sets alone, with a marker. The picture that they belong to follows with the same time stamp.
         return;
     }
     m_picture.clear();
@@ -178,7 +165,7 @@ void RtpTrack::feedSound(ByteView packet, std::vector<MediaUnit> &units)
     std::int64_t nTicks = m_nTicks;
     for (const PacketPtr &piece : pieces) {
         emit({piece->data, static_cast<std::size_t>(piece->size)}, nTicks, true, units);
-        nTicks += samplesOfAacUnit;
+        nTicks += kSamplesOfAacUnit;
     }
 }
 
@@ -190,7 +177,7 @@ void RtpTrack::feedMetadata(ByteView packet, bool bMarker, std::vector<MediaUnit
     m_nPictureTicks = m_nTicks;
     const ByteView payload = payloadOf(packet);
     m_picture.insert(m_picture.end(), payload.begin(), payload.end());
-    // Its beginning may be lost; a document without one would be no document.
+    // After a loss the beginning of the document may be missing.
     const bool bWhole = !m_bDamaged;
     if (bMarker) {
         if (bWhole && !m_picture.empty()) {
@@ -217,18 +204,18 @@ void RtpTrack::emit(ByteView bytes, std::int64_t ticks, bool bKey, std::vector<M
 
 void RtpTrack::feedReport(ByteView packet)
 {
-    constexpr int senderReport = 200;
-    constexpr std::size_t reportSize = 28;
-    constexpr std::int64_t secondsFrom1900To1970 = 2208988800;
+    constexpr int kSenderReport = 200;
+    constexpr std::size_t kReportSize = 28;
+    constexpr std::int64_t kSecondsFrom1900To1970 = 2208988800;
     while (packet.size >= 4 && packet.pData[0] >> 6 == 2) {
         const std::size_t size = 4U * (read16(packet.pData + 2) + 1U);
         if (size > packet.size) {
             return;
         }
-        if (packet.pData[1] == senderReport && size >= reportSize) {
-            const std::int64_t nSeconds = read32(packet.pData + 8) - secondsFrom1900To1970;
+        if (packet.pData[1] == kSenderReport && size >= kReportSize) {
+            const std::int64_t nSeconds = read32(packet.pData + 8) - kSecondsFrom1900To1970;
             const std::int64_t nFraction = (static_cast<std::int64_t>(read32(packet.pData + 12)) * 1000000) >> 32;
-            // A camera without a clock counts from its start, or sends zero: that is no time of day.
+            // A camera whose clock was never set counts from its start, or sends zero. Neither is a time of day.
             if (nSeconds > 0) {
                 m_report = SenderReport{nSeconds * 1000000 + nFraction, read32(packet.pData + 16)};
             }

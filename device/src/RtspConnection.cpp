@@ -11,18 +11,23 @@ namespace selvik
 namespace
 {
 
-constexpr std::size_t packetHead = 4;
-constexpr std::size_t maxHead = 64 * 1024;
-constexpr std::size_t maxBody = 1024 * 1024;
-// Packets that come while an answer is awaited: a device that sends only those must not fill the memory.
-constexpr std::size_t maxWaitingPackets = 4096;
+constexpr std::size_t kPacketHead = 4;
+constexpr std::size_t kMaxHead = 64 * 1024;
+constexpr std::size_t kMaxBody = 1024 * 1024;
+// Bounds the memory while an answer is awaited and a device sends nothing but packets.
+constexpr std::size_t kMaxWaitingPackets = 4096;
+// Answers to keep-alives, of which only the last status is used.
+constexpr std::size_t kMaxWaitingAnswers = 16;
 
-/** Where "RTSP/" begins in a view, or at whose end it may begin; its size where nowhere. */
+/**
+ * The offset of the first "RTSP/" in the bytes, or of a beginning of that word at their very end; `size` where there is
+ * neither.
+ */
 std::size_t findAnswer(const std::uint8_t *pBegin, std::size_t size)
 {
-    static constexpr char word[] = {'R', 'T', 'S', 'P', '/'};
+    static constexpr char kWord[] = {'R', 'T', 'S', 'P', '/'};
     for (std::size_t i = 0; i < size; ++i) {
-        if (std::memcmp(pBegin + i, word, std::min(sizeof word, size - i)) == 0) {
+        if (std::memcmp(pBegin + i, kWord, std::min(sizeof kWord, size - i)) == 0) {
             return i;
         }
     }
@@ -72,7 +77,7 @@ void RtspConnection::sendPacket(int nChannel, const Bytes &data, const Patience 
 RtspResponse RtspConnection::request(const std::string &method, const std::string &url, const Headers &headers,
                                      const Patience &patience)
 {
-    // One answer to the first question, and a few for nonces that grow old meanwhile.
+    // The first attempt is answered with a challenge. Further ones are needed where a nonce expires in between.
     for (int nAttempt = 0; nAttempt < 4; ++nAttempt) {
         send(method, url, headers, patience);
         RtspResponse response = awaitResponse(patience);
@@ -92,7 +97,8 @@ RtspResponse RtspConnection::awaitResponse(const Patience &patience)
         while (!m_responses.empty()) {
             RtspResponse response = std::move(m_responses.front());
             m_responses.pop_front();
-            // Of an earlier request, which nobody waits for any more. Some devices leave the number out.
+            // An answer to an earlier request, such as a keep-alive, is left out. Some devices send no number: their
+            // answers are taken for the present request's.
             const std::string sequence = response.header("cseq");
             const bool bLate = !sequence.empty() && leadingNumber(sequence) < m_nSequence;
             if (!bLate && response.nStatus >= 200) {
@@ -124,19 +130,19 @@ bool RtspConnection::pollNow(const Patience &patience)
 
 bool RtspConnection::fill(const Patience &patience)
 {
-    constexpr std::size_t chunk = 16 * 1024;
+    constexpr std::size_t kChunk = 16 * 1024;
     if (m_nBegin > 0) {
         m_buffer.erase(m_buffer.begin(), m_buffer.begin() + static_cast<std::ptrdiff_t>(m_nBegin));
         m_nBegin = 0;
     }
     const std::size_t before = m_buffer.size();
-    if (before > maxHead + maxBody) {
+    if (before > kMaxHead + kMaxBody) {
         throw Failure(SELVIK_ERROR_MEDIA);
     }
-    m_buffer.resize(before + chunk);
+    m_buffer.resize(before + kChunk);
     std::size_t received = 0;
     try {
-        received = m_stream->receive(m_buffer.data() + before, chunk, patience);
+        received = m_stream->receive(m_buffer.data() + before, kChunk, patience);
     } catch (...) {
         m_buffer.resize(before);
         throw;
@@ -153,7 +159,7 @@ bool RtspConnection::parseOne()
         }
         const std::uint8_t *pFirst = m_buffer.data() + m_nBegin;
         const std::size_t left = m_buffer.size() - m_nBegin;
-        const std::size_t needed = m_bInStep ? packetHead : packetHead + 1;
+        const std::size_t needed = m_bInStep ? kPacketHead : kPacketHead + 1;
         if (*pFirst == '$' && left < needed) {
             return false;
         }
@@ -172,7 +178,8 @@ bool RtspConnection::looksLikePacket(std::size_t at) const
     if (m_bInStep) {
         return true;
     }
-    // Found by searching: a dollar sign in the middle of a picture is more likely than one that begins a packet.
+    // After garbage, most dollar signs are bytes of a picture. This one is believed only where a channel in use, the
+    // length of an RTP or RTCP head and version 2 follow.
     const int nChannel = m_buffer[at + 1];
     const bool bKnown = std::find(m_channels.begin(), m_channels.end(), nChannel) != m_channels.end();
     return bKnown && read16(&m_buffer[at + 2]) >= 8 && (m_buffer[at + 4] >> 6) == 2;
@@ -182,15 +189,15 @@ bool RtspConnection::parsePacket()
 {
     const std::uint8_t *pHead = m_buffer.data() + m_nBegin;
     const std::size_t size = read16(pHead + 2);
-    if (m_buffer.size() - m_nBegin < packetHead + size) {
+    if (m_buffer.size() - m_nBegin < kPacketHead + size) {
         return false;
     }
     InterleavedPacket packet;
     packet.nChannel = pHead[1];
-    packet.data.assign(pHead + packetHead, pHead + packetHead + size);
-    m_nBegin += packetHead + size;
+    packet.data.assign(pHead + kPacketHead, pHead + kPacketHead + size);
+    m_nBegin += kPacketHead + size;
     m_bInStep = true;
-    if (m_packets.size() < maxWaitingPackets) {
+    if (m_packets.size() < kMaxWaitingPackets) {
         m_packets.push_back(std::move(packet));
     }
     return true;
@@ -203,7 +210,7 @@ bool RtspConnection::parseResponse()
     const std::size_t strict = text.find("\r\n\r\n");
     const std::size_t loose = text.find("\n\n");
     if (strict == std::string::npos && loose == std::string::npos) {
-        if (text.size() > maxHead) {
+        if (text.size() > kMaxHead) {
             throw Failure(SELVIK_ERROR_MEDIA);
         }
         return false;
@@ -211,21 +218,20 @@ bool RtspConnection::parseResponse()
     const std::size_t headEnd = strict < loose ? strict + 4 : loose + 2;
     std::optional<RtspResponse> response = RtspResponse::parse(text.substr(0, headEnd));
     if (!response) {
-        // A request of the device's own, or garbage that holds the word.
+        // The word stands in garbage, or in a request of the device's own. The search goes on behind its first byte.
         m_nBegin += 1;
         m_bInStep = false;
         return parseOne();
     }
     const std::size_t length =
-        std::min(maxBody, static_cast<std::size_t>(leadingNumber(response->header("content-length"))));
+        std::min(kMaxBody, static_cast<std::size_t>(leadingNumber(response->header("content-length"))));
     if (text.size() < headEnd + length) {
         return false;
     }
     response->body = text.substr(headEnd, length);
     m_nBegin += headEnd + length;
     m_bInStep = true;
-    // Answers to keep-alives are looked at by their status only: a handful is enough.
-    if (m_responses.size() >= 16) {
+    if (m_responses.size() >= kMaxWaitingAnswers) {
         m_responses.pop_front();
     }
     m_responses.push_back(std::move(*response));

@@ -14,7 +14,7 @@
 namespace selvik
 {
 
-/** A packet that came in between the answers, on one of the connection's channels. */
+/** An interleaved packet: "$", the channel, the length and the data, between two answers. */
 struct InterleavedPacket {
     int nChannel = 0;
     Bytes data;
@@ -24,7 +24,7 @@ struct InterleavedPacket {
  * Requests, answers and interleaved packets on one connection to a device.
  *
  * Threads: one at a time.
- * Errors:  Failure when the device is gone, refuses the credentials or sends nothing that can be read; Stopped.
+ * Errors:  Failure when the device is gone, refuses the credentials or sends what cannot be read; Stopped.
  */
 class RtspConnection
 {
@@ -36,22 +36,20 @@ public:
     /** Sends a request and waits for its answer, with credentials when the device asks for them. */
     [[nodiscard]] RtspResponse request(const std::string &method, const std::string &url, const Headers &headers,
                                        const Patience &patience);
-    /** Sends a request whose answer will be met by poll(), if at all. */
+    /** Sends a request without waiting for its answer; takeStatus() tells its status once poll() has met it. */
     void send(const std::string &method, const std::string &url, const Headers &headers, const Patience &patience);
     void sendPacket(int nChannel, const Bytes &data, const Patience &patience);
 
-    /**
-     * Reads what comes until there is a packet, an answer or no time left. Whether anything came; packets wait in
-     * takePacket().
+    /** Reads until one packet or answer is complete; false when the time is up first. takePacket() hands packets out.
      */
     [[nodiscard]] bool poll(const Patience &patience);
-    /** Reads what is there without waiting. Whether anything came. */
+    /** As poll(), for what is there already. */
     [[nodiscard]] bool pollNow(const Patience &patience);
     [[nodiscard]] bool takePacket(InterleavedPacket &packet);
     /** The status of the last answer that poll() met; 0 when none came since the last question for it. */
     [[nodiscard]] int takeStatus();
 
-    /** Channels in use: after a disturbance only these are believed. */
+    /** The channels in use. After garbage, only packets on one of these are believed. */
     void setChannels(std::vector<int> channels)
     {
         m_channels = std::move(channels);
@@ -62,7 +60,7 @@ public:
     }
 
 private:
-    /** Takes one message off the buffer, if a whole one is there. */
+    /** Takes one packet or answer off the buffer, if a whole one is there. */
     bool parseOne();
     bool parsePacket();
     bool parseResponse();
@@ -76,8 +74,8 @@ private:
     Authenticator m_authenticator;
     std::vector<int> m_channels;
     Bytes m_buffer;
-    std::size_t m_nBegin = 0; /**< of what is not read yet in m_buffer */
-    bool m_bInStep = true;    /**< the last message ended where this one begins */
+    std::size_t m_nBegin = 0; /**< offset in m_buffer of what has not been parsed yet */
+    bool m_bInStep = true;    /**< m_nBegin is the end of a packet or answer; false after garbage */
     int m_nSequence = 0;
     std::deque<InterleavedPacket> m_packets;
     std::deque<RtspResponse> m_responses;

@@ -1,13 +1,9 @@
 #include "device/src/RtspInput.h"
 
 #include "Selvikdcm.h"
-#include "device/src/Resolver.h"
-#include "device/src/TcpStream.h"
 #include "device/src/Text.h"
-#include "device/src/TlsStream.h"
 
 #include <algorithm>
-#include <random>
 
 namespace selvik
 {
@@ -15,36 +11,19 @@ namespace selvik
 namespace
 {
 
-constexpr int maxRedirections = 4;
-// A camera that answers is alive even if its pictures are rare; one that does not is lost after the shorter time.
-constexpr Milliseconds lossOfLife{4000};
-constexpr Milliseconds lossOfMedia{20000};
-constexpr Milliseconds questionWhenIdle{1500};
-constexpr Milliseconds reportInterval{5000};
+// A camera that sends nothing at all, no answer to a keep-alive either, is lost after the shorter time. One that
+// answers, but sends no media, is lost after the longer time.
+constexpr Milliseconds kSilenceLimit{4000};
+constexpr Milliseconds kMediaLimit{20000};
+// After so long without anything from the camera it is asked whether it is there.
+constexpr Milliseconds kIdleLimit{1500};
+constexpr Milliseconds kReportInterval{5000};
+// Sending must not hold the receiving thread up when the camera does not read any more.
+constexpr Milliseconds kSendLimit{500};
+// How often the reordering of datagrams is asked whether it gives a missing packet up.
+constexpr Milliseconds kReorderInterval{30};
 
-unsigned long errorOf(const RtspResponse &response)
-{
-    switch (response.nStatus) {
-    case 408:
-    case 504:
-        return SELVIK_ERROR_TIMEOUT;
-    case 406:
-    case 415:
-        return SELVIK_ERROR_MEDIA;
-    case 453:
-    case 503:
-        return SELVIK_ERROR_RESOURCES;
-    default:
-        return response.nStatus >= 500 ? SELVIK_ERROR_HOST : SELVIK_ERROR_CHANNEL;
-    }
-}
-
-bool isRedirection(const RtspResponse &response)
-{
-    return response.nStatus >= 300 && response.nStatus < 400 && !response.header("location").empty();
-}
-
-/** "a-b" behind a name in a Transport header; -1 where a number is missing. */
+/** The "a-b" of a Transport header's "name=a-b"; -1 where a number is missing. */
 struct NumberPair {
     int nFirst = -1;
     int nSecond = -1;
@@ -64,7 +43,7 @@ NumberPair pairOf(const std::string &transport, const std::string &name)
     return pair;
 }
 
-/** An empty receiver report: it says no more than that somebody is there. */
+/** An RTCP receiver report without report blocks. It tells the camera only that there is a receiver. */
 Bytes receiverReport(std::uint32_t source)
 {
     Bytes report = {0x80, 201, 0, 1, 0, 0, 0, 0};
@@ -74,81 +53,22 @@ Bytes receiverReport(std::uint32_t source)
 
 } // namespace
 
-RtspInput::RtspInput(Address address) : m_address(std::move(address)) {}
+RtspInput::RtspInput(Address address, TimeSource &time) : m_time(time), m_session(std::move(address)) {}
 
 RtspInput::~RtspInput() = default;
 
 void RtspInput::open(const Patience &patience)
 {
-    connect(patience);
-    const Sdp sdp = describe(patience);
-    m_aggregate = resolveControl(m_base, sdp.control);
-    chooseTracks(sdp);
+    chooseTracks(m_session.describe(patience));
     setUpAll(patience);
-    play(patience);
-}
-
-void RtspInput::connect(const Patience &patience)
-{
-    const std::vector<std::string> hosts = resolveHost(m_address.host(), patience);
-    Authenticator authenticator(m_address.credentials());
-    for (std::size_t i = 0; i < hosts.size(); ++i) {
-        const bool bLast = i + 1 == hosts.size();
-        // An address that swallows everything must leave time for the next one.
-        const Patience part = bLast ? patience : patience.atMost(Milliseconds(1500));
-        const Endpoint remote = {hosts[i], m_address.port()};
-        try {
-            std::unique_ptr<ByteStream> stream;
-            if (m_address.scheme() == Address::Scheme::Rtsps) {
-                stream = std::make_unique<TlsStream>(remote, m_address.host(), part);
-            } else {
-                stream = std::make_unique<TcpStream>(Socket::connectTcp(remote, part));
-            }
-            m_remoteHost = hosts[i];
-            m_connection = std::make_unique<RtspConnection>(std::move(stream), std::move(authenticator));
-            return;
-        } catch (const Failure &) {
-            if (bLast) {
-                throw;
-            }
-        }
-    }
-}
-
-Sdp RtspInput::describe(const Patience &patience)
-{
-    for (int nRedirections = 0; nRedirections <= maxRedirections; ++nRedirections) {
-        const std::string url = m_address.url();
-        // Some cameras do not know even this one, so the answer matters only for what it names.
-        const RtspResponse options = m_connection->request("OPTIONS", url, {}, patience);
-        m_bGetParameter = false;
-        for (const std::string &method : split(options.header("public"), ',')) {
-            m_bGetParameter = m_bGetParameter || lowerCase(method) == "get_parameter";
-        }
-        const RtspResponse response = m_connection->request("DESCRIBE", url, {{"Accept", "application/sdp"}}, patience);
-        if (isRedirection(response)) {
-            std::optional<Address> target = Address::parse(response.header("location"), m_address.credentials());
-            if (!target || !target->isRtsp()) {
-                throw Failure(SELVIK_ERROR_CHANNEL);
-            }
-            m_address = std::move(*target);
-            connect(patience);
-            continue;
-        }
-        if (!response.isSuccess()) {
-            throw Failure(errorOf(response));
-        }
-        // Whatever the answer calls its content, and whether it does at all: it is the description.
-        m_base = url;
-        for (const char *pName : {"content-location", "content-base"}) {
-            const std::string base = response.header(pName);
-            if (startsWith(lowerCase(base), "rtsp")) {
-                m_base = base;
-            }
-        }
-        return Sdp::parse(response.body);
-    }
-    throw Failure(SELVIK_ERROR_CHANNEL);
+    m_begin = m_time.now();
+    m_session.play(patience);
+    const Clock::time_point now = m_time.now();
+    m_lastSign = now;
+    m_lastMedia = now;
+    m_lastKeepAlive = now;
+    m_lastReport = now;
+    takePackets();
 }
 
 void RtspInput::chooseTracks(const Sdp &sdp)
@@ -163,7 +83,7 @@ void RtspInput::chooseTracks(const Sdp &sdp)
             try {
                 channel.track = std::make_unique<RtpTrack>(media);
             } catch (const Failure &) {
-                // Not understood; perhaps another medium of its kind is.
+                // No coding that can be carried. A description may offer the same picture in several codings.
                 continue;
             }
             m_channels.push_back(std::move(channel));
@@ -185,7 +105,7 @@ void RtspInput::setUpAll(const Patience &patience)
     for (Channel &channel : m_channels) {
         const int nIndex = static_cast<int>(ready.size());
         SetupResult result = setUp(channel, m_bDatagrams, nIndex, patience);
-        const bool bMayChange = ready.empty() && !m_bDatagrams && m_address.scheme() == Address::Scheme::Rtsp;
+        const bool bMayChange = ready.empty() && !m_bDatagrams && !m_session.isEncrypted();
         if (result == SetupResult::TransportRefused && bMayChange) {
             m_bDatagrams = true;
             result = setUp(channel, true, nIndex, patience);
@@ -195,13 +115,13 @@ void RtspInput::setUpAll(const Patience &patience)
             numbers.push_back(channel.nRtcpChannel);
             ready.push_back(std::move(channel));
         } else if (ready.empty()) {
-            // The picture, or where there is none the sound, is what the preview is for.
+            // Without its first track, the picture or else the sound, there is nothing to preview.
             throw Failure(SELVIK_ERROR_CHANNEL);
         }
     }
     m_channels = std::move(ready);
     if (!m_bDatagrams) {
-        m_connection->setChannels(numbers);
+        m_session.connection().setChannels(numbers);
     }
     for (const Channel &channel : m_channels) {
         m_parameters.emplace_back(required(avcodec_parameters_alloc()));
@@ -214,7 +134,7 @@ void RtspInput::setUpAll(const Patience &patience)
 
 bool RtspInput::bindPair(Channel &channel, bool bIpv6)
 {
-    // RTP on an even port, its reports on the next one: cameras count on it.
+    // RTP gets an even port and RTCP the next one. Cameras rely on that, whatever numbers they are told.
     for (int nAttempt = 0; nAttempt < 50; ++nAttempt) {
         Socket probe = Socket::bindUdp(bIpv6, 0);
         const unsigned short port = probe.isValid() ? probe.localPort() : 0;
@@ -235,7 +155,7 @@ RtspInput::SetupResult RtspInput::setUp(Channel &channel, bool bDatagrams, int n
 {
     std::string transport;
     if (bDatagrams) {
-        if (!bindPair(channel, m_remoteHost.find(':') != std::string::npos)) {
+        if (!bindPair(channel, m_session.remoteHost().find(':') != std::string::npos)) {
             throw Failure(SELVIK_ERROR_RESOURCES);
         }
         const int nPort = channel.rtp.localPort();
@@ -246,17 +166,13 @@ RtspInput::SetupResult RtspInput::setUp(Channel &channel, bool bDatagrams, int n
         transport = "RTP/AVP/TCP;unicast;interleaved=" + std::to_string(channel.nRtpChannel) + "-" +
                     std::to_string(channel.nRtcpChannel);
     }
-    RtspConnection::Headers headers = sessionHeaders();
-    headers.emplace_back("Transport", transport);
-    const RtspResponse response =
-        m_connection->request("SETUP", resolveControl(m_base, channel.media.control), headers, patience);
-    noteSession(response);
+    const RtspResponse response = m_session.setUp(channel.media.control, transport, patience);
     if (!response.isSuccess()) {
         const bool bMissing = response.nStatus == 404 || response.nStatus == 454;
         return bMissing ? SetupResult::Refused : SetupResult::TransportRefused;
     }
     const std::string answer = response.header("transport");
-    // A camera that answers with datagrams to a request without them means to refuse.
+    // Some cameras do not refuse interleaved media, but answer with the ports of datagrams.
     if (!bDatagrams && lowerCase(answer).find("interleaved") == std::string::npos &&
         lowerCase(answer).find("port=") != std::string::npos) {
         return SetupResult::TransportRefused;
@@ -270,7 +186,7 @@ void RtspInput::readTransport(Channel &channel, const std::string &transport) co
     if (channel.rtp.isValid()) {
         const NumberPair ports = pairOf(transport, "server_port");
         if (ports.nSecond > 0 && ports.nSecond <= 0xFFFF) {
-            channel.reports = {m_remoteHost, static_cast<unsigned short>(ports.nSecond)};
+            channel.reports = {m_session.remoteHost(), static_cast<unsigned short>(ports.nSecond)};
         }
         return;
     }
@@ -279,45 +195,6 @@ void RtspInput::readTransport(Channel &channel, const std::string &transport) co
         channel.nRtpChannel = numbers.nFirst;
         channel.nRtcpChannel = numbers.nSecond;
     }
-}
-
-void RtspInput::noteSession(const RtspResponse &response)
-{
-    const std::vector<std::string> parts = split(response.header("session"), ';');
-    if (parts.empty()) {
-        return;
-    }
-    // The last one named is the one in force: there are cameras that change it on the way.
-    m_session = parts.front();
-    for (const std::string &part : parts) {
-        if (startsWith(lowerCase(part), "timeout=")) {
-            const Milliseconds timeout = std::chrono::seconds(leadingNumber(part.substr(8)));
-            m_keepAliveInterval = std::clamp(timeout / 2, Milliseconds(1000), Milliseconds(25000));
-        }
-    }
-}
-
-RtspConnection::Headers RtspInput::sessionHeaders() const
-{
-    return m_session.empty() ? RtspConnection::Headers() : RtspConnection::Headers{{"Session", m_session}};
-}
-
-void RtspInput::play(const Patience &patience)
-{
-    RtspConnection::Headers headers = sessionHeaders();
-    headers.emplace_back("Range", "npt=0.000-");
-    m_begin = Clock::now();
-    const RtspResponse response = m_connection->request("PLAY", m_aggregate, headers, patience);
-    noteSession(response);
-    if (!response.isSuccess()) {
-        throw Failure(errorOf(response));
-    }
-    const Clock::time_point now = Clock::now();
-    m_lastSign = now;
-    m_lastMedia = now;
-    m_lastKeepAlive = now;
-    m_lastReport = now;
-    takePackets();
 }
 
 bool RtspInput::next(MediaUnit &unit, const Patience &patience)
@@ -341,17 +218,15 @@ bool RtspInput::next(MediaUnit &unit, const Patience &patience)
 
 void RtspInput::keepAlive(const Patience &patience)
 {
-    const Clock::time_point now = Clock::now();
-    const bool bIdle = now - m_lastSign > questionWhenIdle && now - m_lastKeepAlive > questionWhenIdle;
-    if (bIdle || now - m_lastKeepAlive > m_keepAliveInterval) {
+    const Clock::time_point now = m_time.now();
+    const bool bIdle = now - m_lastSign > kIdleLimit && now - m_lastKeepAlive > kIdleLimit;
+    if (bIdle || now - m_lastKeepAlive > m_session.keepAliveInterval()) {
         m_lastKeepAlive = now;
-        // A camera that reads nothing any more must not hold this thread up.
-        m_connection->send(m_bGetParameter ? "GET_PARAMETER" : "OPTIONS", m_aggregate, sessionHeaders(),
-                           patience.atMost(Milliseconds(500)));
+        m_session.keepAlive(patience.atMost(kSendLimit));
     }
-    if (now - m_lastReport > reportInterval) {
+    if (now - m_lastReport > kReportInterval) {
         m_lastReport = now;
-        sendReports(patience.atMost(Milliseconds(500)));
+        sendReports(patience.atMost(kSendLimit));
     }
 }
 
@@ -360,7 +235,7 @@ void RtspInput::sendReports(const Patience &patience)
     const Bytes report = receiverReport(0x53454C56);
     for (Channel &channel : m_channels) {
         if (!m_bDatagrams) {
-            m_connection->sendPacket(channel.nRtcpChannel, report, patience);
+            m_session.connection().sendPacket(channel.nRtcpChannel, report, patience);
         } else if (channel.reports.port != 0) {
             channel.rtcp.sendTo(channel.reports, report);
         }
@@ -371,17 +246,10 @@ void RtspInput::receive(const Patience &patience)
 {
     if (m_bDatagrams) {
         receiveDatagrams(patience);
-    } else if (m_connection->poll(patience)) {
-        m_lastSign = Clock::now();
+    } else if (m_session.connection().poll(patience)) {
+        m_lastSign = m_time.now();
     }
-    const int nStatus = m_connection->takeStatus();
-    if (nStatus == 405 || nStatus == 501 || nStatus == 551) {
-        // It names the method and does not know it.
-        m_bGetParameter = false;
-    } else if (nStatus == 454) {
-        // The session is over on the camera's side.
-        throw Failure(SELVIK_ERROR_HOST);
-    }
+    m_session.checkAnswers();
 }
 
 void RtspInput::receiveDatagrams(const Patience &patience)
@@ -391,13 +259,11 @@ void RtspInput::receiveDatagrams(const Patience &patience)
         sockets.push_back(&channel.rtp);
         sockets.push_back(&channel.rtcp);
     }
-    sockets.push_back(m_connection->socket());
-    if (Socket::waitReadable(sockets, patience.slice())) {
-        if (m_connection->pollNow(patience)) {
-            m_lastSign = Clock::now();
-        }
+    sockets.push_back(m_session.connection().socket());
+    if (Socket::waitReadable(sockets, patience.atMost(kReorderInterval)) && m_session.connection().pollNow(patience)) {
+        m_lastSign = m_time.now();
     }
-    // Also without news: a packet may have been waited for in vain.
+    // Also when nothing came: the reordering may have waited long enough for a missing packet.
     for (Channel &channel : m_channels) {
         drainDatagrams(channel);
     }
@@ -406,7 +272,7 @@ void RtspInput::receiveDatagrams(const Patience &patience)
 void RtspInput::drainDatagrams(Channel &channel)
 {
     Bytes buffer(0x10000);
-    const Clock::time_point now = Clock::now();
+    const Clock::time_point now = m_time.now();
     while (const std::size_t size = channel.rtp.receive(buffer.data(), buffer.size())) {
         noteMedia();
         const auto end = buffer.begin() + static_cast<std::ptrdiff_t>(size);
@@ -424,7 +290,7 @@ void RtspInput::drainDatagrams(Channel &channel)
 void RtspInput::takePackets()
 {
     InterleavedPacket packet;
-    while (m_connection->takePacket(packet)) {
+    while (m_session.connection().takePacket(packet)) {
         const ByteView view = {packet.data.data(), packet.data.size()};
         for (Channel &channel : m_channels) {
             if (packet.nChannel == channel.nRtpChannel) {
@@ -439,14 +305,14 @@ void RtspInput::takePackets()
 
 void RtspInput::noteMedia()
 {
-    m_lastMedia = Clock::now();
+    m_lastMedia = m_time.now();
     m_lastSign = m_lastMedia;
 }
 
 void RtspInput::checkLoss() const
 {
-    const Clock::time_point now = Clock::now();
-    if (now - m_lastSign > lossOfLife || now - m_lastMedia > lossOfMedia) {
+    const Clock::time_point now = m_time.now();
+    if (now - m_lastSign > kSilenceLimit || now - m_lastMedia > kMediaLimit) {
         throw Failure(SELVIK_ERROR_TIMEOUT);
     }
 }
@@ -455,7 +321,7 @@ void RtspInput::collect(Channel &channel, ByteView packet)
 {
     std::vector<MediaUnit> units;
     channel.track->feed(packet, units);
-    const auto arrival = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - m_begin).count();
+    const auto arrival = std::chrono::duration_cast<std::chrono::microseconds>(m_time.now() - m_begin).count();
     for (MediaUnit &unit : units) {
         unit.track = static_cast<std::size_t>(&channel - m_channels.data());
         m_timeline->place(unit, arrival);
@@ -465,16 +331,7 @@ void RtspInput::collect(Channel &channel, ByteView packet)
 
 void RtspInput::close(const Patience &patience) noexcept
 {
-    if (m_connection == nullptr || m_session.empty()) {
-        return;
-    }
-    try {
-        // The answer is waited for, shortly: there are cameras that drop the request with the connection.
-        (void)m_connection->request("TEARDOWN", m_aggregate, sessionHeaders(), patience);
-    } catch (...) {
-        // It is gone already.
-        return;
-    }
+    m_session.tearDown(patience);
 }
 
 } // namespace selvik

@@ -5,8 +5,7 @@
 #include "device/src/CameraInput.h"
 #include "device/src/ReorderBuffer.h"
 #include "device/src/RtpTrack.h"
-#include "device/src/RtspConnection.h"
-#include "device/src/Sdp.h"
+#include "device/src/RtspSession.h"
 #include "device/src/Timeline.h"
 
 #include <deque>
@@ -18,15 +17,15 @@ namespace selvik
 {
 
 /**
- * A camera that speaks RTSP: media over the same connection, or in datagrams where it refuses that.
+ * The media of a camera that speaks RTSP: interleaved with the answers, or in datagrams where the camera refuses that.
  *
- * The first video, sound and ONVIF metadata that can be carried are taken. The session is kept alive by the method that
- * the camera names. See CameraInput.
+ * The first video, sound and ONVIF metadata that can be carried are taken. A camera that falls silent is noticed and
+ * given up. See CameraInput.
  */
 class RtspInput : public CameraInput
 {
 public:
-    explicit RtspInput(Address address);
+    RtspInput(Address address, TimeSource &time);
     ~RtspInput() override;
 
     void open(const Patience &patience) override;
@@ -51,17 +50,11 @@ private:
     };
     enum class SetupResult { Done, Refused, TransportRefused };
 
-    void connect(const Patience &patience);
-    [[nodiscard]] Sdp describe(const Patience &patience);
     void chooseTracks(const Sdp &sdp);
     void setUpAll(const Patience &patience);
     [[nodiscard]] SetupResult setUp(Channel &channel, bool bDatagrams, int nIndex, const Patience &patience);
     [[nodiscard]] static bool bindPair(Channel &channel, bool bIpv6);
     void readTransport(Channel &channel, const std::string &transport) const;
-    void play(const Patience &patience);
-    void noteSession(const RtspResponse &response);
-    [[nodiscard]] RtspConnection::Headers sessionHeaders() const;
-
     void keepAlive(const Patience &patience);
     void sendReports(const Patience &patience);
     void receive(const Patience &patience);
@@ -72,22 +65,16 @@ private:
     void checkLoss() const;
     void collect(Channel &channel, ByteView packet);
 
-    Address m_address;
-    std::string m_remoteHost; /**< numeric */
-    std::unique_ptr<RtspConnection> m_connection;
-    std::string m_base;      /**< what controls are relative to */
-    std::string m_aggregate; /**< what PLAY and TEARDOWN name */
-    std::string m_session;
-    Milliseconds m_keepAliveInterval{25000};
-    bool m_bGetParameter = false;
+    TimeSource &m_time;
+    RtspSession m_session;
     bool m_bDatagrams = false;
     std::vector<Channel> m_channels;
     std::vector<ParametersPtr> m_parameters;
     std::unique_ptr<Timeline> m_timeline;
     std::deque<MediaUnit> m_units;
     Clock::time_point m_begin;
-    Clock::time_point m_lastSign;  /**< of life, of any kind */
-    Clock::time_point m_lastMedia; /**< packet */
+    Clock::time_point m_lastSign;  /**< when the last thing of any kind came */
+    Clock::time_point m_lastMedia; /**< when the last packet of media came */
     Clock::time_point m_lastKeepAlive;
     Clock::time_point m_lastReport;
 };

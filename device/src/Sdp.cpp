@@ -16,17 +16,23 @@ SdpMedia::Kind kindOf(const std::string &name)
     return name == "audio" ? SdpMedia::Kind::Audio : SdpMedia::Kind::Other;
 }
 
+/** The clock rate of a payload type that needs no rtpmap line (RFC 3551): 8 kHz for most sound, 90 kHz for video. */
 int staticClockRate(int nPayloadType)
 {
-    // The payload types that need no rtpmap line: sound at 8 kHz except a few, video at 90 kHz.
+    constexpr int kFirstOfVideo = 24;
+    constexpr int kMpegSound = 14;
     switch (nPayloadType) {
+    case 6:
+        return 16000;
     case 10:
     case 11:
         return 44100;
-    case 6:
-        return 16000;
+    case 16:
+        return 11025;
+    case 17:
+        return 22050;
     default:
-        return nPayloadType < 24 && nPayloadType != 14 ? 8000 : 90000;
+        return nPayloadType < kFirstOfVideo && nPayloadType != kMpegSound ? 8000 : 90000;
     }
 }
 
@@ -134,7 +140,8 @@ std::string resolveControl(const std::string &base, const std::string &control)
     if (startsWith(scheme, "rtsp://") || startsWith(scheme, "rtsps://")) {
         return control;
     }
-    // Not by the rules of relative addresses: devices expect their word behind the whole base, also behind a query.
+    // Devices do not follow the rules of relative addresses: they expect the control behind the whole base, even where
+    // the base ends with a query.
     const bool bSlash = !base.empty() && base.back() == '/';
     if (control.front() == '/') {
         return bSlash ? base + control.substr(1) : base + control;

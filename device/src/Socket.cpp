@@ -27,8 +27,8 @@ namespace
 
 #ifdef _WIN32
 using NativeSocket = SOCKET;
-constexpr NativeSocket noSocket = INVALID_SOCKET;
-constexpr int sendFlags = 0;
+constexpr NativeSocket kNoSocket = INVALID_SOCKET;
+constexpr int kSendFlags = 0;
 
 bool wouldBlock()
 {
@@ -38,7 +38,7 @@ bool wouldBlock()
 
 bool isReset()
 {
-    // A datagram that found nobody makes the next receive on Windows fail with it; the socket itself is well.
+    // On Windows, a datagram to a closed port makes the next receive fail with this error. The socket remains usable.
     return WSAGetLastError() == WSAECONNRESET;
 }
 
@@ -61,8 +61,8 @@ int pollNative(WSAPOLLFD *pEntries, std::size_t count, Milliseconds duration)
 using PollEntry = WSAPOLLFD;
 #else
 using NativeSocket = int;
-constexpr NativeSocket noSocket = -1;
-constexpr int sendFlags = MSG_NOSIGNAL;
+constexpr NativeSocket kNoSocket = -1;
+constexpr int kSendFlags = MSG_NOSIGNAL;
 
 bool wouldBlock()
 {
@@ -141,12 +141,12 @@ struct SystemAddress {
     }
 };
 
-/** Whether a connection that was begun has come about. */
-bool isConnected(NativeSocket handle)
+/** Whether a connection that was begun has failed. */
+bool hasFailed(NativeSocket handle)
 {
     int error = 0;
     socklen_t size = sizeof error;
-    return getsockopt(handle, SOL_SOCKET, SO_ERROR, reinterpret_cast<char *>(&error), &size) == 0 && error == 0;
+    return getsockopt(handle, SOL_SOCKET, SO_ERROR, reinterpret_cast<char *>(&error), &size) != 0 || error != 0;
 }
 
 bool isDatagram(NativeSocket handle)
@@ -156,7 +156,7 @@ bool isDatagram(NativeSocket handle)
     return getsockopt(handle, SOL_SOCKET, SO_TYPE, reinterpret_cast<char *>(&type), &size) == 0 && type == SOCK_DGRAM;
 }
 
-bool waitWritable(NativeSocket handle, Milliseconds duration)
+bool isWritable(NativeSocket handle, Milliseconds duration)
 {
     PollEntry entry = {};
     entry.fd = handle;
@@ -171,13 +171,13 @@ Socket::~Socket()
     close();
 }
 
-Socket::Socket(Socket &&other) noexcept : m_handle(std::exchange(other.m_handle, invalid)) {}
+Socket::Socket(Socket &&other) noexcept : m_handle(std::exchange(other.m_handle, kInvalid)) {}
 
 Socket &Socket::operator=(Socket &&other) noexcept
 {
     if (this != &other) {
         close();
-        m_handle = std::exchange(other.m_handle, invalid);
+        m_handle = std::exchange(other.m_handle, kInvalid);
     }
     return *this;
 }
@@ -185,7 +185,7 @@ Socket &Socket::operator=(Socket &&other) noexcept
 void Socket::close()
 {
     if (isValid()) {
-        closeNative(native(std::exchange(m_handle, invalid)));
+        closeNative(native(std::exchange(m_handle, kInvalid)));
     }
 }
 
@@ -194,7 +194,7 @@ Socket Socket::connectTcp(const Endpoint &remote, const Patience &patience)
     startSockets();
     const SystemAddress address(remote);
     const NativeSocket handle = ::socket(address.storage.ss_family, SOCK_STREAM, IPPROTO_TCP);
-    if (handle == noSocket) {
+    if (handle == kNoSocket) {
         throw Failure(SELVIK_ERROR_RESOURCES);
     }
     Socket socket(static_cast<Handle>(handle));
@@ -205,15 +205,19 @@ Socket Socket::connectTcp(const Endpoint &remote, const Patience &patience)
         if (!wouldBlock()) {
             throw Failure(SELVIK_ERROR_HOST);
         }
-        while (!waitWritable(handle, patience.slice())) {
-            patience.check();
-            // Windows tells a refused connection by the error alone.
-            if (!isConnected(handle)) {
-                throw Failure(SELVIK_ERROR_HOST);
-            }
-        }
-        if (!isConnected(handle)) {
+        // Windows tells a refused connection by the error alone. Asking for the error clears it.
+        bool bRefused = false;
+        const bool bDecided = patience.poll([&](Milliseconds duration) {
+            const bool bWritable = isWritable(handle, duration);
+            bRefused = hasFailed(handle);
+            return bWritable || bRefused;
+        });
+        if (bRefused) {
             throw Failure(SELVIK_ERROR_HOST);
+        }
+        if (!bDecided) {
+            patience.check();
+            throw Failure(SELVIK_ERROR_TIMEOUT);
         }
     }
     return socket;
@@ -224,12 +228,12 @@ Socket Socket::bindUdp(bool bIpv6, unsigned short port)
     startSockets();
     const SystemAddress address({bIpv6 ? "::" : "0.0.0.0", port});
     const NativeSocket handle = ::socket(address.storage.ss_family, SOCK_DGRAM, IPPROTO_UDP);
-    if (handle == noSocket) {
+    if (handle == kNoSocket) {
         throw Failure(SELVIK_ERROR_RESOURCES);
     }
     Socket socket(static_cast<Handle>(handle));
     makeNonBlocking(handle);
-    // Room for a few key pictures: they come in one burst.
+    // A key picture comes in one burst: room for a few of them.
     int size = 2 << 20;
     setsockopt(handle, SOL_SOCKET, SO_RCVBUF, reinterpret_cast<const char *>(&size), sizeof size);
     return ::bind(handle, address.get(), address.size) == 0 ? std::move(socket) : Socket();
@@ -242,7 +246,7 @@ unsigned short Socket::localPort() const
     if (getsockname(native(m_handle), reinterpret_cast<sockaddr *>(&storage), &size) != 0) {
         return 0;
     }
-    // The port stands at the same place in both families' records.
+    // IPv4 and IPv6 addresses have the port at the same offset.
     return ntohs(reinterpret_cast<const sockaddr_in *>(&storage)->sin_port);
 }
 
@@ -266,13 +270,13 @@ void Socket::sendAll(const std::uint8_t *pData, std::size_t size, const Patience
 {
     while (size > 0) {
         const auto sent =
-            ::send(native(m_handle), reinterpret_cast<const char *>(pData), static_cast<int>(size), sendFlags);
+            ::send(native(m_handle), reinterpret_cast<const char *>(pData), static_cast<int>(size), kSendFlags);
         if (sent > 0) {
             pData += sent;
             size -= static_cast<std::size_t>(sent);
         } else if (wouldBlock()) {
             patience.check();
-            (void)waitWritable(native(m_handle), patience.slice());
+            (void)patience.poll([this](Milliseconds duration) { return isWritable(native(m_handle), duration); });
         } else {
             throw Failure(SELVIK_ERROR_HOST);
         }
@@ -283,10 +287,10 @@ void Socket::sendTo(const Endpoint &remote, const Bytes &data)
 {
     const SystemAddress address(remote);
     (void)::sendto(native(m_handle), reinterpret_cast<const char *>(data.data()), static_cast<int>(data.size()),
-                   sendFlags, address.get(), address.size);
+                   kSendFlags, address.get(), address.size);
 }
 
-bool Socket::waitReadable(const std::vector<const Socket *> &sockets, Milliseconds duration)
+bool Socket::waitReadable(const std::vector<const Socket *> &sockets, const Patience &patience)
 {
     std::vector<PollEntry> entries;
     entries.reserve(sockets.size());
@@ -296,7 +300,8 @@ bool Socket::waitReadable(const std::vector<const Socket *> &sockets, Millisecon
         entry.events = POLLIN;
         entries.push_back(entry);
     }
-    return pollNative(entries.data(), entries.size(), duration) > 0;
+    return patience.poll(
+        [&entries](Milliseconds duration) { return pollNative(entries.data(), entries.size(), duration) > 0; });
 }
 
 } // namespace selvik

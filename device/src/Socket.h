@@ -38,7 +38,7 @@ public:
 
     [[nodiscard]] bool isValid() const
     {
-        return m_handle != invalid;
+        return m_handle != kInvalid;
     }
     [[nodiscard]] unsigned short localPort() const;
 
@@ -48,17 +48,17 @@ public:
     /** A datagram that is lost here is lost on the network: no error. */
     void sendTo(const Endpoint &remote, const Bytes &data);
 
-    /** Whether one of them can be read, after at most `duration`. */
-    [[nodiscard]] static bool waitReadable(const std::vector<const Socket *> &sockets, Milliseconds duration);
+    /** Whether one of them can be read, before the patience is over. */
+    [[nodiscard]] static bool waitReadable(const std::vector<const Socket *> &sockets, const Patience &patience);
 
 private:
     using Handle = unsigned long long;
-    static constexpr Handle invalid = ~Handle(0);
+    static constexpr Handle kInvalid = ~Handle(0);
 
     explicit Socket(Handle handle) : m_handle(handle) {}
     void close();
 
-    Handle m_handle = invalid;
+    Handle m_handle = kInvalid;
 };
 
 } // namespace selvik

@@ -21,7 +21,7 @@ public:
             if (received > 0 || patience.isOver()) {
                 return received;
             }
-            (void)Socket::waitReadable({&m_socket}, patience.slice());
+            (void)Socket::waitReadable({&m_socket}, patience);
         }
     }
 

@@ -47,13 +47,13 @@ bool startsWith(const std::string &text, const std::string &beginning)
 
 int leadingNumber(const std::string &text)
 {
-    constexpr long long most = 1000000000;
+    constexpr long long kMost = 1000000000;
     long long value = 0;
     for (const char letter : text) {
         if (letter < '0' || letter > '9') {
             break;
         }
-        value = std::min(value * 10 + (letter - '0'), most);
+        value = std::min(value * 10 + (letter - '0'), kMost);
     }
     return static_cast<int>(value);
 }

@@ -65,7 +65,7 @@ private:
         }
         if (m_bAxisKnown) {
             const std::int64_t offset = unit.captureTime + m_nAxisFromUtc - media;
-            // Clocks of a camera that disagree by more than this have not been set yet.
+            // Where the clocks of two tracks differ by more, one of them has not been set yet.
             if (std::abs(offset - track.nOffset) < 5000000) {
                 track.nOffset = offset;
             }

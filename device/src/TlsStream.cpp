@@ -21,7 +21,7 @@ TlsStream::TlsStream(const Endpoint &remote, const std::string &name, const Pati
 
 TlsStream::~TlsStream()
 {
-    // Closing says good-bye over the network; a device that does not listen is not waited for.
+    // Closing sends a last message. A device that does not read it is not waited for.
     m_patience = m_patience.atMost(Milliseconds(300));
     avio_closep(&m_pIo);
 }
@@ -36,7 +36,7 @@ std::size_t TlsStream::receive(std::uint8_t *pBuffer, std::size_t capacity, cons
     if (!patience.isOver()) {
         throw Failure(SELVIK_ERROR_HOST);
     }
-    // An interrupted read leaves its mark on the context, which would end every later one.
+    // An interrupted read sets flags of the context that would make every later read fail.
     m_pIo->eof_reached = 0;
     m_pIo->error = 0;
     return 0;

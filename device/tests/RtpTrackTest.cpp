@@ -28,8 +28,8 @@ Bytes rtp(std::uint16_t sequence, std::uint32_t time, bool bMarker, const Bytes 
     return packet;
 }
 
-const Bytes keyPicture = {0x65, 1, 2, 3};
-const Bytes otherPicture = {0x41, 1, 2, 3};
+const Bytes kKeyPicture = {0x65, 1, 2, 3};
+const Bytes kOtherPicture = {0x41, 1, 2, 3};
 
 std::vector<MediaUnit> feed(RtpTrack &track, const Bytes &packet)
 {
@@ -42,7 +42,7 @@ TEST(RtpTrack, HandsAPictureOverWithItsMarker)
 {
     RtpTrack track(h264());
     EXPECT_TRUE(feed(track, rtp(1, 0, false, {0x67, 1, 2})).empty());
-    const std::vector<MediaUnit> units = feed(track, rtp(2, 0, true, keyPicture));
+    const std::vector<MediaUnit> units = feed(track, rtp(2, 0, true, kKeyPicture));
     ASSERT_EQ(units.size(), 1U);
     EXPECT_TRUE(units[0].isKey());
     EXPECT_EQ(Bytes(units[0].bytes().begin(), units[0].bytes().end()),
@@ -52,8 +52,8 @@ TEST(RtpTrack, HandsAPictureOverWithItsMarker)
 TEST(RtpTrack, CountsMicrosecondsAcrossTheWrapOfTheClock)
 {
     RtpTrack track(h264());
-    (void)feed(track, rtp(0xFFFF, 0xFFFFFFFF - 44999, true, keyPicture));
-    const std::vector<MediaUnit> units = feed(track, rtp(0, 45000, true, otherPicture));
+    (void)feed(track, rtp(0xFFFF, 0xFFFFFFFF - 44999, true, kKeyPicture));
+    const std::vector<MediaUnit> units = feed(track, rtp(0, 45000, true, kOtherPicture));
     ASSERT_EQ(units.size(), 1U);
     EXPECT_EQ(units[0].packet->pts, 1000000);
 }
@@ -61,29 +61,29 @@ TEST(RtpTrack, CountsMicrosecondsAcrossTheWrapOfTheClock)
 TEST(RtpTrack, AfterALossItWaitsForAKeyPicture)
 {
     RtpTrack track(h264());
-    EXPECT_EQ(feed(track, rtp(1, 0, true, keyPicture)).size(), 1U);
-    EXPECT_EQ(feed(track, rtp(2, 3600, true, otherPicture)).size(), 1U);
-    EXPECT_TRUE(feed(track, rtp(4, 10800, true, otherPicture)).empty());
-    EXPECT_TRUE(feed(track, rtp(5, 14400, true, otherPicture)).empty());
-    EXPECT_EQ(feed(track, rtp(6, 18000, true, keyPicture)).size(), 1U);
-    EXPECT_EQ(feed(track, rtp(7, 21600, true, otherPicture)).size(), 1U);
+    EXPECT_EQ(feed(track, rtp(1, 0, true, kKeyPicture)).size(), 1U);
+    EXPECT_EQ(feed(track, rtp(2, 3600, true, kOtherPicture)).size(), 1U);
+    EXPECT_TRUE(feed(track, rtp(4, 10800, true, kOtherPicture)).empty());
+    EXPECT_TRUE(feed(track, rtp(5, 14400, true, kOtherPicture)).empty());
+    EXPECT_EQ(feed(track, rtp(6, 18000, true, kKeyPicture)).size(), 1U);
+    EXPECT_EQ(feed(track, rtp(7, 21600, true, kOtherPicture)).size(), 1U);
 }
 
 TEST(RtpTrack, IgnoresPacketsThatCameBefore)
 {
     RtpTrack track(h264());
-    EXPECT_EQ(feed(track, rtp(5, 3600, true, keyPicture)).size(), 1U);
-    EXPECT_TRUE(feed(track, rtp(5, 3600, true, keyPicture)).empty());
-    EXPECT_TRUE(feed(track, rtp(4, 0, true, otherPicture)).empty());
-    EXPECT_EQ(feed(track, rtp(6, 7200, true, otherPicture)).size(), 1U);
+    EXPECT_EQ(feed(track, rtp(5, 3600, true, kKeyPicture)).size(), 1U);
+    EXPECT_TRUE(feed(track, rtp(5, 3600, true, kKeyPicture)).empty());
+    EXPECT_TRUE(feed(track, rtp(4, 0, true, kOtherPicture)).empty());
+    EXPECT_EQ(feed(track, rtp(6, 7200, true, kOtherPicture)).size(), 1U);
 }
 
 TEST(RtpTrack, ANewSourceBeginsWithAKeyPicture)
 {
     RtpTrack track(h264());
-    EXPECT_EQ(feed(track, rtp(5, 3600, true, keyPicture)).size(), 1U);
-    EXPECT_TRUE(feed(track, rtp(900, 99, true, otherPicture, 2)).empty());
-    EXPECT_EQ(feed(track, rtp(901, 3699, true, keyPicture, 2)).size(), 1U);
+    EXPECT_EQ(feed(track, rtp(5, 3600, true, kKeyPicture)).size(), 1U);
+    EXPECT_TRUE(feed(track, rtp(900, 99, true, kOtherPicture, 2)).empty());
+    EXPECT_EQ(feed(track, rtp(901, 3699, true, kKeyPicture, 2)).size(), 1U);
 }
 
 TEST(RtpTrack, TellsTheTimeOfDayOfAPicture)
@@ -97,7 +97,7 @@ TEST(RtpTrack, TellsTheTimeOfDayOfAPicture)
     write32(&report[12], 0x80000000U);
     write32(&report[16], 90000);
     track.feedReport({report.data(), report.size()});
-    const std::vector<MediaUnit> units = feed(track, rtp(1, 0, true, keyPicture));
+    const std::vector<MediaUnit> units = feed(track, rtp(1, 0, true, kKeyPicture));
     ASSERT_EQ(units.size(), 1U);
     EXPECT_EQ(units[0].captureTime, 1000500000 - 1000000);
 }

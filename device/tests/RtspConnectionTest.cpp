@@ -40,11 +40,11 @@ private:
     std::size_t m_nAt = 0;
 };
 
-const std::atomic<bool> never{false};
-
+/** The fake streams wait for nothing. */
 Patience shortPatience()
 {
-    return {never, Clock::now() + Milliseconds(50)};
+    static const std::atomic<bool> never{false};
+    return {realTime(), never, Clock::now() + Milliseconds(50)};
 }
 
 std::string packet(int nChannel, const std::string &payload)
@@ -53,7 +53,7 @@ std::string packet(int nChannel, const std::string &payload)
            static_cast<char>(payload.size()) + payload;
 }
 
-const std::string rtp = std::string("\x80\x60\0\1", 4) + "0123456789";
+const std::string kRtp = std::string("\x80\x60\0\1", 4) + "0123456789";
 
 class PieceSize : public testing::TestWithParam<std::size_t>
 {
@@ -61,10 +61,10 @@ class PieceSize : public testing::TestWithParam<std::size_t>
 
 TEST_P(PieceSize, DoesNotMatter)
 {
-    RtspConnection connection(std::make_unique<FakeStream>(packet(0, rtp) +
+    RtspConnection connection(std::make_unique<FakeStream>(packet(0, kRtp) +
                                                                "RTSP/1.0 200 OK\r\nCSeq: 1\r\n"
                                                                "Content-Length: 4\r\n\r\nbody" +
-                                                               packet(1, rtp),
+                                                               packet(1, kRtp),
                                                            GetParam()),
                               Authenticator({}));
     const RtspResponse response = connection.request("DESCRIBE", "rtsp://c/", {}, shortPatience());
@@ -74,7 +74,7 @@ TEST_P(PieceSize, DoesNotMatter)
     InterleavedPacket taken;
     ASSERT_TRUE(connection.takePacket(taken));
     EXPECT_EQ(taken.nChannel, 0);
-    EXPECT_EQ(std::string(taken.data.begin(), taken.data.end()), rtp);
+    EXPECT_EQ(std::string(taken.data.begin(), taken.data.end()), kRtp);
     ASSERT_TRUE(connection.takePacket(taken));
     EXPECT_EQ(taken.nChannel, 1);
     EXPECT_FALSE(connection.takePacket(taken));
@@ -86,7 +86,7 @@ TEST(RtspConnection, FindsItsWayThroughGarbage)
 {
     const std::string garbage = "\r\n$\x4Dgarbage$$$R RTSP RT$" + std::string(2, '\0');
     RtspConnection connection(
-        std::make_unique<FakeStream>(packet(0, rtp) + garbage + packet(0, rtp) + garbage + packet(0, rtp), 5),
+        std::make_unique<FakeStream>(packet(0, kRtp) + garbage + packet(0, kRtp) + garbage + packet(0, kRtp), 5),
         Authenticator({}));
     connection.setChannels({0, 1});
     while (connection.poll(shortPatience())) {
@@ -95,7 +95,7 @@ TEST(RtspConnection, FindsItsWayThroughGarbage)
     int nPackets = 0;
     while (connection.takePacket(taken)) {
         ++nPackets;
-        EXPECT_EQ(std::string(taken.data.begin(), taken.data.end()), rtp);
+        EXPECT_EQ(std::string(taken.data.begin(), taken.data.end()), kRtp);
     }
     EXPECT_EQ(nPackets, 3);
 }

@@ -103,7 +103,7 @@ void StreamRecorder::callback(long handle, const SELVIK_DCM_STREAM_DATA *pData, 
 bool StreamRecorder::waitForRecords(std::size_t headers, std::size_t data, std::chrono::milliseconds most)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
-    return m_changed.wait_for(lock, most, [&] {
+    return m_time.wait(lock, m_changed, m_time.now() + most, [&] {
         return m_connections.size() >= headers && (m_connections.empty() ? 0 : m_connections.back().size() - 1) >= data;
     });
 }

@@ -3,6 +3,7 @@
 
 #include "Selvikdcm.h"
 #include "device/src/Bytes.h"
+#include "device/src/TimeSource.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -42,6 +43,8 @@ struct StreamContents {
 class StreamRecorder
 {
 public:
+    explicit StreamRecorder(TimeSource &time) : m_time(time) {}
+
     static void callback(long handle, const SELVIK_DCM_STREAM_DATA *pData, void *pUser);
 
     [[nodiscard]] SELVIK_DCM_PREVIEW_INFO request(const std::string &url);
@@ -59,6 +62,7 @@ public:
     [[nodiscard]] StreamContents read(std::size_t number) const;
 
 private:
+    TimeSource &m_time;
     mutable std::mutex m_mutex;
     std::condition_variable m_changed;
     std::string m_url;

@@ -2,6 +2,7 @@
 #include "device/src/ReorderBuffer.h"
 #include "device/src/Resolver.h"
 #include "device/src/Timeline.h"
+#include "device/tests/FakeTime.h"
 
 #include <gtest/gtest.h>
 
@@ -78,11 +79,75 @@ TEST(ReorderBuffer, FollowsACameraThatNumbersAnew)
 
 TEST(Resolver, AnswersNumbersAtOnceAndIsStoppedByItsCaller)
 {
+    FakeTime time;
     std::atomic<bool> stop{false};
-    EXPECT_EQ(resolveHost("127.0.0.1", {stop, Clock::now() + Milliseconds(100)}),
-              (std::vector<std::string>{"127.0.0.1"}));
+    EXPECT_EQ(resolveHost("127.0.0.1", {time, stop, time.now()}), (std::vector<std::string>{"127.0.0.1"}));
     stop = true;
-    EXPECT_THROW((void)resolveHost("a-name.invalid", {stop, Clock::now() + std::chrono::seconds(10)}), std::exception);
+    EXPECT_THROW((void)resolveHost("a-name.invalid", {time, stop, TimeSource::kNoDeadline}), Stopped);
+}
+
+unsigned long errorOf(const std::function<void()> &action)
+{
+    try {
+        action();
+    } catch (const Failure &failure) {
+        return failure.error();
+    }
+    return SELVIK_ERROR_NONE;
+}
+
+/** A system whose look-ups hang until they are released. */
+class HangingSystem
+{
+public:
+    [[nodiscard]] NameLookup lookup()
+    {
+        return [this](const std::string &) {
+            std::unique_lock<std::mutex> lock(m_mutex);
+            m_changed.wait(lock, [this] { return m_bReleased; });
+            ++m_nEnded;
+            m_changed.notify_all();
+            return std::vector<std::string>();
+        };
+    }
+    void release(int nLookups)
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_bReleased = true;
+        m_changed.notify_all();
+        m_changed.wait(lock, [&] { return m_nEnded == nLookups; });
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    bool m_bReleased = false;
+    int m_nEnded = 0;
+};
+
+TEST(Resolver, LeavesASystemThatHangsAloneAndAsksItOnlySoOften)
+{
+    FakeTime time;
+    const std::atomic<bool> never{false};
+    HangingSystem system;
+    const auto resolve = [&] {
+        (void)resolveHost("slow", {time, never, time.now() + Milliseconds(100)}, system.lookup());
+    };
+    for (int i = 0; i < kMaxLookups; ++i) {
+        const Clock::time_point begin = time.now();
+        EXPECT_EQ(errorOf(resolve), static_cast<unsigned long>(SELVIK_ERROR_TIMEOUT));
+        EXPECT_EQ(time.now() - begin, Milliseconds(100));
+    }
+    const Clock::time_point begin = time.now();
+    EXPECT_EQ(errorOf(resolve), static_cast<unsigned long>(SELVIK_ERROR_HOST));
+    EXPECT_EQ(time.now(), begin);
+    system.release(kMaxLookups);
+    // The threads give their places back right after that.
+    const NameLookup finds = [](const std::string &) { return std::vector<std::string>{"192.0.2.7"}; };
+    const auto ask = [&] { (void)resolveHost("quick", {realTime(), never, TimeSource::kNoDeadline}, finds); };
+    while (errorOf(ask) == SELVIK_ERROR_HOST) {
+        std::this_thread::yield();
+    }
 }
 
 std::int64_t placed(Timeline &timeline, std::size_t track, std::int64_t media, std::int64_t arrival,

@@ -4,7 +4,7 @@
 
 #include <stdio.h>
 
-enum { FIRST_CHANNEL = 1, MAIN_STREAM = 0 };
+enum { FIRST_CHANNEL = 1 };
 
 static const wchar_t *const words[] = {
     [CAMERA_STOPPED] = L"stopped",
@@ -51,7 +51,7 @@ static tagPELLORA_PREVIEW_PARAM request_for(const Cameras *cameras, int pane)
 {
     return (tagPELLORA_PREVIEW_PARAM){.userID = cameras->cameras[pane].userID,
                                       .lChannel = FIRST_CHANNEL,
-                                      .streamType = MAIN_STREAM,
+                                      .streamType = PELLORA_STREAM_MAIN,
                                       .openDraw = cameras->openDraw};
 }
 

@@ -6,8 +6,8 @@
  *
  * Everything here runs on the thread that called library Init.
  */
-#ifndef DEMO_CAMERAS_H
-#define DEMO_CAMERAS_H
+#ifndef HOSTS_DEMO_CAMERAS_H
+#define HOSTS_DEMO_CAMERAS_H
 
 #include "hosts/demo/library.h"
 #include "hosts/demo/options.h"

@@ -121,7 +121,7 @@ static void note_click(HWND window, const MSG *message)
 
 int host_window_run(const Library *library, const Options *options)
 {
-    state.wall.window = -1;
+    state.wall.window = PELLORA_NO_WINDOW;
     const HWND window = create_window(options);
     if (window == NULL) {
         fprintf(stderr, "The host's window cannot be made: Windows error %lu.\n", GetLastError());

@@ -1,6 +1,6 @@
 /** The host's own window: the video above, a status bar below, and a plain Win32 message loop. */
-#ifndef DEMO_HOST_WINDOW_H
-#define DEMO_HOST_WINDOW_H
+#ifndef HOSTS_DEMO_HOST_WINDOW_H
+#define HOSTS_DEMO_HOST_WINDOW_H
 
 #include "hosts/demo/library.h"
 #include "hosts/demo/options.h"

@@ -3,8 +3,8 @@
  *
  * A program may link the import libraries instead; loading by hand lets the libraries lie in a folder of their own.
  */
-#ifndef DEMO_LIBRARY_H
-#define DEMO_LIBRARY_H
+#ifndef HOSTS_DEMO_LIBRARY_H
+#define HOSTS_DEMO_LIBRARY_H
 
 #include "interface/Pellora.h"
 
@@ -21,7 +21,7 @@ typedef struct {
     int (*SetCurWnd)(long, long);
     int (*FullScreen)(long);
     int (*NormalScreen)(long);
-    int (*SetPreviewStatusCallback)(long, pfnPreviewStatusCB);
+    int (*SetPreviewStatusCallback)(long, PELLORA_PREVIEW_STATUS_CB);
     int (*PreviewStream)(long, tagPELLORA_PREVIEW_PARAM);
     int (*StopPreviewStream)(long);
     int (*BatchPreviewStream)(long, tagPELLORA_BATCH_PREVIEW_PARAM, tagPELLORA_BATCH_PREVIEW_PARAM *);
@@ -42,7 +42,7 @@ typedef struct {
     int (*Capture)(long, unsigned char *, unsigned long, unsigned long *);
     long (*CreateRule)(long, unsigned short, unsigned long, unsigned long, unsigned long, void *, unsigned char, long);
     int (*SetRuleCoord)(long, long, void *, long);
-    int (*SetRuleCoordCallback)(long, pfnRuleCoordCB, long);
+    int (*SetRuleCoordCallback)(long, PELLORA_RULE_COORD_CB, long);
     /* Of the device library. */
     long (*Login)(const char *, const char *, const char *);
     int (*Logout)(long);

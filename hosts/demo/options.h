@@ -1,11 +1,14 @@
 /** The command line. */
-#ifndef DEMO_OPTIONS_H
-#define DEMO_OPTIONS_H
+#ifndef HOSTS_DEMO_OPTIONS_H
+#define HOSTS_DEMO_OPTIONS_H
+
+#include "interface/PelloraTypes.h"
 
 #include <stdbool.h>
 #include <wchar.h>
 
-enum { OPTIONS_MAX_SOURCES = 9 };
+/** One for each pane. */
+enum { OPTIONS_MAX_SOURCES = PELLORA_PANES_PER_WINDOW };
 
 /** What one pane shows. */
 typedef struct {

@@ -3,39 +3,25 @@
 #include <stdio.h>
 #include <string.h>
 
-/* What the library calls its types by number. */
-enum {
-    POINT_RULE = 1,
-    LINE_RULE,
-    RECT_RULE,
-    POLYGON_RULE,
-    TEXT_RULE,
-    ARROW_RULE,
-    RECT_TEXT_RULE,
-    POLYGON_TEXT_RULE,
-    LINE_TEXT_RULE,
-    CROSS_RULE
-};
-
-enum { SELECTED_PANE = -1, ALL_PANES = 255, NO_LIMITS = 0, TOP_LEFT_ANCHOR = 1 };
-
 typedef struct {
     const wchar_t *howToDraw;
     COLORREF color;
 } Look;
 
 static const Look looks[] = {
-    [POINT_RULE] = {L"Point: click", RGB(255, 64, 64)},
-    [LINE_RULE] = {L"Line: click twice", RGB(255, 160, 0)},
-    [RECT_RULE] = {L"Rectangle: drag", RGB(255, 255, 0)},
-    [POLYGON_RULE] = {L"Polygon: click four times, or more until the right button", RGB(128, 255, 0)},
-    [TEXT_RULE] = {L"Text: drag it", RGB(255, 255, 255)},
-    [ARROW_RULE] = {L"Line with arrows: drag it or its ends", RGB(0, 255, 160)},
-    [RECT_TEXT_RULE] = {L"Rectangle with a text: drag", RGB(0, 224, 255)},
-    [POLYGON_TEXT_RULE] = {L"Polygon with a text: click four times, or more until the right button", RGB(64, 128, 255)},
-    [LINE_TEXT_RULE] = {L"Line with a text: click twice", RGB(192, 96, 255)},
-    [CROSS_RULE] = {L"Cross with a text: click", RGB(255, 96, 192)},
+    [PELLORA_RULE_POINT] = {L"Point: click", RGB(255, 64, 64)},
+    [PELLORA_RULE_LINE] = {L"Line: click twice", RGB(255, 160, 0)},
+    [PELLORA_RULE_RECT] = {L"Rectangle: drag", RGB(255, 255, 0)},
+    [PELLORA_RULE_POLYGON] = {L"Polygon: click four times, or more until the right button", RGB(128, 255, 0)},
+    [PELLORA_RULE_TEXT] = {L"Text: drag it", RGB(255, 255, 255)},
+    [PELLORA_RULE_LINE_WITH_ARROWS] = {L"Line with arrows: drag it or its ends", RGB(0, 255, 160)},
+    [PELLORA_RULE_RECT_WITH_TEXT] = {L"Rectangle with a text: drag", RGB(0, 224, 255)},
+    [PELLORA_RULE_POLYGON_WITH_TEXT] = {L"Polygon with a text: click four times, or more until the right button",
+                                        RGB(64, 128, 255)},
+    [PELLORA_RULE_LINE_WITH_TEXT] = {L"Line with a text: click twice", RGB(192, 96, 255)},
+    [PELLORA_RULE_CROSS_WITH_TEXT] = {L"Cross with a text: click", RGB(255, 96, 192)},
 };
+_Static_assert(sizeof looks / sizeof looks[0] == PELLORA_MAX_RULE_TYPE + 1, "each type has a look");
 
 /* The polygons' extension: three bytes, and at once behind them the caption. */
 #pragma pack(push, 1)
@@ -52,30 +38,30 @@ static long create(const Library *library, long window, long pane, unsigned shor
     char caption[16] = "";
     void *extension = NULL; /* ignored by the other types */
     switch (type) {
-    case POLYGON_RULE:
-    case POLYGON_TEXT_RULE:
+    case PELLORA_RULE_POLYGON:
+    case PELLORA_RULE_POLYGON_WITH_TEXT:
         extension = &polygon;
         break;
-    case RECT_TEXT_RULE:
+    case PELLORA_RULE_RECT_WITH_TEXT:
         extension = strcpy(caption, "rectangle");
         break;
-    case LINE_TEXT_RULE:
+    case PELLORA_RULE_LINE_WITH_TEXT:
         extension = strcpy(caption, "line");
         break;
-    case CROSS_RULE:
+    case PELLORA_RULE_CROSS_WITH_TEXT:
         extension = strcpy(caption, "cross");
         break;
     }
     const COLORREF color = looks[type].color;
-    return library->CreateRule(window, type, GetRValue(color), GetGValue(color), GetBValue(color), extension, NO_LIMITS,
-                               pane);
+    return library->CreateRule(window, type, GetRValue(color), GetGValue(color), GetBValue(color), extension,
+                               PELLORA_LIMIT_NONE, pane);
 }
 
 /** The words of a text and its place come from the host, never from the mouse. */
 static void set_text(const Library *library, long window, long pane, long rule, const char *text,
                      tagPELLORA_POINT point)
 {
-    tagPELLORA_RULE_TEXT record = {.wAnchor = TOP_LEFT_ANCHOR, .struPoint = point};
+    tagPELLORA_RULE_TEXT record = {.wAnchor = PELLORA_ANCHOR_TOP_LEFT, .struPoint = point};
     strncpy(record.szText, text, sizeof record.szText - 1);
     library->SetRuleCoord(window, rule, &record, pane);
 }
@@ -96,19 +82,20 @@ void rules_put(const Library *library, long window, long pane)
         unsigned short type;
         void *record;
     } rules[] = {
-        {POINT_RULE, &point},
-        {LINE_RULE, &line},
-        {RECT_RULE, &rect},
-        {POLYGON_RULE, &polygon},
-        {ARROW_RULE, &arrow},
-        {RECT_TEXT_RULE, &rectText},
-        {POLYGON_TEXT_RULE, &polygonText},
-        {LINE_TEXT_RULE, &lineText},
-        {CROSS_RULE, &cross},
+        {PELLORA_RULE_POINT, &point},
+        {PELLORA_RULE_LINE, &line},
+        {PELLORA_RULE_RECT, &rect},
+        {PELLORA_RULE_POLYGON, &polygon},
+        {PELLORA_RULE_LINE_WITH_ARROWS, &arrow},
+        {PELLORA_RULE_RECT_WITH_TEXT, &rectText},
+        {PELLORA_RULE_POLYGON_WITH_TEXT, &polygonText},
+        {PELLORA_RULE_LINE_WITH_TEXT, &lineText},
+        {PELLORA_RULE_CROSS_WITH_TEXT, &cross},
     };
     for (size_t i = 0; i < sizeof rules / sizeof rules[0]; ++i)
         library->SetRuleCoord(window, create(library, window, pane, rules[i].type), rules[i].record, pane);
-    set_text(library, window, pane, create(library, window, pane, TEXT_RULE), "text", (tagPELLORA_POINT){860, 160});
+    set_text(library, window, pane, create(library, window, pane, PELLORA_RULE_TEXT), "text",
+             (tagPELLORA_POINT){860, 160});
 }
 
 static void print_point(const tagPELLORA_POINT *point)
@@ -134,15 +121,15 @@ static void on_coordinates(long rule, unsigned short type, void *record, unsigne
 {
     printf("rule %ld type %u state %u window %ld pane %ld size %lu:", rule, type, state, window, pane, size);
     switch (type) {
-    case POINT_RULE:
-    case CROSS_RULE:
+    case PELLORA_RULE_POINT:
+    case PELLORA_RULE_CROSS_WITH_TEXT:
         print_point(&((const tagPELLORA_RULE_POINT *)record)->struPoint);
         break;
-    case POLYGON_RULE:
-    case POLYGON_TEXT_RULE:
+    case PELLORA_RULE_POLYGON:
+    case PELLORA_RULE_POLYGON_WITH_TEXT:
         print_polygon(record);
         break;
-    case TEXT_RULE:
+    case PELLORA_RULE_TEXT:
         print_text(record);
         break;
     default: { /* lines and rectangles: two points each */
@@ -158,17 +145,18 @@ static void on_coordinates(long rule, unsigned short type, void *record, unsigne
 
 void rules_listen(const Library *library, long window)
 {
-    library->SetRuleCoordCallback(window, on_coordinates, ALL_PANES);
+    library->SetRuleCoordCallback(window, on_coordinates, PELLORA_ALL_PANES);
 }
 
 bool rules_draw_new(const Library *library, long window, WPARAM key, wchar_t *message, size_t size)
 {
     if (key < '0' || key > '9')
         return false;
-    const unsigned short type = key == '0' ? CROSS_RULE : (unsigned short)(key - '0');
-    const long rule = create(library, window, SELECTED_PANE, type);
-    if (type == TEXT_RULE)
-        set_text(library, window, SELECTED_PANE, rule, "new text", (tagPELLORA_POINT){450, 350});
-    swprintf(message, size, L"%ls", rule >= 0 ? looks[type].howToDraw : L"The pane has all the rules it can have");
+    const unsigned short type = key == '0' ? PELLORA_RULE_CROSS_WITH_TEXT : (unsigned short)(key - '0');
+    const long rule = create(library, window, PELLORA_CURRENT_PANE, type);
+    if (type == PELLORA_RULE_TEXT)
+        set_text(library, window, PELLORA_CURRENT_PANE, rule, "new text", (tagPELLORA_POINT){450, 350});
+    swprintf(message, size, L"%ls",
+             rule != PELLORA_NO_RULE ? looks[type].howToDraw : L"The pane has all the rules it can have");
     return true;
 }

@@ -3,8 +3,8 @@
  *
  * Runs on the thread that called library Init, as the reports do.
  */
-#ifndef DEMO_RULES_H
-#define DEMO_RULES_H
+#ifndef HOSTS_DEMO_RULES_H
+#define HOSTS_DEMO_RULES_H
 
 #include "hosts/demo/library.h"
 

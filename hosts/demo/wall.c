@@ -8,9 +8,6 @@
 
 enum { SEEK_SECONDS = 5 };
 
-/* A plain host has no Chromium windows that the video must get along with: neither 0 nor 1. */
-enum { EMBED_PLAIN = 2 };
-
 enum { CLICK_REPORT_MS = 2000 };
 
 /** The wall that the library's reports are about. */
@@ -88,9 +85,9 @@ static void on_status(tagPELLORA_PREVIEW_STATUS status)
 
 bool wall_open(Wall *wall, HWND host, const Library *library, const Options *options)
 {
-    *wall = (Wall){.library = library, .options = options, .window = -1, .loop = options->loop};
-    wall->window = library->CreateWindow_(host, EMBED_PLAIN);
-    if (wall->window < 0)
+    *wall = (Wall){.library = library, .options = options, .window = PELLORA_NO_WINDOW, .loop = options->loop};
+    wall->window = library->CreateWindow_(host, PELLORA_EMBED_PLAIN);
+    if (wall->window == PELLORA_NO_WINDOW)
         return false;
     cameras_log_in(&wall->cameras, library, options);
     reported = wall;
@@ -108,11 +105,11 @@ void wall_play(Wall *wall)
 
 void wall_close(Wall *wall)
 {
-    if (wall->window < 0)
+    if (wall->window == PELLORA_NO_WINDOW)
         return;
     wall->library->StopAllPreviewStream(wall->window);
     wall->library->DestroyWindow(wall->window);
-    wall->window = -1;
+    wall->window = PELLORA_NO_WINDOW;
     /* Fini waits for starts that wait for their camera's answer: to log out ends the waiting. */
     cameras_log_out(&wall->cameras, false);
 }
@@ -131,7 +128,7 @@ void wall_on_click(Wall *wall)
 void wall_place(const Wall *wall, int x, int y, int width, int height)
 {
     /* In full screen the library has the picture elsewhere; it comes back to the place given here. */
-    if (wall->window >= 0 && width > 0 && height > 0)
+    if (wall->window != PELLORA_NO_WINDOW && width > 0 && height > 0)
         wall->library->SetGeometry(wall->window, x, y, width, height);
 }
 
@@ -237,7 +234,7 @@ bool wall_on_key(Wall *wall, WPARAM key, wchar_t *message, size_t size)
 {
     const Library *library = wall->library;
     const long window = wall->window;
-    if (window < 0)
+    if (window == PELLORA_NO_WINDOW)
         return false;
     if (wall->options->rules && GetKeyState(VK_CONTROL) < 0)
         return rules_draw_new(library, window, key, message, size);

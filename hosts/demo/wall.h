@@ -3,8 +3,8 @@
  *
  * Everything here runs on the thread that called library Init, as the library asks.
  */
-#ifndef DEMO_WALL_H
-#define DEMO_WALL_H
+#ifndef HOSTS_DEMO_WALL_H
+#define HOSTS_DEMO_WALL_H
 
 #include "hosts/demo/cameras.h"
 #include "hosts/demo/library.h"
@@ -16,7 +16,7 @@ typedef struct {
     const Library *library;
     const Options *options;
     Cameras cameras;
-    long window;          /**< Pellora's handle; -1: none */
+    long window;          /**< Pellora's handle, or PELLORA_NO_WINDOW */
     int filled;           /**< panes that have been given their source, from the first */
     int selected;         /**< the window's current pane */
     ULONGLONG clickUntil; /**< the next report of a pane's state, if it comes before this tick, is of a click */

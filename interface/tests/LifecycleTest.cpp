@@ -1,13 +1,11 @@
 // The library before its start, over its end, and after it: one process, hence in this order.
 
+#include "interface/tests/InstalledLog.h"
 #include "interface/tests/PelloraFixture.h"
 
 #include <QApplication>
 #include <QThread>
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <regex>
 #include <thread>
 
@@ -28,6 +26,17 @@ protected:
         doubles::reset();
     }
 };
+
+TEST_F(BeforeInitTest, EndsWithoutMakingARegistry)
+{
+    support::startLogger();
+    support::LogCapture log;
+
+    EXPECT_EQ(PELLORA_Fini(), 1);
+
+    EXPECT_THAT(log.texts(), Contains(testing::HasSubstr("Pellora End")));
+    EXPECT_THAT(log.texts(), testing::Not(Contains(testing::HasSubstr("VideoWindowMgr"))));
+}
 
 TEST_F(BeforeInitTest, AnswersWithoutWindows)
 {
@@ -83,8 +92,8 @@ protected:
             PELLORA_DestroyWindow(lHandle);
         }
         PELLORA_Fini();
-        EXPECT_THAT(videoWindows(), IsEmpty());
         EXPECT_THAT(doubles::openPorts(), IsEmpty());
+        EXPECT_TRUE(support::pumpUntil([] { return videoWindows().empty(); }));
     }
 };
 
@@ -107,27 +116,15 @@ TEST_F(LifecycleTest, BeginsTwiceAndEndsTwice)
     EXPECT_EQ(PELLORA_Fini(), 1);
 }
 
-/** The installation's own log, beside the library that writes it. */
-std::string installedLog()
-{
-    wchar_t path[MAX_PATH] = {};
-    GetModuleFileNameW(GetModuleHandleW(L"Corvane.dll"), path, MAX_PATH);
-    std::ifstream file(std::filesystem::path(path).replace_filename(L"addon.log"), std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
 TEST_F(LifecycleTest, BeginsWithItsBannerInTheInstallationsLog)
 {
     PELLORA_Fini();
-    const std::size_t nBefore = installedLog().size();
 
-    PELLORA_Init();
+    const std::string added = addedToInstalledLog([] { PELLORA_Init(); });
 
-    const std::string log = installedLog();
-    const std::string added = log.size() > nBefore ? log.substr(nBefore) : log;
-    const std::regex banner("==================Pellora Begin==================[^]*"
-                            "CorvaneMgr: [0-9A-F]{16}[^]*CLog: [0-9A-F]{16}");
-    EXPECT_TRUE(std::regex_search(added, banner)) << added;
+    const std::regex banner("^[^\n]*==================Pellora Begin==================[^\n]*\n"
+                            "[^\n]*CorvaneMgr: [0-9A-F]{16}[^\n]*\n[^\n]*CLog: [0-9A-F]{16}[^\n]*\n");
+    EXPECT_TRUE(std::regex_search(added, banner, std::regex_constants::match_continuous)) << added;
 }
 
 TEST_F(LifecycleTest, SaysThatItEnds)
@@ -167,8 +164,8 @@ TEST_F(LifecycleTest, LeavesWindowsToTheHostThatItCanStillDestroy)
     EXPECT_EQ(PELLORA_SetVisible(lHandle, 1), 1);
     EXPECT_EQ(PELLORA_DestroyWindow(lHandle), 1);
 
-    EXPECT_THAT(videoWindows(), IsEmpty());
     EXPECT_EQ(GetWindowLongPtrW(host.handle(), GWLP_WNDPROC), own);
+    EXPECT_TRUE(support::pumpUntil([] { return videoWindows().empty(); }));
 }
 
 TEST_F(LifecycleTest, PlaysInAWindowFromBeforeAfterTheNextStart)

@@ -1,5 +1,5 @@
-#ifndef TESTS_INTERFACE_PELLORAFIXTURE_H
-#define TESTS_INTERFACE_PELLORAFIXTURE_H
+#ifndef INTERFACE_TESTS_PELLORAFIXTURE_H
+#define INTERFACE_TESTS_PELLORAFIXTURE_H
 
 #include "interface/Pellora.h"
 #include "tests/doubles/DoubleControl.h"

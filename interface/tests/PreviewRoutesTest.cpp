@@ -694,7 +694,7 @@ TEST_F(PreviewRoutesTest, StopsAStartThatComesBackToADestroyedWindowOnItsThread)
     doubles::clearCalls();
 
     EXPECT_EQ(PELLORA_DestroyWindow(m_lHandle), 1);
-    EXPECT_THAT(videoWindows(), IsEmpty());
+    EXPECT_THAT(support::childrenOf(m_pHost->handle()), IsEmpty());
     doubles::letAllThrough();
 
     ASSERT_TRUE(until([] { return doubles::stoppedPreviews() == 1; }));

@@ -318,15 +318,70 @@ TEST_F(PreviewStreamTest, PutsInForceOnTheNewPortWhatWasInForce)
     doubles::sendStream(lPreview, SELVIK_STREAM_HEADER, "header");
 
     Texts calls = newCalls();
-    const Texts expected =
-        closingCalls(0) + openingCalls(1, pane()) +
-        Texts{"Kavun_SetVolume(1, 40000)", "Kavun_PlaySound(1)", "Kavun_SetDisplayRegion(1" + regions[0].substr(24)};
+    const Texts expected = closingCalls(0) + openingCalls(1, pane()) +
+                           Texts{"Kavun_SetVolume(1, 40000)", "Kavun_PlaySound(1)", "Kavun_GetPictureSize(1, out, out)",
+                                 "Kavun_SetDisplayRegion(1" + regions[0].substr(24)};
     ASSERT_EQ(calls.size(), expected.size() + 2);
     EXPECT_THAT(calls[expected.size()],
                 testing::AllOf(StartsWith("Kavun_RegisterDrawFun(1, 0x"), EndsWith(", " + spelled(pane()) + ")")));
     EXPECT_EQ(calls[expected.size() + 1], "Kavun_RenderPrivateData(1, 1, 1)");
     calls.resize(expected.size());
     EXPECT_EQ(calls, expected);
+}
+
+TEST_F(PreviewStreamTest, ShowsTheSamePartOfACameraThatComesBackWithAnotherPicture)
+{
+    const long lPreview = startPlaying();
+    tagPELLORA_RECT region = {250, 0, 750, 500};
+    EXPECT_EQ(PELLORA_SetDisplayRegion(m_lHandle, &region, -1), 1);
+    EXPECT_THAT(callsWith(newCalls(), "Kavun_SetDisplayRegion"),
+                ElementsAre("Kavun_SetDisplayRegion(0, 0, {176, 0, 528, 288}, null, 0)"));
+    doubles::PlayerOutputs outputs;
+    outputs.width = 1920;
+    outputs.height = 1080;
+    doubles::setPlayerOutputs(outputs);
+
+    sendHeader(lPreview);
+
+    EXPECT_THAT(callsWith(newCalls(), "Kavun_SetDisplayRegion"),
+                ElementsAre("Kavun_SetDisplayRegion(1, 0, {480, 0, 1440, 540}, null, 0)"));
+}
+
+TEST_F(PreviewStreamTest, ShowsThePartOnceTheNewPicturesSizeIsKnown)
+{
+    const long lPreview = startPlaying();
+    tagPELLORA_RECT region = {0, 0, 500, 500};
+    EXPECT_EQ(PELLORA_SetDisplayRegion(m_lHandle, &region, -1), 1);
+    // As the real player: no size before the first picture.
+    doubles::script("Kavun_GetPictureSize", {8, 8});
+    m_log.clear();
+    sendHeader(lPreview);
+    doubles::sendStream(lPreview, SELVIK_STREAM_DATA, "data");
+    EXPECT_THAT(callsWith(newCalls(), "Kavun_SetDisplayRegion(1"), IsEmpty());
+
+    doubles::sendStream(lPreview, SELVIK_STREAM_DATA, "data");
+    doubles::sendStream(lPreview, SELVIK_STREAM_DATA, "data");
+
+    EXPECT_THAT(callsWith(newCalls(), "Kavun_SetDisplayRegion(1"),
+                ElementsAre("Kavun_SetDisplayRegion(1, 0, {0, 0, 352, 288}, null, 0)"));
+    EXPECT_THAT(m_log.lines(), IsEmpty());
+}
+
+TEST_F(PreviewStreamTest, ShowsTheSamePartOfAStreamWhosePictureChangesItsSize)
+{
+    const long lPreview = startPlaying();
+    tagPELLORA_RECT region = {500, 500, 1000, 1000};
+    EXPECT_EQ(PELLORA_SetDisplayRegion(m_lHandle, &region, -1), 1);
+    doubles::PlayerOutputs outputs;
+    outputs.width = 100;
+    outputs.height = 50;
+    doubles::setPlayerOutputs(outputs);
+    doubles::clearCalls();
+
+    doubles::sendStream(lPreview, SELVIK_STREAM_DATA, "data");
+
+    EXPECT_THAT(newCalls(), ElementsAre("Kavun_InputData(0, [64617461], 4)", "Kavun_GetPictureSize(0, out, out)",
+                                        "Kavun_SetDisplayRegion(0, 0, {50, 25, 100, 50}, null, 0)"));
 }
 
 TEST_F(PreviewStreamTest, PutsInForceAgainAndAgain)
@@ -450,54 +505,6 @@ TEST_F(PreviewStreamTest, GoesBlankButGoesOnWhenTheHostsWindowIsGone)
     sendHeader(lPreview);
 
     EXPECT_THAT(callsWith(newCalls(), "Kavun_Play"), ElementsAre("Kavun_Play(1, null)"));
-}
-
-// ---- a file meanwhile ----
-
-TEST_F(PreviewStreamTest, DropsTheStreamWhileAFilePlays)
-{
-    const long lPreview = startPlaying();
-    const long lPort = playFile(m_lHandle);
-
-    doubles::sendStream(lPreview, SELVIK_STREAM_DATA, "data");
-    sendHeader(lPreview);
-
-    EXPECT_THAT(newCalls(), IsEmpty());
-    EXPECT_THAT(doubles::openPorts(), ElementsAre(lPort));
-}
-
-TEST_F(PreviewStreamTest, LeavesThePreviewRunningWhenAFileTakesItsPlace)
-{
-    const long lPreview = startPlaying();
-    std::string path = "a.mkv";
-
-    EXPECT_EQ(PELLORA_PreviewFile(m_lHandle, path.data(), 0, 0), 1);
-
-    EXPECT_THAT(callsWith(doubles::callTexts(), "SELVIK"), IsEmpty());
-    EXPECT_THAT(doubles::openPreviews(), ElementsAre(lPreview));
-    EXPECT_EQ(doubles::openPorts().size(), 1U);
-}
-
-TEST_F(PreviewStreamTest, EndsTheFileWhenAPreviewTakesItsPlace)
-{
-    playFile(m_lHandle);
-
-    const long lPreview = start();
-
-    EXPECT_THAT(doubles::openPorts(), IsEmpty());
-    sendHeader(lPreview);
-    EXPECT_EQ(doubles::openPorts().size(), 1U);
-}
-
-TEST_F(PreviewStreamTest, StopsThePreviewBehindAFile)
-{
-    const long lPreview = startPlaying();
-    playFile(m_lHandle);
-
-    PELLORA_StopPreviewStream(m_lHandle);
-
-    ASSERT_TRUE(until([] { return doubles::openPreviews().empty(); }));
-    EXPECT_THAT(callsWith(newCalls(), "SELVIK"), ElementsAre(stopCall(lPreview)));
 }
 
 // ---- status ----

@@ -1,9 +1,9 @@
 // What hosts ask of rules: log lines, results, and records at the edge of what may be read.
 
 #include "VideoWindow/tests/RuleReports.h"
+#include "gdi/MemoryDib.h"
 #include "interface/tests/PelloraFixture.h"
 #include "rules/RuleRecords.h"
-#include "rules/gdi/BandSurface.h"
 
 #include <algorithm>
 #include <climits>
@@ -595,7 +595,7 @@ protected:
     std::string inkMiddle()
     {
         EXPECT_EQ(PELLORA_OpenDraw(m_lHandle, -1), 1);
-        const pellora::BandSurface surface(nullptr, 1000, 500);
+        const gdi::MemoryDib surface(nullptr, 1000, 500);
         EXPECT_TRUE(doubles::fireDraw(m_lPort, surface.get()));
         GdiFlush();
         long lLeft = 1000;

@@ -1,7 +1,7 @@
 // Rules come, change and go by the exports and the mouse while the player's thread paints them all the time.
 
+#include "gdi/MemoryDib.h"
 #include "interface/tests/PelloraFixture.h"
-#include "rules/gdi/BandSurface.h"
 
 #include <algorithm>
 #include <array>
@@ -78,8 +78,8 @@ private:
     void run()
     {
         // Rules are put straight into the pixels of the first, and drawn on the other, which has a clipping region.
-        const pellora::BandSurface plain(nullptr, kWidth, kHeight);
-        const pellora::BandSurface clipped(nullptr, kWidth, kHeight);
+        const gdi::MemoryDib plain(nullptr, kWidth, kHeight);
+        const gdi::MemoryDib clipped(nullptr, kWidth, kHeight);
         IntersectClipRect(clipped.get(), 10, 10, kWidth, kHeight);
         for (int nPicture = 0; !m_bEnd; ++nPicture) {
             const long lPort = m_lPort;

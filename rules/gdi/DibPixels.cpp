@@ -12,8 +12,8 @@ namespace
 bool isWholeAndUnscaled(HDC hDc, const PixelRows &pixels)
 {
     RECT clip = {};
-    if (GetClipBox(hDc, &clip) != SIMPLEREGION || clip.left != 0 || clip.top != 0 || clip.right != pixels.nWidth ||
-        clip.bottom != pixels.nHeight) {
+    if (GetClipBox(hDc, &clip) != SIMPLEREGION || clip.left != 0 || clip.top != 0 || clip.right != pixels.size.width ||
+        clip.bottom != pixels.size.height) {
         return false;
     }
     // Far apart, so that a slight scale, turn or shear shows.
@@ -34,8 +34,8 @@ bool isPlain32Bit(const DIBSECTION &dib)
 {
     // The masks of BI_BITFIELDS may swap colours; nobody needs these here.
     return dib.dsBm.bmBits != nullptr && dib.dsBm.bmBitsPixel == 32 && dib.dsBmih.biCompression == BI_RGB &&
-           dib.dsBm.bmWidth > 0 && dib.dsBm.bmHeight > 0 && dib.dsBm.bmWidth <= RuleInk::kMaxExtent &&
-           dib.dsBm.bmHeight <= RuleInk::kMaxExtent;
+           dib.dsBm.bmWidth > 0 && dib.dsBm.bmHeight > 0 && dib.dsBm.bmWidth <= RuleLayer::kMaxExtent &&
+           dib.dsBm.bmHeight <= RuleLayer::kMaxExtent;
 }
 
 COLORREF colorOf(std::uint32_t nPixel)
@@ -60,10 +60,10 @@ std::optional<PixelRows> rowsOf(HDC hDc, const DIBSECTION &dib)
     const COLORREF corner = GetPixel(hDc, 0, 0);
     *pFirst = nBefore;
     if (corner == colorOf(~nOther)) {
-        return PixelRows{pFirst, nWidth, nWidth, nHeight};
+        return PixelRows{pFirst, nWidth, {nWidth, nHeight}};
     }
     if (corner == colorOf(nOther)) {
-        return PixelRows{pLastRow, -static_cast<std::ptrdiff_t>(nWidth), nWidth, nHeight};
+        return PixelRows{pLastRow, -static_cast<std::ptrdiff_t>(nWidth), {nWidth, nHeight}};
     }
     return std::nullopt;
 }

@@ -1,7 +1,7 @@
 #ifndef RULES_GDI_DIBPIXELS_H
 #define RULES_GDI_DIBPIXELS_H
 
-#include "rules/RuleInk.h"
+#include "rules/RuleLayer.h"
 
 #include <windows.h>
 
@@ -11,9 +11,10 @@ namespace pellora
 {
 
 /**
- * The pixels that drawing on the context changes, so that they can be changed without it; none unless it is a memory
- * context on 32-bit pixels in memory, all of which can be reached, in device pixels, with everything that changes the
- * looks of drawing as it is in a new context.
+ * The pixels of a plain memory context, to be changed without GDI.
+ *
+ * A context is plain when it draws on 32-bit pixels in memory, reaches all of them, has device pixels as its unit, and
+ * has all that changes the looks of drawing as a new context has it. There are no pixels of any other context.
  *
  * Waits until GDI has drawn what it was asked for. The pixels are good while the bitmap stays selected.
  */

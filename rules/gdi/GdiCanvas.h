@@ -1,10 +1,12 @@
 #ifndef RULES_GDI_GDICANVAS_H
 #define RULES_GDI_GDICANVAS_H
 
+#include "gdi/GdiObjects.h"
+#include "gdi/Selection.h"
 #include "rules/FarLine.h"
 #include "rules/RuleCanvas.h"
-#include "rules/gdi/GdiObjects.h"
-#include "rules/gdi/Selection.h"
+
+#include <optional>
 
 namespace pellora
 {
@@ -38,14 +40,16 @@ private:
 
     const HDC m_hDc;
     PixelPoint m_position;
+    /** What can be drawn on; asked for when first needed. */
+    std::optional<PixelRect> m_surface;
     std::int32_t m_nPenWidth = 1;
     // Objects before selections: they are deselected first, then deleted.
-    Pen m_pen;
-    Brush m_brush;
-    Font m_font;
-    const Selection m_penSelection;
-    const Selection m_brushSelection;
-    const Selection m_fontSelection;
+    gdi::Pen m_pen;
+    gdi::Brush m_brush;
+    gdi::Font m_font;
+    const gdi::Selection m_penSelection;
+    const gdi::Selection m_brushSelection;
+    const gdi::Selection m_fontSelection;
 };
 
 } // namespace pellora

@@ -12,8 +12,12 @@ namespace pellora
 void drawRule(HDC hDc, AbstractRule &rule);
 
 /**
- * Paints the live rules by id, later ones over earlier ones; the context is left as it was found. What has not changed
- * lately is put there without GDI, where the context allows it (see RulePass).
+ * Paints the live rules by id, later ones over earlier ones. The context is left as it was found.
+ *
+ * Rules rarely change, and pictures come all the time. From the second pass over unchanged rules on, the table's layer
+ * is put without GDI. Any other context than a plain one (see pixelsOf) is drawn on with GDI.
+ *
+ * Errors: what a rule throws passes through, with the context as it was found.
  */
 void drawRules(HDC hDc, RuleTable &rules);
 

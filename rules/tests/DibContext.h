@@ -1,9 +1,9 @@
 #ifndef RULES_TESTS_DIBCONTEXT_H
 #define RULES_TESTS_DIBCONTEXT_H
 
+#include "gdi/GdiObjects.h"
+#include "gdi/Selection.h"
 #include "rules/RuleTypes.h"
-#include "rules/gdi/GdiObjects.h"
-#include "rules/gdi/Selection.h"
 
 #include <windows.h>
 
@@ -33,9 +33,9 @@ public:
         info.bmiHeader.biPlanes = 1;
         info.bmiHeader.biBitCount = 32;
         void *pBits = nullptr;
-        m_bitmap = Bitmap(CreateDIBSection(m_hDc, &info, DIB_RGB_COLORS, &pBits, nullptr, 0));
+        m_bitmap = gdi::Bitmap(CreateDIBSection(m_hDc, &info, DIB_RGB_COLORS, &pBits, nullptr, 0));
         m_pBits = static_cast<std::uint32_t *>(pBits);
-        m_pSelection = std::make_unique<Selection>(m_hDc, m_bitmap.get());
+        m_pSelection = std::make_unique<gdi::Selection>(m_hDc, m_bitmap.get());
         clear();
     }
     DibContext(const DibContext &) = delete;
@@ -87,9 +87,9 @@ public:
 
 private:
     HDC m_hDc;
-    Bitmap m_bitmap;
+    gdi::Bitmap m_bitmap;
     std::uint32_t *m_pBits = nullptr;
-    std::unique_ptr<Selection> m_pSelection;
+    std::unique_ptr<gdi::Selection> m_pSelection;
 };
 
 } // namespace pellora

@@ -34,6 +34,21 @@ std::int32_t times(std::int32_t a, float factor)
     return toInt(static_cast<double>(product));
 }
 
+/** A picture's two edges: at least one pixel apart, as they were when the factor is 0 or no int32 holds them. */
+void stretch(std::int32_t &low, std::int32_t &high, float factor)
+{
+    const double newLow = std::trunc(static_cast<double>(static_cast<float>(low) * factor));
+    const double newHigh = std::trunc(static_cast<double>(static_cast<float>(high) * factor));
+    const double limit = 2147483647.0;
+    const double largest = std::fmax(std::fmax(std::fabs(newLow), std::fabs(newHigh)), std::fabs(newHigh - newLow));
+    if (factor == 0 || std::isnan(newLow + newHigh) || largest > limit) {
+        return;
+    }
+    const int direction = (high > low) == (factor > 0) ? 1 : -1;
+    low = static_cast<std::int32_t>(newLow);
+    high = newLow == newHigh ? low + direction : static_cast<std::int32_t>(newHigh);
+}
+
 double quotient(double a, double b)
 {
     return b == 0 ? NAN : a / b; // whatever it is, no int32 holds it
@@ -249,37 +264,42 @@ void PlainRule::drag(std::int32_t px, std::int32_t py)
     }
 }
 
+void PlainRule::grab(std::int32_t px, std::int32_t py)
+{
+    if (family == 1) {
+        grabMode = near(px, py, 0) ? 1 : 0;
+        return;
+    }
+    lastX = px;
+    lastY = py;
+    if (family == 2) {
+        grabMode = near(px, py, 0) ? 1 : (near(px, py, 1) ? 2 : (hit(px, py) ? 3 : 0));
+    } else if (family == 3) {
+        grabMode = hit(px, py) ? 5 : 0;
+        const int columns[] = {0, 1, 1, 0};
+        const int rows[] = {0, 0, 1, 1};
+        for (int corner = 3; corner >= 0; --corner) {
+            if (std::abs(static_cast<std::int64_t>(px) - x[columns[corner]]) <= 4 &&
+                std::abs(static_cast<std::int64_t>(py) - y[rows[corner]]) <= 4) {
+                grabMode = corner + 1;
+            }
+        }
+    } else if (family == 4) {
+        grabMode = 0;
+        grabIndex = -1;
+        for (std::size_t i = x.size(); i-- > 0;) {
+            if (near(px, py, i)) {
+                grabMode = 1;
+                grabIndex = static_cast<int>(i);
+            }
+        }
+    }
+}
+
 void PlainRule::edit(std::int32_t px, std::int32_t py, int action)
 {
     if (action == 2) {
-        if (family == 1) {
-            grabMode = near(px, py, 0) ? 1 : 0;
-            return;
-        }
-        lastX = px;
-        lastY = py;
-        if (family == 2) {
-            grabMode = near(px, py, 0) ? 1 : (near(px, py, 1) ? 2 : (hit(px, py) ? 3 : 0));
-        } else if (family == 3) {
-            grabMode = hit(px, py) ? 5 : 0;
-            const int columns[] = {0, 1, 1, 0};
-            const int rows[] = {0, 0, 1, 1};
-            for (int corner = 3; corner >= 0; --corner) {
-                if (std::abs(static_cast<std::int64_t>(px) - x[columns[corner]]) <= 4 &&
-                    std::abs(static_cast<std::int64_t>(py) - y[rows[corner]]) <= 4) {
-                    grabMode = corner + 1;
-                }
-            }
-        } else if (family == 4) {
-            grabMode = 0;
-            grabIndex = -1;
-            for (std::size_t i = x.size(); i-- > 0;) {
-                if (near(px, py, i)) {
-                    grabMode = 1;
-                    grabIndex = static_cast<int>(i);
-                }
-            }
-        }
+        grab(px, py);
         return;
     }
     if (family == 1) {
@@ -327,12 +347,10 @@ void PlainRule::scale(float fx, float fy)
         x[i] = times(x[i], fx);
         y[i] = times(y[i], fy);
     }
-    const float px = fx == 0 ? 1 : fx;
-    const float py = fy == 0 ? 1 : fy;
-    pictureLeft = times(pictureLeft, px);
-    pictureRight = times(pictureRight, px);
-    pictureTop = times(pictureTop, py);
-    pictureBottom = times(pictureBottom, py);
+    anchorX = times(anchorX, fx);
+    anchorY = times(anchorY, fy);
+    stretch(pictureLeft, pictureRight, fx);
+    stretch(pictureTop, pictureBottom, fy);
     paneWidth = minus(pictureRight, pictureLeft);
     paneHeight = minus(pictureBottom, pictureTop);
 }
@@ -344,6 +362,8 @@ void PlainRule::translate(std::int32_t dx, std::int32_t dy)
         x[i] = plus(x[i], dx);
         y[i] = plus(y[i], dy);
     }
+    anchorX = plus(anchorX, dx);
+    anchorY = plus(anchorY, dy);
     pictureLeft = plus(pictureLeft, dx);
     pictureRight = plus(pictureRight, dx);
     pictureTop = plus(pictureTop, dy);

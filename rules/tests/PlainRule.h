@@ -9,8 +9,9 @@ namespace pellora
 {
 
 /**
- * Every rule as one list of numbers and one big case, written straight from the description of the rules and sharing
- * no line with them: x[i], y[i] are the point, the two ends, (left, top) and (right, bottom), or the vertices.
+ * A second implementation of all rules, to compare them with. It shares no line with them, and is as plain as can be.
+ *
+ * x[i], y[i] are the point, the two ends, (left, top) and (right, bottom), or the vertices.
  */
 struct PlainRule {
     int family = 1; // 1 point, 2 line, 3 rectangle, 4 polygon, 5 text
@@ -49,6 +50,7 @@ private:
     [[nodiscard]] bool breaks(std::int32_t px, std::int32_t py) const;
     [[nodiscard]] bool inPolygon(std::int32_t px, std::int32_t py) const;
     [[nodiscard]] bool onLine(std::int32_t px, std::int32_t py) const;
+    void grab(std::int32_t px, std::int32_t py);
     void drag(std::int32_t px, std::int32_t py);
     void box(std::int32_t px, std::int32_t py);
 };

@@ -400,8 +400,8 @@ TEST_F(RuleDrawing, DrawsLinesFromFarAwayAsGdiDoes)
         const std::vector<std::uint32_t> drawn = m_dib.all();
         m_dib.clear();
         {
-            const Pen pen(CreatePen(PS_SOLID, 2, kGreen));
-            const Selection selection(m_dib.get(), pen.get());
+            const gdi::Pen pen(CreatePen(PS_SOLID, 2, kGreen));
+            const gdi::Selection selection(m_dib.get(), pen.get());
             MoveToEx(m_dib.get(), start.x, start.y, nullptr);
             LineTo(m_dib.get(), end.x, end.y);
         }
@@ -462,8 +462,8 @@ void expectSame(const ContextState &a, const ContextState &b)
 
 TEST_F(RuleDrawing, LeavesTheContextAsItWasFound)
 {
-    const Pen pen(CreatePen(PS_DASH, 1, RGB(1, 2, 3)));
-    const Selection penSelection(m_dib.get(), pen.get());
+    const gdi::Pen pen(CreatePen(PS_DASH, 1, RGB(1, 2, 3)));
+    const gdi::Selection penSelection(m_dib.get(), pen.get());
     SetTextColor(m_dib.get(), RGB(9, 8, 7));
     MoveToEx(m_dib.get(), 11, 22, nullptr);
     const ContextState before = stateOf(m_dib.get());
@@ -505,15 +505,17 @@ TEST_F(RuleDrawing, StartsEveryRuleFromTheStockObjects)
     RuleTable rules;
     rules.move(0, 0);
     rules.scale(400.0F, 300.0F);
-    rules.add(makeRule(RuleType::Line, placementWith(0), {}));
-    rules.add(makeRule(RuleType::Point, placementWith(0), {}));
+    auto pLine = makeRule(RuleType::Line, placementWith(0), {});
+    pLine->setColor(kGreen);
+    rules.add(std::move(pLine));
+    auto pPoint = makeRule(RuleType::Point, placementWith(0), {});
+    pPoint->setColor(kBlue);
+    rules.add(std::move(pPoint));
     rules.addPoint(0, {10, 10}, RuleAction::LeftPress);
     rules.addPoint(0, {100, 10}, RuleAction::LeftPress);
     rules.addPoint(1, {200, 200}, RuleAction::LeftPress);
-    rules.get(0)->setColor(kGreen);
-    rules.get(1)->setColor(kBlue);
-    const Pen pen(CreatePen(PS_SOLID, 9, RGB(1, 2, 3)));
-    const Selection penSelection(m_dib.get(), pen.get());
+    const gdi::Pen pen(CreatePen(PS_SOLID, 9, RGB(1, 2, 3)));
+    const gdi::Selection penSelection(m_dib.get(), pen.get());
     drawRules(m_dib.get(), rules);
     // Black and one pixel wide, neither the line's green nor the context's own.
     EXPECT_EQ(m_dib.pixel(195, 200), 0U);

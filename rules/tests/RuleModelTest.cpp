@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <utility>
 
 namespace pellora
 {
@@ -44,6 +45,29 @@ TEST(RuleArithmetic, ScalesInSinglePrecision)
     EXPECT_EQ(scaled(10, 0.1F), 1);
     EXPECT_EQ(scaled(-7, 0.5F), -3);
     EXPECT_EQ(scaled(0, std::numeric_limits<float>::infinity()), kMin);
+}
+
+TEST(RuleArithmetic, KeepsThePictureFromVanishing)
+{
+    const auto across = [](std::int32_t nLeft, std::int32_t nRight, float fFactor) {
+        const PixelRect picture = scaledPicture({nLeft, 0, nRight, 1}, fFactor, 1.0F);
+        return std::pair(picture.left, picture.right);
+    };
+    using Edges = std::pair<std::int32_t, std::int32_t>;
+    EXPECT_EQ(across(0, 640, 0.5F), Edges(0, 320));
+    EXPECT_EQ(across(0, 640, 0.0F), Edges(0, 640)); // counts as 1
+    EXPECT_EQ(across(0, 640, 0.001F), Edges(0, 1));
+    EXPECT_EQ(across(300, 640, 0.001F), Edges(0, 1));
+    EXPECT_EQ(across(-640, -300, 0.001F), Edges(0, 1));
+    // Turned round, and to be turned round.
+    EXPECT_EQ(across(640, 300, 0.001F), Edges(0, -1));
+    EXPECT_EQ(across(300, 640, -0.001F), Edges(0, -1));
+    EXPECT_EQ(across(640, 300, -0.001F), Edges(0, 1));
+    // What no int32 holds.
+    EXPECT_EQ(across(0, 1000000, 5000.0F), Edges(0, 1000000));
+    EXPECT_EQ(across(-1500000, 1500000, 1000.0F), Edges(-1500000, 1500000));
+    EXPECT_EQ(across(0, 640, std::numeric_limits<float>::infinity()), Edges(0, 640));
+    EXPECT_EQ(across(0, 640, std::numeric_limits<float>::quiet_NaN()), Edges(0, 640));
 }
 
 TEST(RulePoint, IsGrabbedWithinFourPixels)
@@ -148,6 +172,19 @@ TEST(RuleRect, IsDrawnFromAnyCorner)
     EXPECT_EQ(rule.getRect(), (PixelRect{40, 100, 100, 160}));
     EXPECT_TRUE(rule.addPoint({-5, 10}, kPress));
     EXPECT_EQ(rule.getRect(), (PixelRect{-5, 10, 100, 100}));
+}
+
+TEST(RuleRect, TakesTheCornerWhereDrawingBeganAlong)
+{
+    RuleRect rule(placementWith(0));
+    rule.addPoint({100, 50}, kPress);
+    rule.addPoint({200, 90}, kMove);
+    // The pane is resized in the middle of drawing: the corner is at (20, 40) now.
+    rule.translate(-90, -30);
+    rule.scale(2.0F, 2.0F);
+    EXPECT_EQ(rule.getRect(), (PixelRect{20, 40, 220, 120}));
+    rule.addPoint({10, 60}, kMove);
+    EXPECT_EQ(rule.getRect(), (PixelRect{10, 40, 20, 60}));
 }
 
 TEST(RuleRect, IsInOrderAgainAfterACornerPassedTheOppositeEdge)
@@ -343,18 +380,6 @@ TEST(RuleGeometry, TakesTheMeanTowardsZero)
     EXPECT_EQ(centroid({{-1, 2}, {-2, 3}}), (PixelPoint{-1, 2})); // -3 / 2, 5 / 2
     EXPECT_EQ(centroid({{kMax, kMin}, {kMax, kMin}, {kMax, kMin}}), (PixelPoint{kMax, kMin}));
     EXPECT_EQ(centroid({}), (PixelPoint{0, 0}));
-}
-
-TEST(RuleFactory, MakesEachTypeAndNoOther)
-{
-    for (const RuleType type : kAllTypes) {
-        const auto pRule = makeRule(type, placementWith(0), {});
-        ASSERT_NE(pRule, nullptr);
-        EXPECT_EQ(pRule->getType(), type);
-    }
-    for (const std::int32_t nOther : {-1, 0, 11, 255, 65535}) {
-        EXPECT_EQ(makeRule(static_cast<RuleType>(nOther), placementWith(0), {}), nullptr);
-    }
 }
 
 } // namespace

@@ -34,6 +34,7 @@ public:
         m_plain.pictureRight = 1;
         m_plain.pictureBottom = 1;
         transform(pick(-50, 50), pick(-50, 50), static_cast<float>(pick(100, 700)), static_cast<float>(pick(100, 700)));
+        m_plain.anchorX = m_plain.anchorY = 0; // that was the picture's way, before there was a rule
         m_nOrigin = pick(0, 3);
         m_table.setOriginPos(static_cast<std::uint16_t>(m_nOrigin));
         m_plain.family = familyNumber(type);

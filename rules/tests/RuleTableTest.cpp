@@ -2,11 +2,15 @@
 #include "rules/RulePolygon.h"
 #include "rules/RuleRect.h"
 #include "rules/RuleText.h"
+#include "rules/tests/RecordingCanvas.h"
 #include "rules/tests/RuleTestSupport.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <random>
 #include <string>
+#include <vector>
 
 namespace pellora
 {
@@ -94,7 +98,7 @@ TEST_F(RuleTableTest, SelectsTheLowestIdUnderThePointAndNoOther)
         add(RuleType::Rect);
         write(i, RuleRectRecord{{100 + 10 * i, 100}, {300, 300}});
     }
-    AbstractRule *const pSecond = m_table.selectAt({115, 100});
+    const AbstractRule *const pSecond = m_table.selectAt({115, 100});
     EXPECT_EQ(m_table.indexOf(pSecond), 0);
     EXPECT_TRUE(m_table.get(0)->isSelected());
     EXPECT_EQ(m_table.selectAt({900, 400}), nullptr);
@@ -107,7 +111,7 @@ TEST_F(RuleTableTest, ReadsBackWhatWasWritten)
 {
     add(RuleType::LineWithArrow);
     EXPECT_TRUE(write(0, RuleLineRecord{{100, 200}, {300, 400}}));
-    EXPECT_EQ(static_cast<RuleLine *>(m_table.get(0))->getEnd(), (PixelPoint{300, 200})); // 400 × 500 / 1000
+    EXPECT_EQ(static_cast<const RuleLine *>(m_table.get(0))->getEnd(), (PixelPoint{300, 200})); // 400 × 500 / 1000
     const auto record = read<RuleLineRecord>(0);
     EXPECT_EQ(record.struStart.nX, 100);
     EXPECT_EQ(record.struStart.nY, 200);
@@ -125,7 +129,7 @@ TEST_F(RuleTableTest, ConvertsNothingWithAnotherOrigin)
         EXPECT_TRUE(m_table.read(0, &record));
         EXPECT_EQ(record.struBottomRight.nX, -7);
     }
-    EXPECT_EQ(static_cast<RuleRect *>(m_table.get(0))->getRect(), (PixelRect{100, 50, 300, 150}));
+    EXPECT_EQ(static_cast<const RuleRect *>(m_table.get(0))->getRect(), (PixelRect{100, 50, 300, 150}));
 }
 
 TEST_F(RuleTableTest, KeepsAPolygonWithinItsRecord)
@@ -187,7 +191,7 @@ TEST_F(RuleTableTest, CutsATextThatFillsItsRecord)
 {
     add(RuleType::Text);
     EXPECT_TRUE(write(0, textRecord(std::string(1024, 'x'), 1, 0))); // no end in the record
-    EXPECT_EQ(static_cast<RuleText *>(m_table.get(0))->getText().size(), 1024U);
+    EXPECT_EQ(static_cast<const RuleText *>(m_table.get(0))->getText().size(), 1024U);
     const auto record = read<RuleTextRecord>(0);
     EXPECT_EQ(record.szText[1022], 'x');
     EXPECT_EQ(record.szText[1023], '\0');
@@ -234,12 +238,121 @@ TEST_F(RuleTableTest, MovesAndScalesRulesWithThePicture)
     m_table.move(-10, -20);
     m_table.scale(0.5F, 2.0F);
     // (250, 250) → (240, 230) → (120, 460); the picture (-10, -20, 990, 480) → (-5, -40, 495, 960).
-    EXPECT_EQ(static_cast<RuleLine *>(m_table.get(0))->getStart(), (PixelPoint{120, 460}));
+    EXPECT_EQ(static_cast<const RuleLine *>(m_table.get(0))->getStart(), (PixelPoint{120, 460}));
     EXPECT_EQ(m_table.geometry().picture, (PixelRect{-5, -40, 495, 960}));
     const auto record = read<RuleLineRecord>(0);
     EXPECT_EQ(record.struStart.nX, 250);
     EXPECT_EQ(record.struStart.nY, 500);
     EXPECT_EQ(record.struEnd.nY, 1000);
+}
+
+// ---- what a layer relies on ----
+
+/** What is drawn, and how often the table has changed. */
+struct Looks {
+    std::vector<std::string> notes;
+    std::uint64_t nChanges = 0;
+};
+
+Looks looksOf(RuleTable &table)
+{
+    Looks looks;
+    table.paint([&looks](const RuleTable::Slots &slots, std::uint64_t nChanges, RuleLayer & /*layer*/) {
+        RecordingCanvas canvas;
+        for (const auto &pRule : slots) {
+            if (pRule) {
+                pRule->draw(canvas);
+            }
+        }
+        looks = {canvas.notes(), nChanges};
+    });
+    return looks;
+}
+
+/** One random thing that changes a rule, by the table as hosts and mice do it. */
+void change(RuleTable &table, std::mt19937 &random)
+{
+    const PixelPoint point = {static_cast<std::int32_t>(random() % 60), static_cast<std::int32_t>(random() % 60)};
+    RuleRecord record = {};
+    switch (random() % 8) {
+    case 0:
+    case 1:
+        table.addPoint(0, point, static_cast<RuleAction>(random() % 5));
+        break;
+    case 2:
+    case 3:
+        table.editPoint(0, point, static_cast<RuleAction>(random() % 5));
+        break;
+    case 4:
+        // Few values, so that all kinds of coincidences come about; a text without an end of one to three letters.
+        std::generate(record.begin(), record.end(), [&random] { return static_cast<unsigned char>(random() % 3); });
+        table.write(0, record.data());
+        break;
+    case 5:
+        table.selectAt(point);
+        break;
+    case 6:
+        table.setArrowType(0, static_cast<std::uint16_t>(random() % 4));
+        break;
+    default:
+        if (random() % 2 == 0) {
+            table.move(static_cast<std::int32_t>(random() % 3) - 1, static_cast<std::int32_t>(random() % 3) - 1);
+        } else {
+            table.scale(1.0F, 0.5F + static_cast<float>(random() % 3) * 0.5F);
+        }
+        break;
+    }
+}
+
+TEST(RuleTableChanges, CountEverythingThatIsDrawn)
+{
+    std::mt19937 random(2024);
+    int nChanges = 0;
+    for (const RuleType type : kAllTypes) {
+        for (int nRule = 0; nRule < 40; ++nRule) {
+            RuleTable table;
+            table.move(0, 0);
+            table.scale(60.0F, 60.0F);
+            table.add(makeRule(type, {60, 60, {0, 0, 60, 60}, static_cast<std::uint8_t>(random() % 16)},
+                               {{10, true}, "caption"}));
+            Looks before = looksOf(table);
+            for (int nStep = 0; nStep < 250; ++nStep) {
+                change(table, random);
+                const Looks after = looksOf(table);
+                if (after.notes != before.notes) {
+                    ++nChanges;
+                    EXPECT_NE(after.nChanges, before.nChanges) << static_cast<int>(type) << ' ' << nStep;
+                }
+                // Drawing itself is no change, else no layer would ever be put.
+                EXPECT_EQ(looksOf(table).nChanges, after.nChanges);
+                before = after;
+            }
+        }
+    }
+    EXPECT_GT(nChanges, 10000);
+}
+
+TEST_F(RuleTableTest, CountsRulesThatComeAndGo)
+{
+    std::uint64_t nBefore = looksOf(m_table).nChanges;
+    const auto expectChange = [this, &nBefore] {
+        const std::uint64_t nAfter = looksOf(m_table).nChanges;
+        EXPECT_NE(nAfter, nBefore);
+        nBefore = nAfter;
+    };
+    EXPECT_EQ(add(RuleType::Line), 0);
+    expectChange();
+    // The next rule has the number of the one before, and looks like it.
+    EXPECT_TRUE(m_table.remove(0));
+    EXPECT_EQ(add(RuleType::Line), 0);
+    expectChange();
+    EXPECT_TRUE(m_table.change(0, [](AbstractRule &rule) {
+        rule.setColor(7);
+        return true;
+    }));
+    expectChange();
+    EXPECT_FALSE(m_table.change(1, [](AbstractRule & /*rule*/) { return true; }));
+    EXPECT_EQ(looksOf(m_table).nChanges, nBefore);
 }
 
 } // namespace

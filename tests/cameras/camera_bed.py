@@ -28,6 +28,7 @@ A proxy rewrites the ports that RTSP agrees on for UDP, so that media and report
 
 import asyncio
 import ctypes
+import fcntl
 import random
 import re
 import signal
@@ -35,6 +36,7 @@ import socket
 import struct
 import subprocess
 import sys
+import termios
 from pathlib import Path
 
 sys.dont_write_bytecode = True  # the checkout holds sources only
@@ -60,6 +62,14 @@ def open_connections(port):
         _, _, remote, state = line.split()[:4]
         count += int(remote.split(":")[1], 16) == port and state in (ESTABLISHED, SYN_SENT)
     return count
+
+
+async def arrival(writer):
+    """Waits until the other side's system has everything that was written; it may not have been read there."""
+    await writer.drain()
+    one = writer.get_extra_info("socket")
+    while struct.unpack("i", fcntl.ioctl(one, termios.TIOCOUTQ, b"\0" * 4))[0] > 0:
+        await asyncio.sleep(0.001)
 
 
 class Server:
@@ -198,7 +208,7 @@ class Link:
             data = data[:match.start()] + b"server_port=%d-%d" % own + data[match.end():]
         if self.reset_asked:
             self.viewer[1].write(data[:len(data) // 2])
-            await asyncio.sleep(0.05)  # the half is on its way before the reset overtakes it
+            await arrival(self.viewer[1])  # a reset drops what has not arrived
             self.reset()
             return b""
         if self.left is not None:

@@ -23,7 +23,8 @@
  * spelled as [0A0B]; records are in braces; a pointer to a result is "out".
  *
  * A double does nothing of its own: it hands out port, log-in and preview numbers that count up from 0, keeps
- * callbacks, and answers as told. A call on a port that is not open fails with error 1, as the player's would.
+ * callbacks, and answers as told. As the player's, a call on a port that does not exist fails with error 1, and one
+ * that closes a stream as a file, or a file as a stream, with error 2.
  *
  * Threads: any.
  */

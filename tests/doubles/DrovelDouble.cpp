@@ -21,6 +21,29 @@ int onPort(const char *function, long port, const std::string &arguments)
     return error == KAVUN_ERROR_NONE ? 1 : 0;
 }
 
+int openAs(const char *function, long port, PortKind kind, const std::string &arguments)
+{
+    const int done = onPort(function, port, arguments);
+    if (done != 0) {
+        setPortKind(port, kind);
+    }
+    return done;
+}
+
+/** What was opened as something else is not closed, and the call fails in the wrong order, as the player's does. */
+int closeAs(const char *function, long port, PortKind kind)
+{
+    int done = onPort(function, port, joined(port));
+    if (done != 0 && portKind(port) != kind) {
+        setLastError(port, KAVUN_ERROR_ORDER);
+        done = 0;
+    }
+    if (done != 0) {
+        setPortKind(port, PortKind::Unopened);
+    }
+    return done;
+}
+
 /** A getter hands its value out whatever the error, so that callers who overlook the error are noticed. */
 template <typename Value>
 Value ask(const char *function, long port, Value PlayerOutputs::*value)
@@ -99,12 +122,13 @@ int Kavun_SetStreamOpenMode(long port, unsigned long mode)
 
 int Kavun_OpenStream(long port, unsigned char *header, unsigned long headerSize, unsigned long sourceBufferSize)
 {
-    return onPort("Kavun_OpenStream", port, joined(port, spellBytes(header, headerSize), headerSize, sourceBufferSize));
+    return openAs("Kavun_OpenStream", port, PortKind::Stream,
+                  joined(port, spellBytes(header, headerSize), headerSize, sourceBufferSize));
 }
 
 int Kavun_CloseStream(long port)
 {
-    return onPort("Kavun_CloseStream", port, joined(port));
+    return closeAs("Kavun_CloseStream", port, PortKind::Stream);
 }
 
 int Kavun_InputData(long port, unsigned char *data, unsigned long size)
@@ -114,12 +138,12 @@ int Kavun_InputData(long port, unsigned char *data, unsigned long size)
 
 int Kavun_OpenFile(long port, char *path)
 {
-    return onPort("Kavun_OpenFile", port, joined(port, spellText(path)));
+    return openAs("Kavun_OpenFile", port, PortKind::File, joined(port, spellText(path)));
 }
 
 int Kavun_CloseFile(long port)
 {
-    return onPort("Kavun_CloseFile", port, joined(port));
+    return closeAs("Kavun_CloseFile", port, PortKind::File);
 }
 
 int Kavun_SetDisplayBuf(long port, unsigned long frames)

@@ -25,6 +25,8 @@ struct Script {
 
 struct Port {
     PortCallbacks callbacks;
+    /** Guarded by the state's mutex, as the callbacks. */
+    PortKind kind = PortKind::Unopened;
     /** Held while a callback of the port runs, so that exchanging one waits for it; recursive for calls from inside. */
     std::recursive_mutex callbackMutex;
 };
@@ -220,6 +222,22 @@ bool isOpenPort(long port)
 {
     const std::lock_guard<std::mutex> lock(g_mutex);
     return g_state.ports.count(port) != 0;
+}
+
+void setPortKind(long port, PortKind kind)
+{
+    const std::lock_guard<std::mutex> lock(g_mutex);
+    const auto found = g_state.ports.find(port);
+    if (found != g_state.ports.end()) {
+        found->second->kind = kind;
+    }
+}
+
+PortKind portKind(long port)
+{
+    const std::lock_guard<std::mutex> lock(g_mutex);
+    const auto found = g_state.ports.find(port);
+    return found != g_state.ports.end() ? found->second->kind : PortKind::Unopened;
 }
 
 void freePort(long number)

@@ -22,6 +22,11 @@ DOUBLES_API void setLastError(long port, unsigned long error);
 /** Waits for a running callback of the port. */
 DOUBLES_API void freePort(long port);
 
+/** What a port was opened as. */
+enum class PortKind { Unopened, Stream, File };
+DOUBLES_API void setPortKind(long port, PortKind kind);
+[[nodiscard]] DOUBLES_API PortKind portKind(long port);
+
 struct PortCallbacks {
     KAVUN_PORT_CALLBACK fileEnd = nullptr;
     void *fileEndUser = nullptr;

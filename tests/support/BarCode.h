@@ -1,4 +1,5 @@
-#pragma once
+#ifndef TESTS_SUPPORT_BARCODE_H
+#define TESTS_SUPPORT_BARCODE_H
 
 #include <array>
 #include <cstddef>
@@ -74,3 +75,5 @@ inline std::optional<int> readBarCode(const std::uint8_t *pPixels, std::ptrdiff_
 }
 
 } // namespace testsupport
+
+#endif

@@ -36,6 +36,8 @@ public:
     void InitLog(const std::string &path);
     /** Closes the appenders; later messages are dropped. */
     void UninitLog();
+    /** False while messages are dropped. */
+    [[nodiscard]] bool isStarted() const;
 
     /** `message` is UTF-8; an empty logger name means the root logger. */
     void Info(const std::string &message, const std::string &logger, const log4cxx::spi::LocationInfo &location);

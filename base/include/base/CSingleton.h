@@ -33,6 +33,12 @@ public:
         return pInstance;
     }
 
+    /** The instance, or null when nobody has asked for it yet. */
+    [[nodiscard]] static T *existingInstance()
+    {
+        return s_pInstance.load(std::memory_order_acquire);
+    }
+
     CSingleton() = delete;
 
 private:

@@ -1,5 +1,5 @@
-#ifndef CORVANE_CORVANEMGR_H
-#define CORVANE_CORVANEMGR_H
+#ifndef BASE_CORVANE_CORVANEMGR_H
+#define BASE_CORVANE_CORVANEMGR_H
 
 #include "base/CorvaneExport.h"
 

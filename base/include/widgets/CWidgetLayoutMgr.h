@@ -1,5 +1,5 @@
-#ifndef WIDGETS_CWIDGETLAYOUTMGR_H
-#define WIDGETS_CWIDGETLAYOUTMGR_H
+#ifndef BASE_WIDGETS_CWIDGETLAYOUTMGR_H
+#define BASE_WIDGETS_CWIDGETLAYOUTMGR_H
 
 #include "base/CorvaneExport.h"
 
@@ -17,7 +17,7 @@ struct struSplitTypeData {
 namespace ZentixGUIToolkit
 {
 
-/** Full path, with native separators, of a file named relative to the folder of this library's own file. */
+/** Full path, with native separators, of a file named relative to the folder of this library's own file. Any thread. */
 [[nodiscard]] CORVANE_API QString GetTargetPathFile(const QString &relative);
 
 /**

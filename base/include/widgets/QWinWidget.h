@@ -1,5 +1,5 @@
-#ifndef WIDGETS_QWINWIDGET_H
-#define WIDGETS_QWINWIDGET_H
+#ifndef BASE_WIDGETS_QWINWIDGET_H
+#define BASE_WIDGETS_QWINWIDGET_H
 
 #include "base/CorvaneExport.h"
 
@@ -28,18 +28,26 @@ public:
     [[nodiscard]] HWND parentWindow() const;
     /** Shows it as a child of the host window, above its siblings. */
     void show();
+    /** Hiding it ends the full screen of what is inside. Once it has left the host it stays hidden. */
     void setVisible(bool bVisible) override;
+    /** It has left the host's window, which is gone or is not to be touched any more. */
+    [[nodiscard]] bool hasLeftHost() const;
 
 protected:
     bool nativeEvent(const QByteArray &eventType, void *pMessage, long *pResult) override;
     bool focusNextPrevChild(bool bNext) override;
 
-private:
+    /** Hides it and takes its native windows out of the host's window for good; again: nothing. */
     void leaveHost();
+    /** The host's window is being destroyed, and this has just left it. Does nothing by itself. */
+    virtual void onHostDestroyed();
+
+private:
+    void leaveFullScreen();
     void takeFocus();
 
     HWND m_hParentWnd;
-    bool m_bHostGone = false;
+    bool m_bLeftHost = false;
 };
 
 #endif

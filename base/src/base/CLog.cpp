@@ -117,6 +117,12 @@ void CLog::UninitLog()
     }
 }
 
+bool CLog::isStarted() const
+{
+    const std::shared_lock<std::shared_mutex> lock(m_pState->mutex);
+    return m_pState->started;
+}
+
 void CLog::Info(const std::string &message, const std::string &logger, const log4cxx::spi::LocationInfo &location)
 {
     m_pState->write(log4cxx::Level::getInfo(), message, logger, location);

@@ -42,11 +42,11 @@ private:
     HANDLE m_hFile;
 };
 
-constexpr DWORD ShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 bool readFile(const std::wstring &path, std::vector<unsigned char> &bytes)
 {
-    const FileHandle file(CreateFileW(path.c_str(), GENERIC_READ, ShareAll, nullptr, OPEN_EXISTING, 0, nullptr));
+    const FileHandle file(CreateFileW(path.c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING, 0, nullptr));
     if (!file.isOpen()) {
         return false;
     }
@@ -64,7 +64,7 @@ bool readFile(const std::wstring &path, std::vector<unsigned char> &bytes)
 bool canWriteIn(const std::wstring &folder)
 {
     const std::wstring probe = folder + L"~corvane-" + std::to_wstring(GetCurrentProcessId()) + L".tmp";
-    const FileHandle file(CreateFileW(probe.c_str(), GENERIC_WRITE, ShareAll, nullptr, CREATE_ALWAYS,
+    const FileHandle file(CreateFileW(probe.c_str(), GENERIC_WRITE, kShareAll, nullptr, CREATE_ALWAYS,
                                       FILE_FLAG_DELETE_ON_CLOSE | FILE_ATTRIBUTE_TEMPORARY, nullptr));
     return file.isOpen();
 }

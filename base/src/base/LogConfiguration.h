@@ -1,5 +1,5 @@
-#ifndef SRC_BASE_LOGCONFIGURATION_H
-#define SRC_BASE_LOGCONFIGURATION_H
+#ifndef BASE_LOGCONFIGURATION_H
+#define BASE_LOGCONFIGURATION_H
 
 #include <log4cxx/helpers/properties.h>
 
@@ -13,6 +13,7 @@ namespace Base
  *
  * Relative names of log files are made absolute: they lie beside the properties file or, where that folder cannot be
  * written to, in %LOCALAPPDATA%\Corvane.
+ * Threads: those of details::CLog::InitLog, one at a time.
  */
 [[nodiscard]] bool readLogConfiguration(const std::string &path, log4cxx::helpers::Properties &properties);
 

@@ -15,7 +15,7 @@ namespace
 {
 
 // A width from a broken format must not ask for all memory.
-constexpr int MaximumField = 65536;
+constexpr int kMaximumField = 65536;
 
 enum class Size { Char, Short, Int, LongLong, Pointer };
 
@@ -42,7 +42,7 @@ int readNumber(const char *&cursor, Arguments &arguments)
     }
     int value = 0;
     for (; *cursor >= '0' && *cursor <= '9'; ++cursor) {
-        value = std::min(value * 10 + (*cursor - '0'), MaximumField);
+        value = std::min(value * 10 + (*cursor - '0'), kMaximumField);
     }
     return value;
 }
@@ -89,12 +89,12 @@ Conversion readConversion(const char *&cursor, Arguments &arguments)
     conversion.width = readNumber(cursor, arguments);
     if (conversion.width < 0) {
         conversion.flags += '-';
-        conversion.width = conversion.width < -MaximumField ? MaximumField : -conversion.width;
+        conversion.width = conversion.width < -kMaximumField ? kMaximumField : -conversion.width;
     }
-    conversion.width = std::min(conversion.width, MaximumField);
+    conversion.width = std::min(conversion.width, kMaximumField);
     if (*cursor == '.') {
         ++cursor;
-        conversion.precision = std::min(readNumber(cursor, arguments), MaximumField);
+        conversion.precision = std::min(readNumber(cursor, arguments), kMaximumField);
     }
     readSize(cursor, conversion);
     conversion.type = *cursor;

@@ -1,5 +1,7 @@
 #include "widgets/CFullScreenWidget.h"
 
+#include "base/src/base/LogException.h"
+
 #include <QCloseEvent>
 #include <QKeyEvent>
 #include <QLayout>
@@ -30,6 +32,16 @@ QRect monitorOf(HWND hWnd)
     const RECT &area = info.rcMonitor;
     return {QPoint(static_cast<int>(area.left), static_cast<int>(area.top)),
             QPoint(static_cast<int>(area.right) - 1, static_cast<int>(area.bottom) - 1)};
+}
+
+/** For Qt, which knows no exceptions. */
+void comeBack(CFullScreenWidget &widget)
+{
+    try {
+        widget.ExitFullScreen();
+    } catch (...) {
+        Base::logException("CFullScreenWidget", "CFullScreenWidget::ExitFullScreen");
+    }
 }
 
 } // namespace
@@ -68,6 +80,10 @@ void CFullScreenWidget::EnterFullScreen()
     setGeometry(screen);
     show();
     raise();
+    if (!m_pState->m_bFullScreen) {
+        // The host has heard of it and has ended it meanwhile.
+        return;
+    }
     activateWindow();
     setFocus();
 }
@@ -101,7 +117,7 @@ bool CFullScreenWidget::IsFullScreen() const
 void CFullScreenWidget::keyPressEvent(QKeyEvent *pEvent)
 {
     if (pEvent->key() == Qt::Key_Escape && m_pState->m_bFullScreen) {
-        ExitFullScreen();
+        comeBack(*this);
         return;
     }
     QFrame::keyPressEvent(pEvent);
@@ -111,7 +127,7 @@ void CFullScreenWidget::closeEvent(QCloseEvent *pEvent)
 {
     if (m_pState->m_bFullScreen) {
         pEvent->ignore();
-        ExitFullScreen();
+        comeBack(*this);
         return;
     }
     QFrame::closeEvent(pEvent);

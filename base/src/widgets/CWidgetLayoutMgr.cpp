@@ -2,6 +2,7 @@
 
 #include "base/CLog.h"
 #include "base/StringUtil.h"
+#include "base/src/base/LogException.h"
 #include "base/src/widgets/LayoutFile.h"
 
 #include <QCoreApplication>
@@ -167,7 +168,11 @@ void CWidgetLayoutMgr::ShowNormal()
 bool CWidgetLayoutMgr::eventFilter(QObject *pWatched, QEvent *pEvent)
 {
     if (pWatched == m_pState->m_pContainer && pEvent->type() == QEvent::Resize) {
-        m_pState->layOut();
+        try {
+            m_pState->layOut();
+        } catch (...) {
+            Base::logException("CWidgetLayoutMgr", "CWidgetLayoutMgr::eventFilter");
+        }
     }
     return QObject::eventFilter(pWatched, pEvent);
 }

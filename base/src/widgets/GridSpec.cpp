@@ -7,8 +7,8 @@ namespace ZentixGUIToolkit
 namespace
 {
 
-constexpr int MaximumTracks = 64;
-constexpr int MaximumGap = 1000;
+constexpr int kMaximumTracks = 64;
+constexpr int kMaximumGap = 1000;
 
 bool inRange(int value, int low, int high)
 {
@@ -45,8 +45,8 @@ bool isValid(const GridSpec &grid)
                inRange(cell.rowSpan, 1, grid.rows - cell.row) &&
                inRange(cell.columnSpan, 1, grid.columns - cell.column);
     };
-    return grid.type > 0 && inRange(grid.rows, 1, MaximumTracks) && inRange(grid.columns, 1, MaximumTracks) &&
-           inRange(grid.margin, 0, MaximumGap) && inRange(grid.spacing, 0, MaximumGap) && !grid.cells.empty() &&
+    return grid.type > 0 && inRange(grid.rows, 1, kMaximumTracks) && inRange(grid.columns, 1, kMaximumTracks) &&
+           inRange(grid.margin, 0, kMaximumGap) && inRange(grid.spacing, 0, kMaximumGap) && !grid.cells.empty() &&
            std::all_of(grid.cells.begin(), grid.cells.end(), fits);
 }
 

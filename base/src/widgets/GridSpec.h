@@ -1,5 +1,5 @@
-#ifndef SRC_WIDGETS_GRIDSPEC_H
-#define SRC_WIDGETS_GRIDSPEC_H
+#ifndef BASE_WIDGETS_GRIDSPEC_H
+#define BASE_WIDGETS_GRIDSPEC_H
 
 #include <vector>
 
@@ -13,7 +13,11 @@ struct GridCell {
     int columnSpan = 1;
 };
 
-/** One grid; the n-th cell takes the n-th widget. Units: cells, and device pixels for margin and spacing. */
+/**
+ * One grid; the n-th cell takes the n-th widget. Units: cells, and device pixels for margin and spacing.
+ *
+ * A value; any thread.
+ */
 struct GridSpec {
     int type = 0;
     int rows = 1;
@@ -30,12 +34,12 @@ struct CellRect {
     int height = 0;
 };
 
-/** Positive numbers, every cell inside the grid, at least one cell. */
+/** Positive numbers, every cell inside the grid, at least one cell. Any thread. */
 [[nodiscard]] bool isValid(const GridSpec &grid);
 
 /**
  * The cells' places in a container of this size. They fill it exactly: pixels that do not divide evenly go to the
- * first rows and columns. Empty if a row or column would be left without a pixel.
+ * first rows and columns. Empty if a row or column would be left without a pixel. Any thread.
  */
 [[nodiscard]] std::vector<CellRect> placeCells(const GridSpec &grid, int width, int height);
 

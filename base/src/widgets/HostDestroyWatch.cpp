@@ -1,10 +1,13 @@
 #include "base/src/widgets/HostDestroyWatch.h"
 
+#include "base/PinModule.h"
+#include "base/src/base/LogException.h"
+
+#include <algorithm>
 #include <map>
 #include <utility>
-#include <vector>
 
-namespace base
+namespace Base
 {
 
 namespace
@@ -12,11 +15,12 @@ namespace
 
 struct Watched {
     HWND hHostWnd;
-    std::function<void()> onDestroy;
+    HostDestroyWatch::Callbacks callbacks;
 };
 
 struct Watch {
-    HHOOK hHook = nullptr;
+    HHOOK hSentMessages = nullptr;
+    HHOOK hWindows = nullptr;
     std::map<QWinWidget *, Watched> widgets;
 };
 
@@ -27,20 +31,45 @@ Watch &instance()
     return *pWatch;
 }
 
-void onHostDestroyed(HWND hHostWnd)
+/** Takes the callback of one widget in this host out of the list; empty when there is none left. */
+std::function<void()> takeNext(HWND hHostWnd)
 {
     std::map<QWinWidget *, Watched> &widgets = instance().widgets;
-    std::vector<std::function<void()>> calls;
-    for (auto it = widgets.begin(); it != widgets.end();) {
-        if (it->second.hHostWnd == hHostWnd) {
-            calls.push_back(std::move(it->second.onDestroy));
-            it = widgets.erase(it);
-        } else {
-            ++it;
+    const auto it = std::find_if(widgets.begin(), widgets.end(),
+                                 [hHostWnd](const auto &entry) { return entry.second.hHostWnd == hHostWnd; });
+    if (it == widgets.end()) {
+        return nullptr;
+    }
+    std::function<void()> onDestroy = std::move(it->second.callbacks.onDestroy);
+    widgets.erase(it);
+    return onDestroy;
+}
+
+void call(const std::function<void()> &callback)
+{
+    try {
+        callback();
+    } catch (...) {
+        logException("HostDestroyWatch", "HostDestroyWatch::call");
+    }
+}
+
+void onDestructionWanted(HWND hWnd)
+{
+    const std::map<QWinWidget *, Watched> before = instance().widgets;
+    for (const auto &[pWidget, watched] : before) {
+        const bool bGoesToo = watched.hHostWnd == hWnd || IsChild(hWnd, watched.hHostWnd) != FALSE;
+        if (bGoesToo && instance().widgets.count(pWidget) != 0) {
+            call(watched.callbacks.beforeDestroy);
         }
     }
-    for (const std::function<void()> &call : calls) {
-        call();
+}
+
+void onHostDestroyed(HWND hHostWnd)
+{
+    // The list is looked at anew each time: a callback may destroy other widgets, which are not to be called then.
+    while (const std::function<void()> onDestroy = takeNext(hHostWnd)) {
+        call(onDestroy);
     }
 }
 
@@ -53,14 +82,28 @@ LRESULT CALLBACK onSentMessage(int nCode, WPARAM wParam, LPARAM lParam)
     return CallNextHookEx(nullptr, nCode, wParam, lParam);
 }
 
+LRESULT CALLBACK onWindowEvent(int nCode, WPARAM wParam, LPARAM lParam)
+{
+    if (nCode == HCBT_DESTROYWND) {
+        try {
+            onDestructionWanted(reinterpret_cast<HWND>(wParam));
+        } catch (...) {
+            logException("HostDestroyWatch", "HostDestroyWatch::onWindowEvent");
+        }
+    }
+    return CallNextHookEx(nullptr, nCode, wParam, lParam);
+}
+
 } // namespace
 
-void HostDestroyWatch::watch(QWinWidget *pWidget, HWND hHostWnd, std::function<void()> onDestroy)
+void HostDestroyWatch::watch(QWinWidget *pWidget, HWND hHostWnd, Callbacks callbacks)
 {
     Watch &watch = instance();
-    watch.widgets[pWidget] = {hHostWnd, std::move(onDestroy)};
-    if (watch.hHook == nullptr) {
-        watch.hHook = SetWindowsHookExW(WH_CALLWNDPROC, onSentMessage, nullptr, GetCurrentThreadId());
+    watch.widgets[pWidget] = {hHostWnd, std::move(callbacks)};
+    if (watch.hSentMessages == nullptr) {
+        pinModule(reinterpret_cast<const void *>(&onSentMessage));
+        watch.hSentMessages = SetWindowsHookExW(WH_CALLWNDPROC, onSentMessage, nullptr, GetCurrentThreadId());
+        watch.hWindows = SetWindowsHookExW(WH_CBT, onWindowEvent, nullptr, GetCurrentThreadId());
     }
 }
 
@@ -68,10 +111,10 @@ void HostDestroyWatch::forget(QWinWidget *pWidget)
 {
     Watch &watch = instance();
     watch.widgets.erase(pWidget);
-    if (watch.widgets.empty() && watch.hHook != nullptr) {
-        UnhookWindowsHookEx(watch.hHook);
-        watch.hHook = nullptr;
+    if (watch.widgets.empty() && watch.hSentMessages != nullptr) {
+        UnhookWindowsHookEx(std::exchange(watch.hSentMessages, nullptr));
+        UnhookWindowsHookEx(std::exchange(watch.hWindows, nullptr));
     }
 }
 
-} // namespace base
+} // namespace Base

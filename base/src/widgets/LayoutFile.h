@@ -1,5 +1,5 @@
-#ifndef SRC_WIDGETS_LAYOUTFILE_H
-#define SRC_WIDGETS_LAYOUTFILE_H
+#ifndef BASE_WIDGETS_LAYOUTFILE_H
+#define BASE_WIDGETS_LAYOUTFILE_H
 
 #include "base/src/widgets/GridSpec.h"
 
@@ -14,7 +14,7 @@ struct LayoutFile {
     std::string error; /**< why there are no grids */
 };
 
-/** Reads the grids of a layout file; the file itself, WidgetLayout.xml, documents its form. */
+/** Reads the grids of a layout file; the file itself, WidgetLayout.xml, documents its form. Any thread. */
 [[nodiscard]] LayoutFile readLayoutFile(const std::wstring &path);
 
 /** What the shipped file says: types 1, 2 and 4 with one, four and nine equal cells. */

@@ -1,5 +1,6 @@
 #include "widgets/QWinWidget.h"
 
+#include "base/src/base/LogException.h"
 #include "base/src/widgets/HostDestroyWatch.h"
 #include "widgets/CFullScreenWidget.h"
 
@@ -10,7 +11,7 @@ namespace
 
 // Qt's own property for windows that live in a foreign one: with it the native window is a child from the start,
 // and positions are those of the foreign window's client area.
-constexpr const char *EmbeddingProperty = "_q_embedded_native_parent_handle";
+constexpr const char *kEmbeddingProperty = "_q_embedded_native_parent_handle";
 
 bool takesTabFocus(const QWidget *pWidget)
 {
@@ -26,20 +27,25 @@ QWinWidget::QWinWidget(HWND hParentWnd, QObject *pParent, Qt::WindowFlags flags)
         QObject::setParent(pParent);
     }
     if (IsWindow(hParentWnd) == FALSE) {
-        m_bHostGone = true;
+        m_bLeftHost = true;
         return;
     }
-    setProperty(EmbeddingProperty, QVariant::fromValue(reinterpret_cast<WId>(hParentWnd)));
+    setProperty(kEmbeddingProperty, QVariant::fromValue(reinterpret_cast<WId>(hParentWnd)));
     RECT client{};
     GetClientRect(hParentWnd, &client);
     setGeometry(0, 0, static_cast<int>(client.right), static_cast<int>(client.bottom));
     winId();
-    base::HostDestroyWatch::watch(this, hParentWnd, [this] { leaveHost(); });
+    Base::HostDestroyWatch::watch(this, hParentWnd,
+                                  {[this] { leaveFullScreen(); },
+                                   [this] {
+                                       leaveHost();
+                                       onHostDestroyed();
+                                   }});
 }
 
 QWinWidget::~QWinWidget()
 {
-    base::HostDestroyWatch::forget(this);
+    Base::HostDestroyWatch::forget(this);
 }
 
 HWND QWinWidget::parentWindow() const
@@ -50,7 +56,7 @@ HWND QWinWidget::parentWindow() const
 void QWinWidget::show()
 {
     QWidget::show();
-    if (!m_bHostGone) {
+    if (!m_bLeftHost) {
         // A new child lies beneath its siblings.
         SetWindowPos(reinterpret_cast<HWND>(winId()), HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
     }
@@ -58,7 +64,17 @@ void QWinWidget::show()
 
 void QWinWidget::setVisible(bool bVisible)
 {
-    QWidget::setVisible(bVisible && !m_bHostGone);
+    const bool bShown = bVisible && !m_bLeftHost;
+    QWidget::setVisible(bShown);
+    if (!bShown) {
+        // Last, so that nothing flashes up in the host. Qt hides no windows of their own with their parent.
+        leaveFullScreen();
+    }
+}
+
+bool QWinWidget::hasLeftHost() const
+{
+    return m_bLeftHost;
 }
 
 bool QWinWidget::nativeEvent(const QByteArray &eventType, void *pMessage, long *pResult)
@@ -67,20 +83,38 @@ bool QWinWidget::nativeEvent(const QByteArray &eventType, void *pMessage, long *
     const bool bOwn = testAttribute(Qt::WA_WState_Created) && pNative->hwnd == reinterpret_cast<HWND>(internalWinId());
     if (bOwn && pNative->message == WM_MOUSEACTIVATE) {
         // A click into any window inside asks its ancestors up to this one.
-        takeFocus();
+        try {
+            takeFocus();
+        } catch (...) {
+            Base::logException("QWinWidget", "QWinWidget::nativeEvent");
+        }
     }
     return QWidget::nativeEvent(eventType, pMessage, pResult);
 }
 
 void QWinWidget::leaveHost()
 {
+    if (m_bLeftHost) {
+        return;
+    }
+    m_bLeftHost = true;
+    Base::HostDestroyWatch::forget(this);
+    try {
+        hide();
+    } catch (...) {
+        Base::logException("QWinWidget", "QWinWidget::leaveHost");
+    }
+    // The native windows live on where nobody sees them: Qt goes on with them, and so may whoever draws into them.
+    SetParent(reinterpret_cast<HWND>(winId()), HWND_MESSAGE);
+}
+
+void QWinWidget::onHostDestroyed() {}
+
+void QWinWidget::leaveFullScreen()
+{
     for (ZentixGUIToolkit::CFullScreenWidget *pFrame : findChildren<ZentixGUIToolkit::CFullScreenWidget *>()) {
         pFrame->ExitFullScreen();
     }
-    m_bHostGone = true;
-    hide();
-    // The native windows live on where nobody sees them: Qt goes on with them, and so may whoever draws into them.
-    SetParent(reinterpret_cast<HWND>(winId()), HWND_MESSAGE);
 }
 
 void QWinWidget::takeFocus()
@@ -104,7 +138,7 @@ bool QWinWidget::focusNextPrevChild(bool bNext)
             return QWidget::focusNextPrevChild(bNext);
         }
     }
-    if (!m_bHostGone) {
+    if (!m_bLeftHost) {
         SetFocus(m_hParentWnd);
     }
     return true;

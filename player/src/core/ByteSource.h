@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_BYTESOURCE_H
+#define PLAYER_BYTESOURCE_H
 
 #include <cstdint>
 
@@ -30,3 +31,5 @@ public:
 };
 
 } // namespace player
+
+#endif

@@ -1,6 +1,8 @@
-#pragma once
+#ifndef PLAYER_CALLBACKSLOT_H
+#define PLAYER_CALLBACKSLOT_H
 
-#include <condition_variable>
+#include "player/src/core/Condition.h"
+
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -21,6 +23,8 @@ class CallbackSlot
 {
 public:
     using Function = std::function<void(Arguments...)>;
+
+    explicit CallbackSlot(Clock &clock) : m_returned(clock) {}
 
     void set(Function function)
     {
@@ -58,15 +62,17 @@ public:
             const std::lock_guard lock(m_mutex);
             m_caller = std::thread::id();
         }
-        m_returned.notify_all();
+        m_returned.notifyAll();
     }
 
 private:
     mutable std::mutex m_mutex;
-    std::condition_variable m_returned;
+    Condition m_returned;
     std::shared_ptr<const Function> m_pFunction;
     std::thread::id m_caller;
     unsigned long m_nCall = 0;
 };
 
 } // namespace player
+
+#endif

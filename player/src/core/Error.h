@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_ERROR_H
+#define PLAYER_ERROR_H
 
 namespace player
 {
@@ -22,4 +23,11 @@ enum class Error : unsigned long {
     End = 14
 };
 
+/** Thrown while a file or a stream is being opened: why it cannot be played. */
+struct OpenFailure {
+    Error error;
+};
+
 } // namespace player
+
+#endif

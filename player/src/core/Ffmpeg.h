@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_FFMPEG_H
+#define PLAYER_FFMPEG_H
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -51,3 +52,5 @@ using PacketPtr = std::unique_ptr<AVPacket, FfmpegDeleter>;
 using FramePtr = std::unique_ptr<AVFrame, FfmpegDeleter>;
 
 } // namespace player
+
+#endif

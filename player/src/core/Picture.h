@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_PICTURE_H
+#define PLAYER_PICTURE_H
 
 #include "player/src/core/Ffmpeg.h"
 #include "player/src/picture/PictureShape.h"
@@ -36,3 +37,5 @@ struct Picture {
 };
 
 } // namespace player
+
+#endif

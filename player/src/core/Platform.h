@@ -1,6 +1,8 @@
-#pragma once
+#ifndef PLAYER_PLATFORM_H
+#define PLAYER_PLATFORM_H
 
 #include "player/src/core/ByteSource.h"
+#include "player/src/core/Clock.h"
 #include "player/src/core/Picture.h"
 #include "player/src/picture/PixelRect.h"
 
@@ -46,6 +48,7 @@ public:
     Platform(const Platform &) = delete;
     Platform &operator=(const Platform &) = delete;
 
+    [[nodiscard]] virtual Clock &clock() = 0;
     /** Null when no file can be opened by that name. */
     virtual std::unique_ptr<ByteSource> openFile(const char *path) = 0;
     [[nodiscard]] virtual bool isWindow(WindowHandle window) = 0;
@@ -53,3 +56,5 @@ public:
 };
 
 } // namespace player
+
+#endif

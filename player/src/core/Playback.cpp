@@ -21,7 +21,7 @@ PixelRect DisplayRegion::on(const PictureShape &shape) const
 }
 
 Playback::Playback(Platform &platform, std::shared_ptr<PortCallbacks> pCallbacks)
-    : m_platform(platform), m_pCallbacks(std::move(pCallbacks))
+    : m_platform(platform), m_clock(platform.clock()), m_pCallbacks(std::move(pCallbacks)), m_changed(m_clock)
 {
 }
 
@@ -32,12 +32,13 @@ Playback::~Playback()
 
 void Playback::joinLeft()
 {
-    // A presenting thread keeps this object alive, so the only one that can be left is the one that runs this.
+    // The destructor may run on a presenting thread that left from inside its callback, since that thread owned the
+    // last reference to this object. It cannot wait for itself.
     for (const auto &pRun : std::exchange(m_leaving, {})) {
         if (pRun->thread.get_id() == std::this_thread::get_id()) {
             pRun->thread.detach();
         } else {
-            pRun->thread.join();
+            m_clock.join(pRun->thread);
         }
     }
 }
@@ -60,17 +61,17 @@ Error Playback::play(WindowHandle window)
         }
         m_window = window ? window : m_window;
         m_bFresh = true;
-        begin(Moment::clock::now());
+        begin(m_clock.now());
     }
-    m_changed.notify_all();
+    m_changed.notifyAll();
     return Error::None;
 }
 
 void Playback::startRun()
 {
     auto pRun = std::make_shared<Run>();
-    // The thread begins by taking m_mutex, which is held here: it sees the run complete.
-    pRun->thread = std::thread([pSelf = shared_from_this(), pRun] { pSelf->presentLoop(pRun); });
+    // The caller holds m_mutex, which the thread takes first. It therefore sees pRun->thread and m_pRun set.
+    pRun->thread = m_clock.startThread([pSelf = shared_from_this(), pRun] { pSelf->presentLoop(pRun); });
     m_pRun = std::move(pRun);
 }
 
@@ -84,10 +85,10 @@ Error Playback::stop()
         }
         m_state = State::Stopped;
         m_current = {};
-        end(Moment::clock::now());
+        end(m_clock.now());
         runs = takeRuns();
     }
-    m_changed.notify_all();
+    m_changed.notifyAll();
     endRuns(runs);
     return Error::None;
 }
@@ -102,7 +103,7 @@ void Playback::close()
         m_current = {};
         runs = takeRuns();
     }
-    m_changed.notify_all();
+    m_changed.notifyAll();
     endFeed();
     endRuns(runs);
 }
@@ -125,7 +126,7 @@ void Playback::endRuns(const std::vector<std::shared_ptr<Run>> &runs)
             const std::lock_guard lock(m_mutex);
             m_leaving.push_back(pRun);
         } else {
-            pRun->thread.join();
+            m_clock.join(pRun->thread);
         }
     }
 }
@@ -138,9 +139,9 @@ Error Playback::pause(bool paused)
             return Error::Order;
         }
         m_state = paused ? State::Paused : State::Playing;
-        hold(Moment::clock::now());
+        hold(m_clock.now());
     }
-    m_changed.notify_all();
+    m_changed.notifyAll();
     return Error::None;
 }
 
@@ -150,7 +151,7 @@ Error Playback::setRegion(const std::optional<DisplayRegion> &region)
         const std::lock_guard lock(m_mutex);
         if (region) {
             const auto shape = shapeLocked();
-            // What lies outside a picture that nobody has seen yet cannot be told; what has no area can.
+            // While the size of the picture is not known, only a region without an area can be refused.
             const int turn = region->fromBottom ? -1 : 1;
             const bool bArea =
                 region->rect.left < region->rect.right && turn * region->rect.top < turn * region->rect.bottom;
@@ -161,16 +162,17 @@ Error Playback::setRegion(const std::optional<DisplayRegion> &region)
         m_region = region;
         m_bFresh = true;
     }
-    m_changed.notify_all();
+    m_changed.notifyAll();
     return Error::None;
 }
 
 void Playback::tellChanged()
 {
     {
+        // A thread that has looked but does not wait yet still holds the mutex: it must not miss the notice.
         const std::lock_guard lock(m_mutex);
     }
-    m_changed.notify_all();
+    m_changed.notifyAll();
 }
 
 void Playback::presentLoop(const std::shared_ptr<Run> &pRun)
@@ -179,7 +181,7 @@ void Playback::presentLoop(const std::shared_ptr<Run> &pRun)
     try {
         showUntilQuit(*pRun, lock);
     } catch (...) {
-        // Thread entry: without memory there are no pictures, but the process goes on. The port can still be stopped.
+        // Nothing may leave a thread, or the process ends. This one gives up; the port can still be stopped.
     }
 }
 
@@ -188,16 +190,17 @@ void Playback::showUntilQuit(const Run &run, std::unique_lock<std::mutex> &lock)
     std::unique_ptr<Presenter> pPresenter;
     WindowHandle shownIn = nullptr;
     while (!run.quit) {
-        const Moment now = Moment::clock::now();
+        const Moment now = m_clock.now();
         adoptPictures(now);
-        if (isPresentationDue(now)) {
-            showOnce(pPresenter, shownIn, lock);
-        } else if (reachedEnd(now)) {
+        // The end comes before redrawing: in a slow window a redraw is always due.
+        if (!m_bFresh && reachedEnd(now)) {
             lock.unlock();
             m_pCallbacks->fileEnd.call();
             lock.lock();
+        } else if (isPresentationDue(now)) {
+            showOnce(pPresenter, shownIn, lock);
         } else {
-            m_changed.wait_until(lock, nextWake(now));
+            m_changed.waitUntil(lock, nextWake(now));
         }
     }
 }
@@ -211,7 +214,7 @@ void Playback::showOnce(std::unique_ptr<Presenter> &pPresenter, WindowHandle &sh
         job.region = region.isEmpty() ? job.region : region;
     }
     m_bFresh = false;
-    m_presented = Moment::clock::now();
+    m_presented = m_clock.now();
     lock.unlock();
     if (!pPresenter || shownIn != job.window) {
         pPresenter = m_platform.makePresenter(job.window);

@@ -1,12 +1,13 @@
-#pragma once
+#ifndef PLAYER_PLAYBACK_H
+#define PLAYER_PLAYBACK_H
 
 #include "player/src/core/CallbackSlot.h"
+#include "player/src/core/Condition.h"
 #include "player/src/core/Error.h"
 #include "player/src/core/Picture.h"
 #include "player/src/core/Platform.h"
 
 #include <chrono>
-#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -18,6 +19,8 @@ namespace player
 
 /** The host's callbacks of one port. They outlive what is played, and running ones outlive the port. */
 struct PortCallbacks {
+    explicit PortCallbacks(Clock &clock) : draw(clock), fileEnd(clock), fileIndex(clock) {}
+
     CallbackSlot<void *> draw;
     CallbackSlot<> fileEnd;
     CallbackSlot<> fileIndex;
@@ -69,7 +72,6 @@ public:
     virtual Error timeOnDisplay(std::int64_t &time) = 0;
 
 protected:
-    using Moment = std::chrono::steady_clock::time_point;
     enum class State { Stopped, Playing, Paused };
 
     /** Pictures that are shown for long are drawn anew this often, so that they follow the window and the overlay. */
@@ -106,11 +108,12 @@ protected:
     virtual void endFeed() = 0;
 
     Platform &m_platform;
+    Clock &m_clock;
     const std::shared_ptr<PortCallbacks> m_pCallbacks;
 
     // Guarded by m_mutex.
     mutable std::mutex m_mutex;
-    std::condition_variable m_changed;
+    Condition m_changed;
     State m_state = State::Stopped;
     bool m_bClosed = false;
     Picture m_current;
@@ -147,3 +150,5 @@ private:
 };
 
 } // namespace player
+
+#endif

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_BGRAIMAGE_H
+#define PLAYER_BGRAIMAGE_H
 
 #include <cstdint>
 
@@ -18,3 +19,5 @@ struct BgraImage {
 };
 
 } // namespace player
+
+#endif

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_CODEDREGION_H
+#define PLAYER_CODEDREGION_H
 
 #include "player/src/picture/PictureShape.h"
 #include "player/src/picture/PixelRect.h"
@@ -18,3 +19,5 @@ namespace player
                                     int codedHeight);
 
 } // namespace player
+
+#endif

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_COLOURSPEC_H
+#define PLAYER_COLOURSPEC_H
 
 struct AVFrame;
 
@@ -22,3 +23,5 @@ struct ColourSpec {
 [[nodiscard]] ColourSpec colourSpecOf(const AVFrame &frame);
 
 } // namespace player
+
+#endif

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_JPEGENCODER_H
+#define PLAYER_JPEGENCODER_H
 
 #include "player/src/picture/PictureShape.h"
 #include "player/src/picture/PixelRect.h"
@@ -37,3 +38,5 @@ private:
 };
 
 } // namespace player
+
+#endif

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_PICTURECONVERTER_H
+#define PLAYER_PICTURECONVERTER_H
 
 #include "player/src/picture/BgraImage.h"
 #include "player/src/picture/PictureShape.h"
@@ -44,3 +45,5 @@ private:
 };
 
 } // namespace player
+
+#endif

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_PICTURESHAPE_H
+#define PLAYER_PICTURESHAPE_H
 
 struct AVFrame;
 struct AVStream;
@@ -31,3 +32,5 @@ struct PictureShape {
 [[nodiscard]] PictureShape shapeOf(const AVFrame &frame, const AVStream *pStream);
 
 } // namespace player
+
+#endif

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_PIXELRECT_H
+#define PLAYER_PIXELRECT_H
 
 namespace player
 {
@@ -27,3 +28,5 @@ struct PixelRect {
 };
 
 } // namespace player
+
+#endif

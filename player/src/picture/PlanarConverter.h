@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_PLANARCONVERTER_H
+#define PLAYER_PLANARCONVERTER_H
 
 #include "player/src/picture/BgraImage.h"
 #include "player/src/picture/PixelRect.h"
@@ -41,3 +42,5 @@ private:
 };
 
 } // namespace player
+
+#endif

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_PLANESCALER_H
+#define PLAYER_PLANESCALER_H
 
 #include "player/src/picture/RowShrinker.h"
 #include "player/src/picture/ScratchBuffer.h"
@@ -46,3 +47,5 @@ private:
 };
 
 } // namespace player
+
+#endif

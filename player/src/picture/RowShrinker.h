@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_ROWSHRINKER_H
+#define PLAYER_ROWSHRINKER_H
 
 #include <cstdint>
 #include <vector>
@@ -46,3 +47,5 @@ private:
 };
 
 } // namespace player
+
+#endif

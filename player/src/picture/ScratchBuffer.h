@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_SCRATCHBUFFER_H
+#define PLAYER_SCRATCHBUFFER_H
 
 #include <cstddef>
 #include <cstdint>
@@ -35,3 +36,5 @@ private:
 };
 
 } // namespace player
+
+#endif

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_SHUFFLEROW_H
+#define PLAYER_SHUFFLEROW_H
 
 #include "player/src/picture/RowShrinker.h"
 
@@ -9,3 +10,5 @@ namespace player
 void shuffleRow(const EightSamples *pTable, int entries, const std::uint8_t *pSource, std::uint8_t *pTarget);
 
 } // namespace player
+
+#endif

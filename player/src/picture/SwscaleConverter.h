@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_SWSCALECONVERTER_H
+#define PLAYER_SWSCALECONVERTER_H
 
 #include "player/src/picture/BgraImage.h"
 #include "player/src/picture/ColourSpec.h"
@@ -63,3 +64,5 @@ private:
 };
 
 } // namespace player
+
+#endif

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_YUVTABLE_H
+#define PLAYER_YUVTABLE_H
 
 #include "player/src/picture/ColourSpec.h"
 
@@ -19,3 +20,5 @@ namespace player
 [[nodiscard]] const libyuv::YuvConstants &yuvTable(const ColourSpec &spec);
 
 } // namespace player
+
+#endif

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_FILEBYTES_H
+#define PLAYER_FILEBYTES_H
 
 #include "player/src/core/ByteSource.h"
 
@@ -42,3 +43,5 @@ private:
 };
 
 } // namespace player
+
+#endif

@@ -1,9 +1,9 @@
 // The C boundary: each function finds its port, calls it, and keeps the error. No exception leaves it.
 #include "Kavun.h"
 
-#include "player/src/core/ErrorStore.h"
 #include "player/src/core/Ffmpeg.h"
-#include "player/src/core/PortTable.h"
+#include "player/src/port/ErrorStore.h"
+#include "player/src/port/PortTable.h"
 #include "player/src/win/WindowsPlatform.h"
 
 #include <cstring>

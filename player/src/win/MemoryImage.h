@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_MEMORYIMAGE_H
+#define PLAYER_MEMORYIMAGE_H
 
 #include "player/src/picture/BgraImage.h"
 
@@ -45,3 +46,5 @@ private:
 };
 
 } // namespace player
+
+#endif

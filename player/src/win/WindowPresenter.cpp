@@ -1,7 +1,8 @@
 #include "player/src/win/WindowPresenter.h"
 
+#include "gdi/SavedDc.h"
+#include "gdi/WindowDc.h"
 #include "player/src/core/Ffmpeg.h"
-#include "player/src/win/Gdi.h"
 
 #include <timeapi.h>
 
@@ -86,10 +87,10 @@ void WindowPresenter::present(const Picture &picture, const PixelRect &region, c
     }
     m_bOverlayInImage = static_cast<bool>(overlay);
     if (overlay) {
-        const SavedDc saved(m_image.dc());
+        const gdi::SavedDc saved(m_image.dc());
         overlay(m_image.dc());
     }
-    const WindowDc window(m_hWnd);
+    const gdi::WindowDc window(m_hWnd);
     if (window.get()) {
         BitBlt(window.get(), 0, 0, m_image.pixels().width, m_image.pixels().height, m_image.dc(), 0, 0, SRCCOPY);
     }

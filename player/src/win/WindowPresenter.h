@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_WINDOWPRESENTER_H
+#define PLAYER_WINDOWPRESENTER_H
 
 #include "player/src/core/Platform.h"
 #include "player/src/picture/PictureConverter.h"
@@ -49,3 +50,5 @@ private:
 };
 
 } // namespace player
+
+#endif

@@ -1,5 +1,7 @@
 #include "player/src/core/CallbackSlot.h"
 
+#include "player/src/core/SystemClock.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -10,9 +12,15 @@ namespace
 
 using player::CallbackSlot;
 
-TEST(CallbackSlot, CallsWhatIsSetAndNothingElse)
+class CallbackSlotTest : public testing::Test
 {
-    CallbackSlot<int> slot;
+protected:
+    player::SystemClock m_clock;
+};
+
+TEST_F(CallbackSlotTest, CallsWhatIsSetAndNothingElse)
+{
+    CallbackSlot<int> slot{m_clock};
     slot.call(1);
     int sum = 0;
     slot.set([&](int value) { sum += value; });
@@ -23,9 +31,9 @@ TEST(CallbackSlot, CallsWhatIsSetAndNothingElse)
     EXPECT_FALSE(slot.isSet());
 }
 
-TEST(CallbackSlot, SettingWaitsForTheCallThatRuns)
+TEST_F(CallbackSlotTest, SettingWaitsForTheCallThatRuns)
 {
-    CallbackSlot<> slot;
+    CallbackSlot<> slot{m_clock};
     std::promise<void> entered;
     std::promise<void> mayReturn;
     std::atomic<bool> returned{false};
@@ -46,9 +54,9 @@ TEST(CallbackSlot, SettingWaitsForTheCallThatRuns)
     caller.join();
 }
 
-TEST(CallbackSlot, CanBeClearedFromInsideItsOwnCall)
+TEST_F(CallbackSlotTest, CanBeClearedFromInsideItsOwnCall)
 {
-    CallbackSlot<> slot;
+    CallbackSlot<> slot{m_clock};
     int calls = 0;
     slot.set([&] {
         ++calls;
@@ -59,9 +67,9 @@ TEST(CallbackSlot, CanBeClearedFromInsideItsOwnCall)
     EXPECT_EQ(calls, 1);
 }
 
-TEST(CallbackSlot, WhatIsSetFromInsideIsCalledNext)
+TEST_F(CallbackSlotTest, WhatIsSetFromInsideIsCalledNext)
 {
-    CallbackSlot<> slot;
+    CallbackSlot<> slot{m_clock};
     int first = 0;
     int second = 0;
     slot.set([&] {

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_TESTFRAMES_H
+#define PLAYER_TESTFRAMES_H
 
 #include "player/src/picture/BgraImage.h"
 
@@ -79,3 +80,5 @@ private:
 [[nodiscard]] double distance(const Colour &one, const Colour &other);
 
 } // namespace player::test
+
+#endif

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_CLIPS_H
+#define PLAYER_CLIPS_H
 
 #include <cstdint>
 #include <iosfwd>
@@ -38,3 +39,5 @@ void PrintTo(const Clip &clip, std::ostream *pStream);
 [[nodiscard]] std::string testName(const std::string &file);
 
 } // namespace player::test
+
+#endif

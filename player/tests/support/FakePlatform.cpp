@@ -26,7 +26,9 @@ public:
         if (overlay) {
             overlay(this);
         }
-        m_platform.note({numberOf(picture), picture.time, region, std::chrono::steady_clock::now()});
+        const Shown shown{numberOf(picture), picture.time, region, m_platform.m_clock.now()};
+        const std::lock_guard lock(m_platform.m_mutex);
+        m_platform.m_shown.push_back(shown);
     }
 
 private:
@@ -48,51 +50,40 @@ std::unique_ptr<Presenter> FakePlatform::makePresenter(WindowHandle)
     return std::make_unique<FakePresenter>(*this);
 }
 
-void FakePlatform::note(const Shown &shown)
-{
-    {
-        const std::lock_guard lock(m_mutex);
-        m_shown.push_back(shown);
-    }
-    m_noted.notify_all();
-}
-
 std::vector<Shown> FakePlatform::shown() const
 {
     const std::lock_guard lock(m_mutex);
     return m_shown;
 }
 
-std::chrono::steady_clock::duration FakePlatform::quickest(std::size_t pictures) const
+std::vector<Shown> FakePlatform::changes() const
+{
+    std::vector<Shown> changes = shown();
+    changes.erase(std::unique(changes.begin(), changes.end(),
+                              [](const Shown &left, const Shown &right) { return left.number == right.number; }),
+                  changes.end());
+    return changes;
+}
+
+std::vector<int> FakePlatform::numbers() const
+{
+    std::vector<int> numbers;
+    for (const Shown &change : changes()) {
+        numbers.push_back(change.number);
+    }
+    return numbers;
+}
+
+int FakePlatform::number() const
 {
     const std::lock_guard lock(m_mutex);
-    auto shortest = std::chrono::steady_clock::duration::max();
-    for (std::size_t i = pictures; i < m_shown.size(); ++i) {
-        shortest = std::min(shortest, m_shown[i].moment - m_shown[i - pictures].moment);
-    }
-    return shortest;
+    return m_shown.empty() ? -1 : m_shown.back().number;
 }
 
 void FakePlatform::forget()
 {
     const std::lock_guard lock(m_mutex);
     m_shown.clear();
-}
-
-bool FakePlatform::waitFor(const std::function<bool(const Shown &)> &condition, std::chrono::milliseconds patience)
-{
-    std::unique_lock lock(m_mutex);
-    return m_noted.wait_for(lock, patience, [&] { return std::any_of(m_shown.begin(), m_shown.end(), condition); });
-}
-
-bool FakePlatform::waitForNumber(int number)
-{
-    return waitFor([number](const Shown &shown) { return shown.number == number; });
-}
-
-bool FakePlatform::waitForNumberOrLater(int number)
-{
-    return waitFor([number](const Shown &shown) { return shown.number >= number; });
 }
 
 } // namespace player::test

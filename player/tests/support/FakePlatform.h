@@ -1,11 +1,9 @@
-#pragma once
+#ifndef PLAYER_FAKEPLATFORM_H
+#define PLAYER_FAKEPLATFORM_H
 
 #include "player/src/core/Platform.h"
 
 #include <atomic>
-#include <chrono>
-#include <condition_variable>
-#include <functional>
 #include <mutex>
 #include <vector>
 
@@ -17,17 +15,25 @@ struct Shown {
     int number = -1;
     std::int64_t time = 0;
     PixelRect region;
-    std::chrono::steady_clock::time_point moment;
+    /** When it was shown, its overlay included. */
+    Moment moment;
 };
 
 /**
- * Files by way of the C library, and a screen that writes down what it is shown.
+ * Files by way of the C library, a screen that writes down what it is shown, and the test's own clock.
  *
  * Threads: any.
  */
 class FakePlatform : public Platform
 {
 public:
+    explicit FakePlatform(Clock &clock) : m_clock(clock) {}
+
+    [[nodiscard]] Clock &clock() override
+    {
+        return m_clock;
+    }
+
     std::unique_ptr<ByteSource> openFile(const char *path) override;
     [[nodiscard]] bool isWindow(WindowHandle window) override;
     std::unique_ptr<Presenter> makePresenter(WindowHandle window) override;
@@ -38,18 +44,14 @@ public:
         return &m_window;
     }
 
-    void note(const Shown &shown);
     [[nodiscard]] std::vector<Shown> shown() const;
+    /** The same without what was only drawn anew. */
+    [[nodiscard]] std::vector<Shown> changes() const;
+    /** The numbers of the pictures that were shown, without those that were only drawn anew. */
+    [[nodiscard]] std::vector<int> numbers() const;
+    /** What is on the screen now; -1 when nothing was shown since forget(). */
+    [[nodiscard]] int number() const;
     void forget();
-    /** The shortest time that so many pictures in a row came after the one before them; what a busy machine adds to
-     *  others is not in it. The longest time there is while fewer were shown. */
-    [[nodiscard]] std::chrono::steady_clock::duration quickest(std::size_t pictures) const;
-    /** Waits until a picture is shown for which the condition holds; false when that takes longer. */
-    bool waitFor(const std::function<bool(const Shown &)> &condition,
-                 std::chrono::milliseconds patience = std::chrono::seconds(30));
-    bool waitForNumber(int number);
-    /** For playback by a clock, which skips pictures where the machine is busy. */
-    bool waitForNumberOrLater(int number);
     /** The presenters that exist now: one for each thread that shows pictures. */
     [[nodiscard]] int presenters() const
     {
@@ -59,11 +61,13 @@ public:
 private:
     friend class FakePresenter;
 
+    Clock &m_clock;
     int m_window = 0;
     std::atomic<int> m_nPresenters{0};
     mutable std::mutex m_mutex;
-    std::condition_variable m_noted;
     std::vector<Shown> m_shown;
 };
 
 } // namespace player::test
+
+#endif

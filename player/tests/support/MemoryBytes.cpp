@@ -1,6 +1,6 @@
 #include "player/tests/support/MemoryBytes.h"
 
-#include "player/src/core/MediaSource.h"
+#include "player/src/file/FileDemuxer.h"
 #include "player/tests/support/StdioBytes.h"
 
 #include <algorithm>
@@ -41,7 +41,7 @@ std::vector<std::uint8_t> codedPicturesOf(const std::vector<std::string> &paths)
 {
     std::vector<std::uint8_t> bytes;
     for (const std::string &path : paths) {
-        MediaSource source(StdioBytes::open(path));
+        FileDemuxer source(StdioBytes::open(path));
         source.open();
         const PacketPtr pPacket(av_packet_alloc());
         while (source.read(*pPacket)) {

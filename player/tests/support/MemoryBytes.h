@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_MEMORYBYTES_H
+#define PLAYER_MEMORYBYTES_H
 
 #include "player/src/core/ByteSource.h"
 
@@ -28,3 +29,5 @@ private:
 [[nodiscard]] std::vector<std::uint8_t> codedPicturesOf(const std::vector<std::string> &paths);
 
 } // namespace player::test
+
+#endif

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_PICTURENUMBER_H
+#define PLAYER_PICTURENUMBER_H
 
 #include "player/src/core/Picture.h"
 
@@ -9,3 +10,5 @@ namespace player::test
 [[nodiscard]] int numberOf(const Picture &picture);
 
 } // namespace player::test
+
+#endif

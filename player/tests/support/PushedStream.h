@@ -1,6 +1,7 @@
-#pragma once
+#ifndef PLAYER_PUSHEDSTREAM_H
+#define PLAYER_PUSHEDSTREAM_H
 
-#include "player/src/core/Port.h"
+#include "player/src/port/Port.h"
 
 #include <cstdint>
 #include <string>
@@ -58,3 +59,5 @@ struct LiveOptions {
 [[nodiscard]] PushedStream liveTransport(const std::string &file);
 
 } // namespace player::test
+
+#endif

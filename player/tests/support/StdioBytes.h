@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_STDIOBYTES_H
+#define PLAYER_STDIOBYTES_H
 
 #include "player/src/core/ByteSource.h"
 
@@ -29,3 +30,5 @@ private:
 };
 
 } // namespace player::test
+
+#endif

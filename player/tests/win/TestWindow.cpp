@@ -1,6 +1,6 @@
 #include "player/tests/win/TestWindow.h"
 
-#include "player/src/win/Gdi.h"
+#include "gdi/WindowDc.h"
 #include "player/src/win/MemoryImage.h"
 #include "tests/support/BarCode.h"
 
@@ -56,7 +56,7 @@ bool TestWindow::copyTo(MemoryImage &image) const
     if (client.right == 0 || !image.resize(client.right, client.bottom)) {
         return false;
     }
-    const WindowDc window(m_hWnd);
+    const gdi::WindowDc window(m_hWnd);
     BitBlt(image.dc(), 0, 0, client.right, client.bottom, window.get(), 0, 0, SRCCOPY);
     GdiFlush();
     return true;

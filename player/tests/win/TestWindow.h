@@ -1,4 +1,5 @@
-#pragma once
+#ifndef PLAYER_TESTWINDOW_H
+#define PLAYER_TESTWINDOW_H
 
 #include <windows.h>
 
@@ -67,3 +68,5 @@ bool pumpUntil(Condition condition)
 }
 
 } // namespace player::test
+
+#endif

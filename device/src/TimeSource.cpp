@@ -1,0 +1,68 @@
+#include "device/src/TimeSource.h"
+
+#include <algorithm>
+#include <thread>
+
+namespace selvik
+{
+
+namespace
+{
+
+class RealTime : public TimeSource
+{
+public:
+    [[nodiscard]] Clock::time_point now() const override
+    {
+        return Clock::now();
+    }
+
+    bool wait(std::unique_lock<std::mutex> &lock, std::condition_variable &changed, Clock::time_point deadline,
+              const std::function<bool()> &condition) override
+    {
+        if (deadline != kNoDeadline) {
+            return changed.wait_until(lock, deadline, condition);
+        }
+        changed.wait(lock, condition);
+        return true;
+    }
+
+    bool poll(Milliseconds duration, const std::function<bool(Milliseconds)> &isReady) override
+    {
+        // So long a stop flag may go unnoticed.
+        constexpr Milliseconds kSlice{30};
+        const Clock::time_point end = now() + duration;
+        for (;;) {
+            const auto left = std::chrono::ceil<Milliseconds>(end - now());
+            if (isReady(std::clamp(left, Milliseconds(0), kSlice))) {
+                return true;
+            }
+            if (now() >= end) {
+                return false;
+            }
+        }
+    }
+
+    [[nodiscard]] std::shared_ptr<void> presence() override
+    {
+        return nullptr;
+    }
+};
+
+} // namespace
+
+void TimeSource::sleep(Milliseconds duration)
+{
+    (void)poll(duration, [](Milliseconds most) {
+        std::this_thread::sleep_for(most);
+        return false;
+    });
+}
+
+TimeSource &realTime()
+{
+    static auto *const pTime = new RealTime;
+    return *pTime;
+}
+
+} // namespace selvik

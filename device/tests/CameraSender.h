@@ -1,0 +1,81 @@
+#ifndef DEVICE_TESTS_CAMERASENDER_H
+#define DEVICE_TESTS_CAMERASENDER_H
+
+#include "device/src/Bytes.h"
+#include "device/tests/CameraScript.h"
+#include "device/tests/TestSocket.h"
+
+#include <array>
+#include <string>
+#include <vector>
+
+namespace selvik
+{
+
+/** What a scripted camera shows. */
+struct CameraClip {
+    bool bH265 = false;
+    std::vector<Bytes> pictures; /**< with start codes, in the order of decoding */
+};
+
+/**
+ * Sends the pictures, sound, documents and reports of one connection of a scripted camera.
+ *
+ * Threads: the connection's. Borrows the script, the clip and the connection's socket.
+ */
+class CameraSender
+{
+public:
+    /** How one medium is sent. */
+    struct Track {
+        bool bUsed = false;
+        int nChannel = 0;
+        unsigned short nPort = 0;        /**< 0: interleaved */
+        std::uint16_t nSequence = 65530; /**< wraps around soon */
+    };
+
+    CameraSender(const Script &script, const CameraClip &clip, TestSocket socket);
+    ~CameraSender();
+    CameraSender(const CameraSender &) = delete;
+    CameraSender &operator=(const CameraSender &) = delete;
+
+    [[nodiscard]] Track &track(std::size_t number)
+    {
+        return m_tracks.at(number);
+    }
+    /** Of video, sound and metadata, what belongs to the next picture. */
+    void sendPicture();
+    void write(const std::uint8_t *pData, std::size_t size);
+
+    [[nodiscard]] std::size_t pictures() const
+    {
+        return m_nPicture;
+    }
+    /** The other side is gone, or the script says that the camera hangs up. */
+    [[nodiscard]] bool isOver() const
+    {
+        return m_bOver;
+    }
+
+private:
+    /** One unit as packets of at most 1400 bytes. */
+    void packetise(const Bytes &unit, std::vector<Bytes> &payloads) const;
+    void sendRtp(Track &track, int nType, std::uint32_t time, bool bMarker, const Bytes &payload);
+    void sendDatagram(unsigned short port, const Bytes &packet);
+    void sendReport(const Track &track, std::uint32_t time);
+    void interleave(int nChannel, const Bytes &packet);
+
+    const Script &m_script;
+    const CameraClip &m_clip;
+    TestSocket m_socket;
+    TestSocket m_datagrams;
+    std::array<Track, 3> m_tracks;
+    int m_nPackets = 0;
+    bool m_bOver = false;
+    std::size_t m_nPicture = 0;
+    Bytes m_heldBack;
+};
+
+} // namespace selvik
+
+#endif

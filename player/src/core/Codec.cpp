@@ -1,0 +1,68 @@
+#include "player/src/core/Codec.h"
+
+#include "player/src/core/Error.h"
+
+#include <algorithm>
+#include <thread>
+
+namespace player
+{
+
+namespace
+{
+
+template <typename Pointer>
+Pointer orFailure(Pointer p)
+{
+    if (!p) {
+        throw OpenFailure{Error::Resources};
+    }
+    return p;
+}
+
+} // namespace
+
+CodecPtr openDecoder(const AVStream &stream, const std::function<void(AVCodecContext &codec)> &configure)
+{
+    const AVCodec *pDecoder = avcodec_find_decoder(stream.codecpar->codec_id);
+    if (!pDecoder) {
+        throw OpenFailure{Error::Unsupported};
+    }
+    CodecPtr pCodec = orFailure(CodecPtr(avcodec_alloc_context3(pDecoder)));
+    if (avcodec_parameters_to_context(pCodec.get(), stream.codecpar) < 0) {
+        throw OpenFailure{Error::Corrupt};
+    }
+    pCodec->pkt_timebase = stream.time_base;
+    configure(*pCodec);
+    if (avcodec_open2(pCodec.get(), pDecoder, nullptr) < 0) {
+        throw OpenFailure{Error::Unsupported};
+    }
+    return pCodec;
+}
+
+void flushDecoder(AVCodecContext &codec)
+{
+    avcodec_flush_buffers(&codec);
+    // FFmpeg 7.1's H.265 decoder keeps pictures that were ready for output over a flush.
+    const FramePtr pLeft(av_frame_alloc());
+    while (pLeft && avcodec_receive_frame(&codec, pLeft.get()) >= 0) {
+        av_frame_unref(pLeft.get());
+    }
+}
+
+int processorThreads(int most)
+{
+    return std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, most);
+}
+
+FramePtr makeFrame()
+{
+    return orFailure(FramePtr(av_frame_alloc()));
+}
+
+PacketPtr makePacket()
+{
+    return orFailure(PacketPtr(av_packet_alloc()));
+}
+
+} // namespace player

@@ -1,0 +1,38 @@
+#ifndef PLAYER_CONTAINER_H
+#define PLAYER_CONTAINER_H
+
+#include "player/src/core/Ffmpeg.h"
+
+#include <cstdint>
+
+namespace player
+{
+
+/**
+ * FFmpeg's names of the containers that are played, with commas between them.
+ *
+ * The others that FFmpeg is built with belong to the device library. Text formats must not be among these: they would
+ * make a local file or a pushed stream open network addresses.
+ */
+inline constexpr char kContainers[] = "mov,matroska,avi,mpegts,mpeg,mpegvideo,flv,h264,hevc,m4v,mjpeg,mpjpeg,ivf,obu";
+
+[[nodiscard]] bool isPlayed(const AVInputFormat &input);
+/** Whether FFmpeg knows the container by that name, which may be one of several. */
+[[nodiscard]] bool isNamed(const AVInputFormat &input, const char *name);
+/** Nothing but coded pictures one after another. The times that FFmpeg gives them are made up from a frame rate. */
+[[nodiscard]] bool isWithoutTimes(const AVInputFormat &input);
+
+using ReadFunction = int (*)(void *pOwner, std::uint8_t *pBuffer, int size);
+using SeekFunction = std::int64_t (*)(void *pOwner, std::int64_t offset, int whence);
+
+/** What a container is read through. Without a seek function it is read forwards only. Throws OpenFailure. */
+[[nodiscard]] IoPtr makeIo(void *pOwner, int bufferBytes, ReadFunction read, SeekFunction seek);
+/**
+ * A container over it that is not open yet, and that never opens a second file or a connection. Throws OpenFailure.
+ * Passed on to avformat_open_input(), which frees it on failure.
+ */
+[[nodiscard]] AVFormatContext *makeFormat(AVIOContext &io);
+
+} // namespace player
+
+#endif

@@ -1,0 +1,307 @@
+#include "player/src/file/FilePlayback.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace player
+{
+
+namespace
+{
+
+using std::chrono::milliseconds;
+
+/** Longest wait of a caller for the decoder, far beyond what a sound file takes. */
+constexpr std::chrono::seconds kDecoderPatience{5};
+
+} // namespace
+
+FilePlayback::FilePlayback(Platform &platform, std::unique_ptr<FileDecoder> pDecoder,
+                           std::shared_ptr<PortCallbacks> pCallbacks)
+    : Playback(platform, std::move(pCallbacks)),
+      m_facts(pDecoder->facts()),
+      m_feed(platform.clock(), std::move(pDecoder), *this)
+{
+}
+
+FilePlayback::~FilePlayback()
+{
+    joinLeft();
+    m_feed.stop();
+}
+
+void FilePlayback::setCapacity(std::size_t pictures)
+{
+    m_feed.setCapacity(pictures);
+}
+
+void FilePlayback::endFeed()
+{
+    m_feed.stop();
+}
+
+void FilePlayback::begin(Moment now)
+{
+    m_feed.start();
+    m_fileClock.setSpeedStep(0, now);
+    if (m_bEnded || m_bRewind) {
+        seekLocked(0, now);
+    }
+    m_state = State::Playing;
+    updateClock(now);
+}
+
+void FilePlayback::end(Moment now)
+{
+    m_bRewind = true;
+    m_bEnded = false;
+    m_bAwaitSeek = false;
+    updateClock(now);
+    m_fileClock.setSpeedStep(0, now);
+    m_fileClock.setPosition(0, now);
+}
+
+void FilePlayback::hold(Moment now)
+{
+    updateClock(now);
+}
+
+Error FilePlayback::changeSpeed(int steps)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_state == State::Stopped) {
+            return Error::Order;
+        }
+        if (!m_fileClock.setSpeedStep(m_fileClock.speedStep() + steps, m_clock.now())) {
+            return Error::Limit;
+        }
+    }
+    m_changed.notifyAll();
+    return Error::None;
+}
+
+Error FilePlayback::stepForward()
+{
+    Error error = Error::None;
+    {
+        std::unique_lock lock(m_mutex);
+        if (m_state == State::Stopped) {
+            return Error::Order;
+        }
+        m_state = State::Paused;
+        updateClock(m_clock.now());
+        error = m_bEnded ? Error::End : stepLocked(lock);
+    }
+    m_changed.notifyAll();
+    return error;
+}
+
+Error FilePlayback::stepLocked(std::unique_lock<std::mutex> &lock)
+{
+    if (!waitForPictures(lock)) {
+        return Error::Order;
+    }
+    if (m_current && m_feed.nextIsAfterGap()) {
+        // Pictures were left out to keep up with the clock; the next one of the file has to be fetched.
+        seekLocked(m_current.time, m_clock.now());
+        if (!waitForPictures(lock)) {
+            return Error::Order;
+        }
+    }
+    Picture picture = m_feed.take();
+    if (!picture) {
+        return Error::End;
+    }
+    m_fileClock.setPosition(picture.time, m_clock.now());
+    m_current = std::move(picture);
+    m_bFresh = true;
+    return Error::None;
+}
+
+bool FilePlayback::waitForPictures(std::unique_lock<std::mutex> &lock)
+{
+    const Moment deadline = m_clock.now() + kDecoderPatience;
+    for (;;) {
+        if (m_state == State::Stopped) {
+            return false;
+        }
+        adoptPictures(m_clock.now());
+        if (!m_bAwaitSeek && (m_feed.nextTime() || m_feed.isDrained())) {
+            return true;
+        }
+        if (!m_changed.waitUntil(lock, deadline)) {
+            return false;
+        }
+    }
+}
+
+Error FilePlayback::seek(std::int64_t time)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_bClosed) {
+            return Error::Order;
+        }
+        m_feed.start();
+        seekLocked(time, m_clock.now());
+    }
+    m_changed.notifyAll();
+    return Error::None;
+}
+
+void FilePlayback::seekLocked(std::int64_t time, Moment now)
+{
+    m_bEnded = false;
+    m_bRewind = false;
+    m_bAwaitSeek = true;
+    m_feed.seek(time);
+    updateClock(now);
+    m_fileClock.setPosition(m_facts.length ? std::min(time, *m_facts.length) : time, now);
+}
+
+std::int64_t FilePlayback::position() const
+{
+    const std::lock_guard lock(m_mutex);
+    const std::int64_t position = m_fileClock.position(m_clock.now());
+    const auto end = m_feed.endTime();
+    return end || m_facts.length ? std::min(position, end ? *end : *m_facts.length) : position;
+}
+
+Error FilePlayback::onDisplay(Picture &picture)
+{
+    std::unique_lock lock(m_mutex);
+    const Moment deadline = m_clock.now() + kDecoderPatience;
+    while (m_bAwaitSeek && m_state != State::Stopped) {
+        adoptPictures(m_clock.now());
+        if (m_bAwaitSeek && !m_changed.waitUntil(lock, deadline)) {
+            break;
+        }
+    }
+    if (!m_current) {
+        return Error::NoPicture;
+    }
+    picture = m_current;
+    return Error::None;
+}
+
+Error FilePlayback::shape(PictureShape &shape) const
+{
+    const std::lock_guard lock(m_mutex);
+    shape = *shapeLocked();
+    return Error::None;
+}
+
+Error FilePlayback::timeOnDisplay(std::int64_t &time)
+{
+    if (!m_facts.recordingTime) {
+        return Error::NoTime;
+    }
+    Picture picture;
+    const Error error = onDisplay(picture);
+    if (error == Error::None) {
+        time = *m_facts.recordingTime + picture.time;
+    }
+    return error;
+}
+
+std::optional<PictureShape> FilePlayback::shapeLocked() const
+{
+    return m_current ? m_current.shape : m_facts.shape;
+}
+
+FeedClient::Pace FilePlayback::pace()
+{
+    const std::lock_guard lock(m_mutex);
+    Pace pace;
+    pace.running = m_fileClock.isRunning();
+    pace.position = m_fileClock.position(m_clock.now());
+    const int step = m_fileClock.speedStep();
+    pace.perSecond = step < 0 ? pace.perSecond >> -step : pace.perSecond << step;
+    return pace;
+}
+
+void FilePlayback::feedChanged()
+{
+    tellChanged();
+}
+
+void FilePlayback::updateClock(Moment now)
+{
+    m_fileClock.run(m_state == State::Playing && !m_bEnded && !m_bAwaitSeek, now);
+}
+
+void FilePlayback::adoptPictures(Moment now)
+{
+    if (m_state == State::Stopped) {
+        return;
+    }
+    Picture picture;
+    if (m_bAwaitSeek) {
+        if (m_feed.isSeeking()) {
+            return;
+        }
+        picture = m_feed.takeSought();
+        m_bAwaitSeek = false;
+        updateClock(now);
+    } else if (m_fileClock.isRunning()) {
+        picture = m_feed.takeDue(m_fileClock.position(now));
+    } else if (!m_current) {
+        picture = m_feed.take();
+    }
+    if (picture) {
+        m_current = std::move(picture);
+        m_bFresh = true;
+    }
+}
+
+bool FilePlayback::reachedEnd(Moment now)
+{
+    if (!m_fileClock.isRunning() || !m_feed.isDrained() || m_fileClock.position(now) < endPosition()) {
+        return false;
+    }
+    m_bEnded = true;
+    updateClock(now);
+    m_fileClock.setPosition(endPosition(), now);
+    return true;
+}
+
+std::int64_t FilePlayback::endPosition() const
+{
+    return m_feed.endTime().value_or(m_current.time + m_current.duration);
+}
+
+bool FilePlayback::isPresentationDue(Moment now) const
+{
+    if (!m_current) {
+        return false;
+    }
+    if (m_bFresh) {
+        return now >= m_presented + kLeastInterval || !m_fileClock.isRunning();
+    }
+    if (now < m_presented + kRedrawInterval) {
+        return false;
+    }
+    const auto next = m_feed.nextTime();
+    return !(m_fileClock.isRunning() && next && m_fileClock.momentOf(*next) < now + kSoon);
+}
+
+Moment FilePlayback::nextWake(Moment now) const
+{
+    Moment wake = m_presented + (m_bFresh ? kLeastInterval : kRedrawInterval);
+    if (!m_current) {
+        wake = now + kDecoderPatience;
+    }
+    if (m_fileClock.isRunning()) {
+        const auto next = m_feed.nextTime();
+        if (next || m_feed.isDrained()) {
+            const Moment due = m_fileClock.momentOf(next ? *next : endPosition());
+            // A redraw that was left out because the next picture comes soon leaves the past in wake.
+            wake = wake <= now || due < wake ? due : wake;
+        }
+    }
+    // Never a wait of no length: the loop would spin.
+    return std::max(wake, now + milliseconds(1));
+}
+
+} // namespace player

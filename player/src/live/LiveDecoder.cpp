@@ -1,0 +1,239 @@
+#include "player/src/live/LiveDecoder.h"
+
+#include "player/src/core/Codec.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace player
+{
+
+namespace
+{
+
+constexpr std::int64_t kUsualDuration = 40000;
+/** Packets after a key picture within which it comes out, whatever the order of the stream. */
+constexpr std::uint64_t kMostReordered = 17;
+/** Waited so long for a key picture, a stream has none, and the decoder has to find a way in by itself. */
+constexpr std::chrono::seconds kKeyPatience{10};
+/** Key pictures that fail one after the other are not damaged: the decoder is stricter than the stream. */
+constexpr int kMostKeysFailed = 3;
+
+int decoderThreads(const AVCodecParameters &parameters)
+{
+    // One is enough up to full HD, and FFmpeg hides damage in H.264 where the slices of a picture are shared out.
+    constexpr int kMost = 4;
+    constexpr std::int64_t kFullHd = 1920 * 1088;
+    if (parameters.codec_id == AV_CODEC_ID_H264 || std::int64_t{parameters.width} * parameters.height <= kFullHd) {
+        return 1;
+    }
+    return processorThreads(kMost);
+}
+
+} // namespace
+
+int LiveDecoder::allocate(AVCodecContext *pCodec, AVFrame *pFrame, int flags)
+{
+    ++static_cast<LiveDecoder *>(pCodec->opaque)->m_nAllocated;
+    return avcodec_default_get_buffer2(pCodec, pFrame, flags);
+}
+
+void LiveDecoder::open(const AVStream &stream)
+{
+    m_codec = stream.codecpar->codec_id;
+    m_pCodec = openDecoder(stream, [&](AVCodecContext &codec) {
+        codec.thread_count = decoderThreads(*stream.codecpar);
+        codec.thread_type = FF_THREAD_SLICE;
+        codec.flags |= AV_CODEC_FLAG_COPY_OPAQUE;
+        if (m_codec == AV_CODEC_ID_AV1) {
+            // The MPEG decoders would take it for a promise that no picture is sent out of its order.
+            codec.flags |= AV_CODEC_FLAG_LOW_DELAY;
+        }
+        if (m_codec == AV_CODEC_ID_HEVC) {
+            // Otherwise FFmpeg's decoder leaves out slices that it cannot read, and says nothing.
+            codec.err_recognition = AV_EF_EXPLODE;
+        }
+        // Film grain would be put on in a second picture, which would count as one that the decoder made up.
+        codec.export_side_data |= AV_CODEC_EXPORT_DATA_FILM_GRAIN;
+        codec.opaque = this;
+        codec.get_buffer2 = allocate;
+    });
+    m_nKeysFailed = 0;
+    waitForKey();
+}
+
+void LiveDecoder::waitForKey()
+{
+    if (m_pCodec) {
+        flushDecoder(*m_pCodec);
+    }
+    if (m_state != State::Waiting || !m_waitingSince) {
+        m_waitingSince = m_clock.now();
+    }
+    m_state = State::Waiting;
+}
+
+void LiveDecoder::leaveOutUnneeded(bool leaveOut)
+{
+    if (m_pCodec) {
+        m_pCodec->skip_frame = leaveOut ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
+    }
+}
+
+void LiveDecoder::feed(const LivePacket &packet, const AVStream &stream, bool withoutTimes)
+{
+    m_pStream = &stream;
+    m_bWithoutTimes = withoutTimes;
+    if (!m_pCodec || m_codec != stream.codecpar->codec_id) {
+        open(stream);
+    }
+    const AVPacket &coded = *packet.pPacket;
+    const bool bCorrupt = (coded.flags & AV_PKT_FLAG_CORRUPT) != 0;
+    if (packet.afterGap || bCorrupt) {
+        waitForKey();
+    }
+    if (bCorrupt) {
+        return;
+    }
+    const CodedUnits units = CodedUnits::of(coded, *stream.codecpar);
+    ++m_nNumber;
+    if (m_state == State::Waiting && units.picture && !enters(packet, units)) {
+        return;
+    }
+    if (isLeading(coded)) {
+        m_bLeftOut = true;
+        return;
+    }
+    m_companions[m_nNumber % m_companions.size()] = {m_nNumber, packet.utc};
+    decode(coded, units);
+}
+
+bool LiveDecoder::enters(const LivePacket &packet, const CodedUnits &units)
+{
+    const bool bKey = packet.isKey();
+    const bool bPatient = m_clock.now() - *m_waitingSince < kKeyPatience;
+    if (!bKey && !units.recoversAfter && (bPatient || m_codec != AV_CODEC_ID_H264)) {
+        return false;
+    }
+    m_state = State::Entering;
+    m_nKeyNumber = m_nNumber;
+    m_nKeyTick = packet.pPacket->pts;
+    m_bRefresh = !bKey;
+    m_nRecoversAfter = bKey ? 0 : std::max(units.recoversAfter.value_or(0), 0);
+    m_bMayLead = true;
+    m_bLeftOut = false;
+    return true;
+}
+
+bool LiveDecoder::isLeading(const AVPacket &packet)
+{
+    // Sent after the key picture, shown before it, and made of pictures before it that are not there.
+    if (!m_bMayLead || m_nNumber == m_nKeyNumber || m_bWithoutTimes || m_nKeyTick == AV_NOPTS_VALUE) {
+        return false;
+    }
+    m_bMayLead = m_nNumber - m_nKeyNumber < kMostReordered && (packet.pts == AV_NOPTS_VALUE || packet.pts < m_nKeyTick);
+    return m_bMayLead && packet.pts != AV_NOPTS_VALUE;
+}
+
+void LiveDecoder::decode(const AVPacket &packet, const CodedUnits &units)
+{
+    m_nAllocated = 0;
+    const PacketPtr pPacket(av_packet_clone(&packet));
+    if (!pPacket) {
+        throw OpenFailure{Error::Resources};
+    }
+    pPacket->opaque = &m_companions[m_nNumber % m_companions.size()];
+    const bool bSent = avcodec_send_packet(m_pCodec.get(), pPacket.get()) >= 0;
+    const bool bTaken = takeFrames();
+    // Pictures that the decoder makes up stand for those that are missing, and whatever refers to them is broken. The
+    // other decoders ask for none, or for pictures that are never shown.
+    const bool bCounts = m_codec == AV_CODEC_ID_H264 || m_codec == AV_CODEC_ID_HEVC;
+    const bool bMadeUp = bCounts && m_nAllocated > 1 && m_nNumber != m_nKeyNumber && !std::exchange(m_bLeftOut, false);
+    const bool bBroken = (units.picture && !bSent) || !bTaken || bMadeUp;
+    if (m_nNumber == m_nKeyNumber) {
+        m_nKeysFailed = bBroken ? m_nKeysFailed + 1 : 0;
+        m_pCodec->err_recognition = m_nKeysFailed < kMostKeysFailed ? m_pCodec->err_recognition : 0;
+    }
+    if (bBroken && (m_state == State::Showing || (m_state == State::Entering && !m_bRefresh))) {
+        if (!m_ready.empty() && m_ready.back().number >= m_nNumber) {
+            m_ready.pop_back();
+        }
+        waitForKey();
+    }
+}
+
+bool LiveDecoder::takeFrames()
+{
+    for (;;) {
+        FramePtr pFrame = makeFrame();
+        const int result = avcodec_receive_frame(m_pCodec.get(), pFrame.get());
+        if (result < 0) {
+            return result == AVERROR(EAGAIN) || result == AVERROR_EOF;
+        }
+        if (m_state == State::Waiting) {
+            continue;
+        }
+        const auto *pCompanion = static_cast<const Companion *>(pFrame->opaque);
+        const Companion companion = pCompanion ? *pCompanion : m_companions[m_nNumber % m_companions.size()];
+        pFrame->opaque = nullptr;
+        if ((pFrame->flags & AV_FRAME_FLAG_CORRUPT) != 0 || pFrame->decode_error_flags != 0) {
+            if (m_state == State::Entering && m_bRefresh) {
+                continue;
+            }
+            return false;
+        }
+        if (m_state == State::Entering && !isFit(*pFrame, companion.number)) {
+            continue;
+        }
+        m_state = State::Showing;
+        m_ready.push_back({companion.number, stamped(std::move(pFrame), companion.utc)});
+    }
+}
+
+bool LiveDecoder::isFit(const AVFrame &frame, std::uint64_t number) const
+{
+    if (m_bRefresh) {
+        return number >= m_nKeyNumber + static_cast<std::uint64_t>(m_nRecoversAfter);
+    }
+    if (number == m_nKeyNumber || m_nNumber - m_nKeyNumber >= kMostReordered) {
+        return true;
+    }
+    const std::int64_t tick = frame.best_effort_timestamp;
+    return !m_bWithoutTimes && m_nKeyTick != AV_NOPTS_VALUE && tick != AV_NOPTS_VALUE && tick >= m_nKeyTick;
+}
+
+Picture LiveDecoder::take()
+{
+    if (m_ready.empty()) {
+        return {};
+    }
+    Picture picture = std::move(m_ready.front().picture);
+    m_ready.pop_front();
+    return picture;
+}
+
+Picture LiveDecoder::stamped(FramePtr pFrame, std::int64_t utc)
+{
+    Picture picture;
+    picture.shape = shapeOf(*pFrame, m_pStream);
+    picture.time = timeOf(*pFrame);
+    picture.duration = kUsualDuration;
+    picture.utc = utc;
+    picture.hold(std::move(pFrame));
+    return picture;
+}
+
+std::int64_t LiveDecoder::timeOf(const AVFrame &frame)
+{
+    const std::int64_t tick = frame.best_effort_timestamp;
+    if (tick == AV_NOPTS_VALUE || m_bWithoutTimes) {
+        m_nLatestTime += m_firstTick ? kUsualDuration : 0;
+        m_firstTick = m_firstTick.value_or(0);
+        return m_nLatestTime;
+    }
+    m_firstTick = m_firstTick.value_or(tick);
+    m_nLatestTime = av_rescale_q(tick - *m_firstTick, m_pStream->time_base, AV_TIME_BASE_Q);
+    return m_nLatestTime;
+}
+
+} // namespace player

@@ -1,0 +1,332 @@
+#include "player/src/live/LiveDemuxer.h"
+
+#include "player/src/core/Codec.h"
+#include "player/src/core/Container.h"
+
+#include <algorithm>
+
+extern "C" {
+#include <libavutil/intreadwrite.h>
+}
+
+namespace player
+{
+
+namespace
+{
+
+/** FFmpeg reads so much ahead. The pictures in there look as if they had just come, so it must not be more. */
+constexpr int kIoBufferBytes = 32 * 1024;
+/** Handed to FFmpeg at a time. It would skip any length at one go, and a broken length skips what is worth showing. */
+constexpr std::size_t kMostAtOnce = 64 * 1024;
+
+// Recognising the container.
+/** A stream that is not recognised within this is not supported … */
+constexpr std::size_t kMostProbeBytes = 64 * 1024;
+/** … but one with start codes may hold parts of pictures first, and is read up to a picture that tells the codec. */
+constexpr std::size_t kMostRawProbeBytes = 2 * 1024 * 1024;
+/** With fewer bytes FFmpeg has to be surer of what it found than it has to be later. */
+constexpr std::size_t kFewBytes = 2048;
+constexpr int kSureScore = AVPROBE_SCORE_EXTENSION;
+constexpr int kLikelyScore = AVPROBE_SCORE_RETRY;
+/** FFmpeg reads an MPEG-TS for its tables first. Its packet size, all that is looked for here, shows in a few packets.
+ */
+constexpr std::int64_t kTransportProbeBytes = 1024;
+
+// A demuxer that follows a broken length skips what comes. It shows by how much was read since the last packet: …
+/** … while the header is read; every real one is shorter … */
+constexpr std::int64_t kMostHeaderBytes = 1024 * 1024;
+/** … before the first packet, which may be of any size … */
+constexpr std::int64_t kMostBeforeFirstPacket = 8 * 1024 * 1024;
+/** … and then by a multiple of the largest packet so far, but never by less than these bytes … */
+constexpr std::int64_t kMostPackets = 8;
+constexpr std::int64_t kMostBytes = 256 * 1024;
+/** … where fewer are enough once the time without a packet is this long. */
+constexpr std::int64_t kMostPacketsInTime = 2;
+constexpr std::int64_t kMostBytesInTime = 64 * 1024;
+constexpr std::chrono::seconds kMostTime{2};
+
+/** The heads of a cluster and of a block take a few dozen bytes. More between two packets of Matroska was skipped. */
+constexpr std::int64_t kMostBetweenBlocks = 1024;
+
+/** Containers that cannot be read from the middle, not even with FFmpeg's help. */
+bool needsItsHeader(const AVInputFormat &input)
+{
+    return isNamed(input, "matroska") || isNamed(input, "mov") || isNamed(input, "flv");
+}
+
+bool hasStartCode(const std::vector<std::uint8_t> &bytes)
+{
+    constexpr std::uint8_t kCode[] = {0, 0, 1};
+    return std::search(bytes.begin(), bytes.end(), std::begin(kCode), std::end(kCode)) != bytes.end();
+}
+
+} // namespace
+
+LiveDemuxer::LiveDemuxer(Clock &clock, std::vector<std::uint8_t> header, LiveBuffer &buffer,
+                         std::function<void()> onIdle)
+    : m_clock(clock),
+      m_header(std::move(header)),
+      m_buffer(buffer),
+      m_onIdle(std::move(onIdle)),
+      m_packetTime(clock.now())
+{
+}
+
+LiveDemuxer::~LiveDemuxer() = default;
+
+int LiveDemuxer::readBytes(void *pSelf, std::uint8_t *pBuffer, int size)
+{
+    try {
+        return static_cast<LiveDemuxer *>(pSelf)->readBytes(pBuffer, size);
+    } catch (...) {
+        // The caller is FFmpeg, which is written in C.
+        return AVERROR(ENOMEM);
+    }
+}
+
+int LiveDemuxer::readBytes(std::uint8_t *pBuffer, int size)
+{
+    if (m_nHeaderRead < m_header.size()) {
+        const std::size_t count = std::min(static_cast<std::size_t>(size), m_header.size() - m_nHeaderRead);
+        std::copy_n(m_header.begin() + static_cast<std::ptrdiff_t>(m_nHeaderRead), count, pBuffer);
+        m_nHeaderRead += count;
+        return static_cast<int>(count);
+    }
+    for (;;) {
+        if (m_bInterrupted || hasLostItsWay()) {
+            return AVERROR_EXIT;
+        }
+        if (m_buffer.available() == 0) {
+            m_onIdle();
+        }
+        const auto result = m_buffer.read(pBuffer, std::min(static_cast<std::size_t>(size), kMostAtOnce));
+        switch (result.outcome) {
+        case LiveBuffer::Outcome::Bytes:
+            return static_cast<int>(result.count);
+        case LiveBuffer::Outcome::Woken:
+            break;
+        case LiveBuffer::Outcome::Interrupted:
+            m_bInterrupted = true;
+            break;
+        }
+    }
+}
+
+bool LiveDemuxer::hasLostItsWay() const
+{
+    const std::int64_t bytes = m_buffer.readPosition() - m_nPacketPosition;
+    if (!m_pFormat) {
+        return bytes > kMostHeaderBytes;
+    }
+    if (m_nLargest == 0) {
+        return bytes > kMostBeforeFirstPacket;
+    }
+    return bytes > std::max(kMostBytes, kMostPackets * m_nLargest) ||
+           (bytes > std::max(kMostBytesInTime, kMostPacketsInTime * m_nLargest) &&
+            m_clock.now() - m_packetTime > kMostTime);
+}
+
+const AVInputFormat *LiveDemuxer::recognise()
+{
+    std::vector<std::uint8_t> data;
+    for (;;) {
+        std::vector<std::uint8_t> bytes = m_header;
+        bytes.insert(bytes.end(), data.begin(), data.end());
+        const std::size_t size = bytes.size();
+        bytes.resize(size + AVPROBE_PADDING_SIZE);
+        const AVProbeData probe{"", bytes.data(), static_cast<int>(size), nullptr};
+        int score = 0;
+        const AVInputFormat *pInput = av_probe_input_format3(&probe, 1, &score);
+        const bool bLast = size >= std::min(kMostRawProbeBytes, m_header.size() + m_buffer.capacity() / 2) ||
+                           (size >= kMostProbeBytes && !hasStartCode(bytes));
+        // In the end any score will do: FFmpeg is never surer than that of raw motion JPEG.
+        const int needed = bLast ? 0 : size < kFewBytes ? kSureScore : kLikelyScore;
+        if (pInput && score > needed) {
+            if (!isPlayed(*pInput)) {
+                throw OpenFailure{Error::Unsupported};
+            }
+            return pInput;
+        }
+        if (bLast) {
+            throw OpenFailure{Error::Corrupt};
+        }
+        if (m_buffer.peek(data.size(), kMostRawProbeBytes, data) == LiveBuffer::Outcome::Interrupted) {
+            m_bInterrupted = true;
+            return nullptr;
+        }
+    }
+}
+
+bool LiveDemuxer::open()
+{
+    m_pInput = recognise();
+    if (!m_pInput) {
+        return false;
+    }
+    m_nPositionShift = -static_cast<std::int64_t>(m_header.size());
+    try {
+        openFormat();
+    } catch (const OpenFailure &) {
+        if (m_bInterrupted) {
+            return false;
+        }
+        throw;
+    }
+    return true;
+}
+
+void LiveDemuxer::openFormat()
+{
+    m_pStream = nullptr;
+    m_pIo = makeIo(this, kIoBufferBytes, readBytes, nullptr);
+    AVFormatContext *pFormat = makeFormat(*m_pIo);
+    pFormat->flags |= AVFMT_FLAG_NOBUFFER;
+    const std::int64_t usualProbeBytes = pFormat->probesize;
+    pFormat->probesize = isNamed(*m_pInput, "mpegts") ? kTransportProbeBytes : usualProbeBytes;
+    // On failure the context is freed by the function itself.
+    const int result = avformat_open_input(&pFormat, "", m_pInput, nullptr);
+    if (result < 0) {
+        throw OpenFailure{result == AVERROR(ENOMEM) ? Error::Resources : Error::Corrupt};
+    }
+    pFormat->probesize = usualProbeBytes;
+    m_pFormat.reset(pFormat);
+    const bool bStreamsKnown = (pFormat->ctx_flags & AVFMTCTX_NOHEADER) == 0;
+    if (bStreamsKnown && av_find_best_stream(pFormat, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0) < 0) {
+        throw OpenFailure{Error::Unsupported};
+    }
+    if (isNamed(*m_pInput, "matroska")) {
+        const AVDictionaryEntry *pEntry = av_dict_get(m_pFormat->metadata, "creation_time", nullptr, 0);
+        std::int64_t time = 0;
+        if (pEntry && av_parse_time(&time, pEntry->value, 0) >= 0) {
+            m_utcOfZero = time;
+        }
+    }
+}
+
+bool LiveDemuxer::isOfPictureStream(const AVPacket &packet)
+{
+    const AVStream *pStream = m_pFormat->streams[packet.stream_index];
+    if (pStream->codecpar->codec_type != AVMEDIA_TYPE_VIDEO ||
+        (pStream->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0) {
+        return false;
+    }
+    // When the programme of a transport stream changes, the pictures go on in another stream and the old one ends.
+    const Moment now = m_clock.now();
+    if (!m_pStream || (now - m_pictureTime > kMostTime && (packet.flags & AV_PKT_FLAG_KEY) != 0)) {
+        m_pStream = pStream;
+    }
+    if (m_pStream != pStream) {
+        return false;
+    }
+    m_pictureTime = now;
+    return true;
+}
+
+bool LiveDemuxer::reopen()
+{
+    m_pFormat.reset();
+    m_nDataEnd = -1;
+    for (;;) {
+        // A demuxer that fails twice without having read anything in between would fail for ever.
+        const std::int64_t position = m_buffer.readPosition();
+        if (m_bReopened && position == m_nPacketPosition) {
+            throw OpenFailure{Error::Corrupt};
+        }
+        m_nHeaderRead = needsItsHeader(*m_pInput) ? 0 : m_header.size();
+        m_nPositionShift = position - static_cast<std::int64_t>(m_header.size() - m_nHeaderRead);
+        m_nPacketPosition = position;
+        m_packetTime = m_clock.now();
+        m_bReopened = true;
+        try {
+            openFormat();
+            return true;
+        } catch (const OpenFailure &) {
+            if (m_bInterrupted) {
+                return false;
+            }
+        }
+    }
+}
+
+bool LiveDemuxer::isBehindGap(const AVPacket &packet)
+{
+    if (packet.pos < 0) {
+        return false;
+    }
+    const std::int64_t begin = packet.pos + m_nPositionShift;
+    // FFmpeg's demuxer of Matroska does not tell what it skipped on its way to the next cluster.
+    const bool bSkipped = isNamed(*m_pInput, "matroska") && m_nDataEnd >= 0 && begin - m_nDataEnd > kMostBetweenBlocks;
+    m_nDataEnd = std::max(m_nDataEnd, begin + packet.size);
+    return bSkipped;
+}
+
+std::optional<LivePacket> LiveDemuxer::read()
+{
+    bool bLost = false;
+    while (!m_bInterrupted) {
+        PacketPtr pPacket = makePacket();
+        const int result = av_read_frame(m_pFormat.get(), pPacket.get());
+        if (m_bInterrupted) {
+            break;
+        }
+        if (result < 0) {
+            bLost = true;
+            if (!reopen()) {
+                break;
+            }
+            continue;
+        }
+        m_nPacketPosition = m_buffer.readPosition();
+        m_packetTime = m_clock.now();
+        m_bReopened = false;
+        m_nLargest = std::max<std::int64_t>(m_nLargest, pPacket->size);
+        bLost = isBehindGap(*pPacket) || bLost;
+        if (isOfPictureStream(*pPacket)) {
+            LivePacket packet = described(std::move(pPacket));
+            packet.afterGap = packet.afterGap || bLost;
+            return packet;
+        }
+    }
+    return std::nullopt;
+}
+
+LivePacket LiveDemuxer::described(PacketPtr pPacket)
+{
+    LivePacket packet;
+    const std::int64_t readUpTo = m_buffer.readPosition();
+    const std::int64_t end = pPacket->pos < 0 ? readUpTo : pPacket->pos + m_nPositionShift + pPacket->size;
+    const auto arrival = m_buffer.arrivalOf(std::min(end, readUpTo) - 1);
+    packet.arrived = arrival.moment;
+    packet.utc = stampedTime(*pPacket).value_or(arrival.utc);
+    // FFmpeg reads ahead: the gap that was read last may lie behind this picture.
+    const std::int64_t gap = m_buffer.latestGap();
+    if (gap > m_nGapTold && (pPacket->pos < 0 || end > gap)) {
+        m_nGapTold = gap;
+        packet.afterGap = true;
+    }
+    packet.pPacket = std::move(pPacket);
+    return packet;
+}
+
+std::optional<std::int64_t> LiveDemuxer::stampedTime(const AVPacket &packet) const
+{
+    // The device library adds the time of day to each block, as eight bytes under the identifier 1.
+    constexpr std::uint64_t kIdentifier = 1;
+    std::size_t size = 0;
+    const std::uint8_t *pSide = av_packet_get_side_data(&packet, AV_PKT_DATA_MATROSKA_BLOCKADDITIONAL, &size);
+    if (pSide && size == 16 && AV_RB64(pSide) == kIdentifier) {
+        return static_cast<std::int64_t>(AV_RB64(pSide + 8));
+    }
+    if (m_utcOfZero && packet.pts != AV_NOPTS_VALUE) {
+        return *m_utcOfZero + av_rescale_q(packet.pts, m_pStream->time_base, AV_TIME_BASE_Q);
+    }
+    return std::nullopt;
+}
+
+bool LiveDemuxer::isWithoutTimes() const
+{
+    return player::isWithoutTimes(*m_pInput);
+}
+
+} // namespace player

@@ -1,0 +1,200 @@
+#include "player/src/live/LivePlayback.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace player
+{
+
+namespace
+{
+
+using std::chrono::microseconds;
+using std::chrono::milliseconds;
+
+constexpr std::chrono::seconds kIdle{5};
+/** A picture that is late by less is expected any moment. */
+constexpr milliseconds kJitter{10};
+/** Times that jump by more start a new count; pictures that are late by more than the second do so too. */
+constexpr std::int64_t kMostStep = 5000000;
+constexpr std::chrono::seconds kMostLate{1};
+
+} // namespace
+
+LivePlayback::LivePlayback(Platform &platform, std::vector<std::uint8_t> header, std::size_t bufferSize,
+                           StreamMode mode, std::shared_ptr<PortCallbacks> pCallbacks)
+    : Playback(platform, std::move(pCallbacks)),
+      m_mode(mode),
+      m_feed(platform.clock(), std::move(header), bufferSize, mode, [this] { tellChanged(); })
+{
+}
+
+LivePlayback::~LivePlayback()
+{
+    joinLeft();
+    m_feed.stop();
+}
+
+void LivePlayback::start()
+{
+    m_feed.start();
+}
+
+Error LivePlayback::push(const std::uint8_t *pData, std::size_t size)
+{
+    return m_feed.push(pData, size);
+}
+
+void LivePlayback::setCapacity(std::size_t pictures)
+{
+    m_feed.setCapacity(pictures);
+}
+
+void LivePlayback::endFeed()
+{
+    m_feed.stop();
+}
+
+void LivePlayback::begin(Moment)
+{
+    m_state = State::Playing;
+    m_feed.setOpen(true);
+    m_feed.hold(false);
+}
+
+void LivePlayback::end(Moment)
+{
+    m_feed.setOpen(false);
+    m_feed.hold(false);
+    m_zero.reset();
+    m_nextDue.reset();
+}
+
+void LivePlayback::hold(Moment)
+{
+    m_feed.hold(m_state == State::Paused);
+    // The stream's clock stood still meanwhile.
+    m_zero.reset();
+    m_nextDue.reset();
+}
+
+void LivePlayback::adoptPictures(Moment now)
+{
+    if (m_state != State::Playing) {
+        return;
+    }
+    if (m_mode == StreamMode::RealTime) {
+        Picture picture = m_feed.take();
+        if (picture) {
+            adopt(std::move(picture), now);
+        }
+        return;
+    }
+    for (auto next = m_feed.nextTime(); next; next = m_feed.nextTime()) {
+        if (!m_nextDue) {
+            m_nextDue = dueTime(*next, now);
+        }
+        if (*m_nextDue > now) {
+            return;
+        }
+        m_nextDue.reset();
+        adopt(m_feed.take(), now);
+    }
+}
+
+void LivePlayback::adopt(Picture picture, Moment now)
+{
+    m_interval = m_current ? now - m_adopted : Moment::duration{};
+    m_adopted = now;
+    m_current = std::move(picture);
+    m_bFresh = true;
+}
+
+Moment LivePlayback::dueTime(std::int64_t time, Moment now)
+{
+    const bool bJump = time < m_nLatestTime || time > m_nLatestTime + kMostStep;
+    m_nLatestTime = time;
+    if (!m_zero || bJump || now - (*m_zero + microseconds(time)) > kMostLate) {
+        m_zero = now - microseconds(time);
+    }
+    return *m_zero + microseconds(time);
+}
+
+bool LivePlayback::reachedEnd(Moment)
+{
+    // What is pushed has no end.
+    return false;
+}
+
+Moment LivePlayback::redrawAt() const
+{
+    const Moment redraw = m_presented + kRedrawInterval;
+    const Moment expected = m_adopted + m_interval;
+    const bool bSoon = m_state == State::Playing && expected > redraw - kJitter && expected < redraw + kSoon;
+    return bSoon ? expected + kJitter : redraw;
+}
+
+bool LivePlayback::isPresentationDue(Moment now) const
+{
+    if (!m_current) {
+        return false;
+    }
+    return now >= (m_bFresh ? m_presented + kLeastInterval : redrawAt());
+}
+
+Moment LivePlayback::nextWake(Moment now) const
+{
+    Moment wake = now + kIdle;
+    if (m_current) {
+        wake = m_bFresh ? m_presented + kLeastInterval : redrawAt();
+    }
+    if (m_nextDue && m_state == State::Playing) {
+        wake = std::min(wake, *m_nextDue);
+    }
+    return std::max(wake, now + milliseconds(1));
+}
+
+std::optional<PictureShape> LivePlayback::shapeLocked() const
+{
+    return m_current ? m_current.shape : m_feed.shape();
+}
+
+std::int64_t LivePlayback::position() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_current.time;
+}
+
+Error LivePlayback::onDisplay(Picture &picture)
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_current) {
+        picture = m_current;
+        return Error::None;
+    }
+    const Error failure = m_feed.failure();
+    return failure == Error::None ? Error::NoPicture : failure;
+}
+
+Error LivePlayback::shape(PictureShape &shape) const
+{
+    const std::lock_guard lock(m_mutex);
+    if (const auto known = shapeLocked()) {
+        shape = *known;
+        return Error::None;
+    }
+    const Error failure = m_feed.failure();
+    return failure == Error::None ? Error::NoPicture : failure;
+}
+
+Error LivePlayback::timeOnDisplay(std::int64_t &time)
+{
+    Picture picture;
+    const Error error = onDisplay(picture);
+    if (error == Error::None) {
+        time = picture.utc;
+    }
+    return error;
+}
+
+} // namespace player

@@ -1,0 +1,347 @@
+#include "player/src/port/Port.h"
+
+#include "player/src/picture/JpegEncoder.h"
+
+#include <algorithm>
+
+namespace player
+{
+
+namespace
+{
+
+constexpr unsigned long kMostDisplayBuffers = 50;
+constexpr long kAnalysisData = 1;
+constexpr long kEveryType = 0xff;
+
+/** Containers round: a length of ten seconds may be told as a few microseconds less. */
+unsigned long wholeSeconds(std::int64_t microseconds)
+{
+    return static_cast<unsigned long>((std::max<std::int64_t>(microseconds, 0) + 500) / 1000000);
+}
+
+/** Says that a port is being opened, until it goes. */
+class Opening
+{
+public:
+    Opening(std::mutex &mutex, bool &flag) : m_mutex(mutex), m_flag(flag) {}
+
+    ~Opening()
+    {
+        const std::lock_guard lock(m_mutex);
+        m_flag = false;
+    }
+
+    Opening(const Opening &) = delete;
+    Opening &operator=(const Opening &) = delete;
+
+private:
+    std::mutex &m_mutex;
+    bool &m_flag;
+};
+
+} // namespace
+
+Port::Port(Platform &platform, std::int32_t number, int slot) : m_platform(platform), m_nNumber(number), m_nSlot(slot)
+{
+}
+
+Port::~Port()
+{
+    close();
+}
+
+std::shared_ptr<Playback> Port::playback() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_pStream ? std::shared_ptr<Playback>(m_pStream) : m_pFile;
+}
+
+std::shared_ptr<FilePlayback> Port::file() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_pFile;
+}
+
+std::shared_ptr<LivePlayback> Port::stream() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_pStream;
+}
+
+Error Port::openFile(const char *path)
+{
+    if (!path) {
+        return Error::Argument;
+    }
+    std::size_t capacity = 0;
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_pFile || m_pStream || m_bOpening) {
+            return Error::Order;
+        }
+        m_bOpening = true;
+        capacity = m_nDisplayBuffers;
+    }
+    const Opening opening(m_mutex, m_bOpening);
+    std::unique_ptr<ByteSource> pBytes = m_platform.openFile(path);
+    if (!pBytes) {
+        return Error::Open;
+    }
+    try {
+        auto pDecoder = std::make_unique<FileDecoder>(std::move(pBytes));
+        auto pPlayback = std::make_shared<FilePlayback>(m_platform, std::move(pDecoder), m_pCallbacks);
+        pPlayback->setCapacity(capacity);
+        const std::lock_guard lock(m_mutex);
+        m_pFile = std::move(pPlayback);
+    } catch (const OpenFailure &failure) {
+        return failure.error;
+    }
+    return Error::None;
+}
+
+Error Port::closeFile()
+{
+    std::shared_ptr<FilePlayback> pFile;
+    {
+        const std::lock_guard lock(m_mutex);
+        pFile.swap(m_pFile);
+    }
+    if (!pFile) {
+        return Error::Order;
+    }
+    pFile->close();
+    return Error::None;
+}
+
+Error Port::openStream(const std::uint8_t *pHeader, std::size_t headerSize, std::size_t bufferSize)
+{
+    if (!pHeader || headerSize == 0) {
+        return Error::Argument;
+    }
+    const StreamMode mode = m_nOpenMode == 0 ? StreamMode::RealTime : StreamMode::File;
+    auto pStream = std::make_shared<LivePlayback>(m_platform, std::vector<std::uint8_t>(pHeader, pHeader + headerSize),
+                                                  bufferSize, mode, m_pCallbacks);
+    const std::lock_guard lock(m_mutex);
+    if (m_pFile || m_pStream || m_bOpening) {
+        return Error::Order;
+    }
+    pStream->setCapacity(m_nDisplayBuffers);
+    pStream->start();
+    m_pStream = std::move(pStream);
+    return Error::None;
+}
+
+Error Port::closeStream()
+{
+    std::shared_ptr<LivePlayback> pStream;
+    {
+        const std::lock_guard lock(m_mutex);
+        pStream.swap(m_pStream);
+    }
+    if (!pStream) {
+        return Error::Order;
+    }
+    pStream->close();
+    return Error::None;
+}
+
+Error Port::inputData(const std::uint8_t *pData, std::size_t size)
+{
+    if (!pData || size == 0) {
+        return Error::Argument;
+    }
+    const auto pStream = stream();
+    return pStream ? pStream->push(pData, size) : Error::Order;
+}
+
+void Port::close()
+{
+    closeFile();
+    closeStream();
+}
+
+Error Port::setOpenMode(unsigned long mode)
+{
+    if (mode > 1) {
+        return Error::Argument;
+    }
+    m_nOpenMode = mode;
+    return Error::None;
+}
+
+Error Port::setDisplayBuffers(unsigned long pictures)
+{
+    if (pictures < 1 || pictures > kMostDisplayBuffers) {
+        return Error::Argument;
+    }
+    {
+        const std::lock_guard lock(m_mutex);
+        m_nDisplayBuffers = pictures;
+    }
+    const auto pPlayback = playback();
+    if (pPlayback) {
+        pPlayback->setCapacity(pictures);
+    }
+    return Error::None;
+}
+
+Error Port::play(WindowHandle window)
+{
+    const auto pPlayback = playback();
+    return pPlayback ? pPlayback->play(window) : Error::Order;
+}
+
+Error Port::stop()
+{
+    const auto pPlayback = playback();
+    return pPlayback ? pPlayback->stop() : Error::Order;
+}
+
+Error Port::pause(unsigned long pause)
+{
+    if (pause > 1) {
+        return Error::Argument;
+    }
+    const auto pPlayback = playback();
+    return pPlayback ? pPlayback->pause(pause == 1) : Error::Order;
+}
+
+Error Port::changeSpeed(int steps)
+{
+    const auto pFile = file();
+    return pFile ? pFile->changeSpeed(steps) : Error::Order;
+}
+
+Error Port::stepForward()
+{
+    const auto pFile = file();
+    return pFile ? pFile->stepForward() : Error::Order;
+}
+
+Error Port::stepBack()
+{
+    return file() ? Error::NoIndex : Error::Order;
+}
+
+Error Port::seek(unsigned long milliseconds)
+{
+    const auto pFile = file();
+    return pFile ? pFile->seek(std::int64_t{1000} * milliseconds) : Error::Order;
+}
+
+Error Port::playedSeconds(unsigned long &seconds) const
+{
+    const auto pPlayback = playback();
+    if (!pPlayback) {
+        return Error::Order;
+    }
+    seconds = wholeSeconds(pPlayback->position());
+    return Error::None;
+}
+
+Error Port::lengthSeconds(unsigned long &seconds) const
+{
+    const auto pFile = file();
+    if (!pFile) {
+        return Error::Order;
+    }
+    if (!pFile->facts().length) {
+        return Error::NoIndex;
+    }
+    seconds = wholeSeconds(*pFile->facts().length);
+    return Error::None;
+}
+
+Error Port::recordingTimes(std::int64_t &first, std::int64_t &last) const
+{
+    const auto pFile = file();
+    if (!pFile) {
+        return Error::Order;
+    }
+    const FileFacts &facts = pFile->facts();
+    if (!facts.recordingTime) {
+        return Error::NoTime;
+    }
+    if (!facts.length) {
+        return Error::NoIndex;
+    }
+    first = *facts.recordingTime;
+    last = first + std::max<std::int64_t>(*facts.length - facts.pictureDuration, 0);
+    return Error::None;
+}
+
+Error Port::timeOnDisplay(std::int64_t &time) const
+{
+    const auto pPlayback = playback();
+    return pPlayback ? pPlayback->timeOnDisplay(time) : Error::Order;
+}
+
+Error Port::pictureSize(int &width, int &height) const
+{
+    const auto pPlayback = playback();
+    if (!pPlayback) {
+        return Error::Order;
+    }
+    PictureShape shape;
+    const Error error = pPlayback->shape(shape);
+    if (error == Error::None) {
+        width = shape.width;
+        height = shape.height;
+    }
+    return error;
+}
+
+Error Port::jpeg(const std::optional<PixelRect> &region, int quality, std::vector<std::uint8_t> &file) const
+{
+    const auto pPlayback = playback();
+    if (!pPlayback) {
+        return Error::Order;
+    }
+    Picture picture;
+    const Error error = pPlayback->onDisplay(picture);
+    if (error != Error::None) {
+        return error;
+    }
+    PixelRect area{0, 0, picture.shape.width, picture.shape.height};
+    if (region) {
+        area = DisplayRegion{*region, false}.on(picture.shape);
+        if (area.isEmpty()) {
+            return Error::Argument;
+        }
+    }
+    JpegEncoder encoder;
+    file = encoder.encode(*picture.pFrame, picture.shape, area, quality);
+    return file.empty() ? Error::Resources : Error::None;
+}
+
+Error Port::setDisplayRegion(const std::optional<DisplayRegion> &region)
+{
+    const auto pPlayback = playback();
+    return pPlayback ? pPlayback->setRegion(region) : Error::Order;
+}
+
+Error Port::playSound() const
+{
+    return playback() ? Error::NoSound : Error::Order;
+}
+
+void Port::setVolume(unsigned short volume)
+{
+    m_nVolume = volume;
+}
+
+unsigned short Port::volume() const
+{
+    return m_nVolume;
+}
+
+void Port::showPrivateData(long type, bool show)
+{
+    // Other types are switches that nothing depends on yet.
+    if (type == kAnalysisData || type == kEveryType) {
+        m_bAnalysisShown = show;
+    }
+}
+
+} // namespace player

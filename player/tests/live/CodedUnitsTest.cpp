@@ -1,0 +1,70 @@
+#include "player/src/live/CodedUnits.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace
+{
+
+using player::CodedUnits;
+using Bytes = std::vector<std::uint8_t>;
+
+/** Looks into units with start codes, or with lengths of four bytes where the extra data say so. */
+CodedUnits look(AVCodecID codec, Bytes bytes, Bytes extradata = {})
+{
+    AVPacket packet{};
+    packet.data = bytes.data();
+    packet.size = static_cast<int>(bytes.size());
+    AVCodecParameters parameters{};
+    parameters.codec_id = codec;
+    parameters.extradata = extradata.data();
+    parameters.extradata_size = static_cast<int>(extradata.size());
+    return CodedUnits::of(packet, parameters);
+}
+
+Bytes lengthsOfFour(std::size_t place)
+{
+    Bytes extradata(place + 2);
+    extradata[0] = 1;
+    extradata[place] = 0xFF;
+    return extradata;
+}
+
+TEST(CodedUnitsTest, FindsThePictureBehindParameterSets)
+{
+    EXPECT_TRUE(look(AV_CODEC_ID_H264, {0, 0, 0, 1, 0x67, 1, 2, 0, 0, 1, 0x65, 3, 4}).picture);
+    EXPECT_TRUE(look(AV_CODEC_ID_H264, {0, 0, 0, 3, 0x67, 1, 2, 0, 0, 0, 3, 0x41, 3, 4}, lengthsOfFour(4)).picture);
+    EXPECT_TRUE(look(AV_CODEC_ID_HEVC, {0, 0, 1, 0x40, 1, 2, 0, 0, 1, 0x26, 1, 4}).picture);
+}
+
+TEST(CodedUnitsTest, FindsNoneInParameterSetsAlone)
+{
+    EXPECT_FALSE(look(AV_CODEC_ID_H264, {0, 0, 1, 0x67, 1, 2, 0, 0, 1, 0x68, 3, 4}).picture);
+    EXPECT_FALSE(look(AV_CODEC_ID_HEVC, {0, 0, 1, 0x40, 1, 2, 0, 0, 1, 0x42, 1, 4}).picture);
+    EXPECT_FALSE(look(AV_CODEC_ID_H264, {0, 0, 0, 0}, lengthsOfFour(4)).picture);
+}
+
+TEST(CodedUnitsTest, SurvivesLengthsThatLie)
+{
+    EXPECT_FALSE(look(AV_CODEC_ID_H264, {0xFF, 0xFF, 0xFF, 0xFF, 0x65, 1, 2}, lengthsOfFour(4)).picture);
+    EXPECT_FALSE(look(AV_CODEC_ID_HEVC, {0, 0, 1, 0x4E, 1, 0xFF, 0xFF, 0xFF}).recoversAfter);
+    EXPECT_FALSE(look(AV_CODEC_ID_HEVC, {0, 0, 1, 0x4E, 1, 6, 9, 0x80}).recoversAfter);
+}
+
+TEST(CodedUnitsTest, ReadsTheRecoveryPointBehindOtherMessages)
+{
+    // Exp-Golomb 00110 is 6 - 1 = 5, which stands for +3.
+    const Bytes packet{0, 0, 1, 0x4E, 1, 137, 1, 0xAA, 6, 1, 0x30, 0x80, 0, 0, 1, 0x02, 1, 4};
+    const CodedUnits units = look(AV_CODEC_ID_HEVC, packet);
+    EXPECT_TRUE(units.picture);
+    EXPECT_EQ(units.recoversAfter, 3);
+    EXPECT_EQ(look(AV_CODEC_ID_HEVC, {0, 0, 1, 0x4E, 1, 6, 1, 0x80, 0x80}).recoversAfter, 0);
+}
+
+TEST(CodedUnitsTest, TakesOtherCodecsForPictures)
+{
+    EXPECT_TRUE(look(AV_CODEC_ID_MJPEG, {1, 2, 3}).picture);
+}
+
+} // namespace

@@ -1,0 +1,644 @@
+// Which pictures of a stream come out at all. By the stream's own clock none is left out for the sake of time, so that
+// each one that comes out is seen here.
+#include "player/src/live/LiveFeed.h"
+
+#include "player/tests/support/Clips.h"
+#include "player/tests/support/FakeClock.h"
+#include "player/tests/support/MemoryBytes.h"
+#include "player/tests/support/PictureNumber.h"
+#include "player/tests/support/PushedStream.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <numeric>
+
+namespace
+{
+
+using namespace std::chrono_literals;
+using player::Error;
+using player::LiveFeed;
+using player::Picture;
+using player::StreamMode;
+using player::test::Bytes;
+using player::test::bytesOf;
+using player::test::FakeClock;
+using player::test::liveMatroska;
+using player::test::LiveOptions;
+using player::test::liveTransport;
+using player::test::mediaPath;
+using player::test::numberOf;
+using player::test::PushedStream;
+using player::test::Record;
+using testing::ElementsAreArray;
+
+/** Collects every picture that a feed gives out. */
+class Collector
+{
+public:
+    explicit Collector(const Bytes &header, std::size_t bufferSize = 64 * 1024 * 1024)
+        : m_feed(m_clock, header, bufferSize, StreamMode::File, [] {})
+    {
+        m_feed.setCapacity(10000);
+        m_feed.start();
+    }
+
+    void push(const Record &record)
+    {
+        ASSERT_EQ(m_feed.push(record.bytes.data(), record.bytes.size()), Error::None);
+    }
+
+    void push(const PushedStream &stream, std::size_t from, std::size_t to)
+    {
+        for (std::size_t i = from; i < to; ++i) {
+            push(stream.records[i]);
+        }
+    }
+
+    /** All that come out of what was pushed. */
+    std::vector<int> numbers()
+    {
+        m_clock.settle();
+        for (Picture picture = m_feed.take(); picture; picture = m_feed.take()) {
+            m_numbers.push_back(numberOf(picture));
+            m_pictures.push_back(picture);
+        }
+        return m_numbers;
+    }
+
+    Error failure()
+    {
+        m_clock.settle();
+        return m_feed.failure();
+    }
+
+    const std::vector<Picture> &pictures()
+    {
+        numbers();
+        return m_pictures;
+    }
+
+    LiveFeed &feed()
+    {
+        return m_feed;
+    }
+
+    FakeClock &clock()
+    {
+        return m_clock;
+    }
+
+private:
+    FakeClock m_clock;
+    std::vector<int> m_numbers;
+    std::vector<Picture> m_pictures;
+    LiveFeed m_feed;
+};
+
+std::vector<int> range(int from, int to)
+{
+    std::vector<int> numbers(static_cast<std::size_t>(to - from));
+    std::iota(numbers.begin(), numbers.end(), from);
+    return numbers;
+}
+
+std::vector<int> operator+(std::vector<int> left, const std::vector<int> &right)
+{
+    left.insert(left.end(), right.begin(), right.end());
+    return left;
+}
+
+/** Of the picture with that number. */
+std::size_t place(const PushedStream &stream, int number)
+{
+    for (std::size_t i = 0; i < stream.records.size(); ++i) {
+        if (stream.records[i].number == number) {
+            return i;
+        }
+    }
+    throw std::runtime_error("no such picture");
+}
+
+struct Codec {
+    const char *file;
+    /** The last picture that comes out while the stream goes on. */
+    int last;
+};
+
+void PrintTo(const Codec &codec, std::ostream *pStream)
+{
+    *pStream << codec.file;
+}
+
+class EveryCodec : public testing::TestWithParam<Codec>
+{
+};
+
+TEST_P(EveryCodec, ComesOutPictureByPictureInTheOrderOfShowing)
+{
+    const PushedStream stream = liveMatroska(GetParam().file);
+    Collector collector(stream.header);
+    collector.push(stream, 0, stream.records.size());
+    EXPECT_THAT(collector.numbers(), ElementsAreArray(range(0, GetParam().last + 1)));
+}
+
+INSTANTIATE_TEST_SUITE_P(Clips, EveryCodec,
+                         testing::Values(Codec{"h264.avi", 99}, Codec{"h264.mp4", 97}, Codec{"h264-10bit.mp4", 47},
+                                         Codec{"h265.mp4", 97}, Codec{"h265-10bit.mp4", 47}, Codec{"mjpeg.mov", 99},
+                                         Codec{"mpeg4.avi", 99}, Codec{"mpeg4.mp4", 98}, Codec{"av1.mp4", 99},
+                                         Codec{"vp8.mkv", 99}, Codec{"vp9.mkv", 99}, Codec{"mpeg2.mkv", 98},
+                                         Codec{"mpeg1.mkv", 98}, Codec{"msmpeg4v2.mkv", 99}, Codec{"msmpeg4v3.mkv", 99},
+                                         Codec{"open-gop.mkv", 97}, Codec{"odd-321x243.mp4", 48}),
+                         [](const auto &row) { return player::test::testName(row.param.file); });
+
+TEST(LiveFeedTest, GivesOutTheRightPicturesOfATransportStream)
+{
+    const PushedStream stream = liveTransport("h265.mp4");
+    Collector collector(stream.header);
+    collector.push(stream, 0, stream.records.size());
+    EXPECT_THAT(collector.numbers(), ElementsAreArray(range(0, 96)));
+}
+
+struct Loss {
+    const char *file;
+    int lost;
+    /** What comes out before it, and where pictures begin again. */
+    int before;
+    int again;
+    int last;
+};
+
+void PrintTo(const Loss &loss, std::ostream *pStream)
+{
+    *pStream << loss.file << " without " << loss.lost;
+}
+
+class ALostPicture : public testing::TestWithParam<Loss>
+{
+};
+
+TEST_P(ALostPicture, LeavesOutEverythingUpToTheNextKeyPicture)
+{
+    PushedStream stream = liveMatroska(GetParam().file);
+    stream.records.erase(stream.records.begin() + static_cast<std::ptrdiff_t>(place(stream, GetParam().lost)));
+    Collector collector(stream.header);
+    collector.push(stream, 0, stream.records.size());
+    EXPECT_THAT(collector.numbers(),
+                ElementsAreArray(range(0, GetParam().before) + range(GetParam().again, GetParam().last + 1)));
+}
+
+INSTANTIATE_TEST_SUITE_P(Codecs, ALostPicture,
+                         testing::Values(Loss{"h264.avi", 30, 30, 50, 99}, Loss{"h264.avi", 26, 26, 50, 99},
+                                         Loss{"h264.avi", 25, 25, 50, 99}, Loss{"h264.avi", 0, 0, 25, 99}),
+                         [](const auto &row) {
+                             return player::test::testName(row.param.file) + "_" + std::to_string(row.param.lost);
+                         });
+
+class ALostReference : public testing::TestWithParam<const char *>
+{
+};
+
+TEST_P(ALostReference, ShowsNothingThatIsMadeOfIt)
+{
+    // Where the order of showing differs from that of sending, which pictures came out before the loss was noticed
+    // depends on the coder; after the lost one, none may come out until the next key picture.
+    PushedStream stream = liveMatroska(GetParam());
+    const std::size_t key = place(stream, 25);
+    ASSERT_TRUE(stream.records[key].key);
+    const int lost = stream.records[key - 6].number;
+    std::size_t reference = key - 6;
+    for (std::size_t i = key - 8; i < key - 3; ++i) {
+        // Sent before pictures that are shown before it: others refer to it.
+        reference = stream.records[i].number > stream.records[i + 1].number ? i : reference;
+    }
+    ASSERT_GT(stream.records[reference].number, stream.records[reference + 1].number) << lost;
+    const int first = stream.records[reference + 1].number;
+    stream.records.erase(stream.records.begin() + static_cast<std::ptrdiff_t>(reference));
+    Collector collector(stream.header);
+    collector.push(stream, 0, stream.records.size());
+    const auto numbers = collector.numbers();
+    EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.end()));
+    for (const int number : numbers) {
+        EXPECT_TRUE(number < first || number >= 25) << number;
+    }
+    EXPECT_THAT(std::vector<int>(std::find(numbers.begin(), numbers.end(), 25), numbers.end()),
+                ElementsAreArray(range(25, 98)));
+}
+
+INSTANTIATE_TEST_SUITE_P(Codecs, ALostReference, testing::Values("h264.mp4", "h265.mp4"),
+                         [](const auto &row) { return player::test::testName(row.param); });
+
+class ADamagedPicture : public testing::TestWithParam<Loss>
+{
+};
+
+TEST_P(ADamagedPicture, IsNotShownNorIsWhatRefersToIt)
+{
+    PushedStream stream = liveMatroska(GetParam().file);
+    Bytes &bytes = stream.records[place(stream, GetParam().lost)].bytes;
+    std::fill(bytes.begin() + static_cast<std::ptrdiff_t>(bytes.size() / 2), bytes.end(), std::uint8_t{0xFF});
+    Collector collector(stream.header);
+    collector.push(stream, 0, stream.records.size());
+    EXPECT_THAT(collector.numbers(),
+                ElementsAreArray(range(0, GetParam().before) + range(GetParam().again, GetParam().last + 1)));
+}
+
+INSTANTIATE_TEST_SUITE_P(Codecs, ADamagedPicture,
+                         testing::Values(Loss{"h264.avi", 30, 30, 50, 99}, Loss{"h264.avi", 50, 50, 75, 99},
+                                         Loss{"h264.avi", 99, 99, 99, 98}),
+                         [](const auto &row) {
+                             return player::test::testName(row.param.file) + "_" + std::to_string(row.param.lost);
+                         });
+
+TEST(LiveFeedTest, JoinedInTheMiddleShowsNothingBeforeTheFirstKeyPicture)
+{
+    const PushedStream stream = liveMatroska("h264.avi");
+    Collector collector(stream.header);
+    collector.push(stream, 10, stream.records.size());
+    EXPECT_THAT(collector.numbers(), ElementsAreArray(range(25, 100)));
+}
+
+TEST(LiveFeedTest, JoinedInTheMiddleOfRawPicturesShowsNothingBeforeTheFirstKeyPicture)
+{
+    const Bytes bytes = bytesOf(mediaPath("raw.h264"));
+    // Behind the first two kilobytes, that is in the middle of the first group.
+    const PushedStream stream = player::test::cut(Bytes(bytes.begin() + 20000, bytes.end()), 1000);
+    Collector collector(stream.header);
+    collector.push(stream, 0, stream.records.size());
+    const auto numbers = collector.numbers();
+    ASSERT_FALSE(numbers.empty());
+    EXPECT_EQ(numbers.front() % 25, 0);
+    EXPECT_THAT(numbers, ElementsAreArray(range(numbers.front(), 97)));
+}
+
+TEST(LiveFeedTest, JoinedAtAnOpenGroupLeavesOutThePicturesThatNeedTheGroupBefore)
+{
+    const PushedStream stream = liveMatroska("open-gop.mkv");
+    std::size_t key = 1;
+    while (!stream.records[key].key) {
+        ++key;
+    }
+    ASSERT_LT(stream.records[key + 1].number, stream.records[key].number) << "the group is not open";
+    Collector collector(stream.header);
+    collector.push(stream, key, stream.records.size());
+    EXPECT_THAT(collector.numbers(), ElementsAreArray(range(stream.records[key].number, 98)));
+}
+
+/** The greatest difference between two pictures' brightness. */
+int apart(const Picture &left, const Picture &right)
+{
+    int most = 0;
+    for (int row = 0; row < left.shape.height; ++row) {
+        const std::uint8_t *pLeft = left.pFrame->data[0] + std::ptrdiff_t{row} * left.pFrame->linesize[0];
+        const std::uint8_t *pRight = right.pFrame->data[0] + std::ptrdiff_t{row} * right.pFrame->linesize[0];
+        for (int column = 0; column < left.shape.width; ++column) {
+            most = std::max(most, std::abs(pLeft[column] - pRight[column]));
+        }
+    }
+    return most;
+}
+
+/** Pictures are renewed by waves, which begin at 25, 50 and 75 and come through all of them within 25 more. */
+class AWaveThatRenewsThePicture : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        m_whole.push(m_stream, 0, m_stream.records.size());
+        ASSERT_THAT(m_whole.numbers(), ElementsAreArray(range(0, 100)));
+    }
+    /** Collected up to the last one, they are what they are when nothing is missing. */
+    void expectWhole(Collector &collector)
+    {
+        for (const Picture &picture : collector.pictures()) {
+            const int number = numberOf(picture);
+            ASSERT_GE(number, 0);
+            EXPECT_EQ(apart(picture, m_whole.pictures()[static_cast<std::size_t>(number)]), 0) << number;
+        }
+    }
+
+    PushedStream m_stream = liveMatroska("intra-refresh.mkv");
+    Collector m_whole{m_stream.header};
+};
+
+TEST_F(AWaveThatRenewsThePicture, IsWaitedForWhereTheStreamIsJoined)
+{
+    Collector collector(m_stream.header);
+    collector.push(m_stream, 10, m_stream.records.size());
+    const auto numbers = collector.numbers();
+    ASSERT_FALSE(numbers.empty());
+    EXPECT_GT(numbers.front(), 25);
+    EXPECT_LE(numbers.front(), 50);
+    EXPECT_THAT(numbers, ElementsAreArray(range(numbers.front(), 100)));
+    expectWhole(collector);
+}
+
+TEST_F(AWaveThatRenewsThePicture, IsWaitedForAfterALoss)
+{
+    m_stream.records.erase(m_stream.records.begin() + 30);
+    Collector collector(m_stream.header);
+    collector.push(m_stream, 0, m_stream.records.size());
+    const auto numbers = collector.numbers();
+    ASSERT_GT(numbers.size(), 30u);
+    EXPECT_GT(numbers[30], 50);
+    EXPECT_LE(numbers[30], 75);
+    EXPECT_THAT(numbers, ElementsAreArray(range(0, 30) + range(numbers[30], 100)));
+    expectWhole(collector);
+}
+
+TEST(LiveFeedTest, GarbageBetweenRecordsCostsNoMoreThanTheGroup)
+{
+    PushedStream stream = liveMatroska("h264.avi");
+    stream.records.insert(stream.records.begin() + 40, Record{Bytes(5000), -1, false});
+    Collector collector(stream.header);
+    collector.push(stream, 0, stream.records.size());
+    const auto numbers = collector.numbers();
+    EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.end()));
+    EXPECT_THAT(std::vector<int>(std::find(numbers.begin(), numbers.end(), 50), numbers.end()),
+                ElementsAreArray(range(50, 100)));
+    EXPECT_GE(numbers.size(), 90u);
+}
+
+TEST(LiveFeedTest, ARecordThatBreaksOffCostsNoMoreThanTwoGroups)
+{
+    PushedStream stream = liveMatroska("h264.avi");
+    Bytes &bytes = stream.records[30].bytes;
+    bytes.resize(bytes.size() / 2);
+    Collector collector(stream.header);
+    collector.push(stream, 0, stream.records.size());
+    const auto numbers = collector.numbers();
+    EXPECT_THAT(std::vector<int>(numbers.begin(), numbers.begin() + 30), ElementsAreArray(range(0, 30)));
+    for (const int number : numbers) {
+        EXPECT_TRUE(number < 30 || number >= 50) << number;
+    }
+    EXPECT_THAT(std::vector<int>(std::find(numbers.begin(), numbers.end(), 75), numbers.end()),
+                ElementsAreArray(range(75, 100)));
+}
+
+class AContainerThatLosesItsWay : public testing::TestWithParam<Bytes>
+{
+};
+
+TEST_P(AContainerThatLosesItsWay, IsBegunAnew)
+{
+    PushedStream stream = liveMatroska("bench-1080p.mp4");
+    stream.records.insert(stream.records.begin() + 20, Record{GetParam(), -1, false});
+    Collector collector(stream.header);
+    collector.push(stream, 0, 150);
+    const auto numbers = collector.numbers();
+    EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.end()));
+    ASSERT_FALSE(numbers.empty());
+    EXPECT_GE(numbers.front(), 0);
+    EXPECT_EQ(numbers.back(), 146);
+}
+
+// A cluster that claims to be longer than anything, and one in which a block does; then what is taken for elements of
+// any length.
+INSTANTIATE_TEST_SUITE_P(Claims, AContainerThatLosesItsWay,
+                         testing::Values(Bytes{0x1F, 0x43, 0xB6, 0x75, 0x01, 0x00, 0x0F, 0xFF, 0xFF, 0xFF, 0xFF,
+                                               0xFE, 0x55, 0x55, 0x08, 0x7F, 0xFF, 0xFF, 0xFF, 0xFF, 0x00},
+                                         Bytes{0x1F, 0x43, 0xB6, 0x75, 0xFF, 0xE7, 0x81, 0x00, 0xA3, 0x18, 0x00, 0x00,
+                                               0x00, 0x81, 0x00, 0x00},
+                                         Bytes(5000, 0x55)));
+
+class TimesThatJump : public testing::TestWithParam<std::int64_t>
+{
+};
+
+TEST_P(TimesThatJump, AreSurvivedWithoutLosingAPicture)
+{
+    LiveOptions options;
+    options.jumpAt = 50;
+    options.jump = GetParam();
+    const PushedStream stream = liveMatroska("h264.avi", options);
+    Collector collector(stream.header);
+    collector.push(stream, 0, stream.records.size());
+    EXPECT_THAT(collector.numbers(), ElementsAreArray(range(0, 100)));
+}
+
+INSTANTIATE_TEST_SUITE_P(Milliseconds, TimesThatJump, testing::Values(-1900, 3600000, 86400000));
+
+TEST(LiveFeedTest, AnotherSizeInTheMiddleIsShown)
+{
+    const PushedStream small = liveTransport("long.mp4");
+    const PushedStream large = liveTransport("h264.mp4");
+    Collector collector(large.header);
+    collector.push(large, 0, 40);
+    collector.push(small, 0, 60);
+    const auto &pictures = collector.pictures();
+    ASSERT_FALSE(pictures.empty());
+    EXPECT_EQ(pictures.front().shape.width, 320);
+    EXPECT_EQ(pictures.back().shape.width, 160);
+    EXPECT_EQ(pictures.back().shape.height, 120);
+    EXPECT_EQ(numberOf(pictures.back()), 56);
+    EXPECT_EQ(collector.feed().shape()->width, 160);
+}
+
+TEST(LiveFeedTest, CarriesTheTimeThatTheDeviceStampedThroughTheOrderOfShowing)
+{
+    LiveOptions options;
+    options.captured = 1700000000123456;
+    const PushedStream stream = liveMatroska("h264.mp4", options);
+    Collector collector(stream.header);
+    collector.push(stream, 0, stream.records.size());
+    const auto &pictures = collector.pictures();
+    ASSERT_EQ(pictures.size(), 98u);
+    for (std::size_t i = 0; i < pictures.size(); ++i) {
+        ASSERT_EQ(pictures[i].utc, options.captured + pictures[0].utc - options.captured + pictures[i].time) << i;
+    }
+    EXPECT_NEAR(static_cast<double>(pictures[0].utc), static_cast<double>(options.captured), 200000.0);
+}
+
+TEST(LiveFeedTest, TakesTheDateInTheHeaderWhereNoPictureIsStamped)
+{
+    LiveOptions options;
+    options.date = 1700000000000000;
+    const PushedStream stream = liveMatroska("h264.avi", options);
+    Collector collector(stream.header);
+    collector.push(stream, 0, stream.records.size());
+    const auto &pictures = collector.pictures();
+    ASSERT_EQ(pictures.size(), 100u);
+    EXPECT_EQ(pictures[99].utc - pictures[0].utc, pictures[99].time);
+    EXPECT_NEAR(static_cast<double>(pictures[0].utc), static_cast<double>(options.date), 200000.0);
+}
+
+TEST(LiveFeedTest, TakesTheTimeOfArrivalWhereNothingElseIsKnown)
+{
+    const PushedStream stream = liveMatroska("h264.avi");
+    Collector collector(stream.header);
+    const auto came = collector.clock().utc();
+    collector.push(stream, 0, 1);
+    collector.clock().advance(5s);
+    ASSERT_EQ(collector.pictures().size(), 1u);
+    EXPECT_EQ(collector.pictures()[0].utc, came);
+}
+
+TEST(LiveFeedTest, ARefusedRecordIsALossEvenWhereTheCodecCannotTell)
+{
+    const PushedStream stream = liveMatroska("mpeg4.avi");
+    std::size_t largest = 0;
+    for (const Record &record : stream.records) {
+        largest = std::max(largest, record.key ? 0 : record.bytes.size());
+    }
+    // The first key picture comes with the header; none of the others ever fits.
+    Bytes header = stream.header;
+    header.insert(header.end(), stream.records[0].bytes.begin(), stream.records[0].bytes.end());
+    Collector collector(header, largest);
+    for (std::size_t i = 1; i < 50; ++i) {
+        const auto &record = stream.records[i];
+        collector.clock().settle();
+        const Error error = collector.feed().push(record.bytes.data(), record.bytes.size());
+        ASSERT_EQ(error, record.bytes.size() <= largest ? Error::None : Error::BufferFull) << i;
+    }
+    EXPECT_THAT(collector.numbers(), ElementsAreArray(range(0, 25))) << "a picture without its key picture";
+}
+
+TEST(LiveFeedTest, WhereDecodingIsTooSlowThePictureIsNeverFarBehind)
+{
+    // Whoever is told of a picture holds the decoding thread up, as a decoder that is too slow would: a picture in 120
+    // milliseconds instead of the 40 in which they come.
+    const PushedStream stream = liveMatroska("h264.avi");
+    FakeClock clock;
+    std::vector<player::Moment> pushed(stream.records.size());
+    std::vector<int> numbers;
+    std::chrono::steady_clock::duration most{};
+    LiveFeed feed(clock, stream.header, 64 * 1024 * 1024, StreamMode::RealTime, [&] {
+        const int number = numberOf(feed.take());
+        ASSERT_GE(number, 0);
+        numbers.push_back(number);
+        most = std::max(most, clock.now() - pushed[static_cast<std::size_t>(number)]);
+        clock.spend(120ms);
+    });
+    feed.start();
+    for (const Record &record : stream.records) {
+        pushed[static_cast<std::size_t>(record.number)] = clock.now();
+        ASSERT_EQ(feed.push(record.bytes.data(), record.bytes.size()), Error::None);
+        clock.advance(40ms);
+    }
+    // Decoding each would take twelve seconds.
+    clock.advance(500ms);
+    feed.stop();
+    EXPECT_LT(most, 1500ms);
+    ASSERT_FALSE(numbers.empty());
+    EXPECT_GE(numbers.back(), 75) << "the newest group has begun";
+    EXPECT_LT(numbers.size(), 60u);
+    for (std::size_t i = 1; i < numbers.size(); ++i) {
+        EXPECT_TRUE(numbers[i] == numbers[i - 1] + 1 || (numbers[i] > numbers[i - 1] && numbers[i] % 25 == 0))
+            << numbers[i - 1] << ", then " << numbers[i];
+    }
+}
+
+/** A cluster of Matroska that claims to be longer than anything, and enough of it for the claim to be doubted. */
+Record clusterWithoutEnd()
+{
+    Bytes bytes{0x1F, 0x43, 0xB6, 0x75, 0x01, 0x00, 0x0F, 0xFF, 0xFF, 0xFF, 0xFF,
+                0xFE, 0x55, 0x55, 0x08, 0x7F, 0xFF, 0xFF, 0xFF, 0xFF, 0x00};
+    bytes.resize(100000);
+    return {bytes, -1, false};
+}
+
+TEST(LiveFeedTest, AContainerThatLosesItsWayIsBegunAnewAfterTwoSecondsWithoutAPacket)
+{
+    const PushedStream stream = liveMatroska("h264.avi");
+    Collector collector(stream.header);
+    collector.push(stream, 0, 20);
+    collector.push(clusterWithoutEnd());
+    EXPECT_EQ(collector.numbers().back(), 19);
+    collector.clock().advance(2100ms);
+    collector.push(stream, 25, 40);
+    EXPECT_THAT(collector.numbers(), ElementsAreArray(range(0, 20) + range(25, 40)));
+}
+
+TEST(LiveFeedTest, GoesOnAfterAPauseWhileTheContainerIsBeingBegunAnew)
+{
+    const PushedStream stream = liveMatroska("h264.avi");
+    FakeClock clock;
+    std::vector<int> numbers;
+    LiveFeed feed(clock, stream.header, 64 * 1024 * 1024, StreamMode::RealTime,
+                  [&] { numbers.push_back(numberOf(feed.take())); });
+    feed.start();
+    const auto push = [&](const Record &record) {
+        ASSERT_EQ(feed.push(record.bytes.data(), record.bytes.size()), Error::None);
+        clock.settle();
+    };
+    feed.hold(true);
+    for (std::size_t i = 0; i < 20; ++i) {
+        push(stream.records[i]);
+    }
+    push(clusterWithoutEnd());
+    clock.advance(2100ms);
+    push({Bytes(1), -1, false});
+    // The pictures held so far are of a container that is closed, and the next one is not open yet.
+    feed.hold(false);
+    clock.settle();
+    for (std::size_t i = 25; i < 30; ++i) {
+        push(stream.records[i]);
+    }
+    feed.stop();
+    ASSERT_FALSE(numbers.empty());
+    EXPECT_EQ(numbers.back(), 29);
+}
+
+struct Senseless {
+    const char *name;
+    Bytes header;
+    Bytes data;
+    Error error;
+};
+
+void PrintTo(const Senseless &senseless, std::ostream *pStream)
+{
+    *pStream << senseless.name;
+}
+
+Bytes noise(std::size_t size)
+{
+    Bytes bytes(size);
+    std::uint32_t state = 1;
+    for (auto &byte : bytes) {
+        state = state * 1664525 + 1013904223;
+        byte = static_cast<std::uint8_t>(state >> 24 | 0x10);
+    }
+    return bytes;
+}
+
+class ASenselessHeader : public testing::TestWithParam<Senseless>
+{
+};
+
+TEST_P(ASenselessHeader, IsFoundOutLaterAndThenNothingIsTaken)
+{
+    Collector collector(GetParam().header);
+    if (!GetParam().data.empty()) {
+        collector.push({GetParam().data, -1, false});
+    }
+    EXPECT_EQ(collector.failure(), GetParam().error);
+    const std::uint8_t byte = 0;
+    EXPECT_EQ(collector.feed().push(&byte, 1), GetParam().error);
+}
+
+INSTANTIATE_TEST_SUITE_P(Headers, ASenselessHeader,
+                         testing::Values(Senseless{"noise", noise(500), noise(70000), Error::Corrupt},
+                                         Senseless{"zeros", Bytes(100), Bytes(70000), Error::Corrupt},
+                                         Senseless{"broken_matroska",
+                                                   Bytes{0x1A, 0x45, 0xDF, 0xA3, 0x8B, 0x42, 0x82, 0x88, 'm', 'a', 't',
+                                                         'r', 'o', 's', 'k', 'a', 0x11, 0x22, 0x33},
+                                                   noise(1200000), Error::Corrupt}),
+                         [](const auto &row) { return std::string(row.param.name); });
+
+TEST(LiveFeedTest, SoundAloneIsNotSupported)
+{
+    LiveOptions options;
+    options.pictures = false;
+    options.sound = true;
+    const PushedStream stream = liveMatroska("h264-alaw.mkv", options);
+    Collector collector(stream.header);
+    collector.push(stream, 0, 1);
+    EXPECT_EQ(collector.failure(), Error::Unsupported);
+}
+
+} // namespace

@@ -1,0 +1,140 @@
+#!/usr/bin/env python3
+"""What belongs together in the tree and no compiler sees: documents and files, lists that must agree. Needs no build."""
+
+import re
+import sys
+import unittest
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parent.parent.parent
+sys.dont_write_bytecode = True  # the checkout holds sources only
+sys.path += [str(ROOT / "tests" / "media"), str(ROOT / "tests" / "cameras")]
+import camera_clips  # noqa: E402
+import make_media  # noqa: E402
+
+CODE = {".h", ".c", ".cpp", ".py", ".sh", ".txt", ".cmake"}
+FOLDERS = ["base", "bench", "cmake", "device", "Drovel", "ffmpeg", "gdi", "hosts", "interface", "logging", "player", "preview",
+           "rules", "tests", "threadpool", "tools", "VideoWindow"]
+# FFmpeg's decoders of pictures by the codec's name where it is another one.
+CODEC_OF_DECODER = {"libdav1d": "av1"}
+# Old formats in which nobody records any more; FFmpeg's encoders no longer know the first one.
+WITHOUT_A_CLIP = {"msmpeg4v1", "h263", "flv"}
+# Read by the device library, and not played from files.
+FOR_CAMERAS = {"rtsp", "sdp", "rtp", "wav", "aac", "mp3", "g722", "g726", "g726le"}
+
+
+def read(path):
+    return (ROOT / path).read_text(encoding="utf-8")
+
+
+def code():
+    for folder in FOLDERS:
+        for path in sorted((ROOT / folder).rglob("*")):
+            if path.suffix in CODE and path.name != Path(__file__).name:
+                yield path.relative_to(ROOT), path.read_text(encoding="utf-8")
+
+
+def rows(path):
+    """The cells of each row of each table of a document."""
+    for line in read(path).splitlines():
+        if line.startswith("| ") and not line.startswith("| ---"):
+            yield [cell.strip() for cell in line.strip("|").split(" | ")]
+
+
+def paths_in(text):
+    """What is named as a file or folder of the source tree."""
+    for word in re.findall(r"`([\w.-]+(?:/[\w.-]+)*/?)`", text):
+        if word.split("/")[0] in [*FOLDERS, "deps", "docs", "resources"] or re.fullmatch(r"[A-Z_]+\.md", word):
+            yield word
+
+
+def documents():
+    """All but the decisions, which tell of their time."""
+    return [*ROOT.glob("*.md"), *(ROOT / "docs").glob("*.md")]
+
+
+def pinned(dependency):
+    for line in read("deps/sources.tsv").splitlines():
+        if line.startswith(dependency + "\t"):
+            return line.split("\t")[1]
+    raise AssertionError(dependency)
+
+
+def components(kind):
+    """What FFmpeg is built with, line by line."""
+    found = re.findall(rf"--enable-{kind}=(\S+)", read("deps/recipes/ffmpeg-components.sh"))
+    return [line.split(",") for line in found]
+
+
+class Documents(unittest.TestCase):
+    def test_name_files_that_exist(self):
+        count = 0
+        for document in documents():
+            for path in paths_in(document.read_text(encoding="utf-8")):
+                count += 1
+                self.assertTrue((ROOT / path).exists(), f"{document.name} names {path}, which is not there")
+        self.assertGreater(count, 100)
+
+    def test_link_to_files_that_exist(self):
+        for document in [*ROOT.glob("*.md"), *(ROOT / "docs").rglob("*.md")]:
+            for target in re.findall(r"\]\(([^)#]+)[^)]*\)", document.read_text(encoding="utf-8")):
+                if "://" not in target:
+                    self.assertTrue((document.parent / target).exists(), f"{document.relative_to(ROOT)}: {target}")
+
+    def test_tell_the_versions_that_are_built(self):
+        text = read("THIRD_PARTY.md")
+        for library, dependency in [("Qt (Core, Gui, Widgets)", "qt"), ("FFmpeg", "ffmpeg"), ("dav1d", "dav1d"),
+                                    ("libyuv", "libyuv"), ("libjpeg-turbo", "libjpeg-turbo"),
+                                    ("Apache log4cxx", "log4cxx"), ("Expat", "expat"), ("pugixml", "pugixml")]:
+            self.assertIn(f"| {library} | {pinned(dependency)}", text)
+
+
+class Compatibility(unittest.TestCase):
+    def setUp(self):
+        self.entries = [row[0].strip("`") for row in rows("docs/compatibility.md") if row[0] != "entry"]
+
+    def test_has_each_entry_once(self):
+        self.assertGreater(len(self.entries), 40)
+        self.assertEqual(len(self.entries), len(set(self.entries)))
+
+    def test_is_asked_for_entries_that_it_has(self):
+        asked = 0
+        for path, text in code():
+            for name in re.findall(r"docs/compatibility\.md: ([\w-]*\w)", text):
+                asked += 1
+                self.assertIn(name, self.entries, str(path))
+        self.assertGreater(asked, 2)
+
+
+class Codecs(unittest.TestCase):
+    def setUp(self):
+        self.clips = [clip for clip in make_media.all_clips() if clip.codec]
+
+    def test_have_a_clip_for_each_decoder(self):
+        # The first line is that of the pictures.
+        decoders = {CODEC_OF_DECODER.get(name, name) for name in components("decoder")[0]}
+        self.assertEqual(decoders - WITHOUT_A_CLIP, {clip.codec for clip in self.clips})
+
+    def test_are_pushed_as_live_streams(self):
+        text = read("player/tests/live/LiveFeedTest.cpp")
+        for codec in {clip.codec for clip in self.clips}:
+            files = [clip.file for clip in self.clips if clip.codec == codec]
+            self.assertTrue(any(f'"{file}"' in text for file in files), f"no clip of {codec} is pushed")
+
+    def test_are_read_from_the_containers_that_are_built(self):
+        built = {name for line in components("demuxer") for name in line}
+        played = set(re.search(r'kContainers\[\] = "([^"]+)"', read("player/src/core/Container.h"))[1].split(","))
+        # One demuxer has another name in FFmpeg's switches.
+        self.assertEqual({name.replace("mpegps", "mpeg") for name in built - FOR_CAMERAS}, played)
+
+
+class Cameras(unittest.TestCase):
+    def test_are_the_same_in_the_bed_and_in_the_tests(self):
+        listed = re.findall(r'\{"(\w+)", (\d+)', read("tests/cameras/CameraBed.cpp"))
+        kinds = [camera for camera in camera_clips.all_cameras() if "/" not in camera.path]
+        self.assertEqual([(path, int(identity)) for path, identity in listed],
+                         [(camera.path, camera.identity) for camera in kinds])
+
+
+if __name__ == "__main__":
+    unittest.main()
