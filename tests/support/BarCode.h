@@ -23,18 +23,18 @@ namespace testsupport
 
 inline std::optional<int> readBarCode(const std::uint8_t *pPixels, std::ptrdiff_t stride, int width, int height)
 {
-    constexpr int cells = 20;
-    constexpr int bits = 16;
-    if (pPixels == nullptr || width < 2 * cells || height < 4) {
+    constexpr int kCells = 20;
+    constexpr int kBits = 16;
+    if (pPixels == nullptr || width < 2 * kCells || height < 4) {
         return std::nullopt;
     }
 
-    std::array<double, cells> brightness{};
+    std::array<double, kCells> brightness{};
     const int firstRow = height / 16;
     const int lastRow = height * 3 / 16;
-    for (int cell = 0; cell < cells; ++cell) {
-        const int first = (4 * cell + 1) * width / (4 * cells);
-        const int last = (4 * cell + 3) * width / (4 * cells);
+    for (int cell = 0; cell < kCells; ++cell) {
+        const int first = (4 * cell + 1) * width / (4 * kCells);
+        const int last = (4 * cell + 3) * width / (4 * kCells);
         int sum = 0;
         for (int row = firstRow; row <= lastRow; ++row) {
             for (int column = first; column <= last; ++column) {
@@ -53,8 +53,8 @@ inline std::optional<int> readBarCode(const std::uint8_t *pPixels, std::ptrdiff_
     // A cell near the middle is one half of each of two pictures, not a bit.
     const double sure = (white - black) / 8;
     const double middle = (white + black) / 2;
-    std::array<int, cells> read{};
-    for (int cell = 0; cell < cells; ++cell) {
+    std::array<int, kCells> read{};
+    for (int cell = 0; cell < kCells; ++cell) {
         if (brightness.at(cell) > middle - sure && brightness.at(cell) < middle + sure) {
             return std::nullopt;
         }
@@ -63,12 +63,12 @@ inline std::optional<int> readBarCode(const std::uint8_t *pPixels, std::ptrdiff_
 
     int number = 0;
     int ones = 0;
-    for (int bit = 0; bit < bits; ++bit) {
+    for (int bit = 0; bit < kBits; ++bit) {
         number = number * 2 + read.at(2 + bit);
         ones += read.at(2 + bit);
     }
-    const int parity = read[2 + bits];
-    if ((ones + parity) % 2 != 0 || read[3 + bits] == parity) {
+    const int parity = read[2 + kBits];
+    if ((ones + parity) % 2 != 0 || read[3 + kBits] == parity) {
         return std::nullopt;
     }
     return number;
