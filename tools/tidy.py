@@ -8,6 +8,7 @@ dependencies (PELLORA_CACHE) remembers the contents that were clean.
 """
 
 import concurrent.futures
+import contextlib
 import functools
 import gzip
 import hashlib
@@ -16,12 +17,15 @@ import os
 import shlex
 import subprocess
 import sys
+import time
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
 MEMORY = Path(os.environ.get("PELLORA_CACHE") or Path.home() / ".cache" / "pellora") / "tidy"
-# Contents of a file and its includes that are remembered as clean: of several branches and checkouts.
+# Contents of a file and its includes that are remembered as clean: of several branches and checkouts. What nobody asked
+# for in so many days, such as what an older configuration found, is forgotten.
 REMEMBERED = 8
+DAYS = 30
 
 
 def mingw_arguments():
@@ -116,13 +120,23 @@ def is_clean(memory):
 
 
 def remember(memory, text):
-    memory.mkdir(parents=True, exist_ok=True)
     target = memory / (hashlib.sha256(text.encode()).hexdigest() + ".gz")
     half = target.with_suffix(f".{os.getpid()}")
+    memory.mkdir(parents=True, exist_ok=True)
     half.write_bytes(gzip.compress(text.encode(), 3))
     half.rename(target)
     for old in sorted(memory.glob("*.gz"), key=lambda f: f.stat().st_mtime)[:-REMEMBERED]:
         old.unlink(missing_ok=True)
+
+
+def forget():
+    oldest = time.time() - DAYS * 24 * 3600
+    for remembered in MEMORY.glob("*/*"):
+        if remembered.stat().st_mtime < oldest:
+            remembered.unlink(missing_ok=True)
+    for folder in MEMORY.glob("*"):
+        with contextlib.suppress(OSError):  # not empty
+            folder.rmdir()
 
 
 def check(path, entry, extra):
@@ -142,6 +156,7 @@ def check(path, entry, extra):
 
 def main():
     only = {Path(a).resolve() for a in sys.argv[1:]}
+    forget()
     work = [e for e in entries() if not only or e[0] in only]
     read = failures = 0
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:

@@ -29,11 +29,11 @@ leave() {
 }
 trap leave EXIT
 WINEDEBUG=-all WINEDLLOVERRIDES=mscoree,mshtml= /usr/lib/wine/wine64 cmd <"$folder/pipe" >"$folder/banner" 2>&1 8>&- 9>&- &
-for _ in $(seq 600); do
+for _ in $(seq 1800); do
     [ -s "$folder/banner" ] && break
     sleep 0.1
 done
-[ -s "$folder/banner" ] || { echo "ERROR: Wine did not start within a minute in $WINEPREFIX." >&2 && exit 1; }
+[ -s "$folder/banner" ] || { echo "ERROR: Wine did not start within three minutes in $WINEPREFIX." >&2 && exit 1; }
 status=0
 "$@" 8>&- 9>&- || status=$?
 exit "$status"

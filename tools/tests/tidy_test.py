@@ -7,6 +7,7 @@ import shutil
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 from pathlib import Path
 
@@ -74,6 +75,13 @@ class Memory(unittest.TestCase):
             last, said = self.checkout.lint()
             self.assertEqual(last, "2 files, 1 of them read, 1 with findings.")
             self.assertIn("modernize-use-nullptr", said)
+
+    def test_what_nobody_asked_for_in_a_month_is_forgotten(self):
+        remembered = list((self.folder / "cache" / "tidy").glob("*/*"))
+        self.assertEqual(len(remembered), 2)
+        os.utime(remembered[0], (time.time() - 31 * 24 * 3600,) * 2)
+        self.assertEqual(self.checkout.lint()[0], "2 files, 1 of them read, 0 with findings.")
+        self.assertEqual(len(list((self.folder / "cache" / "tidy").glob("*"))), 2)
 
     def test_another_configuration_reads_everything(self):
         self.checkout.write(".clang-tidy", "Checks: '-*,modernize-use-override'\n")
