@@ -123,6 +123,8 @@ void VideoWnd::endSource(PanePort::Source otherwise)
 {
     m_bLoopFile = false;
     m_ruleMgr.clearRules();
+    // The next source is shown whole, as the port forgets its region.
+    m_ruleMgr.showWhole({m_pLiveViewWnd->width(), m_pLiveViewWnd->height()});
     closeDraw();
     m_port.end(otherwise);
     m_pLiveViewWnd->setUpdatesEnabled(true);

@@ -67,7 +67,8 @@ void WindowSubclass::forget(HWND hWnd)
 
 bool WindowSubclass::isReached(HWND hWnd)
 {
-    if (m_previous.count(hWnd) == 0) {
+    // The number may be that of a window of somebody else's by now, who need not answer.
+    if (m_previous.count(hWnd) == 0 || GetWindowThreadProcessId(hWnd, nullptr) != GetCurrentThreadId()) {
         return false;
     }
     if (procedureOf(hWnd) == m_pProcedure) {

@@ -130,7 +130,7 @@ void fillWithRules(RuleTable &rules, const std::vector<RuleType> &types, int nWi
 /** Polygons so large that their sides pass the pane, some far away and some across it. */
 void fillWithFarPolygons(RuleTable &rules, int nWidth, int nHeight)
 {
-    constexpr std::int32_t kFar = 60000;
+    constexpr std::int32_t kFar = 500000;
     rules.move(0, 0);
     rules.scale(static_cast<float>(nWidth), static_cast<float>(nHeight));
     for (std::int32_t i = 0; i < RuleTable::kCapacity; ++i) {

@@ -3,7 +3,6 @@
 #include "VideoWindow/tests/ClassedHost.h"
 #include "interface/tests/PelloraFixture.h"
 
-using testing::IsEmpty;
 using testing::StartsWith;
 
 namespace

@@ -15,7 +15,7 @@
 #include <array>
 #include <functional>
 #include <memory>
-#include <new>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 #include <vector>
@@ -190,40 +190,33 @@ private:
     std::function<void()> m_whenHidden;
 };
 
-TEST(QWinWidget, IsToldNothingOfItsHostOnceANeighbourHasDestroyedIt)
+TEST(QWinWidget, IsToldNothingOfTheHostOfOneThatWasInItsPlace)
 {
-    static constexpr unsigned char kGone = 0xA5;
-    struct Place {
-        alignas(HiddenWidget) std::array<unsigned char, sizeof(HiddenWidget)> bytes;
-        HiddenWidget *pWidget = nullptr;
-    };
+    // In the same memory, so that a call that was meant for the one before reaches it.
+    using Place = std::optional<HiddenWidget>;
     std::array<Place, 4> places;
-    const auto destroy = [](Place &place) {
-        std::exchange(place.pWidget, nullptr)->~HiddenWidget();
-        place.bytes.fill(kGone);
-    };
     HostWindow host(100, 80, 640, 480);
-    Place *pLeft = nullptr;
-    for (Place &place : places) {
-        place.pWidget = new (place.bytes.data()) HiddenWidget(host.handle(), [&places, &place, &pLeft, &destroy] {
-            pLeft = &place;
-            for (Place &other : places) {
-                if (&other != &place) {
-                    destroy(other);
-                }
+    HostWindow second(100, 80, 640, 480);
+    const Place *pFirst = nullptr;
+    const auto moveOthers = [&](const Place &hidden) {
+        pFirst = &hidden;
+        for (Place &place : places) {
+            if (&place != &hidden) {
+                place.emplace(second.handle(), [] {});
+                place->show();
             }
-        });
-        place.pWidget->show();
+        }
+    };
+    for (Place &place : places) {
+        place.emplace(host.handle(), [&moveOthers, &place] { moveOthers(place); });
+        place->show();
     }
 
     host.destroy();
 
-    ASSERT_NE(nullptr, pLeft);
-    destroy(*pLeft);
+    ASSERT_NE(nullptr, pFirst);
     for (const Place &place : places) {
-        // Nobody has used what is not there any more.
-        EXPECT_TRUE(
-            std::all_of(place.bytes.begin(), place.bytes.end(), [](unsigned char byte) { return byte == kGone; }));
+        EXPECT_EQ(&place != pFirst, place->isVisible());
     }
 }
 

@@ -44,7 +44,7 @@ bool isRedirection(const RtspResponse &response)
 std::string baseOf(const RtspResponse &response, const std::string &url)
 {
     for (const char *pName : {"content-base", "content-location"}) {
-        const std::string base = response.header(pName);
+        std::string base = response.header(pName);
         if (startsWith(lowerCase(base), "rtsp")) {
             return base;
         }

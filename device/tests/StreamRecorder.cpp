@@ -61,6 +61,26 @@ std::string tag(const AVDictionary *pDictionary, const char *pName)
     return pEntry == nullptr ? std::string() : pEntry->value;
 }
 
+/** Notes what the tracks are; the counter of the video track's pictures, null where there is none. */
+std::unique_ptr<PictureCounter> readTracks(const AVFormatContext *pFormat, StreamContents &contents)
+{
+    std::unique_ptr<PictureCounter> counter;
+    contents.recordingTime = tag(pFormat->metadata, "creation_time");
+    for (unsigned int i = 0; i < pFormat->nb_streams; ++i) {
+        const AVStream *pStream = pFormat->streams[i];
+        contents.mediaTypes.push_back(pStream->codecpar->codec_type);
+        if (pStream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO) {
+            counter = std::make_unique<PictureCounter>(*pStream->codecpar);
+            contents.codec = avcodec_get_name(pStream->codecpar->codec_id);
+            contents.nWidth = pStream->codecpar->width;
+            contents.nHeight = pStream->codecpar->height;
+        } else if (pStream->codecpar->codec_type == AVMEDIA_TYPE_SUBTITLE) {
+            contents.metadataTitle = tag(pStream->metadata, "title");
+        }
+    }
+    return counter;
+}
+
 } // namespace
 
 SELVIK_DCM_PREVIEW_INFO StreamRecorder::request(const std::string &url)
@@ -153,20 +173,7 @@ StreamContents StreamRecorder::read(std::size_t number) const
         return contents;
     }
     const FormatPtr format(pFormat);
-    std::unique_ptr<PictureCounter> counter;
-    contents.recordingTime = tag(pFormat->metadata, "creation_time");
-    for (unsigned int i = 0; i < pFormat->nb_streams; ++i) {
-        const AVStream *pStream = pFormat->streams[i];
-        contents.mediaTypes.push_back(pStream->codecpar->codec_type);
-        if (pStream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO) {
-            counter = std::make_unique<PictureCounter>(*pStream->codecpar);
-            contents.codec = avcodec_get_name(pStream->codecpar->codec_id);
-            contents.nWidth = pStream->codecpar->width;
-            contents.nHeight = pStream->codecpar->height;
-        } else if (pStream->codecpar->codec_type == AVMEDIA_TYPE_SUBTITLE) {
-            contents.metadataTitle = tag(pStream->metadata, "title");
-        }
-    }
+    const std::unique_ptr<PictureCounter> counter = readTracks(pFormat, contents);
     const PacketPtr packet(av_packet_alloc());
     long long nLastSound = -1;
     while (av_read_frame(pFormat, packet.get()) >= 0) {

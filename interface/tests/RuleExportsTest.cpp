@@ -692,6 +692,28 @@ TEST_F(RuleExportsTest, KeepsRulesInAPaneThatHadNoSize)
     EXPECT_EQ(coordinates(lRuleID, 2), "100,200 900,800");
 }
 
+TEST_F(RuleExportsTest, KeepsThePictureOfAPaneThatIsResizedHundredsOfTimes)
+{
+    QWidget *pPane = panesOf(videoWindows().front()).front();
+    const auto drag = [pPane] {
+        for (int i = 0; i < 300; ++i) {
+            pPane->resize(1000 - i * 3 % 700, 500 - i * 7 % 450);
+        }
+        pPane->resize(1000, 500);
+    };
+    drag();
+    const long lRuleID = create(2);
+    ASSERT_TRUE(set(lRuleID, tagPELLORA_RULE_LINE{{100, 200}, {900, 800}}));
+    EXPECT_EQ(coordinates(lRuleID, 2), "100,200 900,800");
+    // With a rule the picture drifts. It does not vanish, and the whole picture is the pane again.
+    drag();
+    ASSERT_TRUE(set(lRuleID, tagPELLORA_RULE_LINE{{0, 0}, {1000, 1000}}));
+    EXPECT_EQ(coordinates(lRuleID, 2), "0,0 1000,1000");
+    EXPECT_EQ(PELLORA_SetDisplayRegion(m_lHandle, nullptr, -1), 1);
+    ASSERT_TRUE(set(lRuleID, tagPELLORA_RULE_LINE{{100, 200}, {900, 800}}));
+    EXPECT_EQ(coordinates(lRuleID, 2), "100,200 900,800");
+}
+
 // ---- coordinates ----
 
 TEST_F(RuleExportsTest, ReadsAndWritesNothingOfRulesThatAreNot)

@@ -231,6 +231,17 @@ TEST_F(RuleMouseTest, IgnoresTheSecondPressOfADoubleClick)
     EXPECT_THAT(mouse("L-100,100"), ElementsAre("rule 0 type 4 state 2 handle 0 pane 0 size 84: 2 100,200 100,200"));
 }
 
+TEST_F(RuleMouseTest, TakesThePictureForWholeOnceTheSourceWithARegionHasEnded)
+{
+    tagPELLORA_RECT region = {0, 0, 500, 500};
+    EXPECT_EQ(PELLORA_SetDisplayRegion(m_lHandle, &region, -1), 1);
+    playFile(m_lHandle, 0, 1);
+
+    create(1);
+
+    EXPECT_THAT(mouse("L+100,100"), ElementsAre("rule 0 type 1 state 0 handle 0 pane 0 size 8: 100,200"));
+}
+
 TEST_F(RuleMouseTest, HearsNothingWhileTheOverlayIsClosed)
 {
     placePoint(100, 200);

@@ -10,7 +10,7 @@
 namespace corvane
 {
 
-/** Takes variables out of the process's environment and puts them back at the end of its life. */
+/** Takes variables out of the process's environment and puts them back at the end of its life. One thread at a time. */
 class ScopedEnvironment
 {
 public:

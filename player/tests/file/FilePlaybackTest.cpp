@@ -25,7 +25,6 @@ using player::test::clip;
 using player::test::FakeClock;
 using player::test::FakePlatform;
 using player::test::Shown;
-using testing::ElementsAreArray;
 
 std::vector<int> range(int from, int to)
 {

@@ -66,6 +66,8 @@ public:
         for (Picture picture = m_feed.take(); picture; picture = m_feed.take()) {
             m_numbers.push_back(numberOf(picture));
             m_pictures.push_back(picture);
+            // Large pictures do not all fit into the queue.
+            m_clock.settle();
         }
         return m_numbers;
     }
@@ -606,6 +608,14 @@ Bytes noise(std::size_t size)
     return bytes;
 }
 
+/** A description that would make FFmpeg open network addresses. */
+Bytes sessionDescription()
+{
+    std::string text = "v=0\r\nc=IN IP4 127.0.0.1\r\nm=video 5004 RTP/AVP 96\r\na=rtpmap:96 H264/90000\r\n";
+    text.append(3000, '\n');
+    return {text.begin(), text.end()};
+}
+
 class ASenselessHeader : public testing::TestWithParam<Senseless>
 {
 };
@@ -624,6 +634,7 @@ TEST_P(ASenselessHeader, IsFoundOutLaterAndThenNothingIsTaken)
 INSTANTIATE_TEST_SUITE_P(Headers, ASenselessHeader,
                          testing::Values(Senseless{"noise", noise(500), noise(70000), Error::Corrupt},
                                          Senseless{"zeros", Bytes(100), Bytes(70000), Error::Corrupt},
+                                         Senseless{"session_description", sessionDescription(), {}, Error::Unsupported},
                                          Senseless{"broken_matroska",
                                                    Bytes{0x1A, 0x45, 0xDF, 0xA3, 0x8B, 0x42, 0x82, 0x88, 'm', 'a', 't',
                                                          'r', 'o', 's', 'k', 'a', 0x11, 0x22, 0x33},

@@ -31,6 +31,7 @@ std::vector<Clip> readManifest()
         }
         Clip entry;
         entry.file = cells[0];
+        entry.container = cells[1];
         entry.codec = cells[2];
         entry.width = std::stoi(cells[3]);
         entry.height = std::stoi(cells[4]);

@@ -12,6 +12,7 @@ namespace player::test
 /** A test clip, as the manifest beside the clips describes it. */
 struct Clip {
     std::string file;
+    std::string container;
     std::string codec;
     int width = 0;
     int height = 0;
