@@ -18,14 +18,14 @@
 namespace
 {
 
-const std::string FileAppender = "log4j.rootLogger=INFO, f\n"
-                                 "log4j.appender.f=org.apache.log4j.RollingFileAppender\n"
-                                 "log4j.appender.f.File=out.log\n"
-                                 "log4j.appender.f.MaxFileSize=10KB\n"
-                                 "log4j.appender.f.MaxBackupIndex=2\n"
-                                 "log4j.appender.f.Encoding=UTF-8\n"
-                                 "log4j.appender.f.layout=org.apache.log4j.PatternLayout\n"
-                                 "log4j.appender.f.layout.ConversionPattern=%p|%m|%F|%M|%L%n\n";
+const std::string kFileAppender = "log4j.rootLogger=INFO, f\n"
+                                  "log4j.appender.f=org.apache.log4j.RollingFileAppender\n"
+                                  "log4j.appender.f.File=out.log\n"
+                                  "log4j.appender.f.MaxFileSize=10KB\n"
+                                  "log4j.appender.f.MaxBackupIndex=2\n"
+                                  "log4j.appender.f.Encoding=UTF-8\n"
+                                  "log4j.appender.f.layout=org.apache.log4j.PatternLayout\n"
+                                  "log4j.appender.f.layout.ConversionPattern=%p|%m|%F|%M|%L%n\n";
 
 // Standard error into a file for the object's life.
 class CapturedStderr
@@ -83,7 +83,7 @@ protected:
 TEST_F(CLogTest, IsSilentBeforeTheStartAndAfterTheEnd)
 {
     info("too early");
-    start(FileAppender);
+    start(kFileAppender);
     info("in time");
     log().UninitLog();
     info("too late");
@@ -93,7 +93,7 @@ TEST_F(CLogTest, IsSilentBeforeTheStartAndAfterTheEnd)
 
 TEST_F(CLogTest, WritesUtf8AndTheLocationBesideTheConfiguration)
 {
-    start(FileAppender);
+    start(kFileAppender);
     error("\xE8\xA7\x86\xE9\xA2\x91");
     log().UninitLog();
     const std::string text = m_folder.read(L"out.log");
@@ -103,10 +103,10 @@ TEST_F(CLogTest, WritesUtf8AndTheLocationBesideTheConfiguration)
 
 TEST_F(CLogTest, StartsAfresh)
 {
-    start(FileAppender);
+    start(kFileAppender);
     info("one");
     log().UninitLog();
-    start(FileAppender);
+    start(kFileAppender);
     info("two");
     log().UninitLog();
     const std::string text = m_folder.read(L"out.log");
@@ -116,7 +116,7 @@ TEST_F(CLogTest, StartsAfresh)
 
 TEST_F(CLogTest, KeepsTheFilesWithinTheirLimit)
 {
-    start(FileAppender);
+    start(kFileAppender);
     for (int i = 0; i < 1000; ++i) {
         info(std::string(100, 'x'));
     }
@@ -187,7 +187,7 @@ TEST_F(CLogTest, LogsFromThreadsWhileItIsStartedAndStopped)
         });
     }
     for (int i = 0; i < 20; ++i) {
-        start(FileAppender);
+        start(kFileAppender);
         info("round");
         log().UninitLog();
     }

@@ -230,14 +230,11 @@ static void set_full_screen(Wall *wall, bool fullScreen)
         wall->library->NormalScreen(wall->window);
 }
 
-bool wall_on_key(Wall *wall, WPARAM key, wchar_t *message, size_t size)
+/** Keys for speed and position; false for others. */
+static bool on_playback_key(Wall *wall, WPARAM key, wchar_t *message, size_t size)
 {
     const Library *library = wall->library;
     const long window = wall->window;
-    if (window == PELLORA_NO_WINDOW)
-        return false;
-    if (wall->options->rules && GetKeyState(VK_CONTROL) < 0)
-        return rules_draw_new(library, window, key, message, size);
     switch (key) {
     case VK_SPACE:
         toggle_pause(wall, message, size);
@@ -272,6 +269,18 @@ bool wall_on_key(Wall *wall, WPARAM key, wchar_t *message, size_t size)
         library->Play(window);
         wall->paused = false;
         return true;
+    default:
+        return false;
+    }
+}
+
+bool wall_on_key(Wall *wall, WPARAM key, wchar_t *message, size_t size)
+{
+    if (wall->window == PELLORA_NO_WINDOW)
+        return false;
+    if (wall->options->rules && GetKeyState(VK_CONTROL) < 0)
+        return rules_draw_new(wall->library, wall->window, key, message, size);
+    switch (key) {
     case '1':
     case '4':
     case '9':
@@ -294,7 +303,7 @@ bool wall_on_key(Wall *wall, WPARAM key, wchar_t *message, size_t size)
         toggle_preview(wall, message, size);
         return true;
     default:
-        return false;
+        return on_playback_key(wall, key, message, size);
     }
 }
 

@@ -10,8 +10,8 @@ namespace player
 namespace
 {
 
-constexpr int highDefinitionWidth = 1280;
-constexpr int highDefinitionHeight = 720;
+constexpr int kHighDefinitionWidth = 1280;
+constexpr int kHighDefinitionHeight = 720;
 
 ColourMatrix matrixOf(const AVFrame &frame)
 {
@@ -27,8 +27,8 @@ ColourMatrix matrixOf(const AVFrame &frame)
     case AVCOL_SPC_BT2020_CL:
         return ColourMatrix::Bt2020;
     default:
-        return frame.width >= highDefinitionWidth || frame.height >= highDefinitionHeight ? ColourMatrix::Bt709
-                                                                                          : ColourMatrix::Bt601;
+        return frame.width >= kHighDefinitionWidth || frame.height >= kHighDefinitionHeight ? ColourMatrix::Bt709
+                                                                                            : ColourMatrix::Bt601;
     }
 }
 

@@ -16,14 +16,14 @@ namespace player
 namespace
 {
 
-constexpr int greatestAspect = 16;
-constexpr std::size_t displayMatrixSize = 9 * sizeof(std::int32_t);
+constexpr int kGreatestAspect = 16;
+constexpr std::size_t kDisplayMatrixSize = 9 * sizeof(std::int32_t);
 
 /** Null where neither the frame nor the stream has one. */
 const std::int32_t *displayMatrixOf(const AVFrame &frame, const AVStream *pStream)
 {
     const AVFrameSideData *pOfFrame = av_frame_get_side_data(&frame, AV_FRAME_DATA_DISPLAYMATRIX);
-    if (pOfFrame != nullptr && pOfFrame->size >= displayMatrixSize) {
+    if (pOfFrame != nullptr && pOfFrame->size >= kDisplayMatrixSize) {
         return reinterpret_cast<const std::int32_t *>(pOfFrame->data);
     }
     if (pStream == nullptr) {
@@ -31,7 +31,7 @@ const std::int32_t *displayMatrixOf(const AVFrame &frame, const AVStream *pStrea
     }
     const AVPacketSideData *pOfStream = av_packet_side_data_get(
         pStream->codecpar->coded_side_data, pStream->codecpar->nb_coded_side_data, AV_PKT_DATA_DISPLAYMATRIX);
-    return pOfStream != nullptr && pOfStream->size >= displayMatrixSize
+    return pOfStream != nullptr && pOfStream->size >= kDisplayMatrixSize
                ? reinterpret_cast<const std::int32_t *>(pOfStream->data)
                : nullptr;
 }
@@ -57,8 +57,8 @@ AVRational pixelAspectOf(const AVFrame &frame, const AVStream *pStream)
         // The container's word goes before the coder's; the function takes the two only to read them.
         aspect = av_guess_sample_aspect_ratio(nullptr, const_cast<AVStream *>(pStream), const_cast<AVFrame *>(&frame));
     }
-    const bool isSensible = aspect.num > 0 && aspect.den > 0 && aspect.num / aspect.den < greatestAspect &&
-                            aspect.den / aspect.num < greatestAspect;
+    const bool isSensible = aspect.num > 0 && aspect.den > 0 && aspect.num / aspect.den < kGreatestAspect &&
+                            aspect.den / aspect.num < kGreatestAspect;
     return isSensible ? aspect : AVRational{1, 1};
 }
 

@@ -33,8 +33,8 @@ AVPixelFormat plainFormat(int format)
 
 /** RGB of an odd width gets a wrong last column without these, and what is made many times smaller drifts by several
  *  levels. All else comes out right within two levels, in a third of the time. */
-constexpr int fullChroma = SWS_FULL_CHR_H_INP | SWS_FULL_CHR_H_INT;
-constexpr int muchSmaller = 16;
+constexpr int kFullChroma = SWS_FULL_CHR_H_INP | SWS_FULL_CHR_H_INT;
+constexpr int kMuchSmaller = 16;
 
 bool isRgb(int format)
 {
@@ -90,9 +90,9 @@ bool SwscaleConverter::prepare(const Key &key)
     if (m_pScaler && m_key == key) {
         return true;
     }
-    const bool needsFullChroma = isRgb(key.sourceFormat) || key.sourceWidth > muchSmaller * key.targetWidth ||
-                                 key.sourceHeight > muchSmaller * key.targetHeight;
-    const int flags = SWS_BILINEAR | SWS_ACCURATE_RND | (needsFullChroma ? fullChroma : 0);
+    const bool needsFullChroma = isRgb(key.sourceFormat) || key.sourceWidth > kMuchSmaller * key.targetWidth ||
+                                 key.sourceHeight > kMuchSmaller * key.targetHeight;
+    const int flags = SWS_BILINEAR | SWS_ACCURATE_RND | (needsFullChroma ? kFullChroma : 0);
     m_pScaler.reset(sws_getContext(key.sourceWidth, key.sourceHeight, static_cast<AVPixelFormat>(key.sourceFormat),
                                    key.targetWidth, key.targetHeight, AV_PIX_FMT_BGR0, flags, nullptr, nullptr,
                                    nullptr));

@@ -39,12 +39,12 @@ constexpr libyuv::YuvConstants tableOf(double redShare, double blueShare, bool f
 }
 
 // The vector instructions want 32 bytes.
-alignas(32) constexpr libyuv::YuvConstants bt601Limited = tableOf(0.299, 0.114, false);
-alignas(32) constexpr libyuv::YuvConstants bt601Full = tableOf(0.299, 0.114, true);
-alignas(32) constexpr libyuv::YuvConstants bt709Limited = tableOf(0.2126, 0.0722, false);
-alignas(32) constexpr libyuv::YuvConstants bt709Full = tableOf(0.2126, 0.0722, true);
-alignas(32) constexpr libyuv::YuvConstants bt2020Limited = tableOf(0.2627, 0.0593, false);
-alignas(32) constexpr libyuv::YuvConstants bt2020Full = tableOf(0.2627, 0.0593, true);
+alignas(32) constexpr libyuv::YuvConstants kBt601Limited = tableOf(0.299, 0.114, false);
+alignas(32) constexpr libyuv::YuvConstants kBt601Full = tableOf(0.299, 0.114, true);
+alignas(32) constexpr libyuv::YuvConstants kBt709Limited = tableOf(0.2126, 0.0722, false);
+alignas(32) constexpr libyuv::YuvConstants kBt709Full = tableOf(0.2126, 0.0722, true);
+alignas(32) constexpr libyuv::YuvConstants kBt2020Limited = tableOf(0.2627, 0.0593, false);
+alignas(32) constexpr libyuv::YuvConstants kBt2020Full = tableOf(0.2627, 0.0593, true);
 
 } // namespace
 
@@ -52,11 +52,11 @@ const libyuv::YuvConstants &yuvTable(const ColourSpec &spec)
 {
     switch (spec.matrix) {
     case ColourMatrix::Bt709:
-        return spec.fullRange ? bt709Full : bt709Limited;
+        return spec.fullRange ? kBt709Full : kBt709Limited;
     case ColourMatrix::Bt2020:
-        return spec.fullRange ? bt2020Full : bt2020Limited;
+        return spec.fullRange ? kBt2020Full : kBt2020Limited;
     default:
-        return spec.fullRange ? bt601Full : bt601Limited;
+        return spec.fullRange ? kBt601Full : kBt601Limited;
     }
 }
 

@@ -52,42 +52,42 @@ TEST_P(EveryColour, IsExactWhenMadeLarger)
     expectBars(GetParam(), GetParam().width * 2 + 1, GetParam().height * 2 + 1);
 }
 
-const Row rows[] = {
-    {"Bt601Limited", {AV_PIX_FMT_YUV420P, bt601, false, AVCOL_SPC_SMPTE170M, AVCOL_RANGE_MPEG}},
-    {"Bt601Full", {AV_PIX_FMT_YUV420P, bt601, true, AVCOL_SPC_BT470BG, AVCOL_RANGE_JPEG}},
-    {"Bt709Limited", {AV_PIX_FMT_YUV420P, bt709, false, AVCOL_SPC_BT709, AVCOL_RANGE_MPEG}},
-    {"Bt709Full", {AV_PIX_FMT_YUV420P, bt709, true, AVCOL_SPC_BT709, AVCOL_RANGE_JPEG}},
-    {"Bt2020Limited", {AV_PIX_FMT_YUV420P, bt2020, false, AVCOL_SPC_BT2020_NCL, AVCOL_RANGE_MPEG}},
-    {"Bt2020Full", {AV_PIX_FMT_YUV420P, bt2020, true, AVCOL_SPC_BT2020_NCL, AVCOL_RANGE_JPEG}},
-    {"UntoldSmallIsBt601Limited", {AV_PIX_FMT_YUV420P, bt601, false}},
-    {"UntoldFrom720RowsIsBt709", {AV_PIX_FMT_YUV420P, bt709, false}, 640, 720},
-    {"UntoldFrom1280ColumnsIsBt709", {AV_PIX_FMT_YUV420P, bt709, false}, 1280, 96},
-    {"UntoldBelowBothIsBt601", {AV_PIX_FMT_YUV420P, bt601, false}, 1264, 718},
-    {"JpegFormatIsFullRange", {AV_PIX_FMT_YUVJ420P, bt601, true}},
-    {"Jpeg422", {AV_PIX_FMT_YUVJ422P, bt601, true}},
-    {"Jpeg444", {AV_PIX_FMT_YUVJ444P, bt601, true}},
-    {"Jpeg440", {AV_PIX_FMT_YUVJ440P, bt601, true}},
-    {"Jpeg411", {AV_PIX_FMT_YUVJ411P, bt601, true}},
-    {"Planar422", {AV_PIX_FMT_YUV422P, bt709, false, AVCOL_SPC_BT709}},
-    {"Planar444", {AV_PIX_FMT_YUV444P, bt709, true, AVCOL_SPC_BT709, AVCOL_RANGE_JPEG}},
-    {"WithAlpha", {AV_PIX_FMT_YUVA420P, bt601, false}},
-    {"Nv12Bt601Limited", {AV_PIX_FMT_NV12, bt601, false, AVCOL_SPC_SMPTE170M}},
-    {"Nv12Bt709Full", {AV_PIX_FMT_NV12, bt709, true, AVCOL_SPC_BT709, AVCOL_RANGE_JPEG}},
-    {"Yuyv", {AV_PIX_FMT_YUYV422, bt601, false}},
-    {"TenBit420Bt601Limited", {AV_PIX_FMT_YUV420P10LE, bt601, false}},
-    {"TenBit420Bt709Limited", {AV_PIX_FMT_YUV420P10LE, bt709, false, AVCOL_SPC_BT709, AVCOL_RANGE_MPEG}},
-    {"TenBit420Bt709Full", {AV_PIX_FMT_YUV420P10LE, bt709, true, AVCOL_SPC_BT709, AVCOL_RANGE_JPEG}},
-    {"TenBit420Bt2020Limited", {AV_PIX_FMT_YUV420P10LE, bt2020, false, AVCOL_SPC_BT2020_NCL, AVCOL_RANGE_MPEG}},
-    {"TenBit422", {AV_PIX_FMT_YUV422P10LE, bt709, false, AVCOL_SPC_BT709}},
-    {"TenBit444", {AV_PIX_FMT_YUV444P10LE, bt601, true, AVCOL_SPC_BT470BG, AVCOL_RANGE_JPEG}},
-    {"TwelveBit420", {AV_PIX_FMT_YUV420P12LE, bt601, false}},
-    {"P010", {AV_PIX_FMT_P010LE, bt709, false, AVCOL_SPC_BT709}},
-    {"PlanarRgb", {AV_PIX_FMT_GBRP, bt601, true, AVCOL_SPC_RGB, AVCOL_RANGE_JPEG}},
+const Row kRows[] = {
+    {"Bt601Limited", {AV_PIX_FMT_YUV420P, kBt601, false, AVCOL_SPC_SMPTE170M, AVCOL_RANGE_MPEG}},
+    {"Bt601Full", {AV_PIX_FMT_YUV420P, kBt601, true, AVCOL_SPC_BT470BG, AVCOL_RANGE_JPEG}},
+    {"Bt709Limited", {AV_PIX_FMT_YUV420P, kBt709, false, AVCOL_SPC_BT709, AVCOL_RANGE_MPEG}},
+    {"Bt709Full", {AV_PIX_FMT_YUV420P, kBt709, true, AVCOL_SPC_BT709, AVCOL_RANGE_JPEG}},
+    {"Bt2020Limited", {AV_PIX_FMT_YUV420P, kBt2020, false, AVCOL_SPC_BT2020_NCL, AVCOL_RANGE_MPEG}},
+    {"Bt2020Full", {AV_PIX_FMT_YUV420P, kBt2020, true, AVCOL_SPC_BT2020_NCL, AVCOL_RANGE_JPEG}},
+    {"UntoldSmallIsBt601Limited", {AV_PIX_FMT_YUV420P, kBt601, false}},
+    {"UntoldFrom720RowsIsBt709", {AV_PIX_FMT_YUV420P, kBt709, false}, 640, 720},
+    {"UntoldFrom1280ColumnsIsBt709", {AV_PIX_FMT_YUV420P, kBt709, false}, 1280, 96},
+    {"UntoldBelowBothIsBt601", {AV_PIX_FMT_YUV420P, kBt601, false}, 1264, 718},
+    {"JpegFormatIsFullRange", {AV_PIX_FMT_YUVJ420P, kBt601, true}},
+    {"Jpeg422", {AV_PIX_FMT_YUVJ422P, kBt601, true}},
+    {"Jpeg444", {AV_PIX_FMT_YUVJ444P, kBt601, true}},
+    {"Jpeg440", {AV_PIX_FMT_YUVJ440P, kBt601, true}},
+    {"Jpeg411", {AV_PIX_FMT_YUVJ411P, kBt601, true}},
+    {"Planar422", {AV_PIX_FMT_YUV422P, kBt709, false, AVCOL_SPC_BT709}},
+    {"Planar444", {AV_PIX_FMT_YUV444P, kBt709, true, AVCOL_SPC_BT709, AVCOL_RANGE_JPEG}},
+    {"WithAlpha", {AV_PIX_FMT_YUVA420P, kBt601, false}},
+    {"Nv12Bt601Limited", {AV_PIX_FMT_NV12, kBt601, false, AVCOL_SPC_SMPTE170M}},
+    {"Nv12Bt709Full", {AV_PIX_FMT_NV12, kBt709, true, AVCOL_SPC_BT709, AVCOL_RANGE_JPEG}},
+    {"Yuyv", {AV_PIX_FMT_YUYV422, kBt601, false}},
+    {"TenBit420Bt601Limited", {AV_PIX_FMT_YUV420P10LE, kBt601, false}},
+    {"TenBit420Bt709Limited", {AV_PIX_FMT_YUV420P10LE, kBt709, false, AVCOL_SPC_BT709, AVCOL_RANGE_MPEG}},
+    {"TenBit420Bt709Full", {AV_PIX_FMT_YUV420P10LE, kBt709, true, AVCOL_SPC_BT709, AVCOL_RANGE_JPEG}},
+    {"TenBit420Bt2020Limited", {AV_PIX_FMT_YUV420P10LE, kBt2020, false, AVCOL_SPC_BT2020_NCL, AVCOL_RANGE_MPEG}},
+    {"TenBit422", {AV_PIX_FMT_YUV422P10LE, kBt709, false, AVCOL_SPC_BT709}},
+    {"TenBit444", {AV_PIX_FMT_YUV444P10LE, kBt601, true, AVCOL_SPC_BT470BG, AVCOL_RANGE_JPEG}},
+    {"TwelveBit420", {AV_PIX_FMT_YUV420P12LE, kBt601, false}},
+    {"P010", {AV_PIX_FMT_P010LE, kBt709, false, AVCOL_SPC_BT709}},
+    {"PlanarRgb", {AV_PIX_FMT_GBRP, kBt601, true, AVCOL_SPC_RGB, AVCOL_RANGE_JPEG}},
     {"Rgb24", {AV_PIX_FMT_RGB24}},
     {"Bgra", {AV_PIX_FMT_BGRA}},
 };
 
-INSTANTIATE_TEST_SUITE_P(, EveryColour, testing::ValuesIn(rows),
+INSTANTIATE_TEST_SUITE_P(, EveryColour, testing::ValuesIn(kRows),
                          [](const testing::TestParamInfo<Row> &testRow) { return testRow.param.name; });
 
 class EveryGrey : public testing::TestWithParam<Row>
@@ -107,15 +107,15 @@ TEST_P(EveryGrey, IsExactFromBlackToWhite)
     }
 }
 
-const Row greys[] = {
-    {"Limited", {AV_PIX_FMT_GRAY8, bt601, false}},
-    {"Full", {AV_PIX_FMT_GRAY8, bt601, true, AVCOL_SPC_UNSPECIFIED, AVCOL_RANGE_JPEG}},
-    {"TenBitLimited", {AV_PIX_FMT_GRAY10LE, bt601, false}},
-    {"LimitedInYuv", {AV_PIX_FMT_YUV420P, bt601, false}},
-    {"FullInYuv", {AV_PIX_FMT_YUVJ420P, bt601, true}},
+const Row kGreys[] = {
+    {"Limited", {AV_PIX_FMT_GRAY8, kBt601, false}},
+    {"Full", {AV_PIX_FMT_GRAY8, kBt601, true, AVCOL_SPC_UNSPECIFIED, AVCOL_RANGE_JPEG}},
+    {"TenBitLimited", {AV_PIX_FMT_GRAY10LE, kBt601, false}},
+    {"LimitedInYuv", {AV_PIX_FMT_YUV420P, kBt601, false}},
+    {"FullInYuv", {AV_PIX_FMT_YUVJ420P, kBt601, true}},
 };
 
-INSTANTIATE_TEST_SUITE_P(, EveryGrey, testing::ValuesIn(greys),
+INSTANTIATE_TEST_SUITE_P(, EveryGrey, testing::ValuesIn(kGreys),
                          [](const testing::TestParamInfo<Row> &testRow) { return testRow.param.name; });
 
 TEST(Palette, IsLookedUpInsideARegionToo)

@@ -19,15 +19,15 @@ namespace player::test
 namespace
 {
 
-constexpr Colour red{180, 60, 60};
-constexpr Colour green{60, 180, 60};
-constexpr Colour blue{60, 60, 180};
-constexpr Colour grey{120, 120, 120};
+constexpr Colour kRed{180, 60, 60};
+constexpr Colour kGreen{60, 180, 60};
+constexpr Colour kBlue{60, 60, 180};
+constexpr Colour kGrey{120, 120, 120};
 
 /** Red, green / blue, grey. */
 Colour quarters(int x, int y, int width, int height)
 {
-    return y < height / 2 ? (x < width / 2 ? red : green) : (x < width / 2 ? blue : grey);
+    return y < height / 2 ? (x < width / 2 ? kRed : kGreen) : (x < width / 2 ? kBlue : kGrey);
 }
 
 PixelRect wholeOf(const PictureShape &shape)
@@ -65,7 +65,7 @@ private:
     AVStream *m_pStream;
 };
 
-constexpr std::int32_t one = 1 << 16;
+constexpr std::int32_t kOne = 1 << 16;
 
 struct TurnRow {
     std::string name;
@@ -132,18 +132,18 @@ TEST_P(EveryTurn, CutsRegionsInDisplayedPixels)
     }
 }
 
-const TurnRow turns[] = {
-    {"Upright", {one, 0, 0, 0, one, 0, 0, 0, 1 << 30}, 0, false, {red, green, blue, grey}},
-    {"QuarterTurn", {0, one, 0, -one, 0, 0, 0, 0, 1 << 30}, 90, false, {blue, red, grey, green}},
-    {"HalfTurn", {-one, 0, 0, 0, -one, 0, 0, 0, 1 << 30}, 180, false, {grey, blue, green, red}},
-    {"ThreeQuarterTurn", {0, -one, 0, one, 0, 0, 0, 0, 1 << 30}, 270, false, {green, grey, red, blue}},
-    {"Mirrored", {-one, 0, 0, 0, one, 0, 0, 0, 1 << 30}, 0, true, {green, red, grey, blue}},
-    {"UpsideDown", {one, 0, 0, 0, -one, 0, 0, 0, 1 << 30}, 180, true, {blue, grey, red, green}},
-    {"MirroredQuarterTurn", {0, -one, 0, -one, 0, 0, 0, 0, 1 << 30}, 90, true, {grey, green, blue, red}},
-    {"MirroredThreeQuarterTurn", {0, one, 0, one, 0, 0, 0, 0, 1 << 30}, 270, true, {red, blue, green, grey}},
+const TurnRow kTurns[] = {
+    {"Upright", {kOne, 0, 0, 0, kOne, 0, 0, 0, 1 << 30}, 0, false, {kRed, kGreen, kBlue, kGrey}},
+    {"QuarterTurn", {0, kOne, 0, -kOne, 0, 0, 0, 0, 1 << 30}, 90, false, {kBlue, kRed, kGrey, kGreen}},
+    {"HalfTurn", {-kOne, 0, 0, 0, -kOne, 0, 0, 0, 1 << 30}, 180, false, {kGrey, kBlue, kGreen, kRed}},
+    {"ThreeQuarterTurn", {0, -kOne, 0, kOne, 0, 0, 0, 0, 1 << 30}, 270, false, {kGreen, kGrey, kRed, kBlue}},
+    {"Mirrored", {-kOne, 0, 0, 0, kOne, 0, 0, 0, 1 << 30}, 0, true, {kGreen, kRed, kGrey, kBlue}},
+    {"UpsideDown", {kOne, 0, 0, 0, -kOne, 0, 0, 0, 1 << 30}, 180, true, {kBlue, kGrey, kRed, kGreen}},
+    {"MirroredQuarterTurn", {0, -kOne, 0, -kOne, 0, 0, 0, 0, 1 << 30}, 90, true, {kGrey, kGreen, kBlue, kRed}},
+    {"MirroredThreeQuarterTurn", {0, kOne, 0, kOne, 0, 0, 0, 0, 1 << 30}, 270, true, {kRed, kBlue, kGreen, kGrey}},
 };
 
-INSTANTIATE_TEST_SUITE_P(, EveryTurn, testing::ValuesIn(turns),
+INSTANTIATE_TEST_SUITE_P(, EveryTurn, testing::ValuesIn(kTurns),
                          [](const testing::TestParamInfo<TurnRow> &testRow) { return testRow.param.name; });
 
 TEST(Shape, TakesTheMatrixOfTheFrameBeforeThatOfTheFile)
@@ -151,9 +151,9 @@ TEST(Shape, TakesTheMatrixOfTheFrameBeforeThatOfTheFile)
     const Frame frame = bars({}, 64, 48);
     AVFrameSideData *pData = av_frame_new_side_data(frame.get(), AV_FRAME_DATA_DISPLAYMATRIX, 9 * sizeof(std::int32_t));
     ASSERT_NE(pData, nullptr);
-    std::memcpy(pData->data, turns[1].matrix.data(), sizeof turns[1].matrix);
+    std::memcpy(pData->data, kTurns[1].matrix.data(), sizeof kTurns[1].matrix);
     TestStream file;
-    file.setMatrix(turns[2].matrix);
+    file.setMatrix(kTurns[2].matrix);
     EXPECT_EQ(shapeOf(*frame, &file.stream()).rotation, 90);
 }
 
@@ -190,7 +190,7 @@ TEST_P(EveryAspect, EnlargesOneSide)
     EXPECT_EQ(shape.height, GetParam().height);
 }
 
-const AspectRow aspects[] = {
+const AspectRow kAspects[] = {
     {"Untold", {0, 1}, {0, 1}, 352, 288},
     {"Square", {1, 1}, {0, 1}, 352, 288},
     {"Wide", {16, 11}, {0, 1}, 512, 288},
@@ -200,7 +200,7 @@ const AspectRow aspects[] = {
     {"BeyondReasonTheOtherWayIsSquare", {1, 400}, {0, 1}, 352, 288},
 };
 
-INSTANTIATE_TEST_SUITE_P(, EveryAspect, testing::ValuesIn(aspects),
+INSTANTIATE_TEST_SUITE_P(, EveryAspect, testing::ValuesIn(kAspects),
                          [](const testing::TestParamInfo<AspectRow> &testRow) { return testRow.param.name; });
 
 TEST(Region, IsStretchedByThePixelAspect)
@@ -210,8 +210,8 @@ TEST(Region, IsStretchedByThePixelAspect)
     const GuardedImage target(20, 10);
     PictureConverter converter;
     ASSERT_TRUE(converter.convert(*frame, shape, {66, 2, 126, 22}, target.image()));
-    EXPECT_LE(distance(target.at(0, 0), green), 2);
-    EXPECT_LE(distance(target.at(19, 9), green), 2);
+    EXPECT_LE(distance(target.at(0, 0), kGreen), 2);
+    EXPECT_LE(distance(target.at(19, 9), kGreen), 2);
 }
 
 /** Formats that share chroma in different ways. */
@@ -249,14 +249,14 @@ TEST_P(RegionOf, OddOffsetsIsTheSamePixelsUnscaled)
 TEST_P(RegionOf, OddOffsetsKeepsColoursOnTheirShapesWhenEnlarged)
 {
     // One red pair of columns on grey; the region starts between the two.
-    const Frame frame = paintedFrame({GetParam()}, 64, 48, [](int x, int) { return x / 2 == 10 ? red : grey; });
+    const Frame frame = paintedFrame({GetParam()}, 64, 48, [](int x, int) { return x / 2 == 10 ? kRed : kGrey; });
     const GuardedImage target(80, 80);
     PictureConverter converter;
     ASSERT_TRUE(converter.convert(*frame, shapeOf(*frame, nullptr), {19, 11, 24, 16}, target.image()));
     // The pair covers columns 1 and 2 of five, 16 target pixels each. Twice rounded: converted, then enlarged.
-    EXPECT_LE(distance(target.at(32, 40), red), 4);
-    EXPECT_LE(distance(target.at(0, 40), grey), 4);
-    EXPECT_LE(distance(target.at(79, 40), grey), 4);
+    EXPECT_LE(distance(target.at(32, 40), kRed), 4);
+    EXPECT_LE(distance(target.at(0, 40), kGrey), 4);
+    EXPECT_LE(distance(target.at(79, 40), kGrey), 4);
 }
 
 INSTANTIATE_TEST_SUITE_P(, RegionOf,
@@ -296,12 +296,12 @@ TEST_P(BadRegion, FailsAndTouchesNothing)
     EXPECT_EQ(distance(target.at(3, 3), before), 0);
 }
 
-const BadRow badRegions[] = {
+const BadRow kBadRegions[] = {
     {"Empty", {10, 10, 10, 10}}, {"NoWidth", {10, 10, 10, 20}}, {"UpsideDown", {10, 20, 20, 10}},
     {"Right", {64, 0, 100, 48}}, {"Below", {0, 48, 64, 60}},    {"LeftAndAbove", {-20, -20, 0, 0}},
 };
 
-INSTANTIATE_TEST_SUITE_P(, BadRegion, testing::ValuesIn(badRegions),
+INSTANTIATE_TEST_SUITE_P(, BadRegion, testing::ValuesIn(kBadRegions),
                          [](const testing::TestParamInfo<BadRow> &testRow) { return testRow.param.name; });
 
 TEST(Target, OfNoSizeOrNoPixelsFails)
@@ -347,8 +347,8 @@ class EverySize : public testing::TestWithParam<SizeRow>
 TEST_P(EverySize, FillsEveryTargetAndNothingBesides)
 {
     const SizeRow &row = GetParam();
-    const Frame frame = paintedFrame({row.format, bt601, false, AVCOL_SPC_SMPTE170M}, row.width, row.height,
-                                     [](int, int) { return red; });
+    const Frame frame = paintedFrame({row.format, kBt601, false, AVCOL_SPC_SMPTE170M}, row.width, row.height,
+                                     [](int, int) { return kRed; });
     const PictureShape shape = shapeOf(*frame, nullptr);
     PictureConverter converter;
     const std::pair<int, int> targets[] = {
@@ -358,7 +358,7 @@ TEST_P(EverySize, FillsEveryTargetAndNothingBesides)
         ASSERT_TRUE(converter.convert(*frame, shape, wholeOf(shape), target.image())) << width << "x" << height;
         for (int y = 0; y < height; ++y) {
             for (int x = 0; x < width; ++x) {
-                ASSERT_LE(distance(target.at(x, y), red), 2)
+                ASSERT_LE(distance(target.at(x, y), kRed), 2)
                     << width << "x" << height << " at " << x << "," << y << " alpha " << target.alphaAt(x, y);
             }
         }
@@ -366,7 +366,7 @@ TEST_P(EverySize, FillsEveryTargetAndNothingBesides)
     }
 }
 
-const SizeRow sizes[] = {
+const SizeRow kSizes[] = {
     {"OnePixel", AV_PIX_FMT_YUV420P, 1, 1},
     {"OnePixelNv12", AV_PIX_FMT_NV12, 1, 1},
     {"OnePixel444", AV_PIX_FMT_YUV444P, 1, 1},
@@ -386,7 +386,7 @@ const SizeRow sizes[] = {
     {"Column", AV_PIX_FMT_YUV420P, 1, 480},
 };
 
-INSTANTIATE_TEST_SUITE_P(, EverySize, testing::ValuesIn(sizes),
+INSTANTIATE_TEST_SUITE_P(, EverySize, testing::ValuesIn(kSizes),
                          [](const testing::TestParamInfo<SizeRow> &testRow) { return testRow.param.name; });
 
 TEST(Smaller, PicturesAverageTheirPixels)

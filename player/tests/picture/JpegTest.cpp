@@ -98,15 +98,15 @@ TEST_P(JpegOf, AnOddRegionMatchesTheShownPicture)
     EXPECT_LT(sum / (jpeg.width * jpeg.height), 2);
 }
 
-const Row rows[] = {
-    {"Bt601", {AV_PIX_FMT_YUV420P, bt601, false}},
-    {"Bt709", {AV_PIX_FMT_YUV420P, bt709, false, AVCOL_SPC_BT709}},
-    {"FullRange", {AV_PIX_FMT_YUVJ420P, bt601, true}},
-    {"TenBit", {AV_PIX_FMT_YUV420P10LE, bt709, false, AVCOL_SPC_BT709}},
-    {"Rgb", {AV_PIX_FMT_GBRP, bt601, true}},
+const Row kRows[] = {
+    {"Bt601", {AV_PIX_FMT_YUV420P, kBt601, false}},
+    {"Bt709", {AV_PIX_FMT_YUV420P, kBt709, false, AVCOL_SPC_BT709}},
+    {"FullRange", {AV_PIX_FMT_YUVJ420P, kBt601, true}},
+    {"TenBit", {AV_PIX_FMT_YUV420P10LE, kBt709, false, AVCOL_SPC_BT709}},
+    {"Rgb", {AV_PIX_FMT_GBRP, kBt601, true}},
 };
 
-INSTANTIATE_TEST_SUITE_P(, JpegOf, testing::ValuesIn(rows),
+INSTANTIATE_TEST_SUITE_P(, JpegOf, testing::ValuesIn(kRows),
                          [](const testing::TestParamInfo<Row> &testRow) { return testRow.param.name; });
 
 TEST(Jpeg, IsTurnedAndStretchedAsDisplayed)

@@ -16,9 +16,9 @@ namespace player::test
 namespace
 {
 
-constexpr std::uint8_t guard = 0xA5;
-constexpr int guardRows = 2;
-constexpr int guardColumns = 4;
+constexpr std::uint8_t kGuard = 0xA5;
+constexpr int kGuardRows = 2;
+constexpr int kGuardColumns = 4;
 
 /** Luma and both chroma values of a colour, in steps of the depth. */
 std::array<double, 3> coded(const Colour &colour, const FrameKind &kind, int depth)
@@ -99,10 +99,10 @@ Frame bars(const FrameKind &kind, int width, int height)
 }
 
 GuardedImage::GuardedImage(int width, int height)
-    : m_bytes(static_cast<std::size_t>(width + guardColumns) * 4 * (height + 2 * guardRows), guard)
+    : m_bytes(static_cast<std::size_t>(width + kGuardColumns) * 4 * (height + 2 * kGuardRows), kGuard)
 {
-    m_image.stride = (width + guardColumns) * 4;
-    m_image.pPixels = m_bytes.data() + std::ptrdiff_t{guardRows} * m_image.stride;
+    m_image.stride = (width + kGuardColumns) * 4;
+    m_image.pPixels = m_bytes.data() + std::ptrdiff_t{kGuardRows} * m_image.stride;
     m_image.width = width;
     m_image.height = height;
 }
@@ -121,10 +121,10 @@ int GuardedImage::alphaAt(int x, int y) const
 bool GuardedImage::guardsAreWhole() const
 {
     for (std::size_t index = 0; index < m_bytes.size(); ++index) {
-        const int row = static_cast<int>(index / m_image.stride) - guardRows;
+        const int row = static_cast<int>(index / m_image.stride) - kGuardRows;
         const int column = static_cast<int>(index % m_image.stride) / 4;
         const bool isInside = row >= 0 && row < m_image.height && column < m_image.width;
-        if (!isInside && m_bytes.at(index) != guard) {
+        if (!isInside && m_bytes.at(index) != kGuard) {
             return false;
         }
     }

@@ -37,14 +37,14 @@ struct Shares {
     double red;
     double blue;
 };
-constexpr Shares bt601{0.299, 0.114};
-constexpr Shares bt709{0.2126, 0.0722};
-constexpr Shares bt2020{0.2627, 0.0593};
+constexpr Shares kBt601{0.299, 0.114};
+constexpr Shares kBt709{0.2126, 0.0722};
+constexpr Shares kBt2020{0.2627, 0.0593};
 
 /** What a frame is painted with. colourSpace and range are only what it tells about itself. */
 struct FrameKind {
     AVPixelFormat format = AV_PIX_FMT_YUV420P;
-    Shares shares = bt601;
+    Shares shares = kBt601;
     bool fullRange = false;
     AVColorSpace colourSpace = AVCOL_SPC_UNSPECIFIED;
     AVColorRange range = AVCOL_RANGE_UNSPECIFIED;
