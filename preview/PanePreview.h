@@ -17,34 +17,36 @@ namespace pellora
 /**
  * The live preview of one pane: which device runs for it, which start is under way, and what the host is told.
  *
- * | state     | start with the pool   | device  | meaning                                                     |
- * | --------- | --------------------- | ------- | ----------------------------------------------------------- |
- * | Idle      | none                  | none    |                                                             |
- * | Starting  | wanted                | none    | its result makes the preview                                |
- * | Stopping  | no more wanted        | none    | its result is stopped                                       |
- * | Live      | none                  | a handle | any number but -1, a failed start's included               |
- * | Overtaken | no more wanted        | a handle | the other route was quicker than a start that was given up |
+ * | state     | start with the pool | device   | meaning                                                         |
+ * | --------- | ------------------- | -------- | --------------------------------------------------------------- |
+ * | Idle      | none                | none     |                                                                 |
+ * | Starting  | wanted              | none     | its result makes the preview                                    |
+ * | Stopping  | no more wanted      | none     | its result is stopped                                           |
+ * | Live      | none                | a handle | any number but -1, a failed start's included                    |
+ * | Overtaken | no more wanted      | a handle | the other route was quicker than a start that was given up      |
  *
- * | event                       | Idle           | Starting        | Stopping         | Live          | Overtaken     |
- * | --------------------------- | -------------- | --------------- | ---------------- | ------------- | ------------- |
- * | start                       | queue, Starting | refuse         | refuse           | stop, start   | refuse        |
- * | startHere, handle           | Live           | Overtaken       | Overtaken        | stopHere, Live | stopHere,
- * Overtaken | | startHere, -1               | tell, Idle     | tell, Stopping  | tell, Stopping   | stopHere, tell,
- * Idle | stopHere, tell, Stopping | | stop                        | Idle           | Stopping        | Stopping | queue
- * stop, Idle | queue stop, Stopping | | stopHere                    | Idle           | Stopping        | Stopping |
- * stop device, Idle | stop device, Stopping | | stopHere, device refuses    |                |                 | | Live
- * | Overtaken     | | result: handle              |                | bind, Live      | queue stop, Idle | | queue stop,
- * Live | | result: negative, not -1    |                | tell, Live      | queue stop, Idle |               | queue
- * stop, Live | | result: -1                  |                | tell, Idle      | Idle             |               |
- * Live          |
+ * What an event does in a state, and the state that follows. Two entries in a cell: for a handle; for the answer -1.
+ * Q queues a start, QS queues the stop of a device, S stops it here (if it refuses, the state stays), B lets the
+ * handle's records in, T tells that the start failed.
+ *
+ * | state     | start           | startHere                    | stop         | stopHere    | result            |
+ * | --------- | --------------- | ---------------------------- | ------------ | ----------- | ----------------- |
+ * | Idle      | Q, Starting     | B, Live; T, Idle             | Idle         | Idle        |                   |
+ * | Starting  | refused         | B, Overtaken; T, Stopping    | Stopping     | Stopping    | B, Live; T, Idle  |
+ * | Stopping  | refused         | B, Overtaken; T, Stopping    | Stopping     | Stopping    | QS, Idle; Idle    |
+ * | Live      | QS, Q, Starting | S, B, Live; S, T, Idle       | QS, Idle     | S, Idle     |                   |
+ * | Overtaken | refused         | S, B, Overtaken; S, T, Stopping | QS, Stopping | S, Stopping | QS, Live; Live |
+ *
+ * A negative answer other than -1 is told as a failure and kept like a handle. Every event but a refused start and a
+ * result ends the picture first.
  *
  * A start that no pool ever got counts as Starting until the next stop, which drops it. Each start and each stop ends a
- * generation: notices of an earlier one are out of date, and nothing of it gets in by the gate. "tell" is a notice, so
+ * generation: notices of an earlier one are out of date, and nothing of it gets in by the gate. T is a notice, so
  * that the host is not called from inside its own call. Of each start the host is told one outcome: that it failed, or
  * how its first header ended. After a stop it is told none; a failure that the next start overtakes is told still.
  *
  * Free of Qt and of windows.
- * Threads: the GUI thread. dataArrived() is the device library's; stream() hands out what its threads meet.
+ * Threads: the GUI thread. The device library's threads call dataArrived(), which touches only the gate.
  * Owns:    the start that is under way, and a share in the gate. Borrows pane, port and pool.
  * Errors:  false, and a line in the log.
  */
