@@ -296,11 +296,14 @@ HostCalls &VideoWnd::hostCalls()
 bool VideoWnd::eventFilter(QObject *pWatched, QEvent *pEvent)
 {
     if (pWatched == m_pLiveViewWnd && pEvent != nullptr && !m_bExit) {
-        const std::optional<RuleMouseEvent> event = ruleMouseEvent(*pEvent);
-        if (event) {
-            const HostCalls::Scope scope(m_hostCalls);
-            m_ruleEditor.handle(*event);
-        }
+        // The editor reports to the host.
+        contained(logAt(kFile, "bool __cdecl pellora::VideoWnd::eventFilter(class QObject *,class QEvent *)"), [&] {
+            const std::optional<RuleMouseEvent> event = ruleMouseEvent(*pEvent);
+            if (event) {
+                const HostCalls::Scope scope(m_hostCalls);
+                m_ruleEditor.handle(*event);
+            }
+        });
     }
     return QWidget::eventFilter(pWatched, pEvent);
 }
@@ -328,7 +331,9 @@ void VideoWnd::mouseDoubleClickEvent(QMouseEvent *pEvent)
 void VideoWnd::resizeEvent(QResizeEvent *pEvent)
 {
     QWidget::resizeEvent(pEvent);
-    m_ruleMgr.paneResized({m_pLiveViewWnd->width(), m_pLiveViewWnd->height()}, {width(), height()});
+    contained(logAt(kFile, "void __cdecl pellora::VideoWnd::resizeEvent(class QResizeEvent *)"), [this] {
+        m_ruleMgr.paneResized({m_pLiveViewWnd->width(), m_pLiveViewWnd->height()}, {width(), height()});
+    });
     m_pLiveViewWnd->setGeometry(0, 0, width(), height());
 }
 

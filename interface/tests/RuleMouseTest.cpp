@@ -7,6 +7,7 @@
 
 #include <cstring>
 #include <sstream>
+#include <stdexcept>
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -239,7 +240,27 @@ TEST_F(RuleMouseTest, TakesThePictureForWholeOnceTheSourceWithARegionHasEnded)
 
     create(1);
 
-    EXPECT_THAT(mouse("L+100,100"), ElementsAre("rule 0 type 1 state 0 handle 0 pane 0 size 8: 100,200"));
+    EXPECT_THAT(mouse("L+140,160"), ElementsAre("rule 0 type 1 state 0 handle 0 pane 0 size 8: 140,320"));
+}
+
+TEST_F(RuleMouseTest, GoesOnAfterTheHostsCallbackHasThrown)
+{
+    EXPECT_EQ(PELLORA_SetRuleCoordCallback(
+                  m_lHandle,
+                  [](long, unsigned short, void *, unsigned char, long, long, unsigned long) {
+                      throw std::runtime_error("the host's");
+                  },
+                  -1),
+              1);
+    create(1);
+    m_log.clear();
+
+    EXPECT_THAT(mouse("L+300,350 L-300,350"), IsEmpty());
+
+    EXPECT_THAT(m_log.texts(), testing::Contains("ERROR exception: the host's"));
+    EXPECT_EQ(PELLORA_SetRuleCoordCallback(m_lHandle, &rulereports::callback, -1), 1);
+    create(1);
+    EXPECT_THAT(mouse("L+500,100"), ElementsAre("rule 1 type 1 state 0 handle 0 pane 0 size 8: 500,200"));
 }
 
 TEST_F(RuleMouseTest, HearsNothingWhileTheOverlayIsClosed)

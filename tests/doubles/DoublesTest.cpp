@@ -36,6 +36,27 @@ TEST_F(DoublesTest, ExportsWhatTheDeviceLibrarysHeaderDeclares)
     EXPECT_EQ(support::exportedNames(GetModuleHandleW(L"Selvikdcm.dll")), declared);
 }
 
+TEST_F(DoublesTest, ClosesAPortOnlyAsWhatItWasOpenedAs)
+{
+    unsigned char header[] = {1};
+    char path[] = "a.mkv";
+    long nPort = -1;
+    Kavun_GetPort(&nPort);
+    EXPECT_EQ(Kavun_CloseStream(nPort), 0);
+    EXPECT_EQ(Kavun_GetLastError(nPort), static_cast<unsigned long>(KAVUN_ERROR_ORDER));
+
+    EXPECT_NE(Kavun_OpenStream(nPort, header, 1, 1), 0);
+    EXPECT_EQ(Kavun_CloseFile(nPort), 0);
+    EXPECT_EQ(Kavun_GetLastError(nPort), static_cast<unsigned long>(KAVUN_ERROR_ORDER));
+    EXPECT_NE(Kavun_CloseStream(nPort), 0);
+
+    EXPECT_NE(Kavun_OpenFile(nPort, path), 0);
+    EXPECT_EQ(Kavun_CloseStream(nPort), 0);
+    EXPECT_EQ(Kavun_GetLastError(nPort), static_cast<unsigned long>(KAVUN_ERROR_ORDER));
+    EXPECT_NE(Kavun_CloseFile(nPort), 0);
+    Kavun_FreePort(nPort);
+}
+
 TEST_F(DoublesTest, RecordsBothLibrariesInOneOrder)
 {
     long nPort = -1;
