@@ -47,5 +47,7 @@ mkdir -p build/all
 for preset in "${presets[@]}"; do echo "subdirs(\"$root/build/$preset\")" >>build/all/CTestTestfile.cmake; done
 # Always a display of its own: tests move its mouse. One more at a time than there are processors: those with windows,
 # which take turns, wait for cameras and clocks most of their time.
+# A program that ran into its time limit is run once more, and the output says so: once in some thirty runs device_tests
+# did not end under Wine, for a reason that is not known. What fails is not repeated.
 PELLORA_VIRTUAL_DISPLAY=1 PELLORA_SCREEN=1600x1200x24 tools/with-display.sh tools/with-wine.sh \
-    ctest --test-dir build/all --output-on-failure --no-tests=error -j "${PELLORA_TEST_JOBS:-$(($(nproc) + 1))}" "${pattern[@]}"
+    ctest --test-dir build/all --output-on-failure --no-tests=error --repeat after-timeout:2 -j "${PELLORA_TEST_JOBS:-$(($(nproc) + 1))}" "${pattern[@]}"
