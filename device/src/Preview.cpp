@@ -2,6 +2,7 @@
 
 #include "device/src/Backoff.h"
 #include "device/src/LiveStream.h"
+#include "device/src/WatchedInput.h"
 
 #include <random>
 
@@ -182,9 +183,19 @@ void Preview::noteLost(unsigned long error)
     }
 }
 
+std::unique_ptr<CameraInput> Preview::connect()
+{
+    std::unique_ptr<CameraInput> input = m_services.makeInput(m_request.address, m_time);
+    if (m_request.address.scheme() == Address::Scheme::File) {
+        // A file's pauses are its own.
+        return input;
+    }
+    return std::make_unique<WatchedInput>(std::move(input), m_loss);
+}
+
 void Preview::runOneConnection(bool bFirst, bool &bHeaderSent)
 {
-    LiveStream stream(m_services.makeInput(m_request.address, m_time));
+    LiveStream stream(connect());
     // The camera's session is ended however the connection ends, also after the preview was told to stop: this wait has
     // a stop flag that is never set.
     static const std::atomic<bool> never{false};
@@ -206,7 +217,8 @@ void Preview::runOneConnection(bool bFirst, bool &bHeaderSent)
         return;
     }
     while (!m_bStop) {
-        Bytes data = stream.next(patienceFor(Milliseconds(1000)));
+        // The watch ends the waiting, or a stop.
+        Bytes data = stream.next(patienceFor(std::chrono::hours(1)));
         if (!data.empty() && !deliver(SELVIK_STREAM_DATA, data)) {
             return;
         }

@@ -4,6 +4,7 @@
 #include "Selvikdcm.h"
 #include "device/src/Address.h"
 #include "device/src/Bytes.h"
+#include "device/src/LossWatch.h"
 #include "device/src/Patience.h"
 #include "device/src/PreviewServices.h"
 
@@ -69,6 +70,7 @@ private:
 
     void run() noexcept;
     void runConnections();
+    [[nodiscard]] std::unique_ptr<CameraInput> connect();
     void runOneConnection(bool bFirst, bool &bHeaderSent);
     void settle(Opening opening, unsigned long error);
     void noteLost(unsigned long error);
@@ -87,6 +89,7 @@ private:
     const std::function<void(long)> m_ended;
     const PreviewServices m_services;
     TimeSource &m_time;
+    LossWatch m_loss; /**< of the preview's thread */
 
     std::atomic<bool> m_bStop{false}; /**< written under the mutex, read everywhere */
 
