@@ -54,6 +54,28 @@ typedef struct {
     unsigned char reserved56[120];
 } SELVIK_DCM_PREVIEW_INFO;
 
+/** Values of SELVIK_DCM_STATE::state. */
+enum {
+    SELVIK_STATE_STARTING = 1, /**< SELVIK_DCM_StartPreview() was called                       */
+    SELVIK_STATE_PLAYING = 2,  /**< a header has come, the first one or one after a loss       */
+    SELVIK_STATE_LOST = 3,     /**< the device is gone; the library goes on asking for it      */
+    SELVIK_STATE_FAILED = 4,   /**< the start failed, or the preview cannot go on: the last one */
+    SELVIK_STATE_STOPPED = 5   /**< SELVIK_DCM_StopPreview() or _Logout(): the last one         */
+};
+
+/** How a preview is; valid during the call. */
+typedef struct {
+    long userID;             /**< the request's; -1 without a log-in */
+    unsigned int channel;    /**< as asked for */
+    unsigned int streamType; /**< as asked for */
+    long previewHandle;      /**< -1 until it is known, which it is from the first header on */
+    unsigned int state;      /**< SELVIK_STATE_ */
+    unsigned int error;      /**< why it is lost or failed, SELVIK_ERROR_; else 0 */
+} SELVIK_DCM_STATE;
+
+/** Called on a thread of the library's, one call at a time, in the order in which a preview's states follow. */
+typedef void (*SELVIK_DCM_STATE_CB)(const SELVIK_DCM_STATE *state, void *user);
+
 #ifdef __cplusplus
 #define SELVIK_STATIC_ASSERT static_assert
 #else
@@ -75,17 +97,41 @@ SELVIK_STATIC_ASSERT(offsetof(SELVIK_DCM_PREVIEW_INFO, user) == 32, "user");
 SELVIK_STATIC_ASSERT(offsetof(SELVIK_DCM_PREVIEW_INFO, reserved40) == 40, "reserved40");
 SELVIK_STATIC_ASSERT(offsetof(SELVIK_DCM_PREVIEW_INFO, url) == 48, "url");
 SELVIK_STATIC_ASSERT(offsetof(SELVIK_DCM_PREVIEW_INFO, reserved56) == 56, "reserved56");
+SELVIK_STATIC_ASSERT(sizeof(SELVIK_DCM_STATE) == sizeof(long) * 2 + 16, "SELVIK_DCM_STATE");
+SELVIK_STATIC_ASSERT(offsetof(SELVIK_DCM_STATE, userID) == 0, "userID");
+SELVIK_STATIC_ASSERT(offsetof(SELVIK_DCM_STATE, channel) == sizeof(long), "channel");
+SELVIK_STATIC_ASSERT(offsetof(SELVIK_DCM_STATE, streamType) == sizeof(long) + 4, "streamType");
+SELVIK_STATIC_ASSERT(offsetof(SELVIK_DCM_STATE, previewHandle) == sizeof(long) + 8, "previewHandle");
+SELVIK_STATIC_ASSERT(offsetof(SELVIK_DCM_STATE, state) == sizeof(long) * 2 + 8, "state");
+SELVIK_STATIC_ASSERT(offsetof(SELVIK_DCM_STATE, error) == sizeof(long) * 2 + 12, "error");
+#ifdef _WIN32
+SELVIK_STATIC_ASSERT(sizeof(SELVIK_DCM_STATE) == 24, "SELVIK_DCM_STATE");
+#endif
 
 /** Starts a preview: a handle of 0 or more, or -1. Waits at most 5 seconds for the device's answer. */
 long SELVIK_DCM_StartPreview(long userID, const SELVIK_DCM_PREVIEW_INFO *info);
-/** When it returns, the callback is not running and is not called again. Never waits for the network. */
+/**
+ * When it returns, the callback is not running and is not called again. Never waits for the network. Inside a callback
+ * it does not wait for one that itself waits, there, for the calling one to return.
+ */
 int SELVIK_DCM_StopPreview(long previewHandle);
 /** The calling thread's last error. */
 unsigned long SELVIK_DCM_GetLastError(void);
-/** Keeps an address (a template with {channel} and {stream}) and its credentials: an identifier, or -1. */
+/**
+ * Keeps an address (a template with {channel} and {stream}) and its credentials, either or both of which may be null
+ * for a device that asks for none: an identifier, or -1.
+ */
 long SELVIK_DCM_Login(const char *address, const char *user, const char *password);
 /** Forgets a log-in and stops its previews. */
 int SELVIK_DCM_Logout(long userID);
+/**
+ * Tells the states of all previews from now on; null: nobody. There is one such callback in a process. When the call
+ * returns, the former one is not running and is not called again, unless the call comes from inside it. What was not
+ * told yet the new one is told.
+ */
+int SELVIK_DCM_SetStateCallback(SELVIK_DCM_STATE_CB callback, void *user);
+/** What an error means, in short English; never null, and never to be freed. */
+const char *SELVIK_DCM_GetErrorText(unsigned long error);
 
 #ifdef __cplusplus
 }

@@ -2,9 +2,7 @@
 
 #include "Selvikdcm.h"
 #include "device/src/LiveMuxer.h"
-#include "device/src/Resolver.h"
 
-#include <array>
 #include <atomic>
 #include <cstdlib>
 
@@ -14,8 +12,14 @@ namespace selvik
 namespace
 {
 
-// A server that sends nothing for so long is lost.
-constexpr Milliseconds kLossTime{4500};
+// FFmpeg's names of the containers that are opened, and of nothing else that it is built with: a description or a
+// playlist would make it open other addresses.
+constexpr char kContainers[] =
+    "mov,matroska,avi,mpegts,mpeg,mpegvideo,flv,h264,hevc,m4v,mjpeg,mpjpeg,ivf,obu,wav,aac,mp3";
+constexpr int kBufferSize = 32 * 1024;
+// Nobody's camera has larger pictures, and whoever claims so wants memory.
+constexpr int kLongestSide = 16384;
+constexpr std::int64_t kMostPixels = 64LL << 20;
 // Microseconds: how long a packet lasts that does not say so, and the largest step that is no break in the source's
 // time.
 constexpr std::int64_t kAssumedDuration = 40000;
@@ -26,12 +30,6 @@ const std::atomic<bool> kNever{false};
 unsigned long errorOf(int result)
 {
     switch (result) {
-    case AVERROR_HTTP_UNAUTHORIZED:
-    case AVERROR_HTTP_FORBIDDEN:
-        return SELVIK_ERROR_REFUSED;
-    case AVERROR_HTTP_BAD_REQUEST:
-    case AVERROR_HTTP_NOT_FOUND:
-    case AVERROR_HTTP_OTHER_4XX:
     case AVERROR(ENOENT):
     case AVERROR(EACCES):
         return SELVIK_ERROR_CHANNEL;
@@ -41,12 +39,19 @@ unsigned long errorOf(int result)
     case AVERROR_INVALIDDATA:
     case AVERROR_DEMUXER_NOT_FOUND:
     case AVERROR_PROTOCOL_NOT_FOUND:
+    case AVERROR(EINVAL):
         return SELVIK_ERROR_MEDIA;
     case AVERROR(ENOMEM):
         return SELVIK_ERROR_RESOURCES;
     default:
         return SELVIK_ERROR_HOST;
     }
+}
+
+bool isTooLarge(const AVCodecParameters &parameters)
+{
+    return parameters.width > kLongestSide || parameters.height > kLongestSide ||
+           static_cast<std::int64_t>(parameters.width) * parameters.height > kMostPixels;
 }
 
 std::int64_t microseconds(std::int64_t time, AVRational base)
@@ -66,57 +71,88 @@ ContainerInput::~ContainerInput() = default;
 void ContainerInput::open(const Patience &patience)
 {
     m_patience = patience;
-    openFormat(patience);
-    // Live streams are recognised by their first packets, not by seconds of them.
-    const int result = avformat_find_stream_info(m_format.get(), nullptr);
-    if (result < 0) {
-        m_patience.check();
-        throw Failure(errorOf(result));
-    }
+    openFormat();
+    probe();
     chooseTracks();
     m_begin = m_time.now();
 }
 
-void ContainerInput::openFormat(const Patience &patience)
+int ContainerInput::readHttp(void *pSelf, std::uint8_t *pBuffer, int size)
 {
-    int result = AVERROR(ENOENT);
+    auto &self = *static_cast<ContainerInput *>(pSelf);
+    try {
+        const std::size_t read = self.m_http->read(pBuffer, static_cast<std::size_t>(size), self.m_patience);
+        return read == 0 ? AVERROR_EOF : static_cast<int>(read);
+    } catch (const Failure &failure) {
+        // No exception may pass through FFmpeg.
+        self.m_nReadError = failure.error();
+    } catch (const Stopped &) {
+        self.m_nReadError = SELVIK_ERROR_HANDLE;
+    } catch (...) {
+        self.m_nReadError = SELVIK_ERROR_RESOURCES;
+    }
+    return AVERROR_EXIT;
+}
+
+void ContainerInput::openHttp()
+{
+    m_http = std::make_unique<HttpStream>(m_address);
+    m_http->open(m_patience);
+    m_io.reset(required(avio_alloc_context(static_cast<unsigned char *>(required(av_malloc(kBufferSize))), kBufferSize,
+                                           0, this, &ContainerInput::readHttp, nullptr, nullptr)));
+}
+
+void ContainerInput::openFormat()
+{
+    Options options;
+    options.set("format_whitelist", kContainers);
     if (isFile()) {
-        result = tryToOpen("file:" + m_address.fileName());
+        options.set("protocol_whitelist", "file");
     } else {
-        for (const std::string &host : resolveHost(m_address.host(), patience)) {
-            result = tryToOpen(m_address.urlForHost(host));
-            const bool bNobodyThere = result < 0 && errorOf(result) == SELVIK_ERROR_HOST;
-            if (!bNobodyThere) {
-                break;
-            }
-        }
+        openHttp();
+        // There is no protocol of that name.
+        options.set("protocol_whitelist", "none");
+        // Live streams are recognised by their first packets, not by seconds of them.
+        options.set("fpsprobesize", "0");
+        options.set("analyzeduration", "500000");
+    }
+    AVFormatContext *pFormat = required(avformat_alloc_context());
+    pFormat->interrupt_callback = {&Patience::interrupts, &m_patience};
+    pFormat->pb = m_io.get();
+    const std::string url = isFile() ? "file:" + m_address.fileName() : std::string();
+    // Frees the context itself when it fails.
+    const int result = avformat_open_input(&pFormat, url.c_str(), nullptr, options.get());
+    if (result < 0) {
+        fail(result);
+    }
+    m_format.reset(pFormat);
+}
+
+void ContainerInput::probe()
+{
+    // For each stream that is known so far.
+    std::vector<Options> options(m_format->nb_streams);
+    std::vector<AVDictionary *> pointers;
+    for (Options &ofStream : options) {
+        ofStream.set("max_pixels", std::to_string(kMostPixels).c_str());
+        pointers.push_back(*ofStream.get());
+    }
+    const int result = avformat_find_stream_info(m_format.get(), pointers.empty() ? nullptr : pointers.data());
+    for (std::size_t i = 0; i < pointers.size(); ++i) {
+        *options[i].get() = pointers[i];
     }
     if (result < 0) {
-        m_patience.check();
-        throw Failure(errorOf(result));
+        fail(result);
     }
 }
 
-int ContainerInput::tryToOpen(const std::string &url)
+void ContainerInput::fail(int result)
 {
-    AVFormatContext *pFormat = required(avformat_alloc_context());
-    pFormat->interrupt_callback = {&Patience::interrupts, &m_patience};
-    Options options;
-    if (!isFile()) {
-        pFormat->flags |= AVFMT_FLAG_NOBUFFER;
-        options.set("fpsprobesize", "0");
-        options.set("analyzeduration", "500000");
-        options.set("headers", ("Host: " + m_address.hostAndPort() + "\r\n").c_str());
-        if (m_address.scheme() == Address::Scheme::Https) {
-            options.set("verifyhost", m_address.host().c_str());
-        }
+    if (m_patience.isStopped()) {
+        throw Stopped();
     }
-    // Frees the context itself when it fails.
-    const int result = avformat_open_input(&pFormat, url.c_str(), nullptr, options.get());
-    if (result >= 0) {
-        m_format.reset(pFormat);
-    }
-    return result;
+    m_patience.check();
+    throw Failure(m_nReadError != SELVIK_ERROR_NONE ? m_nReadError : errorOf(result));
 }
 
 void ContainerInput::chooseTracks()
@@ -124,7 +160,8 @@ void ContainerInput::chooseTracks()
     m_trackOfStream.assign(m_format->nb_streams, -1);
     for (const AVMediaType type : {AVMEDIA_TYPE_VIDEO, AVMEDIA_TYPE_AUDIO}) {
         const int nStream = av_find_best_stream(m_format.get(), type, -1, -1, nullptr, 0);
-        if (nStream < 0 || !LiveMuxer::canCarry(*m_format->streams[nStream]->codecpar)) {
+        if (nStream < 0 || isTooLarge(*m_format->streams[nStream]->codecpar) ||
+            !LiveMuxer::canCarry(*m_format->streams[nStream]->codecpar)) {
             continue;
         }
         m_trackOfStream[static_cast<std::size_t>(nStream)] = static_cast<int>(m_parameters.size());
@@ -143,24 +180,32 @@ void ContainerInput::chooseTracks()
     }
 }
 
-bool ContainerInput::read(const Patience &patience)
+int ContainerInput::trackOf(const AVPacket &packet) const
 {
-    const Clock::time_point lost = m_time.now() + kLossTime;
+    // Streams may appear that were not there when the tracks were chosen: the header does not have them.
+    const auto nStream = static_cast<std::size_t>(packet.stream_index);
+    return nStream < m_trackOfStream.size() ? m_trackOfStream[nStream] : -1;
+}
+
+void ContainerInput::read(const Patience &patience)
+{
+    m_patience = patience;
     for (;;) {
-        m_patience = patience.atMost(kLossTime);
         PacketPtr packet(required(av_packet_alloc()));
         const int result = av_read_frame(m_format.get(), packet.get());
         if (patience.isStopped()) {
             throw Stopped();
         }
-        if (result >= 0 && m_trackOfStream[static_cast<std::size_t>(packet->stream_index)] >= 0 && packet->size > 0) {
+        if (result >= 0 && trackOf(*packet) >= 0 && packet->size > 0) {
             m_packet = std::move(packet);
-            return true;
+            return;
         }
         if (result == AVERROR_EOF && isFile() && m_bAny) {
             startOver();
-        } else if (result < 0 && result != AVERROR(EAGAIN)) {
-            throw Failure(m_time.now() >= lost ? errorOf(AVERROR(ETIMEDOUT)) : errorOf(result));
+        } else if (result == AVERROR(EAGAIN) || result >= 0) {
+            patience.check();
+        } else {
+            fail(result);
         }
     }
 }
@@ -207,9 +252,7 @@ void ContainerInput::placeInTime()
 bool ContainerInput::next(MediaUnit &unit, const Patience &patience)
 {
     if (m_packet == nullptr) {
-        if (!read(patience)) {
-            return false;
-        }
+        read(patience);
         placeInTime();
     }
     if (isFile()) {
@@ -222,7 +265,7 @@ bool ContainerInput::next(MediaUnit &unit, const Patience &patience)
             return false;
         }
     }
-    unit.track = static_cast<std::size_t>(m_trackOfStream[static_cast<std::size_t>(m_packet->stream_index)]);
+    unit.track = static_cast<std::size_t>(trackOf(*m_packet));
     unit.captureTime = AV_NOPTS_VALUE;
     unit.packet = std::move(m_packet);
     unit.packet->pts = std::max<std::int64_t>(0, unit.packet->pts);
@@ -233,6 +276,8 @@ void ContainerInput::close(const Patience &patience) noexcept
 {
     m_patience = patience;
     m_format.reset();
+    m_io.reset();
+    m_http.reset();
 }
 
 } // namespace selvik

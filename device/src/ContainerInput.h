@@ -3,7 +3,9 @@
 
 #include "device/src/Address.h"
 #include "device/src/CameraInput.h"
+#include "device/src/HttpStream.h"
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -12,7 +14,7 @@ namespace selvik
 
 /**
  * A stream that libavformat reads: over HTTP, or a file, which is sent at its own pace and starts over at its end, as a
- * camera would go on.
+ * camera would go on. Only containers of pictures and sound are opened, and nothing that they name.
  *
  * See CameraInput.
  */
@@ -35,18 +37,26 @@ private:
     {
         return m_address.scheme() == Address::Scheme::File;
     }
-    void openFormat(const Patience &patience);
-    /** FFmpeg's result; the format is there when that is no error. */
-    [[nodiscard]] int tryToOpen(const std::string &url);
+    static int readHttp(void *pSelf, std::uint8_t *pBuffer, int size);
+    void openHttp();
+    void openFormat();
+    void probe();
+    [[noreturn]] void fail(int result);
     void chooseTracks();
-    /** Reads one packet of a chosen track; false where time is up. */
-    [[nodiscard]] bool read(const Patience &patience);
+    /** Its track; -1 where it is of none. */
+    [[nodiscard]] int trackOf(const AVPacket &packet) const;
+    /** Reads one packet of a chosen track; throws where time is up, since the container cannot be read on then. */
+    void read(const Patience &patience);
     void startOver();
     void placeInTime();
 
     Address m_address;
     TimeSource &m_time;
     Patience m_patience; /**< of the call that runs now; FFmpeg's interrupt callback reads it */
+    // Declared before the format, which uses them until it is destroyed.
+    std::unique_ptr<HttpStream> m_http;
+    IoPtr m_io;
+    unsigned long m_nReadError = 0; /**< why the last read of HTTP failed */
     FormatPtr m_format;
     std::vector<ParametersPtr> m_parameters;
     std::vector<int> m_trackOfStream; /**< -1: not taken */

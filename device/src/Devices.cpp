@@ -3,14 +3,18 @@
 #include "device/src/Failure.h"
 #include "device/src/Module.h"
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 
 namespace selvik
 {
 
-Address Devices::addressOf(long userID, const SELVIK_DCM_PREVIEW_INFO &info) const
+Preview::Request Devices::read(long userID, const SELVIK_DCM_PREVIEW_INFO &info) const
 {
+    if (info.callback == nullptr) {
+        throw Failure(SELVIK_ERROR_ARGUMENT);
+    }
     const std::optional<Login> login = m_logins.find(userID);
     if (info.url == nullptr && !login) {
         throw Failure(SELVIK_ERROR_HANDLE);
@@ -21,29 +25,41 @@ Address Devices::addressOf(long userID, const SELVIK_DCM_PREVIEW_INFO &info) con
     if (!address) {
         throw Failure(SELVIK_ERROR_ADDRESS);
     }
-    return *std::move(address);
+    return {login ? userID : -1, *std::move(address), {info.callback, info.user}, nullptr};
 }
 
 long Devices::startPreview(long userID, const SELVIK_DCM_PREVIEW_INFO *pInfo)
 {
-    if (pInfo == nullptr || pInfo->callback == nullptr) {
+    if (pInfo == nullptr) {
         throw Failure(SELVIK_ERROR_ARGUMENT);
     }
-    Address address = addressOf(userID, *pInfo);
-    prepareProcess();
-    const bool bLoggedIn = m_logins.find(userID).has_value();
-    long handle = -1;
-    // In the table before it starts: its callback may already stop it.
-    const std::shared_ptr<Preview> preview =
-        m_previews.add(bLoggedIn ? userID : -1, std::move(address), {pInfo->callback, pInfo->user}, handle);
-    unsigned long error = SELVIK_ERROR_NONE;
+    const std::shared_ptr<StateTeller::Line> states =
+        m_states.open(std::max(userID, -1L), pInfo->channel, pInfo->streamType);
     try {
-        error = preview->start();
+        Preview::Request request = read(userID, *pInfo);
+        request.states = states;
+        return start(std::move(request));
+    } catch (const Failure &failure) {
+        m_states.tell(states, SELVIK_STATE_FAILED, failure.error());
+        throw;
     } catch (...) {
-        // No thread was started that would take the preview out of the table at its end.
-        m_previews.remove(handle);
+        m_states.tell(states, SELVIK_STATE_FAILED, SELVIK_ERROR_RESOURCES);
         throw;
     }
+}
+
+long Devices::start(Preview::Request request)
+{
+    prepareProcess();
+    const long userID = request.userID;
+    long handle = -1;
+    // In the table before it starts: its callback may already stop it.
+    const std::shared_ptr<Preview> preview = m_previews.add(std::move(request), handle);
+    if (userID >= 0 && !m_logins.find(userID)) {
+        // A log-out forgets the log-in first and then stops what is in the table: it may have looked there too early.
+        (void)preview->stop();
+    }
+    const unsigned long error = preview->start();
     if (error != SELVIK_ERROR_NONE) {
         throw Failure(error);
     }
@@ -61,14 +77,15 @@ void Devices::stopPreview(long handle)
 
 long Devices::login(const char *pAddress, const char *pUser, const char *pPassword)
 {
-    if (pAddress == nullptr || pUser == nullptr || pPassword == nullptr) {
+    if (pAddress == nullptr) {
         throw Failure(SELVIK_ERROR_ARGUMENT);
     }
     // The form does not depend on the numbers that are filled in.
     if (!Address::parse(Address::fill(pAddress, 1, 0), {})) {
         throw Failure(SELVIK_ERROR_ADDRESS);
     }
-    return m_logins.add({pAddress, {pUser, pPassword}});
+    return m_logins.add(
+        {pAddress, {pUser != nullptr ? pUser : std::string(), pPassword != nullptr ? pPassword : std::string()}});
 }
 
 void Devices::logout(long userID)
@@ -83,6 +100,12 @@ void Devices::logout(long userID)
     for (const std::shared_ptr<Preview> &preview : ending) {
         preview->awaitEnd();
     }
+}
+
+void Devices::setStateCallback(SELVIK_DCM_STATE_CB pFunction, void *pUser)
+{
+    prepareProcess();
+    m_states.setCallback(pFunction, pUser);
 }
 
 } // namespace selvik

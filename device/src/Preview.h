@@ -4,7 +4,9 @@
 #include "Selvikdcm.h"
 #include "device/src/Address.h"
 #include "device/src/Bytes.h"
+#include "device/src/LossWatch.h"
 #include "device/src/Patience.h"
+#include "device/src/PreviewServices.h"
 
 #include <atomic>
 #include <condition_variable>
@@ -34,26 +36,33 @@ public:
         void *pUser = nullptr;
     };
 
-    /** `ended` is called with the handle, as the last thing that the preview's thread does. `time` must outlive it. */
-    Preview(long handle, long userID, Address address, Callback callback, std::function<void(long)> ended,
-            TimeSource &time);
+    /** Who watches what. */
+    struct Request {
+        long userID = -1;
+        Address address;
+        Callback callback;
+        std::shared_ptr<StateTeller::Line> states;
+    };
+
+    /** `ended` is called with the handle, as the last thing of the preview. The services must outlive it. */
+    Preview(long handle, Request request, std::function<void(long)> ended, const PreviewServices &services);
     ~Preview();
     Preview(const Preview &) = delete;
     Preview &operator=(const Preview &) = delete;
 
     [[nodiscard]] long userID() const
     {
-        return m_lUserID;
+        return m_request.userID;
     }
 
-    /** Waits until the header is known, or the camera refused, or five seconds are over. */
+    /** Once. Waits until the header is known, or the camera refused, or five seconds are over. */
     [[nodiscard]] unsigned long start();
     /**
-     * When it returns, the callback is not running, unless it is the one that calls, and is not called again. Waits
-     * for the callback, for nothing else. False when it was stopped before.
+     * When it returns, the callback is not running, unless it is the one that calls or waits for the one that calls,
+     * and is not called again. Waits for the callback, for nothing else. False when it was stopped before.
      */
     bool stop();
-    /** Waits until the thread has ended, which stop() has made it do; not when called from inside the callback. */
+    /** Waits until the thread has ended, which stop() has made it do; see stop() for calls from inside a callback. */
     void awaitEnd();
 
 private:
@@ -61,19 +70,26 @@ private:
 
     void run() noexcept;
     void runConnections();
+    [[nodiscard]] std::unique_ptr<CameraInput> connect();
     void runOneConnection(bool bFirst, bool &bHeaderSent);
     void settle(Opening opening, unsigned long error);
+    void noteLost(unsigned long error);
     [[nodiscard]] bool waitBeforeNextAttempt(Milliseconds duration);
     /** False when the preview was stopped, and the callback was not called. */
     bool deliver(unsigned int type, Bytes &bytes);
     [[nodiscard]] Patience patienceFor(Milliseconds duration) const;
+    void end();
+    /** Once it was stopped and its callback has returned, that is told. The lock is held. */
+    void noteStopped();
+    /** Waits for the preview's thread, unless that would be for ever. */
+    void await(std::unique_lock<std::mutex> &lock, const std::function<bool()> &condition);
 
     const long m_lHandle;
-    const long m_lUserID;
-    const Address m_address;
-    const Callback m_callback;
+    const Request m_request;
     const std::function<void(long)> m_ended;
+    const PreviewServices m_services;
     TimeSource &m_time;
+    LossWatch m_loss; /**< of the preview's thread */
 
     std::atomic<bool> m_bStop{false}; /**< written under the mutex, read everywhere */
 

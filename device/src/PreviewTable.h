@@ -23,7 +23,7 @@ namespace selvik
 class PreviewTable
 {
 public:
-    explicit PreviewTable(TimeSource &time) : m_time(time) {}
+    explicit PreviewTable(PreviewServices services) : m_services(std::move(services)) {}
 
     ~PreviewTable()
     {
@@ -31,18 +31,19 @@ public:
             preview->stop();
         }
         std::unique_lock<std::mutex> lock(m_mutex);
-        m_time.wait(lock, m_removed, TimeSource::kNoDeadline, [this] { return m_previews.empty(); });
+        m_services.pTime->wait(lock, m_removed, TimeSource::kNoDeadline, [this] { return m_previews.empty(); });
     }
 
     PreviewTable(const PreviewTable &) = delete;
     PreviewTable &operator=(const PreviewTable &) = delete;
 
-    [[nodiscard]] std::shared_ptr<Preview> add(long userID, Address address, Preview::Callback callback, long &handle)
+    [[nodiscard]] std::shared_ptr<Preview> add(Preview::Request request, long &handle)
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         handle = m_lNext++;
+        m_services.pStates->setHandle(*request.states, handle);
         auto preview = std::make_shared<Preview>(
-            handle, userID, std::move(address), callback, [this](long ended) { remove(ended); }, m_time);
+            handle, std::move(request), [this](long ended) { remove(ended); }, m_services);
         m_previews.emplace(handle, preview);
         return preview;
     }
@@ -82,7 +83,7 @@ private:
         return found;
     }
 
-    TimeSource &m_time;
+    const PreviewServices m_services;
     mutable std::mutex m_mutex;
     std::condition_variable m_removed;
     std::map<long, std::shared_ptr<Preview>> m_previews;

@@ -11,10 +11,6 @@ namespace selvik
 namespace
 {
 
-// A camera that sends nothing at all, no answer to a keep-alive either, is lost after the shorter time. One that
-// answers, but sends no media, is lost after the longer time.
-constexpr Milliseconds kSilenceLimit{4000};
-constexpr Milliseconds kMediaLimit{20000};
 // After so long without anything from the camera it is asked whether it is there.
 constexpr Milliseconds kIdleLimit{1500};
 constexpr Milliseconds kReportInterval{5000};
@@ -65,7 +61,6 @@ void RtspInput::open(const Patience &patience)
     m_session.play(patience);
     const Clock::time_point now = m_time.now();
     m_lastSign = now;
-    m_lastMedia = now;
     m_lastKeepAlive = now;
     m_lastReport = now;
     takePackets();
@@ -209,7 +204,6 @@ bool RtspInput::next(MediaUnit &unit, const Patience &patience)
         keepAlive(patience);
         receive(patience.atMost(Milliseconds(100)));
         takePackets();
-        checkLoss();
     }
     unit = std::move(m_units.front());
     m_units.pop_front();
@@ -274,7 +268,7 @@ void RtspInput::drainDatagrams(Channel &channel)
     Bytes buffer(0x10000);
     const Clock::time_point now = m_time.now();
     while (const std::size_t size = channel.rtp.receive(buffer.data(), buffer.size())) {
-        noteMedia();
+        m_lastSign = now;
         const auto end = buffer.begin() + static_cast<std::ptrdiff_t>(size);
         channel.reorder.push(Bytes(buffer.begin(), end), now);
     }
@@ -294,26 +288,12 @@ void RtspInput::takePackets()
         const ByteView view = {packet.data.data(), packet.data.size()};
         for (Channel &channel : m_channels) {
             if (packet.nChannel == channel.nRtpChannel) {
-                noteMedia();
+                m_lastSign = m_time.now();
                 collect(channel, view);
             } else if (packet.nChannel == channel.nRtcpChannel) {
                 channel.track->feedReport(view);
             }
         }
-    }
-}
-
-void RtspInput::noteMedia()
-{
-    m_lastMedia = m_time.now();
-    m_lastSign = m_lastMedia;
-}
-
-void RtspInput::checkLoss() const
-{
-    const Clock::time_point now = m_time.now();
-    if (now - m_lastSign > kSilenceLimit || now - m_lastMedia > kMediaLimit) {
-        throw Failure(SELVIK_ERROR_TIMEOUT);
     }
 }
 

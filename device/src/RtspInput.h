@@ -19,8 +19,8 @@ namespace selvik
 /**
  * The media of a camera that speaks RTSP: interleaved with the answers, or in datagrams where the camera refuses that.
  *
- * The first video, sound and ONVIF metadata that can be carried are taken. A camera that falls silent is noticed and
- * given up. See CameraInput.
+ * The first video, sound and ONVIF metadata that can be carried are taken. A camera that falls silent is asked whether
+ * it is there. See CameraInput.
  */
 class RtspInput : public CameraInput
 {
@@ -61,8 +61,6 @@ private:
     void receiveDatagrams(const Patience &patience);
     void drainDatagrams(Channel &channel);
     void takePackets();
-    void noteMedia();
-    void checkLoss() const;
     void collect(Channel &channel, ByteView packet);
 
     TimeSource &m_time;
@@ -73,8 +71,7 @@ private:
     std::unique_ptr<Timeline> m_timeline;
     std::deque<MediaUnit> m_units;
     Clock::time_point m_begin;
-    Clock::time_point m_lastSign;  /**< when the last thing of any kind came */
-    Clock::time_point m_lastMedia; /**< when the last packet of media came */
+    Clock::time_point m_lastSign; /**< when the last thing of any kind came */
     Clock::time_point m_lastKeepAlive;
     Clock::time_point m_lastReport;
 };

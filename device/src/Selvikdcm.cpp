@@ -5,6 +5,8 @@
 #include "device/src/Devices.h"
 #include "device/src/Failure.h"
 
+#include <array>
+
 namespace
 {
 
@@ -65,4 +67,28 @@ int SELVIK_DCM_Logout(long userID)
         devices().logout(userID);
         return 1;
     });
+}
+
+int SELVIK_DCM_SetStateCallback(SELVIK_DCM_STATE_CB callback, void *user)
+{
+    return guarded(0, [&] {
+        devices().setStateCallback(callback, user);
+        return 1;
+    });
+}
+
+const char *SELVIK_DCM_GetErrorText(unsigned long error)
+{
+    static constexpr std::array<const char *, SELVIK_ERROR_MEDIA + 1> kTexts = {
+        "no error",
+        "bad argument",
+        "unknown log-in or preview",
+        "out of resources, or the device serves no more viewers",
+        "address not understood",
+        "device not reached",
+        "refused: wrong user or password, or no permission",
+        "no such channel or stream",
+        "timed out",
+        "no usable media"};
+    return error < kTexts.size() ? kTexts[error] : "unknown error";
 }

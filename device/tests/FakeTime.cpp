@@ -3,17 +3,48 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <sstream>
 
 namespace selvik
 {
 
 // Any beginning will do that is not the zero of an unset point in time.
-FakeTime::FakeTime() : m_now(std::chrono::hours(1000)) {}
+FakeTime::FakeTime(Milliseconds longestStandstill)
+    : m_longestStandstill(longestStandstill), m_now(std::chrono::hours(1000))
+{
+}
 
 FakeTime::~FakeTime()
 {
     std::unique_lock<std::mutex> lock(m_mutex);
-    m_changed.wait(lock, [this] { return m_nPresent == 1; });
+    await(lock, [this] { return m_nPresent == 1; });
+}
+
+template <typename Condition>
+void FakeTime::await(std::unique_lock<std::mutex> &lock, Condition condition)
+{
+    if (!m_changed.wait_for(lock, m_longestStandstill, condition)) {
+        reportStandstill();
+    }
+}
+
+void FakeTime::reportStandstill() const
+{
+    std::ostringstream text;
+    text << "FakeTime: time has stood still for " << m_longestStandstill.count() << " ms. Of " << m_nPresent
+         << " threads that take part " << m_waiting.size() << " wait, " << m_nAbsent
+         << " more will come back. I am thread " << std::this_thread::get_id() << "; these wait:\n";
+    for (const Waiter &waiter : m_waiting) {
+        text << "  thread " << waiter.thread;
+        if (waiter.deadline == kNoDeadline) {
+            text << " for somebody\n";
+        } else {
+            text << " for " << std::chrono::ceil<Milliseconds>(waiter.deadline - m_now).count() << " ms\n";
+        }
+    }
+    std::fputs(text.str().c_str(), stderr);
+    std::fflush(stderr);
+    std::abort();
 }
 
 Clock::time_point FakeTime::now() const
@@ -50,22 +81,25 @@ bool FakeTime::poll(Milliseconds duration, const std::function<bool(Milliseconds
 
 std::shared_ptr<void> FakeTime::presence()
 {
-    join();
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    ++m_nPresent;
     return {this, [](FakeTime *pTime) { pTime->leave(); }};
 }
 
-void FakeTime::join()
+void FakeTime::comeBack()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     ++m_nPresent;
+    --m_nAbsent;
 }
 
-void FakeTime::leave()
+void FakeTime::leave(int nAbsent)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     --m_nPresent;
+    m_nAbsent += nAbsent;
     m_bBusy = true;
-    if (m_nWaiting == m_nPresent && m_nPresent > 0) {
+    if (isEverybodyWaiting()) {
         beginRound();
     }
     // Under the lock: the destructor may be what waits.
@@ -78,16 +112,25 @@ void FakeTime::awaitRound(Clock::time_point deadline, bool bFirst)
     m_bBusy = m_bBusy || bFirst;
     m_earliest = std::min(m_earliest, deadline);
     const unsigned long nRound = m_nRound;
-    if (++m_nWaiting == m_nPresent) {
+    m_waiting.push_back({std::this_thread::get_id(), deadline});
+    if (isEverybodyWaiting()) {
         beginRound();
         m_changed.notify_all();
-    } else {
-        m_changed.wait(lock, [&] { return m_nRound != nRound; });
     }
+    await(lock, [&] { return m_nRound != nRound; });
+}
+
+bool FakeTime::isEverybodyWaiting() const
+{
+    return !m_waiting.empty() && m_waiting.size() == static_cast<std::size_t>(m_nPresent);
 }
 
 void FakeTime::beginRound()
 {
+    if (!m_bBusy && m_earliest == kNoDeadline && m_nAbsent > 0) {
+        // Whoever comes back may bring what everybody waits for.
+        return;
+    }
     if (m_bBusy) {
         // What one thread did may be what another one waits for: everybody looks once more at the same time.
         m_bBusy = false;
@@ -100,7 +143,7 @@ void FakeTime::beginRound()
         }
         m_now = std::max(m_now, m_earliest);
     }
-    m_nWaiting = 0;
+    m_waiting.clear();
     m_earliest = kNoDeadline;
     ++m_nRound;
 }

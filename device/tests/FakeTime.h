@@ -4,13 +4,15 @@
 #include "device/src/TimeSource.h"
 
 #include <thread>
+#include <vector>
 
 namespace selvik
 {
 
 /**
  * Time that passes only while everybody waits for it: then it jumps to the earliest end of a wait. So a test takes as
- * long as its computing, and what it measures does not depend on how busy the machine is.
+ * long as its computing, and what it measures does not depend on how busy the machine is. When it cannot pass for a
+ * minute of the system's time, since some thread is busy, hangs elsewhere or is gone, it says who waits and aborts.
  *
  * Threads: those that hold a presence() take part, and the one that makes the object. They must wait through it alone;
  *          for another wait a thread has to be Absent.
@@ -18,7 +20,7 @@ namespace selvik
 class FakeTime : public TimeSource
 {
 public:
-    FakeTime();
+    explicit FakeTime(Milliseconds longestStandstill = std::chrono::minutes(1));
     /** Waits until the other threads that took part have ended. */
     ~FakeTime() override;
 
@@ -34,11 +36,11 @@ public:
     public:
         explicit Absent(FakeTime &time) : m_time(time)
         {
-            m_time.leave();
+            m_time.leave(1);
         }
         ~Absent()
         {
-            m_time.join();
+            m_time.comeBack();
         }
         Absent(const Absent &) = delete;
         Absent &operator=(const Absent &) = delete;
@@ -48,18 +50,31 @@ public:
     };
 
 private:
-    void join();
-    void leave();
+    /** Somebody who waits in awaitRound(), and for how long. */
+    struct Waiter {
+        std::thread::id thread;
+        Clock::time_point deadline;
+    };
+
+    void comeBack();
+    void leave(int nAbsent = 0);
+    /** Waits until the condition holds, on the system's time. */
+    template <typename Condition>
+    void await(std::unique_lock<std::mutex> &lock, Condition condition);
+    [[noreturn]] void reportStandstill() const;
     /** Ends when everybody waits: then each of them is to look again at what it waits for. */
     void awaitRound(Clock::time_point deadline, bool bFirst);
+    [[nodiscard]] bool isEverybodyWaiting() const;
     void beginRound();
 
+    const Milliseconds m_longestStandstill;
     mutable std::mutex m_mutex;
     std::condition_variable m_changed;
     // Guarded by m_mutex.
     Clock::time_point m_now;
     int m_nPresent = 1;
-    int m_nWaiting = 0;
+    int m_nAbsent = 0; /**< threads that will come back */
+    std::vector<Waiter> m_waiting;
     unsigned long m_nRound = 0;
     bool m_bBusy = false; /**< since the last round somebody did something else than wait */
     Clock::time_point m_earliest = kNoDeadline;

@@ -2,9 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <climits>
+#include <condition_variable>
+#include <mutex>
+#include <set>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace
 {
@@ -47,12 +52,21 @@ INSTANTIATE_TEST_SUITE_P(Schemes, LoginAddress,
                                          AddressCase{"rtsp://", false}, AddressCase{"", false},
                                          AddressCase{"192.0.2.7", false}));
 
-TEST(Login, RefusesNullTexts)
+TEST(Login, RefusesANullAddress)
 {
     EXPECT_EQ(SELVIK_DCM_Login(nullptr, "user", "password"), -1);
     EXPECT_EQ(SELVIK_DCM_GetLastError(), SELVIK_ERROR_ARGUMENT);
-    EXPECT_EQ(SELVIK_DCM_Login("rtsp://192.0.2.7/", nullptr, "password"), -1);
-    EXPECT_EQ(SELVIK_DCM_Login("rtsp://192.0.2.7/", "user", nullptr), -1);
+}
+
+TEST(Login, NeedsNeitherUserNorPassword)
+{
+    for (const char *pUser : {"user", static_cast<const char *>(nullptr)}) {
+        for (const char *pPassword : {"password", static_cast<const char *>(nullptr)}) {
+            const long userID = SELVIK_DCM_Login("rtsp://192.0.2.7/", pUser, pPassword);
+            EXPECT_GE(userID, 0);
+            EXPECT_EQ(SELVIK_DCM_Logout(userID), 1);
+        }
+    }
 }
 
 TEST(Login, NeverHandsAnIdentifierOutTwice)
@@ -92,6 +106,52 @@ TEST(Preview, StopOfAHandleThatNeverWasFails)
         EXPECT_EQ(SELVIK_DCM_StopPreview(handle), 0);
         EXPECT_EQ(SELVIK_DCM_GetLastError(), SELVIK_ERROR_HANDLE);
     }
+}
+
+TEST(ErrorText, SaysSomethingOfItsOwnForEachCode)
+{
+    std::set<std::string> texts;
+    for (unsigned long error = SELVIK_ERROR_NONE; error <= SELVIK_ERROR_MEDIA + 1; ++error) {
+        ASSERT_NE(SELVIK_DCM_GetErrorText(error), nullptr);
+        texts.insert(SELVIK_DCM_GetErrorText(error));
+    }
+    EXPECT_EQ(texts.size(), SELVIK_ERROR_MEDIA + 2U);
+    EXPECT_STREQ(SELVIK_DCM_GetErrorText(ULONG_MAX), SELVIK_DCM_GetErrorText(SELVIK_ERROR_MEDIA + 1));
+}
+
+/** What a state callback was told. */
+struct ToldStates {
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::vector<SELVIK_DCM_STATE> all;
+
+    static void note(const SELVIK_DCM_STATE *pState, void *pUser)
+    {
+        auto &self = *static_cast<ToldStates *>(pUser);
+        const std::lock_guard<std::mutex> lock(self.mutex);
+        self.all.push_back(*pState);
+        self.changed.notify_all();
+    }
+};
+
+TEST(StateCallback, IsToldWhyAStartFailed)
+{
+    ToldStates told;
+    EXPECT_EQ(SELVIK_DCM_SetStateCallback(&ToldStates::note, &told), 1);
+    EXPECT_EQ(SELVIK_DCM_GetLastError(), SELVIK_ERROR_NONE);
+    const SELVIK_DCM_PREVIEW_INFO nobody = request("rtsp://127.0.0.1:1/");
+    EXPECT_EQ(SELVIK_DCM_StartPreview(-1, &nobody), -1);
+    {
+        std::unique_lock<std::mutex> lock(told.mutex);
+        EXPECT_TRUE(told.changed.wait_for(lock, std::chrono::seconds(60), [&] { return told.all.size() == 2; }));
+    }
+    EXPECT_EQ(SELVIK_DCM_SetStateCallback(nullptr, nullptr), 1);
+    ASSERT_EQ(told.all.size(), 2U);
+    EXPECT_EQ(told.all[0].state, static_cast<unsigned int>(SELVIK_STATE_STARTING));
+    EXPECT_EQ(told.all[1].state, static_cast<unsigned int>(SELVIK_STATE_FAILED));
+    EXPECT_EQ(told.all[1].error, static_cast<unsigned int>(SELVIK_ERROR_HOST));
+    EXPECT_EQ(told.all[1].userID, -1);
+    EXPECT_EQ(told.all[1].channel, 1U);
 }
 
 TEST(LastError, BelongsToTheCallingThread)
