@@ -9,7 +9,7 @@
 namespace selvik
 {
 
-Address Devices::addressOf(long userID, const SELVIK_DCM_PREVIEW_INFO &info) const
+CameraSource Devices::sourceOf(long userID, const SELVIK_DCM_PREVIEW_INFO &info) const
 {
     const std::optional<Login> login = m_logins.find(userID);
     if (info.url == nullptr && !login) {
@@ -21,7 +21,10 @@ Address Devices::addressOf(long userID, const SELVIK_DCM_PREVIEW_INFO &info) con
     if (!address) {
         throw Failure(SELVIK_ERROR_ADDRESS);
     }
-    return *std::move(address);
+    // Only the log-in's own address is asked for streams again and again.
+    const bool bKept = login && info.url == nullptr;
+    return {*std::move(address), info.channel, info.streamType,
+            bKept ? login->kept : std::make_shared<KeptAddresses>()};
 }
 
 long Devices::startPreview(long userID, const SELVIK_DCM_PREVIEW_INFO *pInfo)
@@ -29,13 +32,13 @@ long Devices::startPreview(long userID, const SELVIK_DCM_PREVIEW_INFO *pInfo)
     if (pInfo == nullptr || pInfo->callback == nullptr) {
         throw Failure(SELVIK_ERROR_ARGUMENT);
     }
-    Address address = addressOf(userID, *pInfo);
+    CameraSource source = sourceOf(userID, *pInfo);
     prepareProcess();
     const bool bLoggedIn = m_logins.find(userID).has_value();
     long handle = -1;
     // In the table before it starts: its callback may already stop it.
     const std::shared_ptr<Preview> preview =
-        m_previews.add(bLoggedIn ? userID : -1, std::move(address), {pInfo->callback, pInfo->user}, handle);
+        m_previews.add(bLoggedIn ? userID : -1, std::move(source), {pInfo->callback, pInfo->user}, handle);
     unsigned long error = SELVIK_ERROR_NONE;
     try {
         error = preview->start();

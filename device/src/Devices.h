@@ -29,8 +29,8 @@ public:
     void logout(long userID);
 
 private:
-    /** The address that a request means. */
-    [[nodiscard]] Address addressOf(long userID, const SELVIK_DCM_PREVIEW_INFO &info) const;
+    /** What a request means. */
+    [[nodiscard]] CameraSource sourceOf(long userID, const SELVIK_DCM_PREVIEW_INFO &info) const;
 
     LoginTable m_logins;
     PreviewTable m_previews;

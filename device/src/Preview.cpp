@@ -4,6 +4,7 @@
 #include "device/src/ContainerInput.h"
 #include "device/src/LiveStream.h"
 #include "device/src/RtspInput.h"
+#include "device/src/onvif/OnvifInput.h"
 
 #include <random>
 
@@ -19,7 +20,7 @@ constexpr Milliseconds kConnectLimit{4800};
 // How long the camera may take to answer the request that ends its session.
 constexpr Milliseconds kLeaveLimit{700};
 
-std::unique_ptr<CameraInput> makeInput(const Address &address, TimeSource &time)
+std::unique_ptr<CameraInput> makeStreamInput(const Address &address, TimeSource &time)
 {
     if (address.isRtsp()) {
         return std::make_unique<RtspInput>(address, time);
@@ -27,13 +28,22 @@ std::unique_ptr<CameraInput> makeInput(const Address &address, TimeSource &time)
     return std::make_unique<ContainerInput>(address, time);
 }
 
+std::unique_ptr<CameraInput> makeInput(const CameraSource &source, TimeSource &time)
+{
+    if (source.address.scheme() != Address::Scheme::Onvif) {
+        return makeStreamInput(source.address, time);
+    }
+    return std::make_unique<OnvifInput>(source, time,
+                                        [&time](const Address &address) { return makeStreamInput(address, time); });
+}
+
 } // namespace
 
-Preview::Preview(long handle, long userID, Address address, Callback callback, std::function<void(long)> ended,
+Preview::Preview(long handle, long userID, CameraSource source, Callback callback, std::function<void(long)> ended,
                  TimeSource &time)
     : m_lHandle(handle),
       m_lUserID(userID),
-      m_address(std::move(address)),
+      m_source(std::move(source)),
       m_callback(callback),
       m_ended(std::move(ended)),
       m_time(time)
@@ -149,7 +159,7 @@ void Preview::runConnections()
 
 void Preview::runOneConnection(bool bFirst, bool &bHeaderSent)
 {
-    LiveStream stream(makeInput(m_address, m_time));
+    LiveStream stream(makeInput(m_source, m_time));
     // The camera's session is ended however the connection ends, also after the preview was told to stop: this wait has
     // a stop flag that is never set.
     static const std::atomic<bool> never{false};

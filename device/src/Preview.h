@@ -2,8 +2,8 @@
 #define DEVICE_PREVIEW_H
 
 #include "Selvikdcm.h"
-#include "device/src/Address.h"
 #include "device/src/Bytes.h"
+#include "device/src/CameraSource.h"
 #include "device/src/Patience.h"
 
 #include <atomic>
@@ -35,7 +35,7 @@ public:
     };
 
     /** `ended` is called with the handle, as the last thing that the preview's thread does. `time` must outlive it. */
-    Preview(long handle, long userID, Address address, Callback callback, std::function<void(long)> ended,
+    Preview(long handle, long userID, CameraSource source, Callback callback, std::function<void(long)> ended,
             TimeSource &time);
     ~Preview();
     Preview(const Preview &) = delete;
@@ -70,7 +70,7 @@ private:
 
     const long m_lHandle;
     const long m_lUserID;
-    const Address m_address;
+    const CameraSource m_source;
     const Callback m_callback;
     const std::function<void(long)> m_ended;
     TimeSource &m_time;

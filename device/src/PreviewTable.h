@@ -37,12 +37,12 @@ public:
     PreviewTable(const PreviewTable &) = delete;
     PreviewTable &operator=(const PreviewTable &) = delete;
 
-    [[nodiscard]] std::shared_ptr<Preview> add(long userID, Address address, Preview::Callback callback, long &handle)
+    [[nodiscard]] std::shared_ptr<Preview> add(long userID, CameraSource source, Preview::Callback callback, long &handle)
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         handle = m_lNext++;
         auto preview = std::make_shared<Preview>(
-            handle, userID, std::move(address), callback, [this](long ended) { remove(ended); }, m_time);
+            handle, userID, std::move(source), callback, [this](long ended) { remove(ended); }, m_time);
         m_previews.emplace(handle, preview);
         return preview;
     }
