@@ -16,10 +16,11 @@ struct SchemeName {
     unsigned short port;
 };
 
-constexpr std::array<SchemeName, 4> kNetworkSchemes = {{{"rtsp", Address::Scheme::Rtsp, 554},
+constexpr std::array<SchemeName, 5> kNetworkSchemes = {{{"rtsp", Address::Scheme::Rtsp, 554},
                                                         {"rtsps", Address::Scheme::Rtsps, 322},
                                                         {"http", Address::Scheme::Http, 80},
-                                                        {"https", Address::Scheme::Https, 443}}};
+                                                        {"https", Address::Scheme::Https, 443},
+                                                        {"onvif", Address::Scheme::Onvif, 80}}};
 
 const SchemeName &nameOf(Address::Scheme scheme)
 {
@@ -212,6 +213,14 @@ std::string Address::fill(std::string text, unsigned int channel, unsigned int s
         }
     }
     return text;
+}
+
+Address Address::at(const std::string &host, const Credentials &credentials) const
+{
+    Address address = *this;
+    address.m_host = host;
+    address.m_credentials = credentials;
+    return address;
 }
 
 std::string Address::hostAndPort() const

@@ -19,7 +19,7 @@ struct Credentials {
 };
 
 /**
- * Where a stream comes from: rtsp, rtsps, http, https or file.
+ * Where a stream comes from: rtsp, rtsps, http, https or file; or onvif, a device that is asked where its streams are.
  *
  * Threads: a value. Owns: copies of everything.
  * Errors:  parse() answers nothing for an address that is not understood.
@@ -27,7 +27,7 @@ struct Credentials {
 class Address
 {
 public:
-    enum class Scheme { Rtsp, Rtsps, Http, Https, File };
+    enum class Scheme { Rtsp, Rtsps, Http, Https, Onvif, File };
 
     /** Placeholders may still be inside. Credentials of its own go before `credentials`. */
     [[nodiscard]] static std::optional<Address> parse(const std::string &text, const Credentials &credentials);
@@ -60,6 +60,13 @@ public:
     {
         return m_path;
     }
+    /** From the first slash on, with the query; may be empty. */
+    [[nodiscard]] const std::string &path() const
+    {
+        return m_path;
+    }
+    /** The same address on another host, with other credentials; not of a file address. */
+    [[nodiscard]] Address at(const std::string &host, const Credentials &credentials) const;
     /** The address as a request names it: never with credentials. */
     [[nodiscard]] std::string url() const;
     /** The Host header's value. */

@@ -1,8 +1,8 @@
 #ifndef DEVICE_CAMERAINPUTS_H
 #define DEVICE_CAMERAINPUTS_H
 
-#include "device/src/Address.h"
 #include "device/src/CameraInput.h"
+#include "device/src/CameraSource.h"
 #include "device/src/TimeSource.h"
 
 #include <memory>
@@ -10,8 +10,8 @@
 namespace selvik
 {
 
-/** The connection that an address asks for; it is not opened yet. */
-[[nodiscard]] std::unique_ptr<CameraInput> makeCameraInput(const Address &address, TimeSource &time);
+/** The connection that a source asks for; it is not opened yet. */
+[[nodiscard]] std::unique_ptr<CameraInput> makeCameraInput(const CameraSource &source, TimeSource &time);
 
 } // namespace selvik
 

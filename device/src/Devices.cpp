@@ -25,7 +25,11 @@ Preview::Request Devices::read(long userID, const SELVIK_DCM_PREVIEW_INFO &info)
     if (!address) {
         throw Failure(SELVIK_ERROR_ADDRESS);
     }
-    return {login ? userID : -1, *std::move(address), {info.callback, info.user}, nullptr};
+    // Only the log-in's own address is asked for streams again and again.
+    const bool bKept = login && info.url == nullptr;
+    CameraSource source = {*std::move(address), info.channel, info.streamType,
+                           bKept ? login->kept : std::make_shared<KeptAddresses>()};
+    return {login ? userID : -1, std::move(source), {info.callback, info.user}, nullptr};
 }
 
 long Devices::startPreview(long userID, const SELVIK_DCM_PREVIEW_INFO *pInfo)

@@ -2,8 +2,10 @@
 #define DEVICE_LOGINTABLE_H
 
 #include "device/src/Address.h"
+#include "device/src/onvif/KeptAddresses.h"
 
 #include <map>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -15,6 +17,7 @@ namespace selvik
 struct Login {
     std::string address;
     Credentials credentials;
+    std::shared_ptr<KeptAddresses> kept = std::make_shared<KeptAddresses>(); /**< what an ONVIF device has answered */
 };
 
 /**

@@ -185,8 +185,8 @@ void Preview::noteLost(unsigned long error)
 
 std::unique_ptr<CameraInput> Preview::connect()
 {
-    std::unique_ptr<CameraInput> input = m_services.makeInput(m_request.address, m_time);
-    if (m_request.address.scheme() == Address::Scheme::File) {
+    std::unique_ptr<CameraInput> input = m_services.makeInput(m_request.source, m_time);
+    if (m_request.source.address.scheme() == Address::Scheme::File) {
         // A file's pauses are its own.
         return input;
     }

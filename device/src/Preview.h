@@ -2,8 +2,8 @@
 #define DEVICE_PREVIEW_H
 
 #include "Selvikdcm.h"
-#include "device/src/Address.h"
 #include "device/src/Bytes.h"
+#include "device/src/CameraSource.h"
 #include "device/src/LossWatch.h"
 #include "device/src/Patience.h"
 #include "device/src/PreviewServices.h"
@@ -39,7 +39,7 @@ public:
     /** Who watches what. */
     struct Request {
         long userID = -1;
-        Address address;
+        CameraSource source;
         Callback callback;
         std::shared_ptr<StateTeller::Line> states;
     };

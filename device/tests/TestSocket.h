@@ -44,20 +44,32 @@ inline void closeSocket(TestSocket handle)
 inline void startSockets() {}
 #endif
 
-/** Whether a socket can be read, after at most `duration` of that time; false as soon as `stop` is set. */
-inline bool waitReadable(TimeSource &time, const std::atomic<bool> &stop, TestSocket handle, Milliseconds duration)
+/** Whether a socket can be read, or written, after at most `duration` of that time; false as soon as `stop` is set. */
+inline bool waitForSocket(TimeSource &time, const std::atomic<bool> &stop, TestSocket handle, bool bToWrite,
+                          Milliseconds duration)
 {
-    bool bReadable = false;
+    bool bReady = false;
     (void)time.poll(duration, [&](Milliseconds most) {
         fd_set set;
         FD_ZERO(&set);
         FD_SET(handle, &set);
         timeval value = {};
         value.tv_usec = static_cast<decltype(value.tv_usec)>(most.count() * 1000);
-        bReadable = select(static_cast<int>(handle) + 1, &set, nullptr, nullptr, &value) > 0;
-        return bReadable || stop;
+        bReady = select(static_cast<int>(handle) + 1, bToWrite ? nullptr : &set, bToWrite ? &set : nullptr, nullptr,
+                        &value) > 0;
+        return bReady || stop;
     });
-    return bReadable;
+    return bReady;
+}
+
+inline bool waitReadable(TimeSource &time, const std::atomic<bool> &stop, TestSocket handle, Milliseconds duration)
+{
+    return waitForSocket(time, stop, handle, false, duration);
+}
+
+inline bool waitWritable(TimeSource &time, const std::atomic<bool> &stop, TestSocket handle, Milliseconds duration)
+{
+    return waitForSocket(time, stop, handle, true, duration);
 }
 
 inline sockaddr_in loopback(unsigned short port)

@@ -1,0 +1,94 @@
+#include "device/src/onvif/HttpClient.h"
+
+#include "device/src/Resolver.h"
+#include "device/src/TcpStream.h"
+#include "device/src/TlsStream.h"
+
+namespace selvik
+{
+
+namespace
+{
+
+// As for RTSP: of several addresses, one that never answers must leave time for the next one.
+constexpr Milliseconds kTimeForOneAddress{1500};
+
+} // namespace
+
+HttpResponse HttpClient::post(const HttpTarget &target, const std::string &contentType,
+                              const std::string &authorization, const std::string &body, const Patience &patience)
+{
+    const std::string request = format(target, contentType, authorization, body);
+    for (;;) {
+        const bool bUsedAgain = m_connection != nullptr && m_connectedTo.port == target.port &&
+                                m_connectedTo.bEncrypted == target.bEncrypted;
+        if (!bUsedAgain) {
+            connect(target, patience);
+        }
+        // Kept for the next request only when this one is through.
+        std::unique_ptr<HttpReader> connection = std::move(m_connection);
+        try {
+            connection->send(request, patience);
+            HttpResponse response = connection->read(patience);
+            if (response.bGoesOn) {
+                m_connection = std::move(connection);
+            }
+            return response;
+        } catch (const Failure &failure) {
+            // Devices close connections without a word; one that has not begun to answer gets the request once more.
+            if (failure.error() != SELVIK_ERROR_HOST || !bUsedAgain || connection->hasBegun()) {
+                throw;
+            }
+        }
+    }
+}
+
+void HttpClient::connect(const HttpTarget &target, const Patience &patience)
+{
+    m_connection.reset();
+    m_connectedTo = target;
+    if (!m_reached.empty()) {
+        m_connection = std::make_unique<HttpReader>(open(m_reached, target, patience));
+        return;
+    }
+    const std::vector<std::string> hosts = resolveHost(m_host, patience);
+    for (std::size_t i = 0; i < hosts.size(); ++i) {
+        const bool bLast = i + 1 == hosts.size();
+        try {
+            m_connection = std::make_unique<HttpReader>(
+                open(hosts[i], target, bLast ? patience : patience.atMost(kTimeForOneAddress)));
+            m_reached = hosts[i];
+            return;
+        } catch (const Failure &) {
+            if (bLast) {
+                throw;
+            }
+        }
+    }
+}
+
+std::unique_ptr<ByteStream> HttpClient::open(const std::string &host, const HttpTarget &target,
+                                             const Patience &patience) const
+{
+    const Endpoint remote = {host, target.port};
+    if (target.bEncrypted) {
+        return std::make_unique<TlsStream>(remote, m_host, patience);
+    }
+    return std::make_unique<TcpStream>(Socket::connectTcp(remote, patience));
+}
+
+std::string HttpClient::format(const HttpTarget &target, const std::string &contentType,
+                               const std::string &authorization, const std::string &body) const
+{
+    const unsigned short usual = target.bEncrypted ? 443 : 80;
+    std::string text = "POST " + target.path + " HTTP/1.1\r\nHost: ";
+    text += m_host.find(':') == std::string::npos ? m_host : "[" + m_host + "]";
+    text += target.port == usual ? std::string() : ":" + std::to_string(target.port);
+    text += "\r\nUser-Agent: Selvikdcm\r\nContent-Type: " + contentType + "\r\n";
+    if (!authorization.empty()) {
+        text += "Authorization: " + authorization + "\r\n";
+    }
+    return text + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+}
+
+} // namespace selvik
