@@ -6,7 +6,6 @@
 #include "device/src/Bytes.h"
 #include "device/src/Patience.h"
 
-#include <atomic>
 #include <condition_variable>
 #include <functional>
 #include <memory>
@@ -75,7 +74,7 @@ private:
     const std::function<void(long)> m_ended;
     TimeSource &m_time;
 
-    std::atomic<bool> m_bStop{false}; /**< written under the mutex, read everywhere */
+    StopFlag m_bStop; /**< written under the mutex, read everywhere */
 
     std::mutex m_mutex;
     std::condition_variable m_changed;
