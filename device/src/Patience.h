@@ -3,6 +3,7 @@
 
 #include "Selvikdcm.h"
 #include "device/src/Failure.h"
+#include "device/src/StopFlag.h"
 #include "device/src/TimeSource.h"
 
 #include <algorithm>
@@ -25,10 +26,24 @@ public:
     {
     }
 
+    /** With a flag that ends waits for sockets at once. */
+    Patience(TimeSource &time, const StopFlag &stop, Clock::time_point deadline)
+        : m_pTime(&time), m_pStop(&stop.flag()), m_pWaker(&stop), m_deadline(deadline)
+    {
+    }
+
     /** The same stop flag with a deadline that is no later than this one's. */
     [[nodiscard]] Patience atMost(Milliseconds duration) const
     {
-        return {*m_pTime, *m_pStop, std::min(m_deadline, now() + duration)};
+        Patience shorter = *this;
+        shorter.m_deadline = std::min(m_deadline, now() + duration);
+        return shorter;
+    }
+
+    /** To be waited for together with other sockets, inside pollSockets(); null where there is none. */
+    [[nodiscard]] const Socket *stopSocket() const
+    {
+        return m_pWaker != nullptr ? m_pWaker->socket() : nullptr;
     }
 
     [[nodiscard]] Clock::time_point now() const
@@ -54,6 +69,19 @@ public:
         });
         return bReady;
     }
+    /** The same, where `isReady` waits for the stop socket too. Then it may wait for as long as there is patience. */
+    [[nodiscard]] bool pollSockets(const std::function<bool(Milliseconds)> &isReady) const
+    {
+        if (stopSocket() == nullptr) {
+            return poll(isReady);
+        }
+        bool bReady = false;
+        (void)m_pTime->pollWoken(left(), [&](Milliseconds most) {
+            bReady = isReady(most);
+            return bReady || isStopped();
+        });
+        return bReady;
+    }
     /** As TimeSource::wait(), likewise; whoever stops does not have to notify. */
     bool wait(std::unique_lock<std::mutex> &lock, std::condition_variable &changed,
               const std::function<bool()> &condition) const
@@ -67,8 +95,12 @@ public:
     /** Returns when the time has come or the patience is over. */
     void sleepUntil(Clock::time_point time) const
     {
-        (void)atMost(std::chrono::ceil<Milliseconds>(time - now())).poll([](Milliseconds most) {
-            std::this_thread::sleep_for(most);
+        (void)atMost(std::chrono::ceil<Milliseconds>(time - now())).pollSockets([this](Milliseconds most) {
+            if (m_pWaker != nullptr) {
+                m_pWaker->sleep(most);
+            } else {
+                std::this_thread::sleep_for(most);
+            }
             return false;
         });
     }
@@ -102,6 +134,7 @@ private:
 
     TimeSource *m_pTime;
     const std::atomic<bool> *m_pStop;
+    const StopFlag *m_pWaker = nullptr;
     Clock::time_point m_deadline;
 };
 

@@ -8,7 +8,6 @@
 #include "device/src/Patience.h"
 #include "device/src/PreviewServices.h"
 
-#include <atomic>
 #include <condition_variable>
 #include <functional>
 #include <memory>
@@ -91,7 +90,7 @@ private:
     TimeSource &m_time;
     LossWatch m_loss; /**< of the preview's thread */
 
-    std::atomic<bool> m_bStop{false}; /**< written under the mutex, read everywhere */
+    StopFlag m_bStop; /**< written under the mutex, read everywhere */
 
     std::mutex m_mutex;
     std::condition_variable m_changed;

@@ -14,6 +14,8 @@
 #include <unistd.h>
 #endif
 
+#include <algorithm>
+#include <cstring>
 #include <utility>
 
 namespace selvik
@@ -211,6 +213,39 @@ Socket Socket::bindUdp(bool bIpv6, unsigned short port)
     return ::bind(handle, native(address), static_cast<socklen_t>(address.size())) == 0 ? std::move(socket) : Socket();
 }
 
+Socket Socket::toItself()
+{
+    startSockets();
+    const NativeSocket handle = ::socket(AF_INET, SOCK_DGRAM, IPPROTO_UDP);
+    if (handle == kNoSocket) {
+        return {};
+    }
+    Socket socket(static_cast<Handle>(handle));
+    makeNonBlocking(handle);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    auto *const pAddress = reinterpret_cast<sockaddr *>(&address);
+    socklen_t size = sizeof address;
+    const bool bDone = ::bind(handle, pAddress, size) == 0 && getsockname(handle, pAddress, &size) == 0 &&
+                       ::connect(handle, pAddress, size) == 0;
+    return bDone ? std::move(socket) : Socket();
+}
+
+void Socket::sendToItself() const
+{
+    const char byte = 1;
+    (void)::send(native(m_handle), &byte, 1, kSendFlags);
+}
+
+bool Socket::awaitItself(Milliseconds duration) const
+{
+    PollEntry entry = {};
+    entry.fd = native(m_handle);
+    entry.events = POLLIN;
+    return pollNative(&entry, 1, duration) > 0;
+}
+
 unsigned short Socket::localPort() const
 {
     sockaddr_storage storage = {};
@@ -280,15 +315,23 @@ void Socket::sendTo(const SocketAddress &remote, const Bytes &data)
 bool Socket::waitReadable(const std::vector<const Socket *> &sockets, const Patience &patience)
 {
     std::vector<PollEntry> entries;
-    entries.reserve(sockets.size());
-    for (const Socket *pSocket : sockets) {
+    const auto add = [&entries](const Socket &socket) {
         PollEntry entry = {};
-        entry.fd = native(pSocket->m_handle);
+        entry.fd = native(socket.m_handle);
         entry.events = POLLIN;
         entries.push_back(entry);
+    };
+    for (const Socket *pSocket : sockets) {
+        add(*pSocket);
     }
-    return patience.poll(
-        [&entries](Milliseconds duration) { return pollNative(entries.data(), entries.size(), duration) > 0; });
+    if (const Socket *pStop = patience.stopSocket()) {
+        add(*pStop);
+    }
+    return patience.pollSockets([&](Milliseconds duration) {
+        const auto end = entries.begin() + static_cast<std::ptrdiff_t>(sockets.size());
+        return pollNative(entries.data(), entries.size(), duration) > 0 &&
+               std::any_of(entries.begin(), end, [](const PollEntry &entry) { return entry.revents != 0; });
+    });
 }
 
 } // namespace selvik

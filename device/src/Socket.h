@@ -30,6 +30,13 @@ public:
     /** A datagram socket on a port of its own choice (0) or a given one; invalid when that port is taken. */
     [[nodiscard]] static Socket bindUdp(bool bIpv6, unsigned short port);
 
+    /** A datagram socket on loopback that gets what it sends; invalid when there is none to be had. */
+    [[nodiscard]] static Socket toItself();
+    /** Makes such a socket readable, for good. */
+    void sendToItself() const;
+    /** Whether such a socket is readable within that time. */
+    [[nodiscard]] bool awaitItself(Milliseconds duration) const;
+
     [[nodiscard]] bool isValid() const
     {
         return m_handle != kInvalid;

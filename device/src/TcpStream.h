@@ -16,12 +16,16 @@ public:
 
     [[nodiscard]] std::size_t receive(std::uint8_t *pBuffer, std::size_t capacity, const Patience &patience) override
     {
+        // Where the last read did not fill its buffer there was no more, and asking again would only cost a call.
+        bool bMayHaveMore = std::exchange(m_bMayHaveMore, true) || patience.isOver();
         for (;;) {
-            const std::size_t received = m_socket.receive(pBuffer, capacity);
-            if (received > 0 || patience.isOver()) {
+            const std::size_t received = bMayHaveMore ? m_socket.receive(pBuffer, capacity) : 0;
+            if (received > 0 || (bMayHaveMore && patience.isOver())) {
+                m_bMayHaveMore = received == capacity;
                 return received;
             }
             (void)Socket::waitReadable({&m_socket}, patience);
+            bMayHaveMore = true;
         }
     }
 
@@ -37,6 +41,7 @@ public:
 
 private:
     Socket m_socket;
+    bool m_bMayHaveMore = true;
 };
 
 } // namespace selvik

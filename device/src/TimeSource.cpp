@@ -31,21 +31,33 @@ public:
     {
         // So long a stop flag may go unnoticed.
         constexpr Milliseconds kSlice{30};
+        return pollInSlices(duration, kSlice, isReady);
+    }
+
+    bool pollWoken(Milliseconds duration, const std::function<bool(Milliseconds)> &isReady) override
+    {
+        constexpr Milliseconds kSlice{1000};
+        return pollInSlices(duration, kSlice, isReady);
+    }
+
+    [[nodiscard]] std::shared_ptr<void> presence() override
+    {
+        return nullptr;
+    }
+
+private:
+    bool pollInSlices(Milliseconds duration, Milliseconds slice, const std::function<bool(Milliseconds)> &isReady) const
+    {
         const Clock::time_point end = now() + duration;
         for (;;) {
             const auto left = std::chrono::ceil<Milliseconds>(end - now());
-            if (isReady(std::clamp(left, Milliseconds(0), kSlice))) {
+            if (isReady(std::clamp(left, Milliseconds(0), slice))) {
                 return true;
             }
             if (now() >= end) {
                 return false;
             }
         }
-    }
-
-    [[nodiscard]] std::shared_ptr<void> presence() override
-    {
-        return nullptr;
     }
 };
 

@@ -44,6 +44,15 @@ public:
      */
     virtual bool poll(Milliseconds duration, const std::function<bool(Milliseconds)> &isReady) = 0;
 
+    /**
+     * As poll(), where whoever ends the wait also wakes what `isReady` waits in: it may wait for as long as a second. A
+     * lost wake costs that much.
+     */
+    virtual bool pollWoken(Milliseconds duration, const std::function<bool(Milliseconds)> &isReady)
+    {
+        return poll(duration, isReady);
+    }
+
     void sleep(Milliseconds duration);
 
     /**

@@ -20,7 +20,8 @@ using Overlay = std::function<void(void *pContext)>;
 /**
  * Shows pictures in one window.
  *
- * Threads: made, used and destroyed on one presenting thread. Never waits for the thread that owns the window.
+ * Threads: one at a time, and not always the same one. Never waits for the thread that owns the window, nor sends that
+ *          window a message.
  * Errors:  a window that is gone or has no size shows nothing; never throws.
  */
 class Presenter
@@ -31,6 +32,8 @@ public:
     Presenter(const Presenter &) = delete;
     Presenter &operator=(const Presenter &) = delete;
 
+    /** Whether any of the window's client area can be seen now. Cheap: it is asked for each picture. */
+    [[nodiscard]] virtual bool canBeSeen() = 0;
     /** Stretches the region over the window's client area, lets the overlay draw, then makes both visible at once. */
     virtual void present(const Picture &picture, const PixelRect &region, const Overlay &overlay) = 0;
 };

@@ -104,8 +104,8 @@ void Playback::close()
         runs = takeRuns();
     }
     m_changed.notifyAll();
-    endFeed();
     endRuns(runs);
+    endFeed();
 }
 
 std::vector<std::shared_ptr<Playback::Run>> Playback::takeRuns()
@@ -121,13 +121,15 @@ std::vector<std::shared_ptr<Playback::Run>> Playback::takeRuns()
 
 void Playback::endRuns(const std::vector<std::shared_ptr<Run>> &runs)
 {
+    const auto self = std::this_thread::get_id();
     for (const auto &pRun : runs) {
-        if (pRun->thread.get_id() == std::this_thread::get_id()) {
-            const std::lock_guard lock(m_mutex);
+        std::unique_lock lock(m_mutex);
+        if (pRun->thread.get_id() == self || m_showing == self) {
             m_leaving.push_back(pRun);
-        } else {
-            m_clock.join(pRun->thread);
+            continue;
         }
+        lock.unlock();
+        m_clock.join(pRun->thread);
     }
 }
 
@@ -183,13 +185,19 @@ void Playback::presentLoop(const std::shared_ptr<Run> &pRun)
     } catch (...) {
         // Nothing may leave a thread, or the process ends. This one gives up; the port can still be stopped.
     }
+    // Before the port counts as stopped. A decoding thread may be showing in it at this moment.
+    awaitTurn(lock);
+    const auto pPresenter = std::exchange(m_pPresenter, nullptr);
+    lock.unlock();
 }
 
 void Playback::showUntilQuit(const Run &run, std::unique_lock<std::mutex> &lock)
 {
-    std::unique_ptr<Presenter> pPresenter;
-    WindowHandle shownIn = nullptr;
     while (!run.quit) {
+        if (m_showing != std::thread::id()) {
+            awaitTurn(lock);
+            continue;
+        }
         const Moment now = m_clock.now();
         adoptPictures(now);
         // The end comes before redrawing: in a slow window a redraw is always due.
@@ -198,34 +206,101 @@ void Playback::showUntilQuit(const Run &run, std::unique_lock<std::mutex> &lock)
             m_pCallbacks->fileEnd.call();
             lock.lock();
         } else if (isPresentationDue(now)) {
-            showOnce(pPresenter, shownIn, lock);
+            showOnce(lock);
         } else {
-            m_changed.waitUntil(lock, nextWake(now));
+            m_wake = nextWake(now);
+            m_changed.waitUntil(lock, m_wake);
         }
     }
 }
 
-void Playback::showOnce(std::unique_ptr<Presenter> &pPresenter, WindowHandle &shownIn,
-                        std::unique_lock<std::mutex> &lock)
+void Playback::awaitTurn(std::unique_lock<std::mutex> &lock)
 {
-    Presentation job{m_current, {0, 0, m_current.shape.width, m_current.shape.height}, m_window};
+    ++m_nAwaitingTurn;
+    m_changed.wait(lock, [this] { return m_showing == std::thread::id(); });
+    --m_nAwaitingTurn;
+}
+
+class Playback::Turn
+{
+public:
+    Turn(Playback &playback, std::unique_lock<std::mutex> &lock) : m_playback(playback), m_lock(lock)
+    {
+        m_playback.m_showing = std::this_thread::get_id();
+        m_lock.unlock();
+    }
+
+    ~Turn()
+    {
+        m_lock.lock();
+        m_playback.m_showing = std::thread::id();
+        if (m_playback.m_nAwaitingTurn > 0) {
+            m_playback.m_changed.notifyAll();
+        }
+    }
+
+    Turn(const Turn &) = delete;
+    Turn &operator=(const Turn &) = delete;
+
+private:
+    Playback &m_playback;
+    std::unique_lock<std::mutex> &m_lock;
+};
+
+void Playback::showOnce(std::unique_lock<std::mutex> &lock)
+{
+    const Picture picture = m_current;
+    const WindowHandle window = m_window;
+    PixelRect shown{0, 0, picture.shape.width, picture.shape.height};
     if (m_region) {
-        const PixelRect region = m_region->on(job.picture.shape);
-        job.region = region.isEmpty() ? job.region : region;
+        const PixelRect region = m_region->on(picture.shape);
+        shown = region.isEmpty() ? shown : region;
     }
     m_bFresh = false;
     m_presented = m_clock.now();
-    lock.unlock();
-    if (!pPresenter || shownIn != job.window) {
-        pPresenter = m_platform.makePresenter(job.window);
-        shownIn = job.window;
+    {
+        const Turn turn(*this, lock);
+        present(picture, shown, window);
+    }
+    m_took = m_clock.now() - m_presented;
+}
+
+void Playback::present(const Picture &picture, const PixelRect &region, WindowHandle window)
+{
+    if (!m_pPresenter || m_shownIn != window) {
+        m_pPresenter = m_platform.makePresenter(window);
+        m_shownIn = window;
+    }
+    if (!m_pPresenter->canBeSeen()) {
+        return;
     }
     Overlay overlay;
     if (m_pCallbacks->draw.isSet()) {
         overlay = [this](void *pContext) { m_pCallbacks->draw.call(pContext); };
     }
-    pPresenter->present(job.picture, job.region, overlay);
-    lock.lock();
+    m_pPresenter->present(picture, region, overlay);
+}
+
+void Playback::presentHere()
+{
+    {
+        std::unique_lock lock(m_mutex);
+        if (m_pRun && m_showing == std::thread::id() && m_took <= kQuick) {
+            const Moment now = m_clock.now();
+            adoptPictures(now);
+            if (m_bFresh && isPresentationDue(now)) {
+                // A picture that could not be shown for lack of memory is none that cannot be decoded.
+                try {
+                    showOnce(lock);
+                } catch (...) {
+                }
+                if (nextWake(m_clock.now()) >= m_wake) {
+                    return;
+                }
+            }
+        }
+    }
+    m_changed.notifyAll();
 }
 
 } // namespace player

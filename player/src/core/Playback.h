@@ -41,10 +41,14 @@ struct DisplayRegion {
  *
  * Which picture is on display, and when, is told by the kind of source: FilePlayback, LivePlayback.
  *
- * Threads: any. The presenting thread shows pictures and calls the host's callbacks, with no lock held. Stopping waits
- *          for that thread, except from inside a callback: then the thread goes when the callback has returned.
+ * Threads: any. The presenting thread shows pictures and calls the host's callbacks, with no lock held; a thread that
+ *          decodes may do so in its place where it has nothing else to do, see presentHere(). Only one of them shows at
+ *          a time. Stopping waits for them, except from inside a callback: then they go when the callback has returned.
  * Owns:    the presenting thread, the presenter. Borrows the platform. Kept alive by the presenting thread.
  * Errors:  as returned; never throws but std::bad_alloc and std::system_error.
+ *
+ * In a window of which nothing can be seen nothing is presented, and the draw callback is not called. What is on display
+ * goes on all the same, and is presented when the window is asked about the next time, at most a redrawing later.
  *
  * Order of locks: m_mutex, then those of what feeds it with pictures.
  */
@@ -80,9 +84,17 @@ protected:
     static constexpr std::chrono::milliseconds kSoon{15};
     /** More pictures than anybody can see fall due at high speed, and after a delay. */
     static constexpr std::chrono::milliseconds kLeastInterval{10};
+    /** Showing that takes longer is left to the presenting thread, so that decoding goes on beside it. */
+    static constexpr std::chrono::milliseconds kQuick{10};
 
     Playback(Platform &platform, std::shared_ptr<PortCallbacks> pCallbacks);
 
+    /**
+     * On a decoding thread that has no picture to decode: takes over what has fallen due and presents it, which saves
+     * waking the presenting thread. That one is told instead while it shows, or where showing takes so long that the
+     * next picture would have to wait to be decoded.
+     */
+    void presentHere();
     /** Whoever is about to wait for m_changed has either seen what changed before this call, or is woken. */
     void tellChanged();
     /** Waits for presenting threads that left from inside their callbacks. Only from destructors. */
@@ -128,18 +140,17 @@ private:
         bool quit = false;
     };
 
-    struct Presentation {
-        Picture picture;
-        PixelRect region;
-        WindowHandle window = nullptr;
-    };
+    /** Somebody's turn to show; gives it back at its end. */
+    class Turn;
 
     void startRun();
     std::vector<std::shared_ptr<Run>> takeRuns();
     void endRuns(const std::vector<std::shared_ptr<Run>> &runs);
     void presentLoop(const std::shared_ptr<Run> &pRun);
     void showUntilQuit(const Run &run, std::unique_lock<std::mutex> &lock);
-    void showOnce(std::unique_ptr<Presenter> &pPresenter, WindowHandle &shownIn, std::unique_lock<std::mutex> &lock);
+    void awaitTurn(std::unique_lock<std::mutex> &lock);
+    void showOnce(std::unique_lock<std::mutex> &lock);
+    void present(const Picture &picture, const PixelRect &region, WindowHandle window);
 
     // Guarded by m_mutex.
     std::optional<DisplayRegion> m_region;
@@ -147,6 +158,17 @@ private:
     std::shared_ptr<Run> m_pRun;
     /** Ended from inside their own callbacks; whoever comes next from another thread waits for them. */
     std::vector<std::shared_ptr<Run>> m_leaving;
+    /** The thread that shows a picture at this moment. */
+    std::thread::id m_showing;
+    int m_nAwaitingTurn = 0;
+    /** When the presenting thread looks again by itself. */
+    Moment m_wake;
+    /** How long the last presentation took, the draw callback included. */
+    Moment::duration m_took{};
+
+    // The thread whose turn it is.
+    std::unique_ptr<Presenter> m_pPresenter;
+    WindowHandle m_shownIn = nullptr;
 };
 
 } // namespace player

@@ -35,13 +35,17 @@ LiveFeed::LiveFeed(Clock &clock, std::vector<std::uint8_t> header, std::size_t b
 LiveFeed::~LiveFeed()
 {
     stop();
+    if (m_thread.joinable()) {
+        // The thread stopped itself and held the last reference to the owner. It has nothing to do any more.
+        m_thread.detach();
+    }
 }
 
-void LiveFeed::start()
+void LiveFeed::start(std::shared_ptr<void> pOwner)
 {
     const std::lock_guard lock(m_mutex);
     if (!m_thread.joinable() && !m_bStop) {
-        m_thread = m_clock.startThread([this] { run(); });
+        m_thread = m_clock.startThread([this, pOwner = std::move(pOwner)] { run(); });
     }
 }
 
@@ -51,7 +55,9 @@ void LiveFeed::stop()
     {
         const std::lock_guard lock(m_mutex);
         m_bStop = true;
-        thread.swap(m_thread);
+        if (m_thread.get_id() != std::this_thread::get_id()) {
+            thread.swap(m_thread);
+        }
     }
     m_buffer.interrupt();
     m_room.notifyAll();
@@ -259,7 +265,10 @@ void LiveFeed::collectWaiting()
 void LiveFeed::decode(const LivePacket &packet)
 {
     m_decoder.feed(packet, m_demuxer.pictureStream(), m_demuxer.isWithoutTimes());
-    for (Picture picture = m_decoder.take(); picture; picture = m_decoder.take()) {
+    Picture next = m_decoder.take();
+    while (next) {
+        Picture picture = std::exchange(next, m_decoder.take());
+        m_bMoreDecoded = static_cast<bool>(next);
         publish(std::move(picture));
     }
 }

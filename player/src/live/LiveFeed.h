@@ -9,6 +9,7 @@
 #include <atomic>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <thread>
@@ -27,7 +28,8 @@ enum class StreamMode { RealTime, File };
  * are left out, then everything before the newest key picture that has come; and where that does not help, everything
  * up to the next one. By the stream's clock the pictures queue up, and the buffer behind them fills.
  *
- * Threads: any. `changed` is called on the decoding thread with no lock held. push() never waits for decoding.
+ * Threads: any. `changed` is called on the decoding thread with no lock held; it may show what has come, and stop or
+ *          destroy the feed from there. push() never waits for decoding.
  * Owns:    the decoding thread, the source buffer, demuxer and decoder, and at most the queue of pictures.
  * Errors:  failure(), once the stream has turned out not to be playable; nothing more is taken then.
  */
@@ -40,8 +42,12 @@ public:
     LiveFeed(const LiveFeed &) = delete;
     LiveFeed &operator=(const LiveFeed &) = delete;
 
-    void start();
-    /** Ends the thread; waits for the picture that is being decoded and for nothing else. */
+    /** The thread keeps the owner alive, which owns this feed, until it has ended. */
+    void start(std::shared_ptr<void> pOwner = nullptr);
+    /**
+     * Ends the thread; waits for the picture that is being decoded and for what `changed` does. From inside `changed`
+     * it waits for nothing, and the thread ends when that has returned.
+     */
     void stop();
 
     Error push(const std::uint8_t *pData, std::size_t size);
@@ -56,6 +62,11 @@ public:
     [[nodiscard]] std::optional<std::int64_t> nextTime() const;
     [[nodiscard]] std::optional<PictureShape> shape() const;
     [[nodiscard]] Error failure() const;
+    /** Inside `changed`: nothing waits to be decoded. */
+    [[nodiscard]] bool isIdle() const
+    {
+        return !m_bMoreDecoded && m_group.isEmpty() && m_buffer.available() == 0;
+    }
 
 private:
     // The decoding thread.
@@ -87,6 +98,8 @@ private:
     std::optional<Moment> m_lateSince;
     /** The demuxer is at work further up the stack and must not be asked for more. */
     bool m_bReading = false;
+    /** The picture that is being published came out of the decoder together with a later one. */
+    bool m_bMoreDecoded = false;
 
     // Guarded by m_mutex.
     mutable std::mutex m_mutex;

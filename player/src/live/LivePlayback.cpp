@@ -15,6 +15,10 @@ using std::chrono::milliseconds;
 constexpr std::chrono::seconds kIdle{5};
 /** A picture that is late by less is expected any moment. */
 constexpr milliseconds kJitter{10};
+/** Pictures that come so soon after each other are not drawn anew in between … */
+constexpr milliseconds kFlowing{60};
+/** … unless so many of them in a row do not come. */
+constexpr int kMostMissing = 3;
 /** Times that jump by more start a new count; pictures that are late by more than the second do so too. */
 constexpr std::int64_t kMostStep = 5000000;
 constexpr std::chrono::seconds kMostLate{1};
@@ -25,7 +29,7 @@ LivePlayback::LivePlayback(Platform &platform, std::vector<std::uint8_t> header,
                            StreamMode mode, std::shared_ptr<PortCallbacks> pCallbacks)
     : Playback(platform, std::move(pCallbacks)),
       m_mode(mode),
-      m_feed(platform.clock(), std::move(header), bufferSize, mode, [this] { tellChanged(); })
+      m_feed(platform.clock(), std::move(header), bufferSize, mode, [this] { feedChanged(); })
 {
 }
 
@@ -37,7 +41,17 @@ LivePlayback::~LivePlayback()
 
 void LivePlayback::start()
 {
-    m_feed.start();
+    m_feed.start(shared_from_this());
+}
+
+void LivePlayback::feedChanged()
+{
+    // By the stream's times a picture is shown later than it is decoded.
+    if (m_mode == StreamMode::RealTime && m_feed.isIdle()) {
+        presentHere();
+    } else {
+        tellChanged();
+    }
 }
 
 Error LivePlayback::push(const std::uint8_t *pData, std::size_t size)
@@ -142,11 +156,21 @@ bool LivePlayback::isPresentationDue(Moment now) const
     return now >= (m_bFresh ? m_presented + kLeastInterval : redrawAt());
 }
 
+bool LivePlayback::areComing(Moment now) const
+{
+    return m_state == State::Playing && m_mode == StreamMode::RealTime && m_interval <= kFlowing &&
+           now < m_adopted + m_interval + kJitter;
+}
+
 Moment LivePlayback::nextWake(Moment now) const
 {
     Moment wake = now + kIdle;
     if (m_current) {
         wake = m_bFresh ? m_presented + kLeastInterval : redrawAt();
+        if (!m_bFresh && areComing(now)) {
+            // The decoding thread shows them. This one only looks now and then whether it still does.
+            wake = std::max(wake, m_adopted + kMostMissing * m_interval);
+        }
     }
     if (m_nextDue && m_state == State::Playing) {
         wake = std::min(wake, *m_nextDue);

@@ -11,8 +11,9 @@ namespace player
  * One pushed stream: in real time the newest picture is on display; otherwise the one that is due by the stream's
  * times.
  *
- * Threads: any. push() never waits for decoding or presenting.
- * Owns:    the feed with its thread.
+ * Threads: any. push() never waits for decoding or presenting. In real time the decoding thread presents what it has
+ *          decoded, where nothing waits to be decoded; see Playback::presentHere().
+ * Owns:    the feed with its thread, which keeps this alive until it has ended: close() ends it.
  * Units:   microseconds from the first picture.
  */
 class LivePlayback : public Playback
@@ -43,7 +44,11 @@ private:
     [[nodiscard]] std::optional<PictureShape> shapeLocked() const override;
     void endFeed() override;
 
+    /** On the decoding thread: there is a picture, or none can be had from the stream. */
+    void feedChanged();
     void adopt(Picture picture, Moment now);
+    /** The next picture is expected soon, and nothing says that it will not come. */
+    [[nodiscard]] bool areComing(Moment now) const;
     /** By the stream's times: when a picture is to be shown; the clock is set anew where these make no sense. */
     Moment dueTime(std::int64_t time, Moment now);
     [[nodiscard]] Moment redrawAt() const;

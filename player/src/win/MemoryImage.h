@@ -24,6 +24,7 @@ public:
 
     /** False when the system has no room for one of that size; there is none then. */
     bool resize(int width, int height);
+    void free();
 
     [[nodiscard]] HDC dc() const
     {
@@ -37,8 +38,6 @@ public:
     }
 
 private:
-    void free();
-
     HDC m_hDc = nullptr;
     HBITMAP m_hBitmap = nullptr;
     HGDIOBJ m_hBefore = nullptr;

@@ -27,6 +27,22 @@ WindowPresenter::~WindowPresenter()
     timeEndPeriod(kTimerResolution);
 }
 
+bool WindowPresenter::canBeSeen()
+{
+    // None of these sends a message. A window is visible only if its parents are.
+    RECT client{};
+    const bool bSeen = IsWindowVisible(m_hWnd) && !IsIconic(GetAncestor(m_hWnd, GA_ROOT)) &&
+                       GetClientRect(m_hWnd, &client) && client.right > 0 && client.bottom > 0;
+    if (!bSeen && m_image.dc()) {
+        // It may stay so for long.
+        m_pInImage.reset();
+        m_image.free();
+        m_clean.free();
+        m_converter.trim();
+    }
+    return bSeen;
+}
+
 bool WindowPresenter::matchClientSize()
 {
     RECT client{};
@@ -49,8 +65,6 @@ bool WindowPresenter::isInImage(const Picture &picture, const PixelRect &region)
 
 bool WindowPresenter::convert(const Picture &picture, const PixelRect &region, const MemoryImage &image)
 {
-    // GDI may still be reading what the conversion writes over.
-    GdiFlush();
     return m_converter.convert(*picture.pFrame, picture.shape, region, image.pixels());
 }
 
@@ -82,6 +96,11 @@ bool WindowPresenter::restoreImage(const Picture &picture, const PixelRect &regi
 
 void WindowPresenter::present(const Picture &picture, const PixelRect &region, const Overlay &overlay)
 {
+    const gdi::WindowDc window(m_hWnd);
+    RECT visible{};
+    if (!window.get() || GetClipBox(window.get(), &visible) == NULLREGION) {
+        return;
+    }
     if (!matchClientSize() || !prepareImage(picture, region)) {
         return;
     }
@@ -90,10 +109,9 @@ void WindowPresenter::present(const Picture &picture, const PixelRect &region, c
         const gdi::SavedDc saved(m_image.dc());
         overlay(m_image.dc());
     }
-    const gdi::WindowDc window(m_hWnd);
-    if (window.get()) {
-        BitBlt(window.get(), 0, 0, m_image.pixels().width, m_image.pixels().height, m_image.dc(), 0, 0, SRCCOPY);
-    }
+    BitBlt(window.get(), 0, 0, m_image.pixels().width, m_image.pixels().height, m_image.dc(), 0, 0, SRCCOPY);
+    // GDI keeps a thread's calls back. The next picture may be converted into the image by another thread.
+    GdiFlush();
 }
 
 } // namespace player

@@ -15,9 +15,10 @@ namespace player
 /**
  * Shows pictures in a window of any thread of this process, without ever sending that window a message.
  *
- * A picture that is shown again, as while paused, is not converted again.
+ * A picture that is shown again, as while paused, is not converted again. Where the layout has put the whole window
+ * behind or outside of others, nothing is converted, and the overlay does not draw.
  *
- * Threads: one presenting thread.
+ * Threads: one at a time.
  * Owns:    memory images of the window's client size, and the converter. Borrows the window, which may vanish.
  */
 class WindowPresenter : public Presenter
@@ -26,6 +27,7 @@ public:
     explicit WindowPresenter(HWND hWnd);
     ~WindowPresenter() override;
 
+    [[nodiscard]] bool canBeSeen() override;
     void present(const Picture &picture, const PixelRect &region, const Overlay &overlay) override;
 
 private:

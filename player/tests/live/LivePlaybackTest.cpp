@@ -521,6 +521,202 @@ TEST_F(LivePlaybackTest, ClosesFromInsideTheDrawCallback)
     EXPECT_EQ(stream.push(*m_port, 1, 2), Error::Order);
 }
 
+TEST_F(LivePlaybackTest, IsShownByTheThreadThatDecodedItWhereNothingWaits)
+{
+    const PushedStream stream = liveMatroska("h264.avi");
+    open(stream);
+    // How soon the pictures come is not known at first, so that they are drawn anew in between.
+    showEach(stream, 0, 5);
+    m_platform.forget();
+    showEach(stream, 5, 25);
+    const auto changes = m_platform.changes();
+    m_platform.forget();
+    m_clock.advance(300ms);
+    const auto redrawn = m_platform.shown();
+    ASSERT_EQ(changes.size(), 20u);
+    ASSERT_FALSE(redrawn.empty());
+    for (const Shown &shown : changes) {
+        EXPECT_EQ(shown.thread, changes.front().thread) << shown.number;
+    }
+    // The other thread is there for the pictures that are shown for long.
+    EXPECT_NE(redrawn.front().thread, changes.front().thread);
+}
+
+TEST_F(LivePlaybackTest, WakesHardlyMoreThanOneThreadForEachPicture)
+{
+    const PushedStream stream = liveMatroska("h264.avi");
+    open(stream);
+    showEach(stream, 0, 5);
+    const int before = m_clock.wakes();
+    showEach(stream, 5, 65);
+    EXPECT_LE(m_clock.wakes() - before, 95);
+}
+
+TEST_F(LivePlaybackTest, LeavesASlowDrawCallbackToTheOtherThreadAndTakesTheQuickOneBack)
+{
+    const PushedStream stream = liveMatroska("h264.avi");
+    open(stream);
+    std::chrono::milliseconds effort{0};
+    m_port->callbacks().draw.set([&](void *) { m_clock.spend(effort); });
+    showEach(stream, 0, 2);
+    const auto decoding = m_platform.shown().front().thread;
+    effort = 15ms;
+    for (std::size_t i = 2; i < 6; ++i) {
+        ASSERT_EQ(stream.push(*m_port, i, i + 1), Error::None);
+        m_clock.advance(kInterval);
+    }
+    EXPECT_NE(m_platform.changes().back().thread, decoding);
+    effort = 0ms;
+    for (std::size_t i = 6; i < 9; ++i) {
+        ASSERT_EQ(stream.push(*m_port, i, i + 1), Error::None);
+        m_clock.advance(kInterval);
+    }
+    EXPECT_EQ(m_platform.changes().back().thread, decoding);
+    EXPECT_EQ(m_platform.numbers().size(), 9u);
+    m_port->callbacks().draw.set(nullptr);
+}
+
+TEST_F(LivePlaybackTest, StoppingWaitsForTheDrawCallbackWhateverThreadItRunsOn)
+{
+    const PushedStream stream = liveMatroska("h264.avi");
+    open(stream);
+    std::atomic<bool> begun{false};
+    std::atomic<bool> ended{false};
+    m_port->callbacks().draw.set([&](void *) {
+        begun = true;
+        m_clock.spend(1s);
+        ended = true;
+    });
+    ASSERT_EQ(stream.push(*m_port, 0, 1), Error::None);
+    m_clock.settle();
+    ASSERT_TRUE(begun);
+    ASSERT_FALSE(ended);
+    EXPECT_EQ(m_port->stop(), Error::None);
+    EXPECT_TRUE(ended);
+    EXPECT_EQ(m_platform.presenters(), 0);
+    m_port->callbacks().draw.set(nullptr);
+}
+
+TEST_F(LivePlaybackTest, StopsFromInsideTheDrawCallbackAndPlaysAgain)
+{
+    const PushedStream stream = liveMatroska("h264.avi");
+    open(stream);
+    std::atomic<int> stopped{0};
+    m_port->callbacks().draw.set([&](void *) { stopped += m_port->stop() == Error::None ? 1 : 0; });
+    ASSERT_EQ(stream.push(*m_port, 0, 1), Error::None);
+    m_clock.settle();
+    EXPECT_EQ(stopped, 1);
+    EXPECT_EQ(m_platform.presenters(), 0);
+    m_port->callbacks().draw.set(nullptr);
+    ASSERT_EQ(m_port->play(nullptr), Error::None);
+    showEach(stream, 25, 30);
+}
+
+TEST_F(LivePlaybackTest, PresentsNothingInAWindowThatCannotBeSeenAndTheNewestPictureWhenItCan)
+{
+    const PushedStream stream = liveMatroska("h264.avi");
+    open(stream);
+    showEach(stream, 0, 5);
+    std::atomic<int> drawn{0};
+    m_port->callbacks().draw.set([&](void *) { ++drawn; });
+    m_platform.setSeen(false);
+    m_platform.forget();
+    for (std::size_t i = 5; i < 30; ++i) {
+        ASSERT_EQ(stream.push(*m_port, i, i + 1), Error::None);
+        m_clock.advance(kInterval);
+    }
+    EXPECT_EQ(drawn, 0);
+    EXPECT_TRUE(m_platform.shown().empty());
+    // The stream went on: captures see its newest picture.
+    std::vector<std::uint8_t> file;
+    unsigned long seconds = 0;
+    EXPECT_EQ(m_port->jpeg(std::nullopt, 85, file), Error::None);
+    EXPECT_EQ(m_port->playedSeconds(seconds), Error::None);
+    EXPECT_EQ(seconds, 1u);
+    m_platform.setSeen(true);
+    m_clock.advance(kInterval);
+    EXPECT_EQ(m_platform.number(), 29);
+    EXPECT_GE(drawn, 1);
+    showEach(stream, 30, 35);
+    m_port->callbacks().draw.set(nullptr);
+}
+
+TEST_F(LivePlaybackTest, APausedPictureIsThereWhenItsWindowCanBeSeenAgain)
+{
+    const PushedStream stream = liveMatroska("h264.avi");
+    open(stream);
+    m_platform.setSeen(false);
+    ASSERT_EQ(stream.push(*m_port, 0, 5), Error::None);
+    m_clock.advance(kInterval);
+    ASSERT_EQ(m_port->pause(1), Error::None);
+    m_clock.advance(10s);
+    EXPECT_TRUE(m_platform.shown().empty());
+    m_platform.setSeen(true);
+    m_clock.advance(kInterval);
+    EXPECT_EQ(m_platform.number(), 4);
+}
+
+/** The computer's own clock, which knows of the threads that leave by themselves. */
+class AwaitingClock : public player::SystemClock
+{
+public:
+    void awaitThreads()
+    {
+        std::unique_lock lock(m_mutex);
+        m_ended.wait(lock, [this] { return m_nThreads == 0; });
+    }
+
+    std::thread startThread(std::function<void()> body) override
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            ++m_nThreads;
+        }
+        return SystemClock::startThread([this, body = std::move(body)]() mutable {
+            body();
+            // What it holds may be the last of the port.
+            body = nullptr;
+            const std::lock_guard lock(m_mutex);
+            --m_nThreads;
+            m_ended.notify_all();
+        });
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_ended;
+    int m_nThreads = 0;
+};
+
+// On the computer's own clock, since the test's takes locks that would hide a race.
+TEST(LivePlaybackInRealTime, EndsFromInsideItsDrawCallback)
+{
+    AwaitingClock clock;
+    FakePlatform platform(clock);
+    Port port(platform, 0, 0);
+    const PushedStream stream = liveMatroska("h264.avi");
+    std::atomic<bool> ended{false};
+    for (int round = 0; round < 60; ++round) {
+        ended = false;
+        port.callbacks().draw.set([&, round](void *) {
+            static_cast<void>(round % 2 == 0 ? port.stop() : port.closeStream());
+            ended = true;
+        });
+        ASSERT_EQ(stream.openOn(port, platform.window()), Error::None);
+        for (std::size_t i = 0; !ended; i = (i + 1) % stream.records.size()) {
+            static_cast<void>(stream.push(port, i, i + 1));
+            std::this_thread::yield();
+        }
+        if (round % 4 == 0) {
+            port.play(nullptr);
+        }
+        port.closeStream();
+    }
+    port.callbacks().draw.set(nullptr);
+    clock.awaitThreads();
+    EXPECT_EQ(platform.presenters(), 0);
+}
+
 // On the computer's own clock, since the test's takes locks that would hide a race.
 TEST(LivePlaybackInRealTime, EndsAtAnyMomentWhileThreeThreadsUseIt)
 {

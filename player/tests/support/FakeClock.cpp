@@ -110,6 +110,7 @@ void FakeClock::wake(Waiter &waiter, bool bNotified)
     waiter.bWoken = true;
     waiter.bNotified = bNotified;
     m_nBusy += waiter.ofPlayer ? 1 : 0;
+    m_nWakes += waiter.ofPlayer ? 1 : 0;
     m_waiters.erase(std::find(m_waiters.begin(), m_waiters.end(), &waiter));
     waiter.wake.notify_all();
     m_changed.notify_all();
@@ -185,6 +186,12 @@ bool FakeClock::advanceUntil(const std::function<bool()> &condition)
         rest(lock);
     }
     return true;
+}
+
+int FakeClock::wakes()
+{
+    const std::lock_guard lock(m_mutex);
+    return m_nWakes;
 }
 
 void FakeClock::spend(std::chrono::microseconds duration)

@@ -43,6 +43,8 @@ public:
     bool advanceUntil(const std::function<bool()> &condition);
     /** From a callback: it takes so long. */
     void spend(std::chrono::microseconds duration);
+    /** How often a thread of the player's was woken up to now. */
+    [[nodiscard]] int wakes();
 
 private:
     struct Waiter {
@@ -70,6 +72,7 @@ private:
     std::set<std::thread::id> m_threads;
     /** Those that do not wait. */
     int m_nBusy = 0;
+    int m_nWakes = 0;
 };
 
 } // namespace player::test

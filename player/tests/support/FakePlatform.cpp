@@ -21,12 +21,18 @@ public:
         --m_platform.m_nPresenters;
     }
 
+    bool canBeSeen() override
+    {
+        return m_platform.m_bSeen;
+    }
+
     void present(const Picture &picture, const PixelRect &region, const Overlay &overlay) override
     {
         if (overlay) {
             overlay(this);
         }
-        const Shown shown{numberOf(picture), picture.time, region, m_platform.m_clock.now()};
+        const Shown shown{numberOf(picture), picture.time, region, m_platform.m_clock.now(),
+                          std::this_thread::get_id()};
         const std::lock_guard lock(m_platform.m_mutex);
         m_platform.m_shown.push_back(shown);
     }

@@ -17,6 +17,7 @@ struct Shown {
     PixelRect region;
     /** When it was shown, its overlay included. */
     Moment moment;
+    std::thread::id thread{};
 };
 
 /**
@@ -44,6 +45,12 @@ public:
         return &m_window;
     }
 
+    /** Whether the window can be seen; it can be at first. */
+    void setSeen(bool seen)
+    {
+        m_bSeen = seen;
+    }
+
     [[nodiscard]] std::vector<Shown> shown() const;
     /** The same without what was only drawn anew. */
     [[nodiscard]] std::vector<Shown> changes() const;
@@ -64,6 +71,7 @@ private:
     Clock &m_clock;
     int m_window = 0;
     std::atomic<int> m_nPresenters{0};
+    std::atomic<bool> m_bSeen{true};
     mutable std::mutex m_mutex;
     std::vector<Shown> m_shown;
 };

@@ -1,0 +1,41 @@
+#include "device/src/StopFlag.h"
+
+#include "device/src/Socket.h"
+
+#include <thread>
+
+namespace selvik
+{
+
+StopFlag::StopFlag()
+{
+    try {
+        Socket socket = Socket::toItself();
+        if (socket.isValid()) {
+            m_socket = std::make_unique<Socket>(std::move(socket));
+        }
+    } catch (const Failure &) {
+        // No sockets at all: whatever is begun will fail, and may be stopped before.
+    }
+}
+
+StopFlag::~StopFlag() = default;
+
+StopFlag &StopFlag::operator=(bool stop)
+{
+    if (stop && !m_bSet.exchange(true) && m_socket) {
+        m_socket->sendToItself();
+    }
+    return *this;
+}
+
+void StopFlag::sleep(std::chrono::milliseconds duration) const
+{
+    if (m_socket) {
+        (void)m_socket->awaitItself(duration);
+    } else {
+        std::this_thread::sleep_for(duration);
+    }
+}
+
+} // namespace selvik
