@@ -90,7 +90,7 @@ private:
 
 InputMaker CameraDouble::maker()
 {
-    return [this](const Address &, TimeSource &time) { return std::make_unique<Input>(*this, time); };
+    return [this](const CameraSource &, TimeSource &time) { return std::make_unique<Input>(*this, time); };
 }
 
 int CameraDouble::connections() const
