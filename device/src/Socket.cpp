@@ -4,11 +4,9 @@
 #include <winsock2.h>
 #include <ws2tcpip.h>
 #else
-#include <arpa/inet.h>
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
-#include <netdb.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
@@ -16,7 +14,6 @@
 #include <unistd.h>
 #endif
 
-#include <cstring>
 #include <utility>
 
 namespace selvik
@@ -111,35 +108,10 @@ void startSockets()
 #endif
 }
 
-/** A numeric endpoint as the system wants it. */
-struct SystemAddress {
-    sockaddr_storage storage = {};
-    socklen_t size = 0;
-
-    explicit SystemAddress(const Endpoint &endpoint)
-    {
-        if (endpoint.host.find(':') != std::string::npos) {
-            sockaddr_in6 address = {};
-            address.sin6_family = AF_INET6;
-            address.sin6_port = htons(endpoint.port);
-            inet_pton(AF_INET6, endpoint.host.c_str(), &address.sin6_addr);
-            std::memcpy(&storage, &address, sizeof address);
-            size = sizeof address;
-        } else {
-            sockaddr_in address = {};
-            address.sin_family = AF_INET;
-            address.sin_port = htons(endpoint.port);
-            inet_pton(AF_INET, endpoint.host.c_str(), &address.sin_addr);
-            std::memcpy(&storage, &address, sizeof address);
-            size = sizeof address;
-        }
-    }
-
-    [[nodiscard]] const sockaddr *get() const
-    {
-        return reinterpret_cast<const sockaddr *>(&storage);
-    }
-};
+const sockaddr *native(const SocketAddress &address)
+{
+    return static_cast<const sockaddr *>(address.data());
+}
 
 /** Whether a connection that was begun has failed. */
 bool hasFailed(NativeSocket handle)
@@ -192,8 +164,8 @@ void Socket::close()
 Socket Socket::connectTcp(const Endpoint &remote, const Patience &patience)
 {
     startSockets();
-    const SystemAddress address(remote);
-    const NativeSocket handle = ::socket(address.storage.ss_family, SOCK_STREAM, IPPROTO_TCP);
+    const SocketAddress address(remote);
+    const NativeSocket handle = ::socket(native(address)->sa_family, SOCK_STREAM, IPPROTO_TCP);
     if (handle == kNoSocket) {
         throw Failure(SELVIK_ERROR_RESOURCES);
     }
@@ -201,7 +173,7 @@ Socket Socket::connectTcp(const Endpoint &remote, const Patience &patience)
     makeNonBlocking(handle);
     int noDelay = 1;
     setsockopt(handle, IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char *>(&noDelay), sizeof noDelay);
-    if (::connect(handle, address.get(), address.size) != 0) {
+    if (::connect(handle, native(address), static_cast<socklen_t>(address.size())) != 0) {
         if (!wouldBlock()) {
             throw Failure(SELVIK_ERROR_HOST);
         }
@@ -226,8 +198,8 @@ Socket Socket::connectTcp(const Endpoint &remote, const Patience &patience)
 Socket Socket::bindUdp(bool bIpv6, unsigned short port)
 {
     startSockets();
-    const SystemAddress address({bIpv6 ? "::" : "0.0.0.0", port});
-    const NativeSocket handle = ::socket(address.storage.ss_family, SOCK_DGRAM, IPPROTO_UDP);
+    const SocketAddress address(Endpoint{bIpv6 ? "::" : "0.0.0.0", port});
+    const NativeSocket handle = ::socket(native(address)->sa_family, SOCK_DGRAM, IPPROTO_UDP);
     if (handle == kNoSocket) {
         throw Failure(SELVIK_ERROR_RESOURCES);
     }
@@ -236,7 +208,7 @@ Socket Socket::bindUdp(bool bIpv6, unsigned short port)
     // A key picture comes in one burst: room for a few of them.
     int size = 2 << 20;
     setsockopt(handle, SOL_SOCKET, SO_RCVBUF, reinterpret_cast<const char *>(&size), sizeof size);
-    return ::bind(handle, address.get(), address.size) == 0 ? std::move(socket) : Socket();
+    return ::bind(handle, native(address), static_cast<socklen_t>(address.size())) == 0 ? std::move(socket) : Socket();
 }
 
 unsigned short Socket::localPort() const
@@ -246,20 +218,36 @@ unsigned short Socket::localPort() const
     if (getsockname(native(m_handle), reinterpret_cast<sockaddr *>(&storage), &size) != 0) {
         return 0;
     }
-    // IPv4 and IPv6 addresses have the port at the same offset.
-    return ntohs(reinterpret_cast<const sockaddr_in *>(&storage)->sin_port);
+    return SocketAddress::fromSystem(&storage, static_cast<std::size_t>(size)).port();
 }
 
 std::size_t Socket::receive(std::uint8_t *pBuffer, std::size_t capacity)
 {
-    const auto received = ::recv(native(m_handle), reinterpret_cast<char *>(pBuffer), static_cast<int>(capacity), 0);
-    if (received > 0) {
-        return static_cast<std::size_t>(received);
+    return received(::recv(native(m_handle), reinterpret_cast<char *>(pBuffer), static_cast<int>(capacity), 0));
+}
+
+std::size_t Socket::receiveFrom(std::uint8_t *pBuffer, std::size_t capacity, Endpoint &from)
+{
+    sockaddr_storage storage = {};
+    socklen_t size = sizeof storage;
+    const std::size_t count =
+        received(::recvfrom(native(m_handle), reinterpret_cast<char *>(pBuffer), static_cast<int>(capacity), 0,
+                            reinterpret_cast<sockaddr *>(&storage), &size));
+    if (count > 0) {
+        from = SocketAddress::fromSystem(&storage, static_cast<std::size_t>(size)).endpoint();
     }
-    if (received < 0 && wouldBlock()) {
+    return count;
+}
+
+std::size_t Socket::received(long long result)
+{
+    if (result > 0) {
+        return static_cast<std::size_t>(result);
+    }
+    if (result < 0 && wouldBlock()) {
         return 0;
     }
-    const bool bHarmlessForDatagrams = received == 0 || isReset();
+    const bool bHarmlessForDatagrams = result == 0 || isReset();
     if (bHarmlessForDatagrams && isDatagram(native(m_handle))) {
         return 0;
     }
@@ -283,11 +271,10 @@ void Socket::sendAll(const std::uint8_t *pData, std::size_t size, const Patience
     }
 }
 
-void Socket::sendTo(const Endpoint &remote, const Bytes &data)
+void Socket::sendTo(const SocketAddress &remote, const Bytes &data)
 {
-    const SystemAddress address(remote);
     (void)::sendto(native(m_handle), reinterpret_cast<const char *>(data.data()), static_cast<int>(data.size()),
-                   kSendFlags, address.get(), address.size);
+                   kSendFlags, native(remote), static_cast<socklen_t>(remote.size()));
 }
 
 bool Socket::waitReadable(const std::vector<const Socket *> &sockets, const Patience &patience)

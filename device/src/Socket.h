@@ -3,24 +3,18 @@
 
 #include "device/src/Bytes.h"
 #include "device/src/Patience.h"
+#include "device/src/SocketAddress.h"
 
-#include <string>
 #include <vector>
 
 namespace selvik
 {
 
-/** A numeric address and a port. */
-struct Endpoint {
-    std::string host;
-    unsigned short port = 0;
-};
-
 /**
  * One socket that never blocks by itself: each wait ends with its caller's patience.
  *
  * Threads: one at a time. Owns: the system's socket, closed with it.
- * Errors:  Failure(SELVIK_ERROR_HOST) when the other side is not there or gone.
+ * Errors:  Failure(SELVIK_ERROR_HOST) when the other side is not there or gone; as SocketAddress for an endpoint.
  */
 class Socket
 {
@@ -44,9 +38,15 @@ public:
 
     /** What is there, up to `capacity` bytes; 0 when nothing is. Throws when the other side has closed. */
     [[nodiscard]] std::size_t receive(std::uint8_t *pBuffer, std::size_t capacity);
+    /** As receive(), of a datagram socket; tells who has sent the datagram. */
+    [[nodiscard]] std::size_t receiveFrom(std::uint8_t *pBuffer, std::size_t capacity, Endpoint &from);
     void sendAll(const std::uint8_t *pData, std::size_t size, const Patience &patience);
     /** A datagram that is lost here is lost on the network: no error. */
-    void sendTo(const Endpoint &remote, const Bytes &data);
+    void sendTo(const SocketAddress &remote, const Bytes &data);
+    void sendTo(const Endpoint &remote, const Bytes &data)
+    {
+        sendTo(SocketAddress(remote), data);
+    }
 
     /** Whether one of them can be read, before the patience is over. */
     [[nodiscard]] static bool waitReadable(const std::vector<const Socket *> &sockets, const Patience &patience);
@@ -57,6 +57,8 @@ private:
 
     explicit Socket(Handle handle) : m_handle(handle) {}
     void close();
+    /** What the result of a receiving call means. */
+    [[nodiscard]] std::size_t received(long long result);
 
     Handle m_handle = kInvalid;
 };
