@@ -3,6 +3,7 @@
 #include "Selvikdcm.h"
 #include "device/src/LiveMuxer.h"
 #include "device/src/Resolver.h"
+#include "device/src/Settings.h"
 
 #include <array>
 #include <atomic>
@@ -109,6 +110,7 @@ int ContainerInput::tryToOpen(const std::string &url)
         options.set("headers", ("Host: " + m_address.hostAndPort() + "\r\n").c_str());
         if (m_address.scheme() == Address::Scheme::Https) {
             options.set("verifyhost", m_address.host().c_str());
+            options.set("tls_verify", verifyCertificates() ? "1" : "0");
         }
     }
     // Frees the context itself when it fails.

@@ -31,6 +31,12 @@ public:
         return {*m_pTime, *m_pStop, std::min(m_deadline, now() + duration)};
     }
 
+    /** The same stop flag with a deadline of its own, for what must not fail only because this one is over. */
+    [[nodiscard]] Patience fresh(Milliseconds duration) const
+    {
+        return {*m_pTime, *m_pStop, now() + duration};
+    }
+
     [[nodiscard]] Clock::time_point now() const
     {
         return m_pTime->now();
