@@ -84,6 +84,16 @@ unsigned short parsePort(const std::string &text)
     return port > 0xFFFF ? 0 : static_cast<unsigned short>(port);
 }
 
+/** "fe80::1%25eth0" as the system writes it, with a plain "%" (RFC 6874); many write it so from the start. */
+std::string withZone(std::string host)
+{
+    const std::size_t percent = host.find('%');
+    if (percent != std::string::npos && host.compare(percent, 3, "%25") == 0 && percent + 3 < host.size()) {
+        host.erase(percent + 1, 2);
+    }
+    return host;
+}
+
 /** "host", "host:port", "[v6]:port" into their parts; an empty host where that is none of them. */
 struct HostAndPort {
     std::string host;
@@ -100,7 +110,7 @@ HostAndPort splitHost(const std::string &text)
         if (close == std::string::npos) {
             return result;
         }
-        result.host = text.substr(1, close - 1);
+        result.host = withZone(text.substr(1, close - 1));
         end = close + 1;
     } else {
         end = std::min(text.find(':'), text.size());
@@ -225,7 +235,9 @@ Address Address::at(const std::string &host, const Credentials &credentials) con
 
 std::string Address::hostAndPort() const
 {
-    const std::string host = m_host.find(':') == std::string::npos ? m_host : "[" + m_host + "]";
+    // A zone means something on this machine only.
+    const std::string host =
+        m_host.find(':') == std::string::npos ? m_host : "[" + m_host.substr(0, m_host.find('%')) + "]";
     return m_bPortGiven ? host + ":" + std::to_string(m_port) : host;
 }
 

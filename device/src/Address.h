@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace selvik
 {
@@ -42,7 +43,7 @@ public:
     {
         return m_scheme == Scheme::Rtsp || m_scheme == Scheme::Rtsps;
     }
-    /** Without brackets. */
+    /** Without brackets; of a link-local IPv6 address with its zone, "fe80::1%3". */
     [[nodiscard]] const std::string &host() const
     {
         return m_host;
@@ -54,6 +55,10 @@ public:
     [[nodiscard]] const Credentials &credentials() const
     {
         return m_credentials;
+    }
+    void setCredentials(Credentials credentials)
+    {
+        m_credentials = std::move(credentials);
     }
     /** Of a file address: the file's name, UTF-8. */
     [[nodiscard]] const std::string &fileName() const

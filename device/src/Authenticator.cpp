@@ -39,14 +39,6 @@ std::string base64(const std::string &text)
     return encoded.c_str();
 }
 
-std::string clientNonce()
-{
-    std::random_device random;
-    char text[17];
-    std::snprintf(text, sizeof text, "%08x%08x", random(), random());
-    return text;
-}
-
 std::string quoted(const std::string &text)
 {
     std::string result = "\"";
@@ -61,73 +53,52 @@ std::string quoted(const std::string &text)
 
 } // namespace
 
-Authenticator::Authenticator(Credentials credentials) : m_credentials(std::move(credentials)) {}
-
-Authenticator::Fields Authenticator::parseFields(const std::string &text)
+Authenticator::Authenticator(Credentials credentials, std::function<std::string()> nonce)
+    : m_credentials(std::move(credentials)), m_nonce(std::move(nonce))
 {
-    Fields fields;
-    std::size_t at = 0;
-    while (at < text.size()) {
-        const std::size_t equals = text.find('=', at);
-        if (equals == std::string::npos) {
-            break;
-        }
-        const std::string name = lowerCase(trimmed(text.substr(at, equals - at)));
-        std::string value;
-        at = equals + 1;
-        if (at < text.size() && text[at] == '"') {
-            for (++at; at < text.size() && text[at] != '"'; ++at) {
-                if (text[at] == '\\' && at + 1 < text.size()) {
-                    ++at;
-                }
-                value += text[at];
-            }
-            at = text.find(',', at);
-        } else {
-            const std::size_t end = text.find(',', at);
-            value = trimmed(text.substr(at, end == std::string::npos ? std::string::npos : end - at));
-            at = end;
-        }
-        fields.emplace(name, value);
-        at = at == std::string::npos ? text.size() : at + 1;
-    }
-    return fields;
 }
 
-bool Authenticator::challenge(const std::vector<std::string> &headers)
+std::string Authenticator::randomNonce()
+{
+    std::random_device random;
+    char text[17];
+    std::snprintf(text, sizeof text, "%08x%08x", random(), random());
+    return text;
+}
+
+bool Authenticator::challenge(const std::vector<std::string> &headers, bool bRefused)
 {
     if (m_credentials.empty()) {
         return false;
     }
-    Kind best = Kind::None;
-    Fields bestFields;
-    bool bBestSha256 = false;
+    const Kind before = std::exchange(m_kind, Kind::None);
+    m_challenge = {};
     for (const std::string &header : headers) {
-        const std::string kind = lowerCase(header.substr(0, header.find(' ')));
-        if (kind == "basic" && best == Kind::None) {
-            best = Kind::Basic;
-        } else if (kind == "digest") {
-            const Fields fields = parseFields(header.substr(std::min(header.size(), kind.size() + 1)));
-            const auto algorithm = fields.find("algorithm");
-            const std::string name = algorithm == fields.end() ? "md5" : lowerCase(algorithm->second);
-            const bool bSha256 = name == "sha-256";
-            if ((bSha256 || name == "md5") && fields.count("nonce") != 0 && (best != Kind::Digest || bSha256)) {
-                best = Kind::Digest;
-                bestFields = fields;
-                bBestSha256 = bSha256;
+        for (Challenge &offer : Challenge::parse(header)) {
+            const std::string algorithm = lowerCase(offer.parameter("algorithm"));
+            const bool bSha256 = startsWith(algorithm, "sha-256");
+            const bool bKnown = algorithm.empty() || algorithm == "md5" || algorithm == "md5-sess" ||
+                                algorithm == "sha-256" || algorithm == "sha-256-sess";
+            if (offer.scheme == "basic" && m_kind == Kind::None) {
+                m_kind = Kind::Basic;
+            } else if (offer.scheme == "digest" && bKnown && offer.parameters.count("nonce") != 0 &&
+                       (m_kind != Kind::Digest || (bSha256 && !m_bSha256))) {
+                m_kind = Kind::Digest;
+                m_bSha256 = bSha256;
+                m_bSession = algorithm.find("-sess") != std::string::npos;
+                m_challenge = std::move(offer);
             }
         }
     }
-    // A device sends a fresh nonce when the last one has expired, and also when the password is wrong. Another attempt
-    // is made only where it says that the last nonce was stale.
-    const auto stale = bestFields.find("stale");
-    const bool bStale = stale != bestFields.end() && lowerCase(stale->second) == "true";
-    const bool bAgain = best != Kind::None && (!m_bAnswered || (best == Kind::Digest && bStale));
-    m_kind = best;
-    m_fields = std::move(bestFields);
-    m_bSha256 = bBestSha256;
+    m_clientNonce = m_nonce();
     m_nUses = 0;
-    return bAgain;
+    if (m_kind != Kind::Digest) {
+        // The same answer would be refused again.
+        return m_kind == Kind::Basic && !bRefused && before != Kind::Basic;
+    }
+    // A device sends a fresh nonce when the last one has expired, and some with every request. It does so, too, when
+    // the password is wrong: then the same request is refused twice, and the last nonce was not stale.
+    return !bRefused || lowerCase(m_challenge.parameter("stale")) == "true";
 }
 
 std::string Authenticator::hash(const std::string &text) const
@@ -135,32 +106,47 @@ std::string Authenticator::hash(const std::string &text) const
     return hexHash(m_bSha256 ? "SHA256" : "MD5", text);
 }
 
+std::string Authenticator::qop() const
+{
+    std::string chosen;
+    for (const std::string &offer : split(lowerCase(m_challenge.parameter("qop")), ',')) {
+        if (offer == "auth" || (offer == "auth-int" && chosen.empty())) {
+            chosen = offer;
+        }
+    }
+    return chosen;
+}
+
 std::string Authenticator::digest(const std::string &method, const std::string &url)
 {
-    const std::string realm = m_fields["realm"];
-    const std::string nonce = m_fields["nonce"];
-    const std::string first = hash(m_credentials.user + ":" + realm + ":" + m_credentials.password);
-    const std::string second = hash(method + ":" + url);
-    bool bQop = false;
-    for (const std::string &qop : split(m_fields["qop"], ',')) {
-        bQop = bQop || lowerCase(qop) == "auth";
+    const std::string realm = m_challenge.parameter("realm");
+    const std::string nonce = m_challenge.parameter("nonce");
+    std::string first = hash(m_credentials.user + ":" + realm + ":" + m_credentials.password);
+    if (m_bSession) {
+        first = hash(first + ":" + nonce + ":" + m_clientNonce);
     }
+    const std::string quality = qop();
+    const std::string body = quality == "auth-int" ? ":" + hash({}) : std::string();
+    const std::string second = hash(method + ":" + url + body);
     std::string text = "Digest username=" + quoted(m_credentials.user) + ", realm=" + quoted(realm) +
                        ", nonce=" + quoted(nonce) + ", uri=" + quoted(url);
-    if (m_fields.count("algorithm") != 0) {
-        text += ", algorithm=" + m_fields["algorithm"];
+    if (!m_challenge.parameter("algorithm").empty()) {
+        text += ", algorithm=" + m_challenge.parameter("algorithm");
     }
-    if (m_fields.count("opaque") != 0) {
-        text += ", opaque=" + quoted(m_fields["opaque"]);
+    if (m_challenge.parameters.count("opaque") != 0) {
+        text += ", opaque=" + quoted(m_challenge.parameter("opaque"));
     }
-    if (!bQop) {
-        return text + ", response=" + quoted(hash(first + ":" + nonce + ":" + second));
+    std::string middle = nonce;
+    if (!quality.empty()) {
+        char count[9];
+        std::snprintf(count, sizeof count, "%08x", ++m_nUses);
+        text += ", qop=" + quality + ", nc=" + count;
+        middle += std::string(":") + count + ":" + m_clientNonce + ":" + quality;
     }
-    char count[9];
-    std::snprintf(count, sizeof count, "%08x", ++m_nUses);
-    const std::string cnonce = clientNonce();
-    const std::string response = hash(first + ":" + nonce + ":" + count + ":" + cnonce + ":auth:" + second);
-    return text + ", qop=auth, nc=" + count + ", cnonce=" + quoted(cnonce) + ", response=" + quoted(response);
+    if (!quality.empty() || m_bSession) {
+        text += ", cnonce=" + quoted(m_clientNonce);
+    }
+    return text + ", response=" + quoted(hash(first + ":" + middle + ":" + second));
 }
 
 std::string Authenticator::authorization(const std::string &method, const std::string &url)
@@ -168,7 +154,6 @@ std::string Authenticator::authorization(const std::string &method, const std::s
     if (m_kind == Kind::None) {
         return {};
     }
-    m_bAnswered = true;
     return m_kind == Kind::Basic ? "Basic " + base64(m_credentials.user + ":" + m_credentials.password)
                                  : digest(method, url);
 }

@@ -2,8 +2,9 @@
 #define DEVICE_AUTHENTICATOR_H
 
 #include "device/src/Address.h"
+#include "device/src/Challenge.h"
 
-#include <map>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -11,38 +12,44 @@ namespace selvik
 {
 
 /**
- * Answers a device's question for credentials: digest (MD5 or SHA-256, with or without qop) where it offers that, else
- * basic.
+ * Answers a device's question for credentials: digest where it offers that, else basic.
  *
- * Threads: one at a time. Owns: a copy of the credentials, which leave it only inside authorization().
+ * Digest is that of RFC 7616, with MD5 or SHA-256, each also "-sess", with qop auth, auth-int or none; requests are
+ * taken to have no body. Threads: one at a time. Owns: a copy of the credentials, which leave it only inside
+ * authorization().
  */
 class Authenticator
 {
 public:
-    explicit Authenticator(Credentials credentials);
+    /** `nonce` makes the client's part of each digest; by default of random numbers. */
+    explicit Authenticator(Credentials credentials, std::function<std::string()> nonce = &randomNonce);
 
     /**
      * Takes the device's WWW-Authenticate headers. Whether another attempt makes sense: not without credentials, nor
-     * when the device has refused an answer to this very question.
+     * when `bRefused`, unless the device says that its question was out of date.
+     * @param bRefused this very request was sent with an answer to a question of its own before
      */
-    [[nodiscard]] bool challenge(const std::vector<std::string> &headers);
+    [[nodiscard]] bool challenge(const std::vector<std::string> &headers, bool bRefused);
     /** The Authorization header's value for one request; empty while the device has not asked. */
     [[nodiscard]] std::string authorization(const std::string &method, const std::string &url);
 
 private:
-    using Fields = std::map<std::string, std::string>;
     enum class Kind { None, Basic, Digest };
 
-    [[nodiscard]] static Fields parseFields(const std::string &text);
+    [[nodiscard]] static std::string randomNonce();
     [[nodiscard]] std::string digest(const std::string &method, const std::string &url);
     [[nodiscard]] std::string hash(const std::string &text) const;
+    /** "auth" or "auth-int", whichever is to be answered with; empty where the device has asked for neither. */
+    [[nodiscard]] std::string qop() const;
 
     Credentials m_credentials;
+    std::function<std::string()> m_nonce;
     Kind m_kind = Kind::None;
-    Fields m_fields; /**< of the digest question in force */
+    Challenge m_challenge; /**< the digest question in force */
     bool m_bSha256 = false;
-    bool m_bAnswered = false; /**< the question in force was answered once */
-    unsigned int m_nUses = 0; /**< of the nonce in force */
+    bool m_bSession = false;   /**< "-sess" */
+    std::string m_clientNonce; /**< one for each question, on which "-sess" stands */
+    unsigned int m_nUses = 0;  /**< of the nonce in force */
 };
 
 } // namespace selvik

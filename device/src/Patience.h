@@ -46,6 +46,14 @@ public:
         return m_pWaker != nullptr ? m_pWaker->socket() : nullptr;
     }
 
+    /** The same stop flag with a deadline of its own, for what must not fail only because this one is over. */
+    [[nodiscard]] Patience fresh(Milliseconds duration) const
+    {
+        Patience anew = *this;
+        anew.m_deadline = now() + duration;
+        return anew;
+    }
+
     [[nodiscard]] Clock::time_point now() const
     {
         return m_pTime->now();

@@ -3,7 +3,6 @@
 #include "device/src/Text.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace selvik
 {
@@ -11,42 +10,32 @@ namespace selvik
 namespace
 {
 
-constexpr std::size_t kPacketHead = 4;
-constexpr std::size_t kMaxHead = 64 * 1024;
-constexpr std::size_t kMaxBody = 1024 * 1024;
-// Bounds the memory while an answer is awaited and a device sends nothing but packets.
-constexpr std::size_t kMaxWaitingPackets = 4096;
-// Answers to keep-alives, of which only the last status is used.
-constexpr std::size_t kMaxWaitingAnswers = 16;
+// Bound the memory while an answer is awaited and a device sends nothing but packets.
+constexpr std::size_t kMaxKeptPackets = 4096;
+constexpr std::size_t kMaxKeptBytes = 4 << 20;
+// Devices that never answer keep-alives.
+constexpr std::size_t kMaxPending = 16;
+// A request is sent again with an answer to the device's question, and again where that was out of date.
+constexpr int kMaxAttempts = 4;
+// After so long without a byte a description that does not tell its length is taken to be whole.
+constexpr Milliseconds kQuiet{300};
+// A device that does not read what it is answered must not hold up its own pictures.
+constexpr Milliseconds kReplyLimit{100};
 
-/**
- * The offset of the first "RTSP/" in the bytes, or of a beginning of that word at their very end; `size` where there is
- * neither.
- */
-std::size_t findAnswer(const std::uint8_t *pBegin, std::size_t size)
+bool hangsUp(const RtspResponse &response)
 {
-    static constexpr char kWord[] = {'R', 'T', 'S', 'P', '/'};
-    for (std::size_t i = 0; i < size; ++i) {
-        if (std::memcmp(pBegin + i, kWord, std::min(sizeof kWord, size - i)) == 0) {
-            return i;
-        }
-    }
-    return size;
-}
-
-unsigned long errorOfStatus(int nStatus)
-{
-    return nStatus == 401 || nStatus == 403 || nStatus == 407 ? SELVIK_ERROR_REFUSED : SELVIK_ERROR_NONE;
+    return lowerCase(response.header("connection")) == "close";
 }
 
 } // namespace
 
-RtspConnection::RtspConnection(std::unique_ptr<ByteStream> stream, Authenticator authenticator)
-    : m_stream(std::move(stream)), m_authenticator(std::move(authenticator))
+RtspConnection::RtspConnection(std::unique_ptr<ByteStream> stream, Authenticator authenticator, Opener opener)
+    : m_stream(std::move(stream)), m_authenticator(std::move(authenticator)), m_opener(std::move(opener))
 {
 }
 
-std::string RtspConnection::format(const std::string &method, const std::string &url, const Headers &headers)
+void RtspConnection::sendRequest(const std::string &method, const std::string &url, const Headers &headers,
+                                 bool bAwaited, const Patience &patience)
 {
     std::string text = method + " " + url + " RTSP/1.0\r\nCSeq: " + std::to_string(++m_nSequence) + "\r\n";
     const std::string authorization = m_authenticator.authorization(method, url);
@@ -56,14 +45,18 @@ std::string RtspConnection::format(const std::string &method, const std::string 
     for (const auto &[name, value] : headers) {
         text += name + ": " + value + "\r\n";
     }
-    return text + "User-Agent: Selvikdcm\r\n\r\n";
+    text += "User-Agent: Selvikdcm\r\n\r\n";
+    m_stream->send(reinterpret_cast<const std::uint8_t *>(text.data()), text.size(), patience);
+    m_pending.push_back({m_nSequence, bAwaited});
+    if (m_pending.size() > kMaxPending) {
+        m_pending.pop_front();
+    }
 }
 
 void RtspConnection::send(const std::string &method, const std::string &url, const Headers &headers,
                           const Patience &patience)
 {
-    const std::string text = format(method, url, headers);
-    m_stream->send(reinterpret_cast<const std::uint8_t *>(text.data()), text.size(), patience);
+    sendRequest(method, url, headers, false, patience);
 }
 
 void RtspConnection::sendPacket(int nChannel, const Bytes &data, const Patience &patience)
@@ -77,50 +70,84 @@ void RtspConnection::sendPacket(int nChannel, const Bytes &data, const Patience 
 RtspResponse RtspConnection::request(const std::string &method, const std::string &url, const Headers &headers,
                                      const Patience &patience)
 {
-    // The first attempt is answered with a challenge. Further ones are needed where a nonce expires in between.
-    for (int nAttempt = 0; nAttempt < 4; ++nAttempt) {
-        send(method, url, headers, patience);
-        RtspResponse response = awaitResponse(patience);
-        if (response.nStatus != 401 || !m_authenticator.challenge(response.allOf("www-authenticate"))) {
-            if (const unsigned long error = errorOfStatus(response.nStatus)) {
-                throw Failure(error);
+    dropTakenPackets();
+    m_reader.expectDescription(method == "DESCRIBE");
+    bool bAsked = false; // for credentials, by the answer to this very request
+    for (int nAttempt = 0; nAttempt < kMaxAttempts; ++nAttempt) {
+        RtspResponse response;
+        try {
+            response = exchange(method, url, headers, patience);
+        } catch (const Failure &failure) {
+            if (!bAsked || failure.error() != SELVIK_ERROR_HOST || m_opener == nullptr || m_bEnded) {
+                throw;
             }
+            // Some devices hang up behind each question for credentials, and only now it is seen.
+            reopen(patience);
+            response = exchange(method, url, headers, patience);
+        }
+        if (response.nStatus == 403 || response.nStatus == 407) {
+            throw Failure(SELVIK_ERROR_REFUSED);
+        }
+        if (response.nStatus != 401) {
             return response;
         }
+        if (!m_authenticator.challenge(response.allOf("www-authenticate"), bAsked)) {
+            throw Failure(SELVIK_ERROR_REFUSED);
+        }
+        m_bClosed = m_bClosed || hangsUp(response);
+        bAsked = true;
     }
     throw Failure(SELVIK_ERROR_REFUSED);
 }
 
+RtspResponse RtspConnection::exchange(const std::string &method, const std::string &url, const Headers &headers,
+                                      const Patience &patience)
+{
+    if (m_bClosed && m_opener != nullptr) {
+        reopen(patience);
+    }
+    sendRequest(method, url, headers, true, patience);
+    return awaitResponse(patience);
+}
+
+void RtspConnection::reopen(const Patience &patience)
+{
+    m_stream = m_opener(patience);
+    m_reader.reset();
+    m_met = RtspReader::Met::Nothing;
+    m_bClosed = false;
+    m_pending.clear();
+}
+
 RtspResponse RtspConnection::awaitResponse(const Patience &patience)
 {
-    for (;;) {
-        while (!m_responses.empty()) {
-            RtspResponse response = std::move(m_responses.front());
-            m_responses.pop_front();
-            // An answer to an earlier request, such as a keep-alive, is left out. Some devices send no number: their
-            // answers are taken for the present request's.
-            const std::string sequence = response.header("cseq");
-            const bool bLate = !sequence.empty() && leadingNumber(sequence) < m_nSequence;
-            if (!bLate && response.nStatus >= 200) {
-                return response;
-            }
-        }
+    m_awaited.reset();
+    while (!m_awaited) {
         patience.check();
-        (void)poll(patience);
+        const std::size_t before = m_nReceived;
+        try {
+            const bool bMet = read(patience.atMost(kQuiet));
+            if (!bMet && m_nReceived == before && m_reader.hasOpenBody()) {
+                m_reader.endBody();
+            }
+        } catch (const Failure &failure) {
+            if (failure.error() != SELVIK_ERROR_HOST || m_bEnded || m_bClosed || !m_reader.waitsForBody()) {
+                throw;
+            }
+            m_reader.endBody();
+            m_bClosed = true;
+        }
+        keepPacket();
     }
+    return *std::exchange(m_awaited, std::nullopt);
 }
 
 bool RtspConnection::poll(const Patience &patience)
 {
-    if (parseOne()) {
-        return true;
-    }
-    while (fill(patience)) {
-        if (parseOne()) {
-            return true;
-        }
-    }
-    return false;
+    dropTakenPackets();
+    // Where the last one was not taken.
+    keepPacket();
+    return read(patience);
 }
 
 bool RtspConnection::pollNow(const Patience &patience)
@@ -128,146 +155,126 @@ bool RtspConnection::pollNow(const Patience &patience)
     return poll(patience.atMost(Milliseconds(0)));
 }
 
-bool RtspConnection::fill(const Patience &patience)
+bool RtspConnection::read(const Patience &patience)
 {
-    constexpr std::size_t kChunk = 16 * 1024;
-    if (m_nBegin > 0) {
-        m_buffer.erase(m_buffer.begin(), m_buffer.begin() + static_cast<std::ptrdiff_t>(m_nBegin));
-        m_nBegin = 0;
-    }
-    const std::size_t before = m_buffer.size();
-    if (before > kMaxHead + kMaxBody) {
-        throw Failure(SELVIK_ERROR_MEDIA);
-    }
-    m_buffer.resize(before + kChunk);
-    std::size_t received = 0;
-    try {
-        received = m_stream->receive(m_buffer.data() + before, kChunk, patience);
-    } catch (...) {
-        m_buffer.resize(before);
-        throw;
-    }
-    m_buffer.resize(before + received);
-    return received > 0;
-}
-
-bool RtspConnection::parseOne()
-{
-    for (;;) {
-        if (m_nBegin == m_buffer.size()) {
+    // A device that goes on sending what is never whole comes to an end here, too: each round asks the time.
+    for (bool bLast = false; !step(patience);) {
+        if (bLast) {
             return false;
         }
-        const std::uint8_t *pFirst = m_buffer.data() + m_nBegin;
-        const std::size_t left = m_buffer.size() - m_nBegin;
-        const std::size_t needed = m_bInStep ? kPacketHead : kPacketHead + 1;
-        if (*pFirst == '$' && left < needed) {
-            return false;
-        }
-        if (*pFirst == '$' && looksLikePacket(m_nBegin)) {
-            return parsePacket();
-        }
-        if (findAnswer(pFirst, left) == 0) {
-            return parseResponse();
-        }
-        skipGarbage();
+        const std::size_t before = m_nReceived;
+        fill(patience);
+        bLast = m_nReceived == before || patience.isOver();
     }
+    return true;
 }
 
-bool RtspConnection::looksLikePacket(std::size_t at) const
+void RtspConnection::fill(const Patience &patience)
 {
-    if (m_bInStep) {
+    const RtspReader::Space space = m_reader.space();
+    const std::size_t count = m_stream->receive(space.pData, space.size, patience);
+    m_reader.filled(count);
+    m_nReceived += count;
+}
+
+bool RtspConnection::step(const Patience &patience)
+{
+    if (m_met == RtspReader::Met::Nothing) {
+        m_met = m_reader.next();
+    }
+    switch (m_met) {
+    case RtspReader::Met::Nothing:
+        return false;
+    case RtspReader::Met::Packet:
+        return true;
+    case RtspReader::Met::Response:
+        m_met = RtspReader::Met::Nothing;
+        sort(m_reader.takeResponse());
+        return true;
+    case RtspReader::Met::Request:
+        m_met = RtspReader::Met::Nothing;
+        reply(m_reader.takeRequest(), patience);
         return true;
     }
-    // After garbage, most dollar signs are bytes of a picture. This one is believed only where a channel in use, the
-    // length of an RTP or RTCP head and version 2 follow.
-    const int nChannel = m_buffer[at + 1];
-    const bool bKnown = std::find(m_channels.begin(), m_channels.end(), nChannel) != m_channels.end();
-    return bKnown && read16(&m_buffer[at + 2]) >= 8 && (m_buffer[at + 4] >> 6) == 2;
+    return false;
 }
 
-bool RtspConnection::parsePacket()
+void RtspConnection::sort(RtspResponse response)
 {
-    const std::uint8_t *pHead = m_buffer.data() + m_nBegin;
-    const std::size_t size = read16(pHead + 2);
-    if (m_buffer.size() - m_nBegin < kPacketHead + size) {
-        return false;
+    if (response.nStatus < 200 || m_pending.empty()) {
+        return;
     }
-    InterleavedPacket packet;
-    packet.nChannel = pHead[1];
-    packet.data.assign(pHead + kPacketHead, pHead + kPacketHead + size);
-    m_nBegin += kPacketHead + size;
-    m_bInStep = true;
-    if (m_packets.size() < kMaxWaitingPackets) {
-        m_packets.push_back(std::move(packet));
-    }
-    return true;
-}
-
-bool RtspConnection::parseResponse()
-{
-    const std::string text(m_buffer.begin() + static_cast<std::ptrdiff_t>(m_nBegin), m_buffer.end());
-    // The head ends with an empty line, written with or without carriage returns.
-    const std::size_t strict = text.find("\r\n\r\n");
-    const std::size_t loose = text.find("\n\n");
-    if (strict == std::string::npos && loose == std::string::npos) {
-        if (text.size() > kMaxHead) {
-            throw Failure(SELVIK_ERROR_MEDIA);
+    // Answers come in the order of their requests. Some devices send no number or a wrong one: theirs is the oldest's.
+    const std::string text = response.header("cseq");
+    auto found = std::find_if(m_pending.begin(), m_pending.end(), [&](const Pending &pending) {
+        return !text.empty() && pending.nSequence == leadingNumber(text);
+    });
+    if (found == m_pending.end()) {
+        const bool bRepeated = m_bCountsRight && !text.empty() && leadingNumber(text) < m_pending.front().nSequence;
+        if (bRepeated) {
+            return;
         }
-        return false;
+        found = m_pending.begin();
+    } else if (found->nSequence > 1) {
+        m_bCountsRight = true;
     }
-    const std::size_t headEnd = strict < loose ? strict + 4 : loose + 2;
-    std::optional<RtspResponse> response = RtspResponse::parse(text.substr(0, headEnd));
-    if (!response) {
-        // The word stands in garbage, or in a request of the device's own. The search goes on behind its first byte.
-        m_nBegin += 1;
-        m_bInStep = false;
-        return parseOne();
-    }
-    const std::size_t length =
-        std::min(kMaxBody, static_cast<std::size_t>(leadingNumber(response->header("content-length"))));
-    if (text.size() < headEnd + length) {
-        return false;
-    }
-    response->body = text.substr(headEnd, length);
-    m_nBegin += headEnd + length;
-    m_bInStep = true;
-    if (m_responses.size() >= kMaxWaitingAnswers) {
-        m_responses.pop_front();
-    }
-    m_responses.push_back(std::move(*response));
-    return true;
+    (found->bAwaited ? m_awaited : m_answer) = std::move(response);
+    m_pending.erase(m_pending.begin(), std::next(found));
 }
 
-void RtspConnection::skipGarbage()
+void RtspConnection::reply(const RtspRequest &request, const Patience &patience)
 {
-    m_bInStep = false;
-    const std::uint8_t *pFirst = m_buffer.data() + m_nBegin;
-    const std::size_t left = m_buffer.size() - m_nBegin;
-    const std::size_t answer = left > 1 ? 1 + findAnswer(pFirst + 1, left - 1) : left;
-    const auto *const pDollar =
-        left > 1 ? static_cast<const std::uint8_t *>(std::memchr(pFirst + 1, '$', left - 1)) : nullptr;
-    const std::size_t dollar = pDollar != nullptr ? static_cast<std::size_t>(pDollar - pFirst) : left;
-    m_nBegin += std::min(answer, dollar);
+    const std::string text = request.answer();
+    try {
+        m_stream->send(reinterpret_cast<const std::uint8_t *>(text.data()), text.size(), patience.fresh(kReplyLimit));
+    } catch (const Failure &) {
+        // Whether half of it was sent is not known: nothing can follow on this connection.
+        throw Failure(SELVIK_ERROR_HOST);
+    }
+    if (request.method == "TEARDOWN") {
+        m_bEnded = true;
+        throw Failure(SELVIK_ERROR_HOST);
+    }
+}
+
+void RtspConnection::keepPacket()
+{
+    if (m_met != RtspReader::Met::Packet) {
+        return;
+    }
+    m_met = RtspReader::Met::Nothing;
+    const InterleavedPacket &packet = m_reader.packet();
+    if (m_kept.size() < kMaxKeptPackets && m_nKeptBytes + packet.data.size <= kMaxKeptBytes) {
+        m_kept.push_back({packet.nChannel, Bytes(packet.data.begin(), packet.data.end())});
+        m_nKeptBytes += packet.data.size;
+    }
+}
+
+void RtspConnection::dropTakenPackets()
+{
+    for (; m_nKeptTaken > 0; --m_nKeptTaken) {
+        m_nKeptBytes -= m_kept.front().data.size();
+        m_kept.pop_front();
+    }
 }
 
 bool RtspConnection::takePacket(InterleavedPacket &packet)
 {
-    if (m_packets.empty()) {
+    if (m_nKeptTaken < m_kept.size()) {
+        const KeptPacket &kept = m_kept[m_nKeptTaken++];
+        packet = {kept.nChannel, {kept.data.data(), kept.data.size()}};
+        return true;
+    }
+    if (m_met == RtspReader::Met::Nothing) {
+        m_met = m_reader.next();
+    }
+    if (m_met != RtspReader::Met::Packet) {
+        // An answer or a request is dealt with by the next poll(), which may have to send.
         return false;
     }
-    packet = std::move(m_packets.front());
-    m_packets.pop_front();
+    packet = m_reader.packet();
+    m_met = RtspReader::Met::Nothing;
     return true;
-}
-
-int RtspConnection::takeStatus()
-{
-    if (m_responses.empty()) {
-        return 0;
-    }
-    const int nStatus = m_responses.back().nStatus;
-    m_responses.clear();
-    return nStatus;
 }
 
 } // namespace selvik

@@ -55,10 +55,20 @@ RtspInput::~RtspInput() = default;
 
 void RtspInput::open(const Patience &patience)
 {
-    chooseTracks(m_session.describe(patience));
-    setUpAll(patience);
-    m_begin = m_time.now();
-    m_session.play(patience);
+    for (bool bPlays = false; !bPlays;) {
+        try {
+            chooseTracks(m_session.describe(patience));
+            setUpAll(patience);
+            m_begin = m_time.now();
+            m_session.play(patience);
+            bPlays = true;
+        } catch (const Redirected &) {
+            // What was asked for here has to be asked for there. The session bounds how often.
+            m_channels.clear();
+            m_parameters.clear();
+            m_bDatagrams = false;
+        }
+    }
     const Clock::time_point now = m_time.now();
     m_lastSign = now;
     m_lastKeepAlive = now;
@@ -111,7 +121,7 @@ void RtspInput::setUpAll(const Patience &patience)
             ready.push_back(std::move(channel));
         } else if (ready.empty()) {
             // Without its first track, the picture or else the sound, there is nothing to preview.
-            throw Failure(SELVIK_ERROR_CHANNEL);
+            throw Failure(m_setupError);
         }
     }
     m_channels = std::move(ready);
@@ -163,11 +173,15 @@ RtspInput::SetupResult RtspInput::setUp(Channel &channel, bool bDatagrams, int n
     }
     const RtspResponse response = m_session.setUp(channel.media.control, transport, patience);
     if (!response.isSuccess()) {
-        const bool bMissing = response.nStatus == 404 || response.nStatus == 454;
-        return bMissing ? SetupResult::Refused : SetupResult::TransportRefused;
+        m_setupError = RtspSession::errorOf(response);
+        // Whatever else is refused may be refused for the transport's sake: cameras name odd reasons for that.
+        const int nStatus = response.nStatus;
+        const bool bFinal = nStatus == 404 || nStatus == 454 || nStatus == 453 || nStatus == 503;
+        return bFinal ? SetupResult::Refused : SetupResult::TransportRefused;
     }
     const std::string answer = response.header("transport");
     // Some cameras do not refuse interleaved media, but answer with the ports of datagrams.
+    m_setupError = SELVIK_ERROR_MEDIA;
     if (!bDatagrams && lowerCase(answer).find("interleaved") == std::string::npos &&
         lowerCase(answer).find("port=") != std::string::npos) {
         return SetupResult::TransportRefused;
@@ -243,7 +257,7 @@ void RtspInput::receive(const Patience &patience)
     } else if (m_session.connection().poll(patience)) {
         m_lastSign = m_time.now();
     }
-    m_session.checkAnswers();
+    m_session.checkAnswers(patience.fresh(kSendLimit));
 }
 
 void RtspInput::receiveDatagrams(const Patience &patience)
@@ -285,13 +299,12 @@ void RtspInput::takePackets()
 {
     InterleavedPacket packet;
     while (m_session.connection().takePacket(packet)) {
-        const ByteView view = {packet.data.data(), packet.data.size()};
         for (Channel &channel : m_channels) {
             if (packet.nChannel == channel.nRtpChannel) {
                 m_lastSign = m_time.now();
-                collect(channel, view);
+                collect(channel, packet.data);
             } else if (packet.nChannel == channel.nRtcpChannel) {
-                channel.track->feedReport(view);
+                channel.track->feedReport(packet.data);
             }
         }
     }

@@ -66,6 +66,7 @@ private:
     TimeSource &m_time;
     RtspSession m_session;
     bool m_bDatagrams = false;
+    unsigned long m_setupError = 0; /**< the SELVIK_ERROR_ code of the last medium that was refused */
     std::vector<Channel> m_channels;
     std::vector<ParametersPtr> m_parameters;
     std::unique_ptr<Timeline> m_timeline;

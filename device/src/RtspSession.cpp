@@ -1,7 +1,9 @@
 #include "device/src/RtspSession.h"
 
 #include "Selvikdcm.h"
+#include "device/src/Location.h"
 #include "device/src/Resolver.h"
+#include "device/src/Settings.h"
 #include "device/src/TcpStream.h"
 #include "device/src/Text.h"
 #include "device/src/TlsStream.h"
@@ -17,28 +19,8 @@ namespace
 constexpr int kMaxRedirections = 4;
 // A host of several addresses: one that never answers must leave time for the next one.
 constexpr Milliseconds kTimeForOneAddress{1500};
-
-unsigned long errorOf(const RtspResponse &response)
-{
-    switch (response.nStatus) {
-    case 408:
-    case 504:
-        return SELVIK_ERROR_TIMEOUT;
-    case 406:
-    case 415:
-        return SELVIK_ERROR_MEDIA;
-    case 453:
-    case 503:
-        return SELVIK_ERROR_RESOURCES;
-    default:
-        return response.nStatus >= 500 ? SELVIK_ERROR_HOST : SELVIK_ERROR_CHANNEL;
-    }
-}
-
-bool isRedirection(const RtspResponse &response)
-{
-    return response.nStatus >= 300 && response.nStatus < 400 && !response.header("location").empty();
-}
+// How long a camera may take to answer a client that it has sent elsewhere.
+constexpr Milliseconds kTimeToLeave{300};
 
 /** What the controls of a description are relative to. */
 std::string baseOf(const RtspResponse &response, const std::string &url)
@@ -54,25 +36,51 @@ std::string baseOf(const RtspResponse &response, const std::string &url)
 
 } // namespace
 
-RtspSession::RtspSession(Address address) : m_address(std::move(address)) {}
+RtspSession::RtspSession(Address address) : m_login(address), m_address(std::move(address)) {}
+
+unsigned long RtspSession::errorOf(const RtspResponse &response)
+{
+    switch (response.nStatus) {
+    case 401:
+    case 403:
+        return SELVIK_ERROR_REFUSED;
+    case 408:
+        return SELVIK_ERROR_TIMEOUT;
+    case 406:
+    case 415:
+    case 461:
+        return SELVIK_ERROR_MEDIA;
+    case 453:
+    case 503:
+        return SELVIK_ERROR_RESOURCES;
+    default:
+        return response.nStatus >= 500 ? SELVIK_ERROR_HOST : SELVIK_ERROR_CHANNEL;
+    }
+}
 
 void RtspSession::connect(const Patience &patience)
 {
+    std::unique_ptr<ByteStream> stream = open(patience);
+    if (m_loginRemote.empty()) {
+        m_loginRemote = m_remoteHost;
+    }
+    m_connection = std::make_unique<RtspConnection>(std::move(stream), Authenticator(m_address.credentials()),
+                                                    [this](const Patience &again) { return open(again); });
+}
+
+std::unique_ptr<ByteStream> RtspSession::open(const Patience &patience)
+{
     const std::vector<std::string> hosts = resolveHost(m_address.host(), patience);
-    for (std::size_t i = 0; i < hosts.size(); ++i) {
+    for (std::size_t i = 0;; ++i) {
         const bool bLast = i + 1 == hosts.size();
         const Patience part = bLast ? patience : patience.atMost(kTimeForOneAddress);
         const Endpoint remote = {hosts[i], m_address.port()};
         try {
-            std::unique_ptr<ByteStream> stream;
-            if (isEncrypted()) {
-                stream = std::make_unique<TlsStream>(remote, m_address.host(), part);
-            } else {
-                stream = std::make_unique<TcpStream>(Socket::connectTcp(remote, part));
-            }
             m_remoteHost = hosts[i];
-            m_connection = std::make_unique<RtspConnection>(std::move(stream), Authenticator(m_address.credentials()));
-            return;
+            if (isEncrypted()) {
+                return std::make_unique<TlsStream>(remote, m_address.host(), verifyCertificates(), part);
+            }
+            return std::make_unique<TcpStream>(Socket::connectTcp(remote, part));
         } catch (const Failure &) {
             if (bLast) {
                 throw;
@@ -83,12 +91,14 @@ void RtspSession::connect(const Patience &patience)
 
 Sdp RtspSession::describe(const Patience &patience)
 {
-    connect(patience);
-    for (int nRedirections = 0; nRedirections <= kMaxRedirections; ++nRedirections) {
+    if (m_connection == nullptr) {
+        connect(patience);
+    }
+    for (;;) {
         const std::string url = m_address.url();
         askForMethods(url, patience);
         const RtspResponse response = m_connection->request("DESCRIBE", url, {{"Accept", "application/sdp"}}, patience);
-        if (isRedirection(response)) {
+        if (response.isRedirection()) {
             redirect(response, patience);
             continue;
         }
@@ -101,25 +111,30 @@ Sdp RtspSession::describe(const Patience &patience)
         m_aggregate = resolveControl(m_base, sdp.control);
         return sdp;
     }
-    throw Failure(SELVIK_ERROR_CHANNEL);
 }
 
 void RtspSession::askForMethods(const std::string &url, const Patience &patience)
 {
     // Some cameras do not know OPTIONS: the status does not matter, only the methods that the answer names.
     const RtspResponse options = m_connection->request("OPTIONS", url, {}, patience);
-    const std::vector<std::string> methods = split(options.header("public"), ',');
-    m_bGetParameter = std::any_of(methods.begin(), methods.end(),
-                                  [](const std::string &method) { return lowerCase(method) == "get_parameter"; });
+    const std::vector<std::string> methods = split(lowerCase(options.header("public")), ',');
+    const auto offers = [&](const char *pMethod) {
+        return std::find(methods.begin(), methods.end(), pMethod) != methods.end();
+    };
+    m_keepAlive = offers("get_parameter") ? "GET_PARAMETER" : offers("set_parameter") ? "SET_PARAMETER" : "OPTIONS";
 }
 
 void RtspSession::redirect(const RtspResponse &response, const Patience &patience)
 {
-    std::optional<Address> target = Address::parse(response.header("location"), m_address.credentials());
-    if (!target || !target->isRtsp()) {
+    const std::optional<Address> target =
+        resolveLocation(m_login, m_loginRemote, m_address, response.header("location"));
+    if (!target || ++m_nRedirections > kMaxRedirections) {
         throw Failure(SELVIK_ERROR_CHANNEL);
     }
-    m_address = std::move(*target);
+    // What was set up here is of no more use.
+    tearDown(patience.atMost(kTimeToLeave));
+    m_session.clear();
+    m_address = *target;
     connect(patience);
 }
 
@@ -128,6 +143,10 @@ RtspResponse RtspSession::setUp(const std::string &control, const std::string &t
     RtspConnection::Headers headers = sessionHeaders();
     headers.emplace_back("Transport", transport);
     RtspResponse response = m_connection->request("SETUP", resolveControl(m_base, control), headers, patience);
+    if (response.isRedirection()) {
+        redirect(response, patience);
+        throw Redirected();
+    }
     noteSession(response);
     return response;
 }
@@ -137,6 +156,10 @@ void RtspSession::play(const Patience &patience)
     RtspConnection::Headers headers = sessionHeaders();
     headers.emplace_back("Range", "npt=0.000-");
     const RtspResponse response = m_connection->request("PLAY", m_aggregate, headers, patience);
+    if (response.isRedirection()) {
+        redirect(response, patience);
+        throw Redirected();
+    }
     noteSession(response);
     if (!response.isSuccess()) {
         throw Failure(errorOf(response));
@@ -166,24 +189,37 @@ RtspConnection::Headers RtspSession::sessionHeaders() const
 
 void RtspSession::keepAlive(const Patience &patience)
 {
-    m_connection->send(m_bGetParameter ? "GET_PARAMETER" : "OPTIONS", m_aggregate, sessionHeaders(), patience);
+    m_bRepeated = false;
+    sendKeepAlive(patience);
 }
 
-void RtspSession::checkAnswers()
+void RtspSession::sendKeepAlive(const Patience &patience)
 {
-    const int nStatus = m_connection->takeStatus();
-    if (nStatus == 405 || nStatus == 501 || nStatus == 551) {
-        // The camera names GET_PARAMETER among its methods, but does not know it.
-        m_bGetParameter = false;
-    } else if (nStatus == 454) {
+    m_connection->send(m_keepAlive, m_aggregate, sessionHeaders(), patience);
+}
+
+void RtspSession::checkAnswers(const Patience &patience)
+{
+    const std::optional<RtspResponse> answer = m_connection->takeAnswer();
+    if (!answer || answer->nStatus < 400) {
+        return;
+    }
+    if (answer->nStatus == 454) {
         // The camera has ended the session.
         throw Failure(SELVIK_ERROR_HOST);
+    }
+    if (answer->nStatus != 401) {
+        // The camera names the method among those that it knows, and refuses it.
+        m_keepAlive = "OPTIONS";
+    } else if (!m_bRepeated && m_connection->takeChallenge(*answer)) {
+        m_bRepeated = true;
+        sendKeepAlive(patience);
     }
 }
 
 void RtspSession::tearDown(const Patience &patience) noexcept
 {
-    if (m_connection == nullptr || m_session.empty()) {
+    if (m_connection == nullptr || m_session.empty() || m_connection->isEnded()) {
         return;
     }
     try {

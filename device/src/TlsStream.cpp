@@ -3,14 +3,16 @@
 namespace selvik
 {
 
-TlsStream::TlsStream(const Endpoint &remote, const std::string &name, const Patience &patience) : m_patience(patience)
+TlsStream::TlsStream(const Endpoint &remote, const std::string &name, bool bVerify, const Patience &patience)
+    : m_patience(patience)
 {
     const std::string host = remote.host.find(':') == std::string::npos ? remote.host : "[" + remote.host + "]";
     const std::string url = "tls://" + host + ":" + std::to_string(remote.port);
     const AVIOInterruptCB interrupt = {&Patience::interrupts, &m_patience};
     Options options;
+    // The name that the certificate is to be for, and that the device hears: not the numeric address.
     options.set("verifyhost", name.c_str());
-    options.set("tls_verify", "0");
+    options.set("tls_verify", bVerify ? "1" : "0");
     const int result =
         avio_open2(&m_pIo, url.c_str(), AVIO_FLAG_READ_WRITE | AVIO_FLAG_DIRECT, &interrupt, options.get());
     if (result < 0) {

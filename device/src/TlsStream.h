@@ -13,14 +13,17 @@ namespace selvik
 /**
  * An encrypted connection, by the TLS of the FFmpeg build; see ByteStream.
  *
- * Cameras sign their certificates themselves, so that no certificate is checked: the encryption guards against
- * listeners only.
+ * Cameras sign their certificates themselves, so that a certificate is checked only where that is asked for. Without,
+ * the encryption guards against listeners, not against somebody in the middle.
  */
 class TlsStream : public ByteStream
 {
 public:
-    /** Connects to a numeric address; `name` is the host's name, which the device may want to hear. */
-    TlsStream(const Endpoint &remote, const std::string &name, const Patience &patience);
+    /**
+     * Connects to a numeric address; `name` is the host's name, which the device may want to hear.
+     * @param bVerify the certificate must be that name's, and lead to the system's store
+     */
+    TlsStream(const Endpoint &remote, const std::string &name, bool bVerify, const Patience &patience);
     ~TlsStream() override;
 
     [[nodiscard]] std::size_t receive(std::uint8_t *pBuffer, std::size_t capacity, const Patience &patience) override;

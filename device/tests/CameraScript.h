@@ -8,7 +8,16 @@ namespace selvik
 
 /** What a camera is and what it does otherwise than it should. */
 struct Script {
-    enum class Credentials { None, Basic, DigestMd5, DigestSha256 };
+    enum class Credentials {
+        None,
+        Basic,
+        DigestMd5,
+        DigestSha256,
+        DigestMd5Session,
+        DigestSha256Session,
+        DigestBody,      /**< qop="auth-int" */
+        DigestAnyQuality /**< qop="auth-int,auth", of which auth is to be taken */
+    };
 
     std::string clip = "h264.mp4"; /**< H.264 or H.265 pictures, sent at 25 a second of the camera's time */
     bool bSound = false;           /**< A-law, a tone of noise */
@@ -16,8 +25,16 @@ struct Script {
     bool bReports = false;         /**< sender reports */
 
     Credentials credentials = Credentials::None; /**< user "viewer", password "s3cret/&@" */
+    bool bOneLine = false;                       /**< Basic and Digest in one header */
+    bool bClosesAfterQuestion = false;
+    bool bNewNonces = false; /**< each is good for one request */
     int nDescribeStatus = 200;
+    int nSetupStatus = 200;
+    int nPlayStatus = 200;
     bool bRedirectsInCircles = false;
+    std::string redirects;           /**< the method whose first request is answered with `location` */
+    std::string location;            /**< relative ones lead to the camera itself */
+    const char *pHost = "127.0.0.1"; /**< on which it listens */
     bool bDatagramsOnly = false;
     bool bReordersDatagrams = false;
     int nLosesEvery = 0; /**< every so many packets one is left out */
@@ -45,9 +62,17 @@ struct Script {
     bool bMarkerEverywhere = false;
     bool bNoMarker = false;
     bool bOtherPayloadType = false;
-    int nTimeout = 0;               /**< seconds; after so long without a request the session ends */
-    bool bKeepAliveUnknown = false; /**< names GET_PARAMETER and answers 501 to it */
-    bool bCloseTogether = false;    /**< parameter sets in packets of their own, each with a marker */
+    bool bWrongSequence = false; /**< the same number in every answer */
+    bool bNoSequence = false;
+    bool bNoLength = false;                /**< of the description */
+    bool bDescribesAndHangsUp = false;     /**< no length, and the connection ends */
+    bool bAsksItself = false;              /**< sends requests of its own, and hangs up where they are not answered */
+    int nTearsDownAfter = 0;               /**< pictures; says TEARDOWN itself, and nothing more */
+    std::string methods = "GET_PARAMETER"; /**< named by OPTIONS besides the usual ones */
+    int nKeepAliveStatus = 501;            /**< with bKeepAliveUnknown */
+    int nTimeout = 0;                      /**< seconds; after so long without a request the session ends */
+    bool bKeepAliveUnknown = false;        /**< names GET_PARAMETER and refuses it */
+    bool bCloseTogether = false;           /**< parameter sets in packets of their own, each with a marker */
 };
 
 } // namespace selvik

@@ -73,6 +73,12 @@ bool CameraSession::isFrozen() const
 void CameraSession::run()
 {
     while (!m_place.stop && !m_bEnd && !m_sender.isOver()) {
+        const bool bTornDown = isReached(m_script.nTearsDownAfter, m_sender.pictures());
+        if (bTornDown && m_bPlaying) {
+            static const std::string text = "TEARDOWN * RTSP/1.0\r\nCSeq: 1\r\n\r\n";
+            m_sender.write(reinterpret_cast<const std::uint8_t *>(text.data()), text.size());
+            m_bPlaying = false;
+        }
         const bool bSends = m_bPlaying && !isFrozen() && !isReached(m_script.nPausesAfter, m_sender.pictures());
         const auto now = m_place.time.now();
         const auto left = std::chrono::ceil<Milliseconds>(m_nextPicture - now);
@@ -83,6 +89,9 @@ void CameraSession::run()
         if (bSends && m_place.time.now() >= m_nextPicture) {
             m_sender.sendPicture();
             m_nextPicture += kPictureInterval;
+            if (m_script.bAsksItself) {
+                askClient();
+            }
         }
         const auto silence = m_place.time.now() - m_lastRequest;
         if (m_script.nTimeout > 0 && m_bPlaying && silence > std::chrono::seconds(m_script.nTimeout)) {
@@ -119,15 +128,20 @@ bool CameraSession::readRequests()
         const std::string request = m_input.substr(0, end + 4);
         m_input.erase(0, end + 4);
         m_lastRequest = m_place.time.now();
-        handle(request);
+        if (startsWith(request, "RTSP/")) {
+            handleAnswer(request);
+        } else if (!m_bEnd) {
+            handle(request);
+        }
     }
 }
 
 bool CameraSession::isAllowed(const std::string &method, const std::string &url, const std::string &request) const
 {
-    static const std::string user = "viewer";
-    static const std::string password = "s3cret/&@";
     const std::string authorization = headerOf(request, "Authorization");
+    if (!authorization.empty()) {
+        m_place.note(authorization.substr(0, authorization.find(' ')));
+    }
     switch (m_script.credentials) {
     case Script::Credentials::None:
         return true;
@@ -136,28 +150,88 @@ bool CameraSession::isAllowed(const std::string &method, const std::string &url,
     default:
         break;
     }
-    const bool bSha256 = m_script.credentials == Script::Credentials::DigestSha256;
-    const std::string first = hashHex(bSha256, user + ":cameras:" + password);
-    const std::string second = hashHex(bSha256, method + ":" + url);
-    const std::size_t count = authorization.find("nc=");
-    const std::string middle = bSha256 && count != std::string::npos ? authorization.substr(count + 3, 8) + ":" +
-                                                                           field(authorization, "cnonce") + ":auth:"
-                                                                     : std::string();
-    return field(authorization, "uri") == url &&
-           field(authorization, "response") == hashHex(bSha256, first + ":abc123:" + middle + second);
+    const std::string expected = expectedDigest(method, url, authorization);
+    return !expected.empty() && field(authorization, "uri") == url && field(authorization, "response") == expected;
+}
+
+std::string CameraSession::expectedDigest(const std::string &method, const std::string &url,
+                                          const std::string &authorization) const
+{
+    const Script::Credentials kind = m_script.credentials;
+    const bool bSha256 = kind == Script::Credentials::DigestSha256 || kind == Script::Credentials::DigestSha256Session;
+    const std::string nonce = "abc" + std::to_string(m_place.memory.nonce);
+    if (field(authorization, "nonce") != nonce) {
+        return {};
+    }
+    const auto plain = [&](const std::string &name) {
+        const std::size_t at = authorization.find(name + "=");
+        const std::size_t begin = at + name.size() + 1;
+        return at == std::string::npos ? std::string()
+                                       : authorization.substr(begin, authorization.find(',', begin) - begin);
+    };
+    const std::string client = field(authorization, "cnonce");
+    std::string first = hashHex(bSha256, "viewer:cameras:s3cret/&@");
+    if (kind == Script::Credentials::DigestMd5Session || kind == Script::Credentials::DigestSha256Session) {
+        first = hashHex(bSha256, first + ":" + nonce + ":" + client);
+    }
+    std::string quality;
+    std::string second = method + ":" + url;
+    if (kind == Script::Credentials::DigestBody) {
+        quality = "auth-int";
+        second += ":" + hashHex(bSha256, {});
+    } else if (kind != Script::Credentials::DigestMd5 && kind != Script::Credentials::DigestMd5Session) {
+        quality = "auth";
+    }
+    const std::string middle = quality.empty() ? std::string() : plain("nc") + ":" + client + ":" + plain("qop") + ":";
+    return plain("qop") != quality ? "another quality"
+                                   : hashHex(bSha256, first + ":" + nonce + ":" + middle + hashHex(bSha256, second));
+}
+
+std::string CameraSession::digestQuestion() const
+{
+    const std::string digest = "Digest realm=\"cameras\", nonce=\"abc" + std::to_string(m_place.memory.nonce) + "\"";
+    switch (m_script.credentials) {
+    case Script::Credentials::DigestSha256:
+        return digest + ", algorithm=SHA-256, qop=\"auth\"";
+    case Script::Credentials::DigestMd5Session:
+        return digest + ", algorithm=MD5-sess";
+    case Script::Credentials::DigestSha256Session:
+        return digest + ", algorithm=SHA-256-sess, qop=\"auth\"";
+    case Script::Credentials::DigestBody:
+        return digest + ", qop=\"auth-int\"";
+    case Script::Credentials::DigestAnyQuality:
+        return digest + ", qop=\"auth-int,auth\"";
+    default:
+        return digest;
+    }
 }
 
 std::string CameraSession::question() const
 {
-    switch (m_script.credentials) {
-    case Script::Credentials::Basic:
-        return "WWW-Authenticate: Basic realm=\"cameras\"\r\n";
-    case Script::Credentials::DigestSha256:
-        return "WWW-Authenticate: Digest realm=\"cameras\", nonce=\"abc123\", algorithm=SHA-256, qop=\"auth\"\r\n";
-    default:
-        return "WWW-Authenticate: Digest realm=\"cameras\", nonce=\"abc123\"\r\n"
-               "WWW-Authenticate: Basic realm=\"cameras\"\r\n";
+    const std::string basic = "Basic realm=\"cameras\"";
+    if (m_script.credentials == Script::Credentials::Basic) {
+        return "WWW-Authenticate: " + basic + "\r\n";
     }
+    if (m_script.bOneLine) {
+        return "WWW-Authenticate: " + basic + ", " + digestQuestion() + "\r\n";
+    }
+    return "WWW-Authenticate: " + digestQuestion() + "\r\nWWW-Authenticate: " + basic + "\r\n";
+}
+
+bool CameraSession::isTurnedAway(const std::string &method, const std::string &url, const std::string &request)
+{
+    if (method != "OPTIONS" && !isAllowed(method, url, request)) {
+        ++m_place.memory.nonce;
+        answer(401, question());
+        m_bEnd = m_script.bClosesAfterQuestion;
+        return true;
+    }
+    m_place.memory.nonce += m_script.bNewNonces ? 1 : 0;
+    if (method == m_script.redirects && !m_place.memory.redirected.exchange(true)) {
+        answer(302, "Location: " + m_script.location + "\r\n");
+        return true;
+    }
+    return false;
 }
 
 void CameraSession::handle(const std::string &request)
@@ -167,29 +241,62 @@ void CameraSession::handle(const std::string &request)
     const std::string url = request.substr(urlBegin, request.find(' ', urlBegin) - urlBegin);
     m_place.note(method);
     m_sequence = headerOf(request, "CSeq");
-    if (method != "OPTIONS" && !isAllowed(method, url, request)) {
-        answer(401, question());
-    } else if (method == "OPTIONS") {
+    if (isTurnedAway(method, url, request)) {
+        return;
+    }
+    if (method == "OPTIONS") {
         answer(m_script.bOptionsUnknown ? 501 : 200,
-               "Public: OPTIONS, DESCRIBE, SETUP, PLAY, TEARDOWN, GET_PARAMETER\r\n");
+               "Public: OPTIONS, DESCRIBE, SETUP, PLAY, TEARDOWN, " + m_script.methods + "\r\n");
     } else if (method == "DESCRIBE") {
         describe();
     } else if (method == "SETUP") {
         setUp(url, request);
     } else if (method == "PLAY") {
         play();
-    } else if (method == "GET_PARAMETER") {
-        answer(m_script.bKeepAliveUnknown ? 501 : 200, {});
+    } else if (method == "GET_PARAMETER" || method == "SET_PARAMETER") {
+        answer(m_script.bKeepAliveUnknown ? m_script.nKeepAliveStatus : 200, {});
     } else if (method == "TEARDOWN") {
         answer(200, {});
         m_bEnd = true;
     }
 }
 
+void CameraSession::askClient()
+{
+    static const char *const methods[] = {"OPTIONS", "SET_PARAMETER", "ANNOUNCE", "GET_PARAMETER", "NONSENSE"};
+    if (m_nAsked > m_nAnswered + 3) {
+        m_bEnd = true;
+        return;
+    }
+    const std::string method = methods[m_nAsked % 5];
+    std::string text = method + " " + m_place.url + " RTSP/1.0\r\nCSeq: " + std::to_string(9000 + m_nAsked) + "\r\n";
+    if (method == "ANNOUNCE") {
+        const std::string body = "v=0\r\n$$RTSP/1.0 200 OK\r\n\r\n";
+        text += "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+    } else {
+        text += "\r\n";
+    }
+    m_sender.write(reinterpret_cast<const std::uint8_t *>(text.data()), text.size());
+    ++m_nAsked;
+}
+
+void CameraSession::handleAnswer(const std::string &answer)
+{
+    const int nExpected = m_nAnswered % 5 == 4 ? 501 : 200;
+    const bool bRight = startsWith(answer, "RTSP/1.0 " + std::to_string(nExpected)) &&
+                        headerOf(answer, "CSeq") == std::to_string(9000 + m_nAnswered);
+    m_place.note(bRight ? "answer" : "wrong answer");
+    ++m_nAnswered;
+}
+
 void CameraSession::answer(int nStatus, const std::string &headers, const std::string &body)
 {
-    std::string text = "RTSP/1.0 " + std::to_string(nStatus) + " Whatever\r\nCSeq: " + m_sequence + "\r\n" + headers;
-    if (!body.empty()) {
+    std::string text = "RTSP/1.0 " + std::to_string(nStatus) + " Whatever\r\n";
+    if (!m_script.bNoSequence) {
+        text += "CSeq: " + (m_script.bWrongSequence ? "1" : m_sequence) + "\r\n";
+    }
+    text += headers;
+    if (!body.empty() && !m_script.bNoLength && !m_script.bDescribesAndHangsUp) {
         text += "Content-Length: " + std::to_string(body.size()) + "\r\n";
     }
     text += "\r\n" + body;
@@ -243,6 +350,7 @@ void CameraSession::describe()
         headers += "Content-Base: " + base + (m_script.bLooseHeaders ? "  " : "") + "\r\n";
     }
     answer(200, headers, sdp);
+    m_bEnd = m_script.bDescribesAndHangsUp;
 }
 
 void CameraSession::setUp(const std::string &url, const std::string &request)
@@ -254,8 +362,8 @@ void CameraSession::setUp(const std::string &url, const std::string &request)
         answer(404, {});
         return;
     }
-    if (m_script.bDatagramsOnly && !bDatagrams) {
-        answer(461, {});
+    if (m_script.nSetupStatus != 200 || (m_script.bDatagramsOnly && !bDatagrams)) {
+        answer(m_script.nSetupStatus != 200 ? m_script.nSetupStatus : 461, {});
         return;
     }
     CameraSender::Track &track = m_sender.track(static_cast<std::size_t>(nTrack));
@@ -280,6 +388,10 @@ void CameraSession::setUp(const std::string &url, const std::string &request)
 
 void CameraSession::play()
 {
+    if (m_script.nPlayStatus != 200) {
+        answer(m_script.nPlayStatus, {});
+        return;
+    }
     m_bPlaying = true;
     m_nextPicture = m_place.time.now();
     if (m_script.bDataBeforePlayAnswer) {

@@ -10,6 +10,12 @@
 namespace selvik
 {
 
+/** What a scripted camera remembers from one connection to the next. */
+struct CameraMemory {
+    std::atomic<bool> redirected{false};
+    std::atomic<int> nonce{0}; /**< the number of the one that is good now */
+};
+
 /** What a scripted camera's connections share. */
 struct CameraPlace {
     const Script &script;
@@ -17,7 +23,8 @@ struct CameraPlace {
     const std::string url;
     TimeSource &time;
     const std::atomic<bool> &stop;
-    std::function<void(const std::string &method)> note;
+    std::function<void(const std::string &what)> note; /**< a request's method, and the scheme of its credentials */
+    CameraMemory &memory;
 };
 
 /**
@@ -42,6 +49,14 @@ private:
     [[nodiscard]] bool readRequests();
     [[nodiscard]] bool isAllowed(const std::string &method, const std::string &url, const std::string &request) const;
     [[nodiscard]] std::string question() const;
+    [[nodiscard]] std::string digestQuestion() const;
+    /** What the digest of the last answer should be; empty where it names another nonce. */
+    [[nodiscard]] std::string expectedDigest(const std::string &method, const std::string &url,
+                                             const std::string &authorization) const;
+    /** Whether the script has another end for this request than what it asks for. */
+    [[nodiscard]] bool isTurnedAway(const std::string &method, const std::string &url, const std::string &request);
+    void askClient();
+    void handleAnswer(const std::string &answer);
     void handle(const std::string &request);
     void answer(int nStatus, const std::string &headers, const std::string &body = {});
     void describe();
@@ -55,6 +70,8 @@ private:
     std::string m_input;
     std::string m_sequence;
     int m_nSession = 0;
+    int m_nAsked = 0; /**< requests of the camera's own, and how many of them were answered */
+    int m_nAnswered = 0;
     bool m_bPlaying = false;
     bool m_bEnd = false;
     Clock::time_point m_nextPicture;

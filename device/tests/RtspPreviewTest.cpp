@@ -1,5 +1,6 @@
 // Previews of a scripted RTSP camera on loopback.
 
+#include "device/src/Socket.h"
 #include "device/tests/PreviewFixture.h"
 
 extern "C" {
@@ -64,7 +65,7 @@ TEST_P(RtspCamera, Plays)
     EXPECT_EQ(contents.nDecodeErrors, 0);
     EXPECT_EQ(recorder.headers(), 1U);
     EXPECT_TRUE(waitFor([&] { return camera.openConnections() == 0; }, kLeaving)) << "the connection is still there";
-    EXPECT_EQ(camera.requests("TEARDOWN"), 1);
+    EXPECT_EQ(camera.requests("TEARDOWN"), GetParam().script.bNewNonces ? 2 : 1);
 }
 
 const OddCamera kCameras[] = {
@@ -76,6 +77,20 @@ const OddCamera kCameras[] = {
     odd("Basic", [](Script &script) { script.credentials = Script::Credentials::Basic; }),
     odd("DigestMd5", [](Script &script) { script.credentials = Script::Credentials::DigestMd5; }),
     odd("DigestSha256", [](Script &script) { script.credentials = Script::Credentials::DigestSha256; }),
+    odd("DigestMd5Session", [](Script &script) { script.credentials = Script::Credentials::DigestMd5Session; }),
+    odd("DigestSha256Session", [](Script &script) { script.credentials = Script::Credentials::DigestSha256Session; }),
+    odd("DigestOfTheBody", [](Script &script) { script.credentials = Script::Credentials::DigestBody; }),
+    odd("DigestOfAnyQuality", [](Script &script) { script.credentials = Script::Credentials::DigestAnyQuality; }),
+    odd("NewNonces",
+        [](Script &script) {
+            script.credentials = Script::Credentials::DigestMd5;
+            script.bNewNonces = true;
+        }),
+    odd("ClosesAfterQuestion",
+        [](Script &script) {
+            script.credentials = Script::Credentials::DigestMd5;
+            script.bClosesAfterQuestion = true;
+        }),
     odd("OptionsUnknown", [](Script &script) { script.bOptionsUnknown = true; }),
     odd("NoContentBase", [](Script &script) { script.bNoContentBase = true; }),
     odd("NoContentType", [](Script &script) { script.bNoContentType = true; }),
@@ -92,6 +107,10 @@ const OddCamera kCameras[] = {
     odd("MarkerEverywhere", [](Script &script) { script.bMarkerEverywhere = true; }),
     odd("NoMarker", [](Script &script) { script.bNoMarker = true; }),
     odd("OtherPayloadType", [](Script &script) { script.bOtherPayloadType = true; }),
+    odd("WrongSequence", [](Script &script) { script.bWrongSequence = true; }),
+    odd("NoSequence", [](Script &script) { script.bNoSequence = true; }),
+    odd("DescriptionEndedByClosing", [](Script &script) { script.bDescribesAndHangsUp = true; }),
+    odd("AsksItself", [](Script &script) { script.bAsksItself = true; }),
     odd("MarkedParameterSets", [](Script &script) { script.bCloseTogether = true; }),
 };
 
@@ -139,6 +158,23 @@ TEST_F(RtspPreview, APictureIsHandedOverBeforeTheNextOneComes)
     ASSERT_GE(preview.handle(), 0);
     // The camera sends its first picture with its answer to PLAY, and the second 40 ms later.
     ASSERT_TRUE(recorder.waitForRecords(1, 1, 35ms));
+}
+
+TEST_F(RtspPreview, ACameraIsReachedByIpv6)
+{
+    try {
+        (void)Socket::bindUdp(true, 0);
+    } catch (const Failure &) {
+        GTEST_SKIP() << "this machine has no IPv6";
+    }
+    Script script;
+    script.pHost = "::1";
+    script.credentials = Script::Credentials::DigestMd5;
+    const ScriptedCamera camera(m_time, script);
+    StreamRecorder recorder(m_time);
+    const Started preview(*this, recorder, camera.url("viewer:s3cret%2F%26%40@"));
+    ASSERT_GE(preview.handle(), 0) << preview.error();
+    EXPECT_TRUE(recorder.waitForRecords(1, 5, 1s));
 }
 
 struct FailureCase {
@@ -195,6 +231,20 @@ Script circling()
     return script;
 }
 
+Script withSetupStatus(int nStatus)
+{
+    Script script;
+    script.nSetupStatus = nStatus;
+    return script;
+}
+
+Script withPlayStatus(int nStatus)
+{
+    Script script;
+    script.nPlayStatus = nStatus;
+    return script;
+}
+
 Script silent()
 {
     Script script;
@@ -202,19 +252,29 @@ Script silent()
     return script;
 }
 
-INSTANTIATE_TEST_SUITE_P(Reasons, RtspFailure,
-                         testing::Values(FailureCase{"WrongPasswordDigest",
-                                                     withCredentials(Script::Credentials::DigestMd5), "viewer:wrong@",
-                                                     SELVIK_ERROR_REFUSED},
-                                         FailureCase{"WrongPasswordBasic", withCredentials(Script::Credentials::Basic),
-                                                     "viewer:wrong@", SELVIK_ERROR_REFUSED},
-                                         FailureCase{"NoPassword", withCredentials(Script::Credentials::DigestSha256),
-                                                     "", SELVIK_ERROR_REFUSED},
-                                         FailureCase{"NoSuchPath", withStatus(404), "", SELVIK_ERROR_CHANNEL},
-                                         FailureCase{"Forbidden", withStatus(403), "", SELVIK_ERROR_REFUSED},
-                                         FailureCase{"TooManyViewers", withStatus(453), "", SELVIK_ERROR_RESOURCES},
-                                         FailureCase{"CirclingRedirection", circling(), "", SELVIK_ERROR_CHANNEL},
-                                         FailureCase{"SaysNothing", silent(), "", SELVIK_ERROR_TIMEOUT}),
+const FailureCase kFailures[] = {
+    {"WrongPasswordDigest", withCredentials(Script::Credentials::DigestMd5), "viewer:wrong@", SELVIK_ERROR_REFUSED},
+    {"WrongPasswordBasic", withCredentials(Script::Credentials::Basic), "viewer:wrong@", SELVIK_ERROR_REFUSED},
+    {"NoPassword", withCredentials(Script::Credentials::DigestSha256), "", SELVIK_ERROR_REFUSED},
+    {"NoSuchPath", withStatus(404), "", SELVIK_ERROR_CHANNEL},
+    {"Forbidden", withStatus(403), "", SELVIK_ERROR_REFUSED},
+    {"TooManyViewers", withStatus(453), "", SELVIK_ERROR_RESOURCES},
+    {"Busy", withStatus(503), "", SELVIK_ERROR_RESOURCES},
+    {"Broken", withStatus(500), "", SELVIK_ERROR_HOST},
+    {"GatewayTimeOut", withStatus(504), "", SELVIK_ERROR_HOST},
+    {"NoSuchTrack", withSetupStatus(404), "", SELVIK_ERROR_CHANNEL},
+    {"NoSuchSessionAtSetup", withSetupStatus(454), "", SELVIK_ERROR_CHANNEL},
+    {"TooManyViewersAtSetup", withSetupStatus(453), "", SELVIK_ERROR_RESOURCES},
+    {"BusyAtSetup", withSetupStatus(503), "", SELVIK_ERROR_RESOURCES},
+    {"BrokenAtSetup", withSetupStatus(500), "", SELVIK_ERROR_HOST},
+    {"NoTransport", withSetupStatus(461), "", SELVIK_ERROR_MEDIA},
+    {"TooManyViewersAtPlay", withPlayStatus(453), "", SELVIK_ERROR_RESOURCES},
+    {"NoSuchSessionAtPlay", withPlayStatus(454), "", SELVIK_ERROR_CHANNEL},
+    {"CirclingRedirection", circling(), "", SELVIK_ERROR_CHANNEL},
+    {"SaysNothing", silent(), "", SELVIK_ERROR_TIMEOUT},
+};
+
+INSTANTIATE_TEST_SUITE_P(Reasons, RtspFailure, testing::ValuesIn(kFailures),
                          [](const testing::TestParamInfo<FailureCase> &testCase) { return testCase.param.pName; });
 
 TEST_F(RtspPreview, AClosedConnectionIsTakenUpAgainWithANewHeader)
@@ -352,6 +412,126 @@ TEST_F(RtspPreview, KeepsASessionThatTimesOutAfterTwoSeconds)
     EXPECT_EQ(camera.requests("GET_PARAMETER"), 1);
     // In five seconds: one before the description, and three in place of the method that the camera does not know.
     EXPECT_EQ(camera.requests("OPTIONS"), 1 + 3);
+}
+
+struct KeepAliveCase {
+    const char *pName;
+    const char *pMethods; /**< that the camera names */
+    int nStatus;          /**< that it answers to GET_PARAMETER and SET_PARAMETER */
+    const char *pFirst;   /**< the method that is asked first, */
+    const char *pThen;    /**< and the one that stays */
+};
+
+void PrintTo(const KeepAliveCase &keepAlive, std::ostream *pStream)
+{
+    *pStream << keepAlive.pName;
+}
+
+class KeepAlive : public PreviewFixture, public testing::WithParamInterface<KeepAliveCase>
+{
+};
+
+TEST_P(KeepAlive, UsesWhatTheCameraBears)
+{
+    Script script;
+    script.nTimeout = 2;
+    script.methods = GetParam().pMethods;
+    script.bKeepAliveUnknown = GetParam().nStatus != 200;
+    script.nKeepAliveStatus = GetParam().nStatus;
+    const ScriptedCamera camera(m_time, script);
+    StreamRecorder recorder(m_time);
+    const Started preview(*this, recorder, camera.url());
+    ASSERT_GE(preview.handle(), 0);
+    ASSERT_TRUE(recorder.waitForRecords(1, 125, 20s));
+    EXPECT_EQ(recorder.headers(), 1U);
+    const std::string then = GetParam().pThen;
+    // In five seconds every second; OPTIONS once before the description.
+    EXPECT_GE(camera.requests(then), 3 + (then == "OPTIONS" ? 1 : 0));
+    if (then != GetParam().pFirst) {
+        EXPECT_EQ(camera.requests(GetParam().pFirst), 1);
+    }
+}
+
+const KeepAliveCase kKeepAlives[] = {
+    {"GetParameter", "GET_PARAMETER, SET_PARAMETER", 200, "GET_PARAMETER", "GET_PARAMETER"},
+    {"SetParameterOnly", "SET_PARAMETER", 200, "SET_PARAMETER", "SET_PARAMETER"},
+    {"Neither", "PAUSE", 200, "OPTIONS", "OPTIONS"},
+    {"BadRequest", "GET_PARAMETER", 400, "GET_PARAMETER", "OPTIONS"},
+    {"Forbidden", "GET_PARAMETER", 403, "GET_PARAMETER", "OPTIONS"},
+    {"NotUnderstood", "GET_PARAMETER", 451, "GET_PARAMETER", "OPTIONS"},
+    {"NotAllowed", "SET_PARAMETER", 405, "SET_PARAMETER", "OPTIONS"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Methods, KeepAlive, testing::ValuesIn(kKeepAlives),
+                         [](const testing::TestParamInfo<KeepAliveCase> &testCase) { return testCase.param.pName; });
+
+TEST_F(RtspPreview, AKeepAliveThatIsRefusedForItsNonceIsSentAgain)
+{
+    Script script;
+    script.nTimeout = 2;
+    script.credentials = Script::Credentials::DigestMd5;
+    script.bNewNonces = true;
+    const ScriptedCamera camera(m_time, script);
+    StreamRecorder recorder(m_time);
+    const Started preview(*this, recorder, camera.url("viewer:s3cret%2F%26%40@"));
+    ASSERT_GE(preview.handle(), 0);
+    ASSERT_TRUE(recorder.waitForRecords(1, 125, 20s));
+    EXPECT_EQ(recorder.headers(), 1U);
+    // Each of the four is refused once.
+    EXPECT_GE(camera.requests("GET_PARAMETER"), 7);
+    EXPECT_LE(camera.requests("GET_PARAMETER"), 10);
+}
+
+TEST_F(RtspPreview, ASessionThatTheCameraDoesNotKnowAnyMoreIsBegunAnew)
+{
+    Script script;
+    script.nTimeout = 2;
+    script.bKeepAliveUnknown = true;
+    script.nKeepAliveStatus = 454;
+    const ScriptedCamera camera(m_time, script);
+    StreamRecorder recorder(m_time);
+    const Started preview(*this, recorder, camera.url());
+    ASSERT_GE(preview.handle(), 0);
+    EXPECT_TRUE(recorder.waitForRecords(2, 5, 4s));
+}
+
+TEST_F(RtspPreview, ADescriptionWithoutItsLengthIsWholeWhenNothingFollows)
+{
+    Script script;
+    script.bNoLength = true;
+    const ScriptedCamera camera(m_time, script);
+    StreamRecorder recorder(m_time);
+    const Started preview(*this, recorder, camera.url());
+    ASSERT_GE(preview.handle(), 0) << preview.error();
+    EXPECT_LT(preview.duration(), 700ms);
+    EXPECT_TRUE(recorder.waitForRecords(1, 10, 1s));
+}
+
+TEST_F(RtspPreview, ACameraThatAsksIsAnsweredByItsOwnNumbers)
+{
+    Script script;
+    script.bAsksItself = true;
+    const ScriptedCamera camera(m_time, script);
+    StreamRecorder recorder(m_time);
+    const Started preview(*this, recorder, camera.url());
+    ASSERT_GE(preview.handle(), 0);
+    ASSERT_TRUE(recorder.waitForRecords(1, 30, 5s));
+    EXPECT_GT(camera.requests("answer"), 20);
+    EXPECT_EQ(camera.requests("wrong answer"), 0);
+    EXPECT_EQ(recorder.headers(), 1U);
+}
+
+TEST_F(RtspPreview, ACameraThatTakesItsLeaveIsTakenUpAgain)
+{
+    Script script;
+    script.nTearsDownAfter = 10;
+    const ScriptedCamera camera(m_time, script);
+    StreamRecorder recorder(m_time);
+    const Started preview(*this, recorder, camera.url());
+    ASSERT_GE(preview.handle(), 0);
+    ASSERT_TRUE(recorder.waitForRecords(1, 10, 1s));
+    // One second until the next attempt, and none to notice.
+    EXPECT_TRUE(recorder.waitForRecords(2, 1, 1300ms));
 }
 
 TEST_F(RtspPreview, KeepsItsSessionAliveAtHalfOfTheTimeOut)

@@ -1,7 +1,7 @@
 #include "device/tests/ScriptedCamera.h"
 
 #include "device/src/Ffmpeg.h"
-#include "device/tests/CameraSession.h"
+#include "device/src/SocketAddress.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -50,16 +50,19 @@ ScriptedCamera::ScriptedCamera(TimeSource &time, Script script, unsigned short p
     : m_time(time), m_script(std::move(script)), m_clip(readClip(m_script.clip))
 {
     startSockets();
-    const TestSocket listener = ::socket(AF_INET, SOCK_STREAM, 0);
+    const SocketAddress address(Endpoint{m_script.pHost, port});
+    const bool bIpv6 = std::string(m_script.pHost).find(':') != std::string::npos;
+    const TestSocket listener = ::socket(bIpv6 ? AF_INET6 : AF_INET, SOCK_STREAM, 0);
     int on = 1;
     setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, reinterpret_cast<const char *>(&on), sizeof on);
-    sockaddr_in address = loopback(port);
-    socklen_t size = sizeof address;
-    if (bind(listener, reinterpret_cast<const sockaddr *>(&address), size) != 0 || listen(listener, 16) != 0) {
+    if (bind(listener, static_cast<const sockaddr *>(address.data()), static_cast<socklen_t>(address.size())) != 0 ||
+        listen(listener, 16) != 0) {
         throw std::runtime_error("the camera's port is taken");
     }
-    getsockname(listener, reinterpret_cast<sockaddr *>(&address), &size);
-    m_nPort = ntohs(address.sin_port);
+    sockaddr_storage bound = {};
+    socklen_t size = sizeof bound;
+    getsockname(listener, reinterpret_cast<sockaddr *>(&bound), &size);
+    m_nPort = SocketAddress::fromSystem(&bound, static_cast<std::size_t>(size)).port();
     m_listener = static_cast<long long>(listener);
     m_acceptor = std::thread([this, presence = m_time.presence()] { acceptConnections(); });
 }
@@ -114,7 +117,8 @@ void ScriptedCamera::serve(long long socket)
         m_methods.push_back(method);
     };
     {
-        CameraSession session({m_script, m_clip, url(), m_time, m_bStop, note}, static_cast<TestSocket>(socket));
+        CameraSession session({m_script, m_clip, url(), m_time, m_bStop, note, m_memory},
+                              static_cast<TestSocket>(socket));
         session.run();
     }
     const std::lock_guard<std::mutex> lock(m_mutex);
@@ -134,10 +138,10 @@ std::vector<Clock::time_point> ScriptedCamera::connectionTimes() const
     return m_connectionTimes;
 }
 
-int ScriptedCamera::requests(const std::string &method) const
+int ScriptedCamera::requests(const std::string &what) const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    return static_cast<int>(std::count(m_methods.begin(), m_methods.end(), method));
+    return static_cast<int>(std::count(m_methods.begin(), m_methods.end(), what));
 }
 
 } // namespace selvik

@@ -2,7 +2,7 @@
 #define DEVICE_TESTS_SCRIPTEDCAMERA_H
 
 #include "device/src/TimeSource.h"
-#include "device/tests/CameraSender.h"
+#include "device/tests/CameraSession.h"
 
 #include <atomic>
 #include <condition_variable>
@@ -32,16 +32,18 @@ public:
     {
         return m_nPort;
     }
-    /** rtsp://127.0.0.1:port/live, with `credentials` such as "user:password@". */
+    /** rtsp://127.0.0.1:port/live, or on the script's host, with `credentials` such as "user:password@". */
     [[nodiscard]] std::string url(const std::string &credentials = {}) const
     {
-        return "rtsp://" + credentials + "127.0.0.1:" + std::to_string(m_nPort) + "/live";
+        const std::string host = m_script.pHost;
+        return "rtsp://" + credentials + (host.find(':') == std::string::npos ? host : "[" + host + "]") + ":" +
+               std::to_string(m_nPort) + "/live";
     }
     [[nodiscard]] int openConnections() const;
     /** When each connection came, also those that were closed at once. */
     [[nodiscard]] std::vector<Clock::time_point> connectionTimes() const;
-    /** How often a request of that method came. */
-    [[nodiscard]] int requests(const std::string &method) const;
+    /** How often a request of that method came, or one with credentials of that scheme. */
+    [[nodiscard]] int requests(const std::string &what) const;
 
 private:
     void acceptConnections();
@@ -53,6 +55,7 @@ private:
     unsigned short m_nPort = 0;
     long long m_listener = -1;
     std::atomic<bool> m_bStop{false};
+    CameraMemory m_memory;
     std::thread m_acceptor;
 
     mutable std::mutex m_mutex;
