@@ -25,6 +25,7 @@ struct CameraPlace {
     const std::atomic<bool> &stop;
     std::function<void(const std::string &what)> note; /**< a request's method, and the scheme of its credentials */
     CameraMemory &memory;
+    std::atomic<unsigned short> &clientPort; /**< where the pictures' datagrams go */
 };
 
 /**

@@ -117,7 +117,7 @@ void ScriptedCamera::serve(long long socket)
         m_methods.push_back(method);
     };
     {
-        CameraSession session({m_script, m_clip, url(), m_time, m_bStop, note, m_memory},
+        CameraSession session({m_script, m_clip, url(), m_time, m_bStop, note, m_memory, m_clientPort},
                               static_cast<TestSocket>(socket));
         session.run();
     }
