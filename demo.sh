@@ -10,7 +10,8 @@
 #     --cameras N    1 to 9 simulated cameras; they send the files given, or that footage
 #     --channels N   the first N channels of each address (default: 1)
 #     --stream N     which stream of each channel: 0 the largest picture (default), 1 a smaller one, 2
-#     --discover     show nothing: list the ONVIF devices that answer on the network, or with addresses their channels
+#     --discover     show nothing: list the ONVIF devices that answer on the network, or with addresses their channels;
+#                    --interface IP asks through that address of this machine, --at HOST:PORT there instead
 #     --stay         leave the window open until it is closed
 #     --seconds N    on the virtual display: play for so long (default: 8)
 #     --split N, --size WxH, --once, --rules, --library PATH: as the demo host's --help explains
@@ -32,6 +33,7 @@ cameras=no
 addresses=no
 discover=no
 options=()
+reach=()
 sources=()
 while [ $# -gt 0 ]; do
     case "$1" in
@@ -52,6 +54,11 @@ while [ $# -gt 0 ]; do
         shift
         ;;
     --discover) discover=yes ;;
+    --interface | --at)
+        [ $# -ge 2 ] || wrong "$1 needs a value."
+        reach+=("$1" "$2")
+        shift
+        ;;
     --split | --size | --library | --channels | --stream)
         [ $# -ge 2 ] || wrong "$1 needs a value."
         options+=("$1" "$2")
@@ -77,12 +84,13 @@ while [ $# -gt 0 ]; do
 done
 [ "$cameras" = no ] || [ "$addresses" = no ] || wrong "--cameras makes cameras of files; an address is one already."
 [ "$discover" = no ] || [ ${#options[@]} -eq 0 ] || wrong "--discover takes no other option."
+[ "$discover" = yes ] || [ ${#reach[@]} -eq 0 ] || wrong "--interface and --at belong to --discover."
 cd "$root"
 
 if [ "$discover" = yes ]; then
     tools/install-packages.sh build run
     tools/build.sh mingw-release -- pellora_discover
-    exec tools/with-wine.sh tools/wine-run.sh build/mingw-release/bin/PelloraDiscover.exe "${sources[@]}"
+    exec tools/with-wine.sh tools/wine-run.sh build/mingw-release/bin/PelloraDiscover.exe "${reach[@]}" "${sources[@]}"
 fi
 tools/install-packages.sh build run
 tools/build.sh mingw-release -- pellora_demo
