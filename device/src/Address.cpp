@@ -1,5 +1,7 @@
 #include "device/src/Address.h"
 
+#include "device/src/Text.h"
+
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -26,35 +28,6 @@ const SchemeName &nameOf(Address::Scheme scheme)
 {
     return *std::find_if(kNetworkSchemes.begin(), kNetworkSchemes.end(),
                          [scheme](const SchemeName &name) { return name.scheme == scheme; });
-}
-
-std::string lower(std::string text)
-{
-    for (char &letter : text) {
-        letter = static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
-    }
-    return text;
-}
-
-int hexDigit(char digit)
-{
-    static const std::string digits = "0123456789abcdef";
-    const std::size_t value = digits.find(static_cast<char>(std::tolower(static_cast<unsigned char>(digit))));
-    return value == std::string::npos ? -1 : static_cast<int>(value);
-}
-
-std::string decodePercent(const std::string &text)
-{
-    std::string decoded;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '%' && i + 2 < text.size() && hexDigit(text[i + 1]) >= 0 && hexDigit(text[i + 2]) >= 0) {
-            decoded += static_cast<char>(hexDigit(text[i + 1]) * 16 + hexDigit(text[i + 2]));
-            i += 2;
-        } else {
-            decoded += text[i];
-        }
-    }
-    return decoded;
 }
 
 std::string encodePercent(const std::string &text)
@@ -142,7 +115,7 @@ std::optional<Address> Address::parse(const std::string &text, const Credentials
     if (colon == std::string::npos || hasControlCharacter(text)) {
         return std::nullopt;
     }
-    const std::string scheme = lower(text.substr(0, colon));
+    const std::string scheme = lowerCase(text.substr(0, colon));
     if (scheme == "file") {
         return parseFile(text.substr(colon + 1));
     }
@@ -172,9 +145,9 @@ std::optional<Address> Address::parse(const std::string &text, const Credentials
     if (at != std::string::npos) {
         const std::string own = rest.substr(0, at);
         const std::size_t separator = std::min(own.find(':'), own.size());
-        address.m_credentials.user = decodePercent(own.substr(0, separator));
+        address.m_credentials.user = percentDecoded(own.substr(0, separator));
         address.m_credentials.password =
-            separator < own.size() ? decodePercent(own.substr(separator + 1)) : std::string();
+            separator < own.size() ? percentDecoded(own.substr(separator + 1)) : std::string();
         hostBegin = at + 1;
     }
     const HostAndPort where = splitHost(rest.substr(hostBegin, hostEnd - hostBegin));
@@ -197,10 +170,10 @@ std::optional<Address> Address::parseFile(const std::string &rest)
         // file://[localhost]/path, where the path is percent-encoded and a drive stands behind a slash.
         const std::size_t slash = rest.find('/', 2);
         const std::string host = rest.substr(2, slash == std::string::npos ? std::string::npos : slash - 2);
-        if (slash == std::string::npos || (!host.empty() && lower(host) != "localhost")) {
+        if (slash == std::string::npos || (!host.empty() && lowerCase(host) != "localhost")) {
             return std::nullopt;
         }
-        address.m_path = decodePercent(rest.substr(slash));
+        address.m_path = percentDecoded(rest.substr(slash));
         const bool bDrive = address.m_path.size() > 2 && address.m_path[2] == ':' &&
                             std::isalpha(static_cast<unsigned char>(address.m_path[1])) != 0;
         if (bDrive) {

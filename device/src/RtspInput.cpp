@@ -389,7 +389,7 @@ void RtspInput::collect(Channel &channel, ByteView packet)
     std::vector<MediaUnit> units;
     if (channel.track->feed(packet, m_time.now(), units)) {
         m_bMediaCame = true;
-        noteMedia();
+        m_lastSign = m_time.now();
     }
     place(channel, units);
 }

@@ -4,6 +4,7 @@
 #include <winsock2.h>
 #include <ws2tcpip.h>
 #else
+#include <arpa/inet.h>
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
@@ -272,6 +273,14 @@ unsigned short Socket::localPort() const
         return 0;
     }
     return SocketAddress::fromSystem(&storage, static_cast<std::size_t>(size)).port();
+}
+
+bool Socket::sendGroupsThrough(const std::string &localAddress)
+{
+    in_addr address = {};
+    return inet_pton(AF_INET, localAddress.c_str(), &address) == 1 &&
+           setsockopt(native(m_handle), IPPROTO_IP, IP_MULTICAST_IF, reinterpret_cast<const char *>(&address),
+                      sizeof address) == 0;
 }
 
 std::size_t Socket::receive(std::uint8_t *pBuffer, std::size_t capacity)

@@ -43,6 +43,9 @@ public:
     }
     [[nodiscard]] unsigned short localPort() const;
 
+    /** Which of this machine's IPv4 addresses datagrams to groups leave by; false where it has no such one. */
+    [[nodiscard]] bool sendGroupsThrough(const std::string &localAddress);
+
     /** What is there, up to `capacity` bytes; 0 when nothing is. Throws when the other side has closed. */
     [[nodiscard]] std::size_t receive(std::uint8_t *pBuffer, std::size_t capacity);
     /** As receive(), of a datagram socket; tells who has sent the datagram. */

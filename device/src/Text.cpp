@@ -45,6 +45,25 @@ bool startsWith(const std::string &text, const std::string &beginning)
     return text.compare(0, beginning.size(), beginning) == 0;
 }
 
+std::string percentDecoded(const std::string &text)
+{
+    const auto valueOf = [](char digit) {
+        static const std::string digits = "0123456789abcdef";
+        const std::size_t value = digits.find(lowerCase(std::string(1, digit)));
+        return value == std::string::npos ? -1 : static_cast<int>(value);
+    };
+    std::string decoded;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '%' && i + 2 < text.size() && valueOf(text[i + 1]) >= 0 && valueOf(text[i + 2]) >= 0) {
+            decoded += static_cast<char>(valueOf(text[i + 1]) * 16 + valueOf(text[i + 2]));
+            i += 2;
+        } else {
+            decoded += text[i];
+        }
+    }
+    return decoded;
+}
+
 int leadingNumber(const std::string &text)
 {
     constexpr long long kMost = 1000000000;

@@ -17,6 +17,8 @@ namespace selvik
 /** Lines, whether they end with CR LF or LF alone. */
 [[nodiscard]] std::vector<std::string> lines(const std::string &text);
 [[nodiscard]] bool startsWith(const std::string &text, const std::string &beginning);
+/** With each "%41" as the byte that it stands for; a "%" that begins no such thing stays. */
+[[nodiscard]] std::string percentDecoded(const std::string &text);
 /** The number at the beginning of a text, 0 where there is none, bounded by 1 000 000 000. */
 [[nodiscard]] int leadingNumber(const std::string &text);
 

@@ -4,8 +4,6 @@
 
 #include <stdio.h>
 
-enum { FIRST_CHANNEL = 1 };
-
 static const wchar_t *const words[] = {
     [CAMERA_STOPPED] = L"stopped",
     [CAMERA_STARTING] = L"starting",
@@ -38,11 +36,13 @@ static void log_in(Cameras *cameras, int pane, const char *address)
 
 void cameras_log_in(Cameras *cameras, const Library *library, const Options *options)
 {
-    *cameras = (Cameras){.library = library, .openDraw = options->rules};
+    *cameras = (Cameras){.library = library, .stream = options->stream, .openDraw = options->rules};
     for (int pane = 0; pane < OPTIONS_MAX_SOURCES; ++pane) {
         cameras->cameras[pane] = (Camera){.library = library, .state = NO_CAMERA, .userID = -1};
-        if (pane < options->sourceCount && options->sources[pane].camera)
+        if (pane < options->sourceCount && options->sources[pane].camera) {
+            cameras->cameras[pane].channel = options->sources[pane].channel;
             log_in(cameras, pane, options->sources[pane].place);
+        }
     }
 }
 
@@ -50,8 +50,8 @@ void cameras_log_in(Cameras *cameras, const Library *library, const Options *opt
 static tagPELLORA_PREVIEW_PARAM request_for(const Cameras *cameras, int pane)
 {
     return (tagPELLORA_PREVIEW_PARAM){.userID = cameras->cameras[pane].userID,
-                                      .lChannel = FIRST_CHANNEL,
-                                      .streamType = PELLORA_STREAM_MAIN,
+                                      .lChannel = cameras->cameras[pane].channel,
+                                      .streamType = cameras->stream,
                                       .openDraw = cameras->openDraw};
 }
 

@@ -20,10 +20,12 @@ typedef struct {
     const Library *library;
     CameraState state;
     long userID; /**< its log-in; -1: none */
+    int channel; /**< from 1 */
 } Camera;
 
 typedef struct {
     const Library *library;
+    long stream;                         /**< of each: PELLORA_STREAM_TYPE */
     unsigned char openDraw;              /**< open the overlay once a picture is there */
     Camera cameras[OPTIONS_MAX_SOURCES]; /**< by pane; NO_CAMERA where a file plays, or nothing */
 } Cameras;

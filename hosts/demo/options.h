@@ -14,6 +14,7 @@ enum { OPTIONS_MAX_SOURCES = PELLORA_PANES_PER_WINDOW };
 typedef struct {
     char *place; /**< UTF-8: a file's path or a camera's address. Never printed: an address may hold a password */
     bool camera;
+    int channel; /**< of the camera's device, from 1 */
 } Source;
 
 typedef struct {
@@ -21,6 +22,7 @@ typedef struct {
     int sourceCount;
     int split;              /**< panes: 1, 4 or 9; 0: as many as the sources need */
     int width, height;      /**< client area in pixels */
+    int stream;             /**< of each camera: PELLORA_STREAM_TYPE */
     int seconds;            /**< end by itself after so many; 0: stay */
     bool loop;              /**< start a file over at its end */
     bool rules;             /**< put rules on the pictures */

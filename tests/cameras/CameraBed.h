@@ -42,8 +42,8 @@ struct Camera {
 class CameraBed
 {
 public:
-    /** Who is let in, and how media travel. */
-    enum class Port { Anybody, Digest, Basic, UdpOnly };
+    /** Who is let in, and how media travel; or the ONVIF device whose channels are the wall's cameras. */
+    enum class Port { Anybody, Digest, Basic, UdpOnly, Onvif };
 
     CameraBed();
     ~CameraBed();

@@ -6,7 +6,7 @@
 
 Commands on the control connection are lines; each is answered by one line, "ok VALUE…" or "error REASON":
 
-    ports                  open, digest, basic and UDP-only port of the server
+    ports                  open, digest, basic and UDP-only port of the server, and that of the ONVIF device over it
     kill | start           the server dies at once; it is back, on the same ports, when "start" is answered
     freeze | thaw          the server's process is stopped and goes on
     connections PORT       clients' ends of TCP connections to the port that are open or being opened
@@ -40,6 +40,7 @@ import termios
 from pathlib import Path
 
 sys.dont_write_bytecode = True  # the checkout holds sources only
+import onvif_device  # noqa: E402
 from camera_clips import all_cameras, make_clips  # noqa: E402
 
 HOST = "127.0.0.1"
@@ -278,13 +279,17 @@ class Bed:
     def __init__(self, clips):
         self.server = Server(clips)
         self.proxies = {}
+        # Its streams are those of the digest port; the first channel has a smaller one, too, which is another camera.
+        channels = [camera.path for camera in all_cameras() if "/" in camera.path]
+        self.onvif = onvif_device.Device(self.server.ports[1], channels, ["fast"])
+        self.onvif.start()
 
     async def command(self, words):
         name, values = words[0], [int(word) for word in words[1:]]
         if name in ("start", "kill"):
             await getattr(self.server, name)()
         elif name == "ports":
-            return self.server.ports
+            return [*self.server.ports, self.onvif.port]
         elif name == "freeze":
             self.server.send_signal(signal.SIGSTOP)
         elif name == "thaw":
@@ -346,6 +351,7 @@ async def run(clips, stay):
         if stay:
             for name, port in zip(("anybody", "digest", "basic", "UDP only"), bed.server.ports):
                 print(f"rtsp://{HOST}:{port}/PATH  {name}")
+            print(f"onvif://{HOST}:{bed.onvif.port}  digest; searches are answered at {HOST}:{bed.onvif.search_port}")
             print("PATH:", " ".join(camera.path for camera in all_cameras()), flush=True)
             await bed.server.process.wait()
             return

@@ -33,7 +33,7 @@ def secrets():
         yield re.escape(urllib.parse.quote(password, safe=""))
         yield re.escape(base64.b64encode(f"{USER}:{password}".encode()).decode().rstrip("="))
     yield re.escape(USER) + ":"
-    yield r"(?:rtsps?|https?)://(?!\*\*\*@)[^\s/]*@"
+    yield r"(?:rtsps?|https?|onvif)://(?!\*\*\*@)[^\s/]*@"
 
 
 def leaks(name, content):

@@ -82,7 +82,8 @@ std::string HttpClient::format(const HttpTarget &target, const std::string &cont
 {
     const unsigned short usual = target.bEncrypted ? 443 : 80;
     std::string text = "POST " + target.path + " HTTP/1.1\r\nHost: ";
-    text += m_host.find(':') == std::string::npos ? m_host : "[" + m_host + "]";
+    // A zone means something on this machine only.
+    text += m_host.find(':') == std::string::npos ? m_host : "[" + m_host.substr(0, m_host.find('%')) + "]";
     text += target.port == usual ? std::string() : ":" + std::to_string(target.port);
     text += "\r\nUser-Agent: Selvikdcm\r\nContent-Type: " + contentType + "\r\n";
     if (!authorization.empty()) {
