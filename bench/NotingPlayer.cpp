@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 namespace bench
 {
@@ -66,10 +67,26 @@ void NotingPlayer::onDraw(long, HDC hDc, void *pUser)
                             ? testsupport::readBarCode(pFirst + (nHeight - 1) * nStride, -nStride, nWidth, nHeight)
                             : testsupport::readBarCode(pFirst, nStride, nWidth, nHeight);
     if (number) {
-        auto *pSelf = static_cast<NotingPlayer *>(pUser);
-        const std::lock_guard<std::mutex> lock(pSelf->m_mutex);
-        pSelf->m_presented.emplace(*number % cameras::kPicturesPerCamera, now);
+        static_cast<NotingPlayer *>(pUser)->note(*number % cameras::kPicturesPerCamera, now);
     }
+}
+
+void NotingPlayer::note(int nNumber, Clock::time_point when)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_presented.emplace(nNumber, when);
+    // The same picture is drawn anew now and then.
+    if (nNumber != m_nLast && m_nRound > 0) {
+        ++m_tally.nShown;
+        m_tally.nDropped += m_nLast < 0 ? 0 : (nNumber - m_nLast + m_nRound) % m_nRound - 1;
+    }
+    m_nLast = nNumber;
+}
+
+NotingPlayer::Tally NotingPlayer::takeTally()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return std::exchange(m_tally, {});
 }
 
 } // namespace bench

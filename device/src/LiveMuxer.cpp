@@ -47,6 +47,8 @@ LiveMuxer::LiveMuxer(const std::vector<ParametersPtr> &tracks, std::int64_t utcO
     m_io.reset(required(avio_alloc_context(static_cast<unsigned char *>(required(av_malloc(kBufferSize))), kBufferSize,
                                            1, this, nullptr, &LiveMuxer::append, nullptr)));
     m_io->seekable = 0;
+    // What FFmpeg writes in one piece goes past the context's buffer.
+    m_io->direct = 1;
     AVFormatContext *pFormat = nullptr;
     if (avformat_alloc_output_context2(&pFormat, nullptr, "matroska", nullptr) < 0) {
         throw std::bad_alloc();
@@ -125,6 +127,9 @@ Bytes LiveMuxer::header()
 
 Bytes LiveMuxer::write(const MediaUnit &unit)
 {
+    // The heads of cluster and block take a few dozen bytes.
+    constexpr std::size_t kHeads = 256;
+    m_output.reserve(unit.bytes().size + kHeads);
     const AVStream *pStream = m_format->streams[unit.track];
     const PacketPtr packet(required(av_packet_clone(unit.packet.get())));
     packet->stream_index = static_cast<int>(unit.track);

@@ -43,9 +43,8 @@ TEST(StopFlagTest, EndsAWaitForASocketThatNothingComesTo)
     StopFlag stop;
     const Socket silent = Socket::toItself();
     bool bReadable = true;
-    std::thread waiter([&] {
-        bReadable = Socket::waitReadable({&silent}, Patience(realTime(), stop, TimeSource::kNoDeadline));
-    });
+    std::thread waiter(
+        [&] { bReadable = Socket::waitReadable({&silent}, Patience(realTime(), stop, TimeSource::kNoDeadline)); });
     stop = true;
     waiter.join();
     EXPECT_FALSE(bReadable);

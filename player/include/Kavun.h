@@ -63,7 +63,10 @@ typedef struct {
 /** A port's notice; called on a thread of the player. */
 typedef void (*KAVUN_PORT_CALLBACK)(long port, void *user);
 
-/** Draws over a picture; called on a thread of the player, once per presented picture. */
+/**
+ * Draws over a picture; called on a thread of the player, not always the same one, once per presented picture. In a
+ * window of which nothing can be seen nothing is presented, while the stream or the file goes on.
+ */
 typedef void (*KAVUN_DRAW_CALLBACK)(long port, HDC dc, void *user);
 
 #if !defined(_WIN32)

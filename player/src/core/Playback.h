@@ -47,8 +47,9 @@ struct DisplayRegion {
  * Owns:    the presenting thread, the presenter. Borrows the platform. Kept alive by the presenting thread.
  * Errors:  as returned; never throws but std::bad_alloc and std::system_error.
  *
- * In a window of which nothing can be seen nothing is presented, and the draw callback is not called. What is on display
- * goes on all the same, and is presented when the window is asked about the next time, at most a redrawing later.
+ * In a window of which nothing can be seen nothing is presented, and the draw callback is not called. What is on
+ * display goes on all the same, and is presented when the window is asked about the next time, at most a redrawing
+ * later.
  *
  * Order of locks: m_mutex, then those of what feeds it with pictures.
  */

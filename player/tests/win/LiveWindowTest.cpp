@@ -93,6 +93,76 @@ TEST(LiveWindowTest, ShowsEachPictureWhenItsRecordHasCome)
     EXPECT_GT(size, 1000u);
 }
 
+/** A window in a window, and a way in which nothing of it can be seen. */
+struct OutOfSight {
+    const char *name;
+    void (*leave)(HWND hParent, HWND hPane);
+    void (*comeBack)(HWND hParent, HWND hPane);
+};
+
+void place(HWND hWnd, int left, int width, int height)
+{
+    SetWindowPos(hWnd, nullptr, left, 0, width, height, SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
+const OutOfSight kOutOfSight[] = {{"Hidden", [](HWND, HWND hPane) { ShowWindow(hPane, SW_HIDE); },
+                                   [](HWND, HWND hPane) { ShowWindow(hPane, SW_SHOWNA); }},
+                                  {"InAHiddenWindow", [](HWND hParent, HWND) { ShowWindow(hParent, SW_HIDE); },
+                                   [](HWND hParent, HWND) { ShowWindow(hParent, SW_SHOWNOACTIVATE); }},
+                                  {"InAMinimisedWindow",
+                                   [](HWND hParent, HWND) { ShowWindow(hParent, SW_SHOWMINNOACTIVE); },
+                                   [](HWND hParent, HWND) { ShowWindow(hParent, SW_SHOWNOACTIVATE); }},
+                                  {"WithoutASize", [](HWND, HWND hPane) { place(hPane, 0, 0, 0); },
+                                   [](HWND, HWND hPane) { place(hPane, 0, 320, 240); }},
+                                  {"OutsideItsParent", [](HWND, HWND hPane) { place(hPane, 2000, 320, 240); },
+                                   [](HWND, HWND hPane) { place(hPane, 0, 320, 240); }}};
+
+void PrintTo(const OutOfSight &row, std::ostream *pStream)
+{
+    *pStream << row.name;
+}
+
+class AWindowOutOfSight : public testing::TestWithParam<OutOfSight>
+{
+};
+
+TEST_P(AWindowOutOfSight, IsNotDrawnIntoWhileTheStreamGoesOn)
+{
+    const TestWindow parent;
+    const HWND hPane = CreateWindowExW(0, L"STATIC", L"", WS_CHILD | WS_VISIBLE, 0, 0, 320, 240, parent.handle(),
+                                       nullptr, GetModuleHandleW(nullptr), nullptr);
+    PushedStream stream = liveMatroska("h264.avi");
+    LivePort port;
+    ASSERT_TRUE(port.open(stream, hPane));
+    std::atomic<int> drawn{0};
+    Kavun_RegisterDrawFun(
+        port.number(), [](long, HDC, void *pUser) { ++*static_cast<std::atomic<int> *>(pUser); }, &drawn);
+    const auto pushUpTo = [&, next = std::size_t{0}](unsigned long second) mutable {
+        for (; next <= 25 * second; ++next) {
+            port.input(stream, next);
+        }
+        return pumpUntil([&] { return Kavun_GetPlayedTime(port.number()) == second; });
+    };
+    ASSERT_TRUE(pushUpTo(0));
+    ASSERT_TRUE(pumpUntil([&] { return drawn > 0; }));
+    GetParam().leave(parent.handle(), hPane);
+    // A drawing that had begun before is over.
+    ASSERT_TRUE(pushUpTo(1));
+    const int before = drawn;
+    ASSERT_TRUE(pushUpTo(2));
+    ASSERT_TRUE(pushUpTo(3));
+    EXPECT_EQ(drawn, before);
+    std::vector<unsigned char> file(200000);
+    unsigned long size = 0;
+    EXPECT_TRUE(Kavun_GetJPEG(port.number(), file.data(), static_cast<unsigned long>(file.size()), &size));
+    GetParam().comeBack(parent.handle(), hPane);
+    EXPECT_TRUE(pumpUntil([&] { return drawn > before; }));
+    Kavun_RegisterDrawFun(port.number(), nullptr, nullptr);
+}
+
+INSTANTIATE_TEST_SUITE_P(Ways, AWindowOutOfSight, testing::ValuesIn(kOutOfSight),
+                         [](const auto &row) { return std::string(row.param.name); });
+
 TEST(LiveWindowTest, KeepsItsPictureWhenTheWindowIsResizedOrPaintedOver)
 {
     TestWindow window;
