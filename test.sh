@@ -3,7 +3,7 @@
 #
 #     ./test.sh [--preset NAME]… [--pattern REGEX] [--lint]
 #
-# --preset   mingw-release, mingw-debug, linux-asan, linux-tsan; more than once for several (default: all four)
+# --preset   mingw-release, mingw-debug, linux-asan, linux-tsan, linux-fuzz; more than once for several (default: all)
 # --pattern  only the tests whose name, such as mingw-release.player_tests, matches
 # --lint     before the tests: formatting, clang-tidy, and the include rules
 # Complete on a bare Debian 12 (as root or with sudo), and quick the second time.
@@ -33,7 +33,7 @@ while [ $# -gt 0 ]; do
     esac
     shift
 done
-[ ${#presets[@]} -gt 0 ] || presets=(mingw-release mingw-debug linux-asan linux-tsan)
+[ ${#presets[@]} -gt 0 ] || presets=(mingw-release mingw-debug linux-asan linux-tsan linux-fuzz)
 
 tools/install-packages.sh build run test
 tools/build.sh "${presets[@]}"

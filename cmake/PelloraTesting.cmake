@@ -5,9 +5,12 @@
 # WORKING_FOLDER puts the program into build/<preset>/<name> instead of bin, which is how a program meets doubles of
 # the platform libraries: Windows looks for a DLL beside the program first.
 #
-# The test is called PRESET.name, since one run goes over several presets.
+# The test is called PRESET.name, since one run goes over several presets. The preset of the fuzz targets has those alone.
 get_filename_component(PELLORA_PRESET ${CMAKE_BINARY_DIR} NAME)
 function(pellora_add_test)
+    if(PELLORA_FUZZ)
+        return()
+    endif()
     cmake_parse_arguments(arg "DISPLAY" "NAME;TIMEOUT;WORKING_FOLDER" "SOURCES;LIBRARIES;LABELS" ${ARGN})
     add_executable(${arg_NAME} ${arg_SOURCES})
     target_link_libraries(${arg_NAME} PRIVATE pellora_options ${arg_LIBRARIES} pellora_dep::gtest)

@@ -74,7 +74,8 @@ def guard_problem(path, root, guards):
 
 def problems_of(path, root, owners):
     folder = path.relative_to(root).parts[0]
-    is_test = "tests" in path.relative_to(root).parts
+    # The fuzz targets are tests of another kind.
+    is_test = bool({"tests", "fuzz"} & set(path.relative_to(root).parts))
     allowed = set(MAY_INCLUDE[folder]) | {folder}
     if is_test:
         # The library's own layers are tested through its exports; the others alone.

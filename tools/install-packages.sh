@@ -8,7 +8,8 @@ declare -A packages=(
         nasm pkg-config ccache python3 dpkg-dev patch xz-utils bzip2 ca-certificates googletest"
     [run]="wine wine64 xvfb xauth x11-utils imagemagick fonts-wine fonts-liberation fonts-noto-cjk"
     [test]="ffmpeg xdotool libgtest-dev libgmock-dev libdav1d-dev libyuv-dev libturbojpeg0-dev libpugixml-dev
-        clang-format clang-tidy git openssl python3-gi gir1.2-gst-rtsp-server-1.0 gstreamer1.0-plugins-base
+        clang libclang-rt-dev clang-format clang-tidy git openssl python3-gi gir1.2-gst-rtsp-server-1.0
+        gstreamer1.0-plugins-base
         gstreamer1.0-plugins-good gstreamer1.0-plugins-bad"
 )
 

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Formatting, include rules, lengths and clang-tidy over the whole project: tools/lint.sh [FILE…]
 #
-# clang-tidy needs the compile commands of build/mingw-release (and of build/linux-asan for what is built natively
-# only), so the presets are built first.
+# clang-tidy needs the compile commands of build/mingw-release (and of build/linux-asan and build/linux-fuzz for what is
+# built natively only), so the presets are built first.
 set -euo pipefail
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 cd "$root"

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Runs clang-tidy over what the presets compile: tools/tidy.py [FILE…]
 
-The Windows sources are read with mingw's own headers; what only the native preset compiles, with the machine's.
+The Windows sources are read with mingw's own headers; what only the native presets compile, with the machine's.
 Any finding is a failure. A file that was found clean is not read again until it, a file that it includes, the
 configuration, the arguments or clang-tidy changes, in this checkout or in another one: the cache beside the
 dependencies (PELLORA_CACHE) remembers the contents that were clean.
@@ -40,7 +40,7 @@ def mingw_arguments():
 
 def entries():
     seen = set()
-    for preset, extra in (("mingw-release", mingw_arguments()), ("linux-asan", [])):
+    for preset, extra in (("mingw-release", mingw_arguments()), ("linux-asan", []), ("linux-fuzz", [])):
         commands = ROOT / "build" / preset / "compile_commands.json"
         if not commands.exists():
             sys.exit(f"{commands} is missing; build the preset {preset} first (./test.sh does).")
@@ -56,7 +56,7 @@ def entries():
 def compiler_and_arguments(entry, path):
     """The compiler, without what starts it, and its arguments without the files that it reads and writes."""
     words = shlex.split(entry["command"])
-    first = next(i for i, word in enumerate(words) if Path(word).name.endswith(("gcc-posix", "g++-posix", "cc", "c++")))
+    first = next(i for i, word in enumerate(words) if Path(word).name.endswith(("gcc-posix", "g++-posix", "cc", "c++", "clang", "clang++")))
     arguments = []
     skip = False
     for word in words[first + 1:]:

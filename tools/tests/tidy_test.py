@@ -26,7 +26,7 @@ class Checkout:
         self.write("rules/A.h", "int *first();\n")
         self.write("rules/A.cpp", '#include "rules/A.h"\n')
         self.write("rules/B.cpp", "int *second();\n")
-        for preset, names in (("mingw-release", ["A", "B"]), ("linux-asan", ["B"])):
+        for preset, names in (("mingw-release", ["A", "B"]), ("linux-asan", ["B"]), ("linux-fuzz", ["B"])):
             build = folder / "build" / preset
             build.mkdir(parents=True)
             (build / "compile_commands.json").write_text(json.dumps([

@@ -128,6 +128,32 @@ class Codecs(unittest.TestCase):
         self.assertEqual({name.replace("mpegps", "mpeg") for name in built - FOR_CAMERAS}, played)
 
 
+class FuzzTargets(unittest.TestCase):
+    MOST_BYTES = 300 * 1000
+
+    def setUp(self):
+        self.listed = set()
+        for lists in ROOT.glob("*/fuzz/CMakeLists.txt"):
+            for name, source in re.findall(r"^pellora_add_fuzz_target\(NAME (\w+) SOURCES (\w+\.cpp)", lists.read_text("utf-8"),
+                                           re.MULTILINE):
+                self.assertTrue((lists.parent / source).exists(), source)
+                self.listed.add(lists.parent / "corpus" / name)
+
+    def test_have_a_corpus_each(self):
+        self.assertGreater(len(self.listed), 5)
+        self.assertEqual(self.listed, {path for path in ROOT.glob("*/fuzz/corpus/*") if path.is_dir()})
+        for corpus in self.listed:
+            self.assertTrue(any(corpus.iterdir()), f"{corpus.relative_to(ROOT)} is empty")
+
+    def test_have_the_dictionaries(self):
+        for words in ROOT.glob("*/fuzz/corpus/*.dict"):
+            self.assertIn(words.with_suffix(""), self.listed)
+
+    def test_have_corpora_that_are_small(self):
+        files = [file for corpus in self.listed for file in corpus.iterdir()]
+        self.assertLess(sum(file.stat().st_size for file in files), self.MOST_BYTES)
+
+
 class Cameras(unittest.TestCase):
     def test_are_the_same_in_the_bed_and_in_the_tests(self):
         listed = re.findall(r'\{"(\w+)", (\d+)', read("tests/cameras/CameraBed.cpp"))
