@@ -1,10 +1,8 @@
 #include "device/src/HttpStream.h"
 
 #include "Selvikdcm.h"
-#include "device/src/Resolver.h"
-#include "device/src/TcpStream.h"
+#include "device/src/ConnectTo.h"
 #include "device/src/Text.h"
-#include "device/src/TlsStream.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -21,28 +19,6 @@ constexpr int kMostRedirections = 4;
 constexpr int kMostQuestions = 3; // of one host for credentials: a nonce may be out of date
 constexpr std::size_t kLongestHead = 64 * 1024;
 constexpr std::size_t kLongestChunkLine = 256;
-// A host of several addresses: one that never answers must leave time for the next one.
-constexpr Milliseconds kTimeForOneAddress{1500};
-
-std::unique_ptr<ByteStream> connectTo(const Address &address, const Patience &patience)
-{
-    const std::vector<std::string> hosts = resolveHost(address.host(), patience);
-    for (std::size_t i = 0;; ++i) {
-        const bool bLast = i + 1 == hosts.size();
-        const Patience part = bLast ? patience : patience.atMost(kTimeForOneAddress);
-        const Endpoint remote = {hosts[i], address.port()};
-        try {
-            if (address.scheme() == Address::Scheme::Https) {
-                return std::make_unique<TlsStream>(remote, address.host(), part);
-            }
-            return std::make_unique<TcpStream>(Socket::connectTcp(remote, part));
-        } catch (const Failure &) {
-            if (bLast) {
-                throw;
-            }
-        }
-    }
-}
 
 unsigned long errorOf(int nStatus)
 {
@@ -112,7 +88,7 @@ void HttpStream::open(const Patience &patience)
         Authenticator authenticator(bSameHost && !bWeaker ? m_address.credentials() : Credentials());
         RtspResponse response = ask({}, patience);
         for (int i = 0; i < kMostQuestions && response.nStatus == 401; ++i) {
-            if (!authenticator.challenge(response.allOf("www-authenticate"))) {
+            if (!authenticator.challenge(response.allOf("www-authenticate"), i > 0)) {
                 break;
             }
             response = ask(authenticator.authorization("GET", target()), patience);
@@ -144,7 +120,8 @@ RtspResponse HttpStream::ask(const std::string &authorization, const Patience &p
 {
     m_received.clear();
     m_stream.reset();
-    m_stream = connectTo(m_place, patience);
+    const bool bEncrypted = m_place.scheme() == Address::Scheme::Https;
+    m_stream = connectTo(m_place.host(), m_place.port(), bEncrypted, patience).stream;
     std::string request = "GET " + target() + " HTTP/1.1\r\nHost: " + m_place.hostAndPort() +
                           "\r\nUser-Agent: Selvikdcm\r\nAccept: */*\r\nConnection: close\r\n";
     if (!authorization.empty()) {

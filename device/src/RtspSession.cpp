@@ -1,12 +1,9 @@
 #include "device/src/RtspSession.h"
 
 #include "Selvikdcm.h"
+#include "device/src/ConnectTo.h"
 #include "device/src/Location.h"
-#include "device/src/Resolver.h"
-#include "device/src/Settings.h"
-#include "device/src/TcpStream.h"
 #include "device/src/Text.h"
-#include "device/src/TlsStream.h"
 
 #include <algorithm>
 
@@ -17,8 +14,6 @@ namespace
 {
 
 constexpr int kMaxRedirections = 4;
-// A host of several addresses: one that never answers must leave time for the next one.
-constexpr Milliseconds kTimeForOneAddress{1500};
 // How long a camera may take to answer a client that it has sent elsewhere.
 constexpr Milliseconds kTimeToLeave{300};
 
@@ -70,23 +65,9 @@ void RtspSession::connect(const Patience &patience)
 
 std::unique_ptr<ByteStream> RtspSession::open(const Patience &patience)
 {
-    const std::vector<std::string> hosts = resolveHost(m_address.host(), patience);
-    for (std::size_t i = 0;; ++i) {
-        const bool bLast = i + 1 == hosts.size();
-        const Patience part = bLast ? patience : patience.atMost(kTimeForOneAddress);
-        const Endpoint remote = {hosts[i], m_address.port()};
-        try {
-            m_remoteHost = hosts[i];
-            if (isEncrypted()) {
-                return std::make_unique<TlsStream>(remote, m_address.host(), verifyCertificates(), part);
-            }
-            return std::make_unique<TcpStream>(Socket::connectTcp(remote, part));
-        } catch (const Failure &) {
-            if (bLast) {
-                throw;
-            }
-        }
-    }
+    Connected connected = connectTo(m_address.host(), m_address.port(), isEncrypted(), patience);
+    m_remoteHost = connected.remoteHost;
+    return std::move(connected.stream);
 }
 
 Sdp RtspSession::describe(const Patience &patience)

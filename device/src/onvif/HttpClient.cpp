@@ -1,19 +1,9 @@
 #include "device/src/onvif/HttpClient.h"
 
-#include "device/src/Resolver.h"
-#include "device/src/TcpStream.h"
-#include "device/src/TlsStream.h"
+#include "device/src/ConnectTo.h"
 
 namespace selvik
 {
-
-namespace
-{
-
-// As for RTSP: of several addresses, one that never answers must leave time for the next one.
-constexpr Milliseconds kTimeForOneAddress{1500};
-
-} // namespace
 
 HttpResponse HttpClient::post(const HttpTarget &target, const std::string &contentType,
                               const std::string &authorization, const std::string &body, const Patience &patience)
@@ -47,34 +37,11 @@ void HttpClient::connect(const HttpTarget &target, const Patience &patience)
 {
     m_connection.reset();
     m_connectedTo = target;
-    if (!m_reached.empty()) {
-        m_connection = std::make_unique<HttpReader>(open(m_reached, target, patience));
-        return;
-    }
-    const std::vector<std::string> hosts = resolveHost(m_host, patience);
-    for (std::size_t i = 0; i < hosts.size(); ++i) {
-        const bool bLast = i + 1 == hosts.size();
-        try {
-            m_connection = std::make_unique<HttpReader>(
-                open(hosts[i], target, bLast ? patience : patience.atMost(kTimeForOneAddress)));
-            m_reached = hosts[i];
-            return;
-        } catch (const Failure &) {
-            if (bLast) {
-                throw;
-            }
-        }
-    }
-}
-
-std::unique_ptr<ByteStream> HttpClient::open(const std::string &host, const HttpTarget &target,
-                                             const Patience &patience) const
-{
-    const Endpoint remote = {host, target.port};
-    if (target.bEncrypted) {
-        return std::make_unique<TlsStream>(remote, m_host, patience);
-    }
-    return std::make_unique<TcpStream>(Socket::connectTcp(remote, patience));
+    // The address that answered first is the device; the name may lead elsewhere the next time.
+    Connected connected =
+        connectTo(m_reached.empty() ? m_host : m_reached, target.port, target.bEncrypted, patience, m_host);
+    m_reached = connected.remoteHost;
+    m_connection = std::make_unique<HttpReader>(std::move(connected.stream));
 }
 
 std::string HttpClient::format(const HttpTarget &target, const std::string &contentType,

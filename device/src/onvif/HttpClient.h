@@ -37,8 +37,6 @@ public:
 
 private:
     void connect(const HttpTarget &target, const Patience &patience);
-    [[nodiscard]] std::unique_ptr<ByteStream> open(const std::string &host, const HttpTarget &target,
-                                                   const Patience &patience) const;
     [[nodiscard]] std::string format(const HttpTarget &target, const std::string &contentType,
                                      const std::string &authorization, const std::string &body) const;
 

@@ -130,7 +130,7 @@ SoapAnswer SoapClient::call(HttpTarget &target, const SoapRequest &request, cons
                 // a new nonce each time.
                 m_authenticator = Authenticator(m_credentials);
             }
-            if (m_authenticator.challenge(response.allOf("www-authenticate"))) {
+            if (m_authenticator.challenge(response.allOf("www-authenticate"), bAsked)) {
                 bAsked = true;
                 way = way == Way::Both ? Way::Both : Way::Http;
                 m_way = way;
