@@ -196,7 +196,7 @@ void PictureAssembler::finish()
     if (m_bIncomplete) {
         m_bTorn = true;
     } else if (!m_bytes.empty()) {
-        m_ready.push_back({std::move(m_bytes), m_nSlices > 0 ? m_nPictureTicks : m_nUnitTicks});
+        m_ready.push_back({std::move(m_bytes), m_nSlices > 0 ? m_nPictureTicks : m_nUnitTicks, takeTorn()});
     }
     m_nLastTicks = m_nSlices > 0 ? m_nPictureTicks : m_nUnitTicks;
     m_bytes = std::move(rest);

@@ -26,7 +26,8 @@ class PictureAssembler : public CodedSink
 public:
     struct Picture {
         Bytes bytes;
-        std::int64_t ticks = 0; /**< the time stamp of its first slice */
+        std::int64_t ticks = 0;   /**< the time stamp of its first slice */
+        bool bBehindTorn = false; /**< before it there was one that is not handed on */
     };
 
     /** Borrows nothing. The parameters may have parameter sets. */
@@ -49,7 +50,7 @@ public:
     {
         return m_ready;
     }
-    /** Whether, since the last question, part of a picture was missing though no packet was. */
+    /** Whether, since the last picture and the last question, one was torn though no packet was missing. */
     [[nodiscard]] bool takeTorn()
     {
         return std::exchange(m_bTorn, false);

@@ -174,6 +174,9 @@ void RtpTrack::feedVideo(const RtpPacket &packet, Clock::time_point arrival, std
     m_depacketizer->feed(packet, assembler);
     assembler.endPacket(packet.bMarker, m_depacketizer->isInsideUnit());
     for (PictureAssembler::Picture &picture : assembler.ready()) {
+        if (picture.bBehindTorn) {
+            m_entry.lose();
+        }
         emitPicture(picture, arrival, units);
     }
     assembler.ready().clear();

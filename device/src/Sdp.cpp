@@ -98,14 +98,14 @@ void noteOtherType(SdpMedia &media, const std::string &argument)
     }
 }
 
-/** Of "96 1920-1080", or of "1920,1080": the two last numbers. */
+/** Of "96 1920-1080", or of "1920, 1080": the numbers around the separator. */
 void applySize(SdpMedia &media, const std::string &value)
 {
-    const std::string size = value.substr(value.find_last_of(' ') + 1);
-    const std::size_t separator = size.find_first_of("-,xX");
+    const std::size_t separator = value.find_first_of("-,xX");
     if (separator != std::string::npos) {
-        media.nWidth = leadingNumber(size);
-        media.nHeight = leadingNumber(size.substr(separator + 1));
+        const std::string width = trimmed(value.substr(0, separator));
+        media.nWidth = leadingNumber(width.substr(width.find_last_of(' ') + 1));
+        media.nHeight = leadingNumber(trimmed(value.substr(separator + 1)));
     }
 }
 

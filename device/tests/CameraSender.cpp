@@ -245,7 +245,7 @@ void CameraSender::sendForeign(std::uint32_t time)
         write32(&report[4], sourceOf(track));
         sendPacket(track, report);
     }
-    if (m_script.bStraySource) {
+    if (m_script.bStraySource && m_nPackets % 4 == 0) {
         sendPacket(track, rtpPacket(kVideoType, m_nForeign++, time + 77, 0x9999, true, slice));
     }
     if (m_script.bStrangers && track.nPort != 0) {

@@ -1,5 +1,5 @@
-#include "device/src/Failure.h"
 #include "device/src/RtpTrack.h"
+#include "device/src/Failure.h"
 
 #include <gtest/gtest.h>
 
@@ -609,7 +609,7 @@ public:
     }
     [[nodiscard]] Bytes packet()
     {
-        const int nKind = static_cast<int>(below(20));
+        const int nKind = static_cast<int>(below(200));
         if (nKind == 0) {
             m_nSequence = static_cast<std::uint16_t>(m_random());
         } else if (nKind == 1) {
