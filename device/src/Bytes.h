@@ -27,6 +27,11 @@ struct ByteView {
     {
         return size == 0;
     }
+    /** Without so many bytes at the beginning; empty where there are not more. */
+    [[nodiscard]] ByteView from(std::size_t count) const
+    {
+        return count < size ? ByteView{pData + count, size - count} : ByteView{pData + size, 0};
+    }
 };
 
 /** Big-endian numbers, as on the network. */

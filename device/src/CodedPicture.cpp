@@ -1,6 +1,7 @@
 #include "device/src/CodedPicture.h"
 
-#include "device/src/MediaUnit.h"
+#include "device/src/BitReader.h"
+#include "device/src/UnitScanner.h"
 
 #include <array>
 
@@ -12,31 +13,6 @@ namespace
 
 constexpr std::array<std::uint8_t, 4> kStartCode = {0, 0, 0, 1};
 
-/** The units between start codes, without them and without zeros behind. */
-std::vector<ByteView> splitUnits(const Bytes &bytes)
-{
-    std::vector<ByteView> units;
-    const std::size_t size = bytes.size();
-    std::size_t begin = size;
-    const auto finish = [&](std::size_t end) {
-        while (end > begin && bytes[end - 1] == 0) {
-            --end;
-        }
-        if (end > begin) {
-            units.push_back({bytes.data() + begin, end - begin});
-        }
-    };
-    for (std::size_t i = 0; i + 3 <= size; ++i) {
-        if (bytes[i] == 0 && bytes[i + 1] == 0 && bytes[i + 2] == 1) {
-            finish(i);
-            begin = i + 3;
-            i += 2;
-        }
-    }
-    finish(size);
-    return units;
-}
-
 void append(Bytes &bytes, ByteView unit)
 {
     bytes.insert(bytes.end(), kStartCode.begin(), kStartCode.end());
@@ -44,15 +20,29 @@ void append(Bytes &bytes, ByteView unit)
 }
 
 /** What a unit of H.264 or H.265 is. */
-enum class UnitKind { Empty, Picture, KeyPicture, ParameterSet, RecoveryPoint, Other };
+enum class UnitKind { Empty, Picture, KeyPicture, ParameterSet, Message, Other };
+
+// Behind the unit's head.
+constexpr int kRecoveryPoint = 6;
+
+int typeOfH264(ByteView unit)
+{
+    return unit.pData[0] & 0x1F;
+}
+
+int typeOfH265(ByteView unit)
+{
+    return (unit.pData[0] >> 1) & 0x3F;
+}
 
 UnitKind kindOfH264(ByteView unit)
 {
-    const int nType = unit.pData[0] & 0x1F;
-    if (unit.size < 2 || nType == 0) {
+    if (unit.size < 2) {
         return UnitKind::Empty;
     }
-    switch (nType) {
+    switch (typeOfH264(unit)) {
+    case 0:
+        return UnitKind::Empty;
     case 5:
         return UnitKind::KeyPicture;
     case 1:
@@ -62,7 +52,7 @@ UnitKind kindOfH264(ByteView unit)
     case 8:
         return UnitKind::ParameterSet;
     case 6:
-        return unit.pData[1] == 6 ? UnitKind::RecoveryPoint : UnitKind::Other;
+        return UnitKind::Message;
     default:
         return UnitKind::Other;
     }
@@ -70,56 +60,191 @@ UnitKind kindOfH264(ByteView unit)
 
 UnitKind kindOfH265(ByteView unit)
 {
-    const int nType = (unit.pData[0] >> 1) & 0x3F;
     // A start code inside a packet leaves a unit of two zero bytes, or of the header alone.
     if (unit.size < 3) {
         return UnitKind::Empty;
     }
-    if (nType >= 16 && nType <= 21) {
+    const int nType = typeOfH265(unit);
+    if (nType >= 16 && nType <= 23) {
         return UnitKind::KeyPicture;
     }
     if (nType < 32) {
         return UnitKind::Picture;
     }
+    if (nType == 39) {
+        return UnitKind::Message;
+    }
     return nType <= 34 ? UnitKind::ParameterSet : UnitKind::Other;
 }
 
-/** Whether an RTP payload is a fragment of a unit, and not the last one. */
-bool isUnfinishedH264(ByteView payload)
+UnitHead headOfH264(ByteView unit)
 {
-    constexpr int kFragment = 28;
-    return payload.size > 1 && (payload.pData[0] & 0x1F) == kFragment && (payload.pData[1] & 0x40) == 0;
+    if (unit.size < 2) {
+        return {UnitRole::Nothing};
+    }
+    const bool bFirst = (unit.pData[1] & 0x80) != 0; // first_mb_in_slice is 0
+    switch (typeOfH264(unit)) {
+    case 1:
+    case 2:
+    case 5:
+        return {UnitRole::Slice, bFirst};
+    case 3:
+    case 4:
+        return {UnitRole::Slice};
+    case 7:
+    case 8:
+        return {UnitRole::Opening, false, true};
+    case 6:
+    case 9:
+    case 13:
+    case 14:
+    case 15:
+    case 16:
+    case 17:
+    case 18:
+        return {UnitRole::Opening};
+    case 10:
+    case 11:
+    case 19:
+    case 20:
+    case 21:
+        return {UnitRole::Closing};
+    default:
+        return {UnitRole::Nothing};
+    }
 }
 
-bool isUnfinishedH265(ByteView payload)
+UnitHead headOfH265(ByteView unit)
 {
-    constexpr int kFragment = 49;
-    return payload.size > 2 && ((payload.pData[0] >> 1) & 0x3F) == kFragment && (payload.pData[2] & 0x40) == 0;
+    constexpr int kFiller = 38;
+    constexpr int kSuffixMessage = 40;
+    if (unit.size < 3) {
+        return {UnitRole::Nothing};
+    }
+    const int nType = typeOfH265(unit);
+    if (nType < 32) {
+        return {UnitRole::Slice, (unit.pData[2] & 0x80) != 0}; // first_slice_segment_in_pic_flag
+    }
+    if (nType <= 34) {
+        return {UnitRole::Opening, false, true};
+    }
+    if (nType == kFiller) {
+        return {UnitRole::Nothing};
+    }
+    // ITU-T H.265, 7.4.2.4.4, has which types begin an access unit and which follow its last slice.
+    const bool bClosing =
+        nType == 36 || nType == 37 || nType == kSuffixMessage || (nType >= 45 && nType <= 47) || nType >= 56;
+    return {bClosing ? UnitRole::Closing : UnitRole::Opening};
 }
 
-PictureFacts inspectUnits(UnitKind (*pKindOf)(ByteView), Bytes &bytes)
+/** Whether one of a unit's messages (SEI) says that decoding can begin here. What is torn says nothing. */
+bool hasRecoveryPoint(ByteView unit, int nHeadBits)
 {
-    PictureFacts facts;
-    Bytes clean;
-    clean.reserve(bytes.size() + 16);
-    bool bRecoveryPoint = false;
-    for (const ByteView unit : splitUnits(bytes)) {
-        const UnitKind kind = pKindOf(unit);
-        if (kind == UnitKind::Empty) {
-            continue;
+    BitReader reader(unit);
+    reader.skip(nHeadBits);
+    const auto number = [&reader] {
+        std::uint32_t value = 0;
+        std::uint32_t byte = 0xFF;
+        while (byte == 0xFF && !reader.isOver()) {
+            byte = reader.bits(8);
+            value += byte;
         }
-        append(clean, unit);
-        facts.bPicture = facts.bPicture || kind == UnitKind::Picture || kind == UnitKind::KeyPicture;
-        facts.bKey = facts.bKey || kind == UnitKind::KeyPicture;
-        bRecoveryPoint = bRecoveryPoint || kind == UnitKind::RecoveryPoint;
-        if (kind == UnitKind::ParameterSet) {
-            append(facts.parameterSets, unit);
+        return value;
+    };
+    while (!reader.isOver() && !reader.isAtEnd()) {
+        const std::uint32_t nType = number();
+        const std::uint32_t size = number();
+        if (nType == kRecoveryPoint && size > 0 && !reader.isOver()) {
+            return true;
+        }
+        for (std::uint32_t i = 0; i < size && !reader.isOver(); ++i) {
+            reader.skip(8);
         }
     }
+    return false;
+}
+
+bool isIntraH264(ByteView slice)
+{
+    BitReader reader(slice);
+    reader.skip(8);
+    (void)reader.golomb();
+    const std::uint32_t nType = reader.golomb();
+    return !reader.isOver() && (nType % 5 == 2 || nType % 5 == 4);
+}
+
+/** Looks at a picture's first slice alone; the others are taken to be of its kind. */
+bool isIntraH265(ByteView slice)
+{
+    BitReader reader(slice);
+    reader.skip(16);
+    if (!reader.flag()) {
+        return true;
+    }
+    // The extra bits that a picture parameter set may ask for are not counted: cameras have none.
+    (void)reader.golomb();
+    const std::uint32_t nType = reader.golomb();
+    return !reader.isOver() && nType == 2;
+}
+
+/** What the library knows of a coding that is units between start codes. */
+struct UnitCoding {
+    UnitKind (*pKindOf)(ByteView unit);
+    UnitHead (*pHeadOf)(ByteView unit);
+    bool (*pIsIntra)(ByteView slice);
+    int nHeadBits;
+};
+
+constexpr UnitCoding kH264 = {&kindOfH264, &headOfH264, &isIntraH264, 8};
+constexpr UnitCoding kH265 = {&kindOfH265, &headOfH265, &isIntraH265, 16};
+
+void noteUnit(const UnitCoding &coding, ByteView unit, UnitKind kind, PictureFacts &facts)
+{
+    switch (kind) {
+    case UnitKind::Picture:
+    case UnitKind::KeyPicture:
+        facts.bIntra = (facts.bIntra || !facts.bPicture) && (kind == UnitKind::KeyPicture || coding.pIsIntra(unit));
+        facts.bPicture = true;
+        facts.bKey = facts.bKey || kind == UnitKind::KeyPicture;
+        break;
+    case UnitKind::ParameterSet:
+        append(facts.parameterSets, unit);
+        break;
+    case UnitKind::Message:
+        facts.bRecoveryPoint = facts.bRecoveryPoint || hasRecoveryPoint(unit, coding.nHeadBits);
+        break;
+    case UnitKind::Empty:
+    case UnitKind::Other:
+        break;
+    }
+}
+
+PictureFacts inspectUnits(const UnitCoding &coding, Bytes &bytes)
+{
+    PictureFacts facts;
+    const ByteView all = {bytes.data(), bytes.size()};
+    std::size_t size = 0;
+    visitUnits(all, Leading::IsNothing, [&](ByteView unit) {
+        const UnitKind kind = coding.pKindOf(unit);
+        if (kind != UnitKind::Empty) {
+            size += kStartCode.size() + unit.size;
+            noteUnit(coding, unit, kind, facts);
+        }
+    });
     // Cameras with gradual refresh or open groups never send an IDR picture. For them a picture behind parameter sets
     // and a recovery point is the place to begin.
-    facts.bKey = facts.bKey || (facts.bPicture && bRecoveryPoint && !facts.parameterSets.empty());
-    bytes.swap(clean);
+    facts.bRecoveryPoint = facts.bRecoveryPoint && facts.bPicture;
+    facts.bKey = facts.bKey || (facts.bRecoveryPoint && !facts.parameterSets.empty());
+    if (size != bytes.size()) {
+        Bytes clean;
+        clean.reserve(size);
+        visitUnits(all, Leading::IsNothing, [&](ByteView unit) {
+            if (coding.pKindOf(unit) != UnitKind::Empty) {
+                append(clean, unit);
+            }
+        });
+        bytes.swap(clean);
+    }
     return facts;
 }
 
@@ -161,28 +286,27 @@ bool isAnyPicture(const Bytes &bytes)
     return !bytes.empty();
 }
 
-/** All that the library knows of one coding of pictures. Either kindOf or isKey is null. */
+/** All that the library knows of one coding of pictures. Either pUnits or pIsKey is null. */
 struct PictureCoding {
     AVCodecID codec;
-    /** The coding is units between start codes, some of which are parameter sets: what each of them is. */
-    UnitKind (*pKindOf)(ByteView unit);
+    const UnitCoding *pUnits;
     bool (*pIsKey)(const Bytes &picture);
-    /** Whether an RTP payload cannot be a picture's last; null where its bytes do not tell. */
-    bool (*pIsUnfinished)(ByteView payload);
+    /** Each packet of a picture, or of what goes before it, begins with a start code of three bytes. */
+    bool bStartCodes;
 };
 
 constexpr PictureCoding kCodings[] = {
-    {AV_CODEC_ID_H264, &kindOfH264, nullptr, &isUnfinishedH264},
-    {AV_CODEC_ID_HEVC, &kindOfH265, nullptr, &isUnfinishedH265},
-    {AV_CODEC_ID_MJPEG, nullptr, &isAnyPicture, nullptr},
-    {AV_CODEC_ID_MPEG4, nullptr, &isKeyOfMpeg4, nullptr},
-    {AV_CODEC_ID_MPEG2VIDEO, nullptr, &isKeyOfMpeg12, nullptr},
-    {AV_CODEC_ID_MPEG1VIDEO, nullptr, &isKeyOfMpeg12, nullptr},
-    {AV_CODEC_ID_VP8, nullptr, &isKeyOfVp8, nullptr},
-    {AV_CODEC_ID_VP9, nullptr, &isKeyOfVp9, nullptr},
+    {AV_CODEC_ID_H264, &kH264, nullptr, true},
+    {AV_CODEC_ID_HEVC, &kH265, nullptr, true},
+    {AV_CODEC_ID_MJPEG, nullptr, &isAnyPicture, false},
+    {AV_CODEC_ID_MPEG4, nullptr, &isKeyOfMpeg4, true},
+    {AV_CODEC_ID_MPEG2VIDEO, nullptr, &isKeyOfMpeg12, true},
+    {AV_CODEC_ID_MPEG1VIDEO, nullptr, &isKeyOfMpeg12, true},
+    {AV_CODEC_ID_VP8, nullptr, &isKeyOfVp8, false},
+    {AV_CODEC_ID_VP9, nullptr, &isKeyOfVp9, false},
 };
 // Whatever else FFmpeg takes out of RTP packets: decoding may begin with any picture of it.
-constexpr PictureCoding kOtherCoding = {AV_CODEC_ID_NONE, nullptr, &isAnyPicture, nullptr};
+constexpr PictureCoding kOtherCoding = {AV_CODEC_ID_NONE, nullptr, &isAnyPicture, false};
 
 const PictureCoding &codingOf(AVCodecID codec)
 {
@@ -207,55 +331,50 @@ std::vector<AVCodecID> knownPictureCodings()
 
 bool hasParameterSets(AVCodecID codec)
 {
-    return codingOf(codec).pKindOf != nullptr;
+    return codingOf(codec).pUnits != nullptr;
 }
 
-bool isUnfinishedPayload(AVCodecID codec, ByteView payload)
+UnitHead headOf(AVCodecID codec, ByteView unit)
 {
-    const auto pIsUnfinished = codingOf(codec).pIsUnfinished;
-    return pIsUnfinished != nullptr && pIsUnfinished(payload);
+    const PictureCoding &coding = codingOf(codec);
+    if (coding.pUnits == nullptr) {
+        // A slice of MPEG-2 begins with a start code too, the codes 1 to 175, and goes on with the picture.
+        constexpr std::uint8_t kLastSlice = 0xAF;
+        const bool bMpeg2 = codec == AV_CODEC_ID_MPEG2VIDEO || codec == AV_CODEC_ID_MPEG1VIDEO;
+        const bool bSlice = bMpeg2 && unit.size > 3 && unit.pData[3] >= 1 && unit.pData[3] <= kLastSlice;
+        return {UnitRole::Opaque, !coding.bStartCodes || (findStartCode(unit, 0) == 0 && !bSlice)};
+    }
+    if (beginsWithStartCode(unit)) {
+        unit = unit.from(unit.pData[2] == 1 ? 3 : 4);
+    }
+    return coding.pUnits->pHeadOf(unit);
+}
+
+bool containsPicture(AVCodecID codec, ByteView bytes)
+{
+    const UnitCoding *pUnits = codingOf(codec).pUnits;
+    if (pUnits == nullptr) {
+        return !bytes.empty();
+    }
+    bool bFound = false;
+    visitUnits(bytes, Leading::IsNothing, [&](ByteView unit) {
+        const UnitKind kind = pUnits->pKindOf(unit);
+        bFound = bFound || kind == UnitKind::Picture || kind == UnitKind::KeyPicture;
+    });
+    return bFound;
 }
 
 PictureFacts inspectPicture(AVCodecID codec, Bytes &bytes)
 {
     const PictureCoding &coding = codingOf(codec);
-    if (coding.pKindOf != nullptr) {
-        return inspectUnits(coding.pKindOf, bytes);
+    if (coding.pUnits != nullptr) {
+        return inspectUnits(*coding.pUnits, bytes);
     }
     PictureFacts facts;
     facts.bPicture = !bytes.empty();
     facts.bKey = coding.pIsKey(bytes);
+    facts.bIntra = facts.bKey;
     return facts;
-}
-
-bool probeSize(AVCodecParameters &parameters, ByteView picture)
-{
-    const AVCodec *pDecoder = avcodec_find_decoder(parameters.codec_id);
-    if (pDecoder == nullptr) {
-        return false;
-    }
-    const CodecPtr context(required(avcodec_alloc_context3(pDecoder)));
-    if (avcodec_parameters_to_context(context.get(), &parameters) < 0) {
-        return false;
-    }
-    context->thread_count = 1;
-    if (avcodec_open2(context.get(), pDecoder, nullptr) < 0) {
-        return false;
-    }
-    const PacketPtr packet = makePacket(picture);
-    // The result does not matter: a damaged picture tells its size too.
-    (void)avcodec_send_packet(context.get(), packet.get());
-    const FramePtr frame(required(av_frame_alloc()));
-    (void)avcodec_send_packet(context.get(), nullptr);
-    (void)avcodec_receive_frame(context.get(), frame.get());
-    const int nWidth = frame->width > 0 ? frame->width : context->width;
-    const int nHeight = frame->height > 0 ? frame->height : context->height;
-    if (nWidth <= 0 || nHeight <= 0) {
-        return false;
-    }
-    parameters.width = nWidth;
-    parameters.height = nHeight;
-    return true;
 }
 
 } // namespace selvik

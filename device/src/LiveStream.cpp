@@ -2,8 +2,8 @@
 
 #include "Selvikdcm.h"
 #include "device/src/CodedPicture.h"
-
-#include <cstring>
+#include "device/src/PictureParameters.h"
+#include "device/src/UnitScanner.h"
 
 namespace selvik
 {
@@ -14,22 +14,6 @@ namespace
 // The header waits so long for a key picture. Then it is written from the camera's description alone, and the first
 // data follows with the next key picture.
 constexpr Milliseconds kWaitForKeyPicture{3000};
-
-void setExtradata(AVCodecParameters &parameters, const Bytes &bytes)
-{
-    av_freep(&parameters.extradata);
-    parameters.extradata_size = 0;
-    parameters.extradata =
-        static_cast<std::uint8_t *>(required(av_mallocz(bytes.size() + AV_INPUT_BUFFER_PADDING_SIZE)));
-    std::memcpy(parameters.extradata, bytes.data(), bytes.size());
-    parameters.extradata_size = static_cast<int>(bytes.size());
-}
-
-bool startsWithStartCode(ByteView bytes)
-{
-    return bytes.size > 4 && bytes.pData[0] == 0 && bytes.pData[1] == 0 &&
-           (bytes.pData[2] == 1 || (bytes.pData[2] == 0 && bytes.pData[3] == 1));
-}
 
 } // namespace
 
@@ -88,7 +72,7 @@ bool LiveStream::learn(const MediaUnit &unit, bool bLate)
         return false;
     }
     AVCodecParameters &parameters = *m_tracks[unit.track];
-    if (hasParameterSets(parameters.codec_id) && startsWithStartCode(unit.bytes())) {
+    if (hasParameterSets(parameters.codec_id) && beginsWithStartCode(unit.bytes())) {
         // The parameter sets between the pictures are right even where the description has others.
         Bytes picture(unit.bytes().begin(), unit.bytes().end());
         const PictureFacts facts = inspectPicture(parameters.codec_id, picture);
@@ -100,6 +84,10 @@ bool LiveStream::learn(const MediaUnit &unit, bool bLate)
     }
     if (hasParameterSets(parameters.codec_id) && parameters.extradata_size == 0) {
         return false;
+    }
+    const ByteView sets = {parameters.extradata, static_cast<std::size_t>(parameters.extradata_size)};
+    if (beginsWithStartCode(sets)) {
+        readSize(parameters, sets);
     }
     return (parameters.width > 0 && parameters.height > 0) || probeSize(parameters, unit.bytes());
 }

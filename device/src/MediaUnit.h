@@ -5,6 +5,8 @@
 #include "device/src/Ffmpeg.h"
 
 #include <algorithm>
+#include <memory>
+#include <utility>
 
 namespace selvik
 {
@@ -38,6 +40,23 @@ struct MediaUnit {
         throw std::bad_alloc();
     }
     std::copy(bytes.begin(), bytes.end(), packet->data);
+    return packet;
+}
+
+/** A packet that owns these bytes; they are not copied. */
+[[nodiscard]] inline PacketPtr makePacket(Bytes &&bytes)
+{
+    PacketPtr packet(required(av_packet_alloc()));
+    const std::size_t size = bytes.size();
+    // Decoders read beyond the end.
+    bytes.resize(size + AV_INPUT_BUFFER_PADDING_SIZE);
+    auto owner = std::make_unique<Bytes>(std::move(bytes));
+    const auto giveBack = [](void *pOwner, std::uint8_t *) { delete static_cast<Bytes *>(pOwner); };
+    packet->buf = required(av_buffer_create(owner->data(), owner->size(), giveBack, owner.get(), 0));
+    packet->data = owner->data();
+    packet->size = static_cast<int>(size);
+    // From here on the buffer owns it.
+    (void)owner.release();
     return packet;
 }
 

@@ -19,6 +19,16 @@ namespace selvik
 class ReorderBuffer
 {
 public:
+    /** Whether the packet is the next one and none waits: then it need not be kept, and counts as handed out. */
+    [[nodiscard]] bool passes(std::uint16_t sequence)
+    {
+        if (!m_waiting.empty() || (m_bStarted && sequence != static_cast<std::uint16_t>(m_nNext))) {
+            return false;
+        }
+        m_nNext = m_bStarted ? m_nNext + 1 : sequence + 1;
+        m_bStarted = true;
+        return true;
+    }
     void push(Bytes packet, Clock::time_point now)
     {
         if (packet.size() < 4) {

@@ -2,49 +2,59 @@
 #define DEVICE_RTPDEPACKETIZER_H
 
 #include "device/src/Ffmpeg.h"
-#include "device/src/MediaUnit.h"
+#include "device/src/RtpPacket.h"
 #include "device/src/Sdp.h"
 
-#include <string>
-#include <vector>
+#include <memory>
 
 namespace selvik
 {
 
+/** Where the coded bytes of a medium go, piece by piece, so that each is copied once. */
+class CodedSink
+{
+public:
+    CodedSink() = default;
+    virtual ~CodedSink() = default;
+    CodedSink(const CodedSink &) = delete;
+    CodedSink &operator=(const CodedSink &) = delete;
+
+    /**
+     * A unit begins: of H.264 and H.265 one between start codes, of other codings what FFmpeg makes of a packet.
+     * `head` is its beginning, the whole unit where the packet has it whole; the bytes come by append().
+     */
+    virtual void begin(ByteView head) = 0;
+    virtual void append(ByteView bytes) = 0;
+};
+
 /**
- * Takes the coded bytes out of the RTP packets of one medium. FFmpeg's reader of session descriptions does the work and
- * gets the packets from memory.
+ * Takes the coded bytes out of the RTP packets of one medium.
  *
- * What a packet holds comes out at once. FFmpeg's RTSP client would hold a picture back until the next one begins.
- *
- * Threads: one. Errors: the constructor throws Failure(SELVIK_ERROR_MEDIA) for a medium that is not understood.
+ * Threads: one.
  */
 class RtpDepacketizer
 {
 public:
-    explicit RtpDepacketizer(const SdpMedia &media);
+    RtpDepacketizer() = default;
+    virtual ~RtpDepacketizer() = default;
     RtpDepacketizer(const RtpDepacketizer &) = delete;
     RtpDepacketizer &operator=(const RtpDepacketizer &) = delete;
 
-    [[nodiscard]] const AVCodecParameters &parameters() const
+    /** What the description tells of the medium. */
+    [[nodiscard]] virtual const AVCodecParameters &parameters() const = 0;
+    /** What a packet holds goes to the sink at once. Whatever the bytes are, nothing worse than nonsense comes out. */
+    virtual void feed(const RtpPacket &packet, CodedSink &sink) = 0;
+    /** Packets are missing before the next one. */
+    virtual void lose() {}
+    /** The last packet ended inside a unit, so that it cannot be a picture's last one, whatever its marker says. */
+    [[nodiscard]] virtual bool isInsideUnit() const
     {
-        return *m_format->streams[0]->codecpar;
+        return false;
     }
-    /** The packets' times mean nothing; pieces of a picture may come as several. */
-    void feed(ByteView packet, std::vector<PacketPtr> &output);
-
-private:
-    [[nodiscard]] bool open(const std::string &description);
-    static int read(void *pSelf, std::uint8_t *pBuffer, int size);
-    static int drop(void *pSelf, const std::uint8_t *pBuffer, int size);
-
-    // Declared before the format, which uses it until it is destroyed.
-    IoPtr m_io;
-    FormatPtr m_format;
-    Bytes m_input;        /**< what the next read gets: the description, then one packet after the other */
-    bool m_bOpen = false; /**< the description was read */
-    int m_nPayloadType;
 };
+
+/** The one for a medium. Throws Failure(SELVIK_ERROR_MEDIA) where it is not understood. */
+[[nodiscard]] std::unique_ptr<RtpDepacketizer> makeDepacketizer(const SdpMedia &media);
 
 } // namespace selvik
 

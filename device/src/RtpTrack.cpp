@@ -5,47 +5,116 @@
 #include "device/src/Failure.h"
 #include "device/src/LiveMuxer.h"
 
+#include <algorithm>
+
 namespace selvik
 {
 
 namespace
 {
 
-constexpr std::size_t kRtpHead = 12;
-constexpr std::size_t kMaxPicture = 32 << 20;
+constexpr std::size_t kMaxDocument = 1 << 20;
 // Only AAC puts several units into one packet.
 constexpr int kSamplesOfAacUnit = 1024;
-
-/** The payload, without header, contributing sources, extension and padding; empty where the packet ends before it. */
-ByteView payloadOf(ByteView packet)
-{
-    std::size_t begin = kRtpHead + 4U * (packet.pData[0] & 0x0F);
-    std::size_t end = packet.size;
-    if ((packet.pData[0] & 0x20) != 0) {
-        end -= std::min<std::size_t>(end, packet.pData[packet.size - 1]);
-    }
-    if ((packet.pData[0] & 0x10) != 0 && begin + 4 <= end) {
-        begin += 4 + 4U * read16(packet.pData + begin + 2);
-    }
-    return begin < end ? ByteView{packet.pData + begin, end - begin} : ByteView{};
-}
+// Microseconds; some 36,000 years. Whatever stamps and clock rates a camera names, sums of such times do not overflow.
+constexpr std::int64_t kLongest = std::int64_t(1) << 60;
 
 } // namespace
 
-RtpTrack::RtpTrack(const SdpMedia &media) : m_media(media), m_parameters(required(avcodec_parameters_alloc()))
+RtpTrack::RtpTrack(const SdpMedia &media)
+    : m_media(media), m_parameters(required(avcodec_parameters_alloc())), m_filter(media)
 {
     if (media.kind == SdpMedia::Kind::Metadata) {
         m_parameters->codec_type = AVMEDIA_TYPE_SUBTITLE;
         m_parameters->codec_id = AV_CODEC_ID_TEXT;
         return;
     }
-    m_depacketizer = std::make_unique<RtpDepacketizer>(media);
+    m_depacketizer = makeDepacketizer(media);
     if (avcodec_parameters_copy(m_parameters.get(), &m_depacketizer->parameters()) < 0) {
         throw std::bad_alloc();
     }
     const bool bSilent = m_parameters->codec_type == AVMEDIA_TYPE_AUDIO && m_parameters->sample_rate <= 0;
     if (!LiveMuxer::canCarry(*m_parameters) || bSilent) {
         throw Failure(SELVIK_ERROR_MEDIA);
+    }
+    if (media.kind == SdpMedia::Kind::Video) {
+        m_assembler.emplace(*m_parameters);
+        if (m_parameters->extradata_size > 0) {
+            m_entry.knowSets();
+        }
+    }
+}
+
+bool RtpTrack::feed(ByteView bytes, Clock::time_point arrival, std::vector<MediaUnit> &units)
+{
+    if (isControlPacket(bytes)) {
+        feedReport(bytes);
+        return true;
+    }
+    const std::optional<RtpPacket> packet = RtpPacket::parse(bytes);
+    if (!packet) {
+        return false;
+    }
+    switch (m_filter.judge(*packet, arrival)) {
+    case SourceFilter::Verdict::Foreign:
+        return false;
+    case SourceFilter::Verdict::Adopted:
+        restart();
+        for (const SourceFilter::Held &held : m_filter.takeHeld()) {
+            sortIn({held.bytes.data(), held.bytes.size()}, held.arrival, units);
+        }
+        break;
+    case SourceFilter::Verdict::Own:
+        sortIn(bytes, arrival, units);
+        break;
+    }
+    return true;
+}
+
+void RtpTrack::restart()
+{
+    // The camera started over, with new sequence numbers and time stamps.
+    m_bStarted = false;
+    m_bEnded = false;
+    m_report.reset();
+    if (m_reorder) {
+        m_reorder.emplace();
+    }
+    if (m_assembler) {
+        m_assembler->lose();
+    }
+    if (m_depacketizer) {
+        m_depacketizer->lose();
+    }
+    m_entry.lose();
+    m_document.clear();
+    m_bDocumentTorn = true;
+}
+
+void RtpTrack::sortIn(ByteView bytes, Clock::time_point arrival, std::vector<MediaUnit> &units)
+{
+    const std::optional<RtpPacket> packet = RtpPacket::parse(bytes);
+    if (!packet) {
+        return;
+    }
+    if (!m_reorder || m_reorder->passes(packet->sequence)) {
+        take(*packet, arrival, units);
+    } else {
+        m_reorder->push(Bytes(bytes.begin(), bytes.end()), arrival);
+    }
+    wait(arrival, units);
+}
+
+void RtpTrack::wait(Clock::time_point now, std::vector<MediaUnit> &units)
+{
+    while (m_reorder) {
+        const std::optional<Bytes> next = m_reorder->pop(now);
+        if (!next) {
+            return;
+        }
+        if (const std::optional<RtpPacket> packet = RtpPacket::parse({next->data(), next->size()})) {
+            take(*packet, now, units);
+        }
     }
 }
 
@@ -66,161 +135,186 @@ std::int64_t RtpTrack::unwrap(std::uint32_t timestamp) const
     return m_nTicks + static_cast<std::int32_t>(timestamp - static_cast<std::uint32_t>(m_nTicks));
 }
 
-void RtpTrack::feed(ByteView packet, std::vector<MediaUnit> &units)
+void RtpTrack::take(const RtpPacket &packet, Clock::time_point arrival, std::vector<MediaUnit> &units)
 {
-    if (packet.size <= kRtpHead || packet.pData[0] >> 6 != 2) {
-        return;
-    }
-    const std::uint32_t timestamp = read32(packet.pData + 4);
-    const std::uint32_t source = read32(packet.pData + 8);
-    if (m_bStarted && source != m_nSource) {
-        // Another source identifier: the camera started over, with new sequence numbers and time stamps.
-        m_bStarted = false;
-        m_bDamaged = true;
-        m_picture.clear();
-        m_report.reset();
-    }
     bool bOld = false;
-    const bool bFollows = follow(read16(packet.pData + 2), bOld);
+    const bool bFollows = follow(packet.sequence, bOld);
     if (bOld) {
         return;
     }
     if (!m_bStarted) {
-        m_nTicks = timestamp;
-        m_nFirstTicks = timestamp;
-        m_nSource = source;
+        m_nTicks = packet.timestamp;
+        m_nFirstTicks = packet.timestamp;
         m_bStarted = true;
     }
     if (!bFollows) {
-        m_bDamaged = true;
-        m_picture.clear();
+        m_entry.lose();
+        m_bDocumentTorn = true;
+        if (m_assembler) {
+            m_assembler->lose();
+        }
+        if (m_depacketizer) {
+            m_depacketizer->lose();
+        }
     }
-    m_nTicks = unwrap(timestamp);
-    const bool bMarker = (packet.pData[1] & 0x80) != 0;
+    m_nTicks = unwrap(packet.timestamp);
     if (m_media.kind == SdpMedia::Kind::Video) {
-        feedVideo(packet, bMarker, units);
+        feedVideo(packet, arrival, units);
     } else if (m_media.kind == SdpMedia::Kind::Audio) {
         feedSound(packet, units);
     } else {
-        feedMetadata(packet, bMarker, units);
+        feedMetadata(packet, units);
     }
 }
 
-void RtpTrack::feedVideo(ByteView packet, bool bMarker, std::vector<MediaUnit> &units)
+void RtpTrack::feedVideo(const RtpPacket &packet, Clock::time_point arrival, std::vector<MediaUnit> &units)
 {
-    if (!m_picture.empty() && m_nPictureTicks != m_nTicks) {
-        // A new time stamp: the picture before it is complete, though no marker said so.
-        finishPicture(units);
+    PictureAssembler &assembler = *m_assembler;
+    assembler.beginPacket(m_nTicks);
+    m_depacketizer->feed(packet, assembler);
+    assembler.endPacket(packet.bMarker, m_depacketizer->isInsideUnit());
+    for (PictureAssembler::Picture &picture : assembler.ready()) {
+        if (picture.bBehindTorn) {
+            m_entry.lose();
+        }
+        emitPicture(picture, arrival, units);
     }
-    const bool bMoreOfTheLast = m_nLastPictureTicks == m_nTicks;
-    if (bMoreOfTheLast || (bMarker && isUnfinishedPayload(m_parameters->codec_id, payloadOf(packet)))) {
-        // This camera sets the marker inside pictures. From now on only the next time stamp ends a picture.
-        m_bMarkerTrusted = false;
-        m_bDamaged = m_bDamaged || bMoreOfTheLast;
-    }
-    std::vector<PacketPtr> pieces;
-    m_depacketizer->feed(packet, pieces);
-    m_nPictureTicks = m_nTicks;
-    for (const PacketPtr &piece : pieces) {
-        m_picture.insert(m_picture.end(), piece->data, piece->data + piece->size);
-    }
-    if (m_picture.size() > kMaxPicture) {
-        m_picture.clear();
-        m_bDamaged = true;
-    }
-    if (bMarker && m_bMarkerTrusted) {
-        finishPicture(units);
+    assembler.ready().clear();
+    if (assembler.takeTorn()) {
+        m_entry.lose();
     }
 }
 
-void RtpTrack::finishPicture(std::vector<MediaUnit> &units)
+void RtpTrack::emitPicture(PictureAssembler::Picture &picture, Clock::time_point arrival, std::vector<MediaUnit> &units)
 {
-    if (m_picture.empty()) {
-        return;
-    }
-    Bytes picture = m_picture;
-    const PictureFacts facts = inspectPicture(m_parameters->codec_id, picture);
-    if (!facts.bPicture && m_nPictureTicks == m_nTicks) {
-        // Parameter sets alone, with a marker. The picture that they belong to follows with the same time stamp.
-        return;
-    }
-    m_picture.clear();
+    const PictureFacts facts = inspectPicture(m_parameters->codec_id, picture.bytes);
     if (!facts.bPicture) {
-        m_picture.swap(picture);
         return;
     }
-    m_nLastPictureTicks = m_nPictureTicks;
-    if (facts.bKey) {
-        m_bDamaged = false;
+    const PictureEntry::Answer answer = m_entry.judge(facts, arrival);
+    if (answer == PictureEntry::Answer::LeftOut) {
+        return;
     }
-    if (!m_bDamaged) {
-        emit({picture.data(), picture.size()}, m_nPictureTicks, facts.bKey, units);
-    }
+    m_firstArrival = m_firstArrival.value_or(arrival);
+    const auto nArrival = std::chrono::duration_cast<std::chrono::microseconds>(arrival - *m_firstArrival).count();
+    const PictureClock::Time time = m_clock.place(mediaTime(picture.ticks), nArrival);
+    MediaUnit unit;
+    unit.packet = makePacket(std::move(picture.bytes));
+    unit.packet->pts = time.media;
+    unit.packet->flags = answer == PictureEntry::Answer::Key ? AV_PKT_FLAG_KEY : 0;
+    unit.captureTime = time.bStamped ? captureTime(picture.ticks) : AV_NOPTS_VALUE;
+    units.push_back(std::move(unit));
 }
 
-void RtpTrack::feedSound(ByteView packet, std::vector<MediaUnit> &units)
+std::int64_t RtpTrack::mediaTime(std::int64_t ticks) const
 {
-    std::vector<PacketPtr> pieces;
-    m_depacketizer->feed(packet, pieces);
+    const std::int64_t time = av_rescale_q(ticks - m_nFirstTicks, {1, m_media.nClockRate}, AV_TIME_BASE_Q);
+    return std::clamp(time, -kLongest, kLongest);
+}
+
+std::int64_t RtpTrack::captureTime(std::int64_t ticks) const
+{
+    if (!m_report) {
+        return AV_NOPTS_VALUE;
+    }
+    const auto nSince = static_cast<std::int32_t>(static_cast<std::uint32_t>(ticks) - m_report->timestamp);
+    return m_report->utc + av_rescale_q(nSince, {1, m_media.nClockRate}, AV_TIME_BASE_Q);
+}
+
+void RtpTrack::feedSound(const RtpPacket &packet, std::vector<MediaUnit> &units)
+{
+    SoundSink sink;
+    m_depacketizer->feed(packet, sink);
     std::int64_t nTicks = m_nTicks;
-    for (const PacketPtr &piece : pieces) {
-        emit({piece->data, static_cast<std::size_t>(piece->size)}, nTicks, true, units);
+    for (Bytes &piece : sink.pieces) {
+        MediaUnit unit;
+        unit.packet = makePacket(std::move(piece));
+        unit.packet->pts = mediaTime(nTicks);
+        unit.packet->flags = AV_PKT_FLAG_KEY;
+        unit.captureTime = captureTime(nTicks);
+        units.push_back(std::move(unit));
         nTicks += kSamplesOfAacUnit;
     }
 }
 
-void RtpTrack::feedMetadata(ByteView packet, bool bMarker, std::vector<MediaUnit> &units)
+void RtpTrack::feedMetadata(const RtpPacket &packet, std::vector<MediaUnit> &units)
 {
-    if (m_nPictureTicks != m_nTicks) {
-        m_picture.clear();
+    if (m_nDocumentTicks != m_nTicks) {
+        // A new time stamp: the document before it is complete, though no marker said so.
+        emitDocument(units);
+        m_nDocumentTicks = m_nTicks;
     }
-    m_nPictureTicks = m_nTicks;
-    const ByteView payload = payloadOf(packet);
-    m_picture.insert(m_picture.end(), payload.begin(), payload.end());
-    // After a loss the beginning of the document may be missing.
-    const bool bWhole = !m_bDamaged;
-    if (bMarker) {
-        if (bWhole && !m_picture.empty()) {
-            emit({m_picture.data(), m_picture.size()}, m_nTicks, true, units);
-        }
-        m_picture.clear();
-        m_bDamaged = false;
+    if (m_document.size() + packet.payload.size > kMaxDocument) {
+        m_bDocumentTorn = true;
+    }
+    if (!m_bDocumentTorn) {
+        m_document.insert(m_document.end(), packet.payload.begin(), packet.payload.end());
+    }
+    if (packet.bMarker) {
+        emitDocument(units);
     }
 }
 
-void RtpTrack::emit(ByteView bytes, std::int64_t ticks, bool bKey, std::vector<MediaUnit> &units) const
+void RtpTrack::emitDocument(std::vector<MediaUnit> &units)
 {
-    const AVRational tick = {1, m_media.nClockRate};
-    MediaUnit unit;
-    unit.packet = makePacket(bytes);
-    unit.packet->pts = av_rescale_q(ticks - m_nFirstTicks, tick, AV_TIME_BASE_Q);
-    unit.packet->flags = bKey ? AV_PKT_FLAG_KEY : 0;
-    if (m_report) {
-        const auto nSince = static_cast<std::int32_t>(static_cast<std::uint32_t>(ticks) - m_report->timestamp);
-        unit.captureTime = m_report->utc + av_rescale_q(nSince, tick, AV_TIME_BASE_Q);
+    // After a loss the beginning of the document may be missing.
+    if (!m_bDocumentTorn && !m_document.empty()) {
+        MediaUnit unit;
+        unit.packet = makePacket(std::move(m_document));
+        unit.packet->pts = mediaTime(m_nDocumentTicks);
+        unit.packet->flags = AV_PKT_FLAG_KEY;
+        unit.captureTime = captureTime(m_nDocumentTicks);
+        units.push_back(std::move(unit));
     }
-    units.push_back(std::move(unit));
+    m_document.clear();
+    m_bDocumentTorn = false;
 }
 
 void RtpTrack::feedReport(ByteView packet)
 {
     constexpr int kSenderReport = 200;
+    constexpr int kLeave = 203;
     constexpr std::size_t kReportSize = 28;
-    constexpr std::int64_t kSecondsFrom1900To1970 = 2208988800;
     while (packet.size >= 4 && packet.pData[0] >> 6 == 2) {
         const std::size_t size = 4U * (read16(packet.pData + 2) + 1U);
         if (size > packet.size) {
             return;
         }
         if (packet.pData[1] == kSenderReport && size >= kReportSize) {
-            const std::int64_t nSeconds = read32(packet.pData + 8) - kSecondsFrom1900To1970;
-            const std::int64_t nFraction = (static_cast<std::int64_t>(read32(packet.pData + 12)) * 1000000) >> 32;
-            // A camera whose clock was never set counts from its start, or sends zero. Neither is a time of day.
-            if (nSeconds > 0) {
-                m_report = SenderReport{nSeconds * 1000000 + nFraction, read32(packet.pData + 16)};
-            }
+            noteSenderReport(packet.pData);
+        } else if (packet.pData[1] == kLeave) {
+            noteLeave({packet.pData, size});
         }
-        packet = {packet.pData + size, packet.size - size};
+        packet = packet.from(size);
+    }
+}
+
+void RtpTrack::noteSenderReport(const std::uint8_t *pReport)
+{
+    constexpr std::int64_t kSecondsFrom1900To1970 = 2208988800;
+    // Cameras are met whose reports name another source than their packets. Once one names the right source, only such
+    // reports count.
+    const std::uint32_t source = read32(pReport + 4);
+    const bool bOfSource = m_filter.isPresent(source);
+    if (!bOfSource && (m_bShared || (m_report && m_filter.isPresent(m_report->source)))) {
+        return;
+    }
+    const std::int64_t nSeconds = read32(pReport + 8) - kSecondsFrom1900To1970;
+    const std::int64_t nFraction = (static_cast<std::int64_t>(read32(pReport + 12)) * 1000000) >> 32;
+    // A camera whose clock was never set counts from its start, or sends zero. Neither is a time of day.
+    if (nSeconds > 0) {
+        m_report = SenderReport{nSeconds * 1000000 + nFraction, read32(pReport + 16), source};
+    }
+}
+
+void RtpTrack::noteLeave(ByteView report)
+{
+    const std::size_t sources = report.pData[0] & 0x1F;
+    for (std::size_t i = 0; i < sources && 8 + 4 * i <= report.size; ++i) {
+        if (m_filter.isPresent(read32(report.pData + 4 + 4 * i))) {
+            m_bEnded = true;
+            m_filter.leave();
+        }
     }
 }
 

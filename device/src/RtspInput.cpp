@@ -1,6 +1,7 @@
 #include "device/src/RtspInput.h"
 
 #include "Selvikdcm.h"
+#include "device/src/Notice.h"
 #include "device/src/Text.h"
 
 #include <algorithm>
@@ -22,26 +23,14 @@ constexpr Milliseconds kReportInterval{5000};
 constexpr Milliseconds kSendLimit{500};
 // How often the reordering of datagrams is asked whether it gives a missing packet up.
 constexpr Milliseconds kReorderInterval{30};
-
-/** The "a-b" of a Transport header's "name=a-b"; -1 where a number is missing. */
-struct NumberPair {
-    int nFirst = -1;
-    int nSecond = -1;
-};
-
-NumberPair pairOf(const std::string &transport, const std::string &name)
-{
-    NumberPair pair;
-    for (const std::string &part : split(transport, ';')) {
-        if (startsWith(lowerCase(part), name + "=")) {
-            const std::string value = part.substr(name.size() + 1);
-            pair.nFirst = leadingNumber(value);
-            const std::size_t dash = value.find('-');
-            pair.nSecond = dash == std::string::npos ? pair.nFirst + 1 : leadingNumber(value.substr(dash + 1));
-        }
-    }
-    return pair;
-}
+// Larger than any datagram, and how many are read of one socket before the others have their turn.
+constexpr std::size_t kMaxDatagram = 0x10000;
+constexpr int kDatagramsInTurn = 256;
+// Until the first media come, whatever stands in the datagrams' way is told so often that they are wanted.
+constexpr Milliseconds kPunchInterval{500};
+constexpr int kMaxPunches = 12;
+// By which the camera knows this receiver.
+constexpr std::uint32_t kOwnSource = 0x53454C56;
 
 /** An RTCP receiver report without report blocks. It tells the camera only that there is a receiver. */
 Bytes receiverReport(std::uint32_t source)
@@ -49,6 +38,26 @@ Bytes receiverReport(std::uint32_t source)
     Bytes report = {0x80, 201, 0, 1, 0, 0, 0, 0};
     write32(report.data() + 4, source);
     return report;
+}
+
+/** An RTP packet of which there is only the head: for routers on the way, which let in what answers it. */
+Bytes emptyPacket(std::uint32_t source)
+{
+    Bytes packet(12);
+    packet[0] = 0x80;
+    write32(packet.data() + 8, source);
+    return packet;
+}
+
+/** A coding's name as it may stand in a line of text. */
+std::string printable(const SdpMedia &media)
+{
+    constexpr std::size_t kLongest = 32;
+    std::string name = media.encoding.empty() ? "payload type " + std::to_string(media.nPayloadType) : media.encoding;
+    name.resize(std::min(name.size(), kLongest));
+    std::replace_if(
+        name.begin(), name.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+    return name;
 }
 
 } // namespace
@@ -62,7 +71,9 @@ void RtspInput::open(const Patience &patience)
     chooseTracks(m_session.describe(patience));
     setUpAll(patience);
     m_begin = m_time.now();
+    punch();
     m_session.play(patience);
+    punch();
     const Clock::time_point now = m_time.now();
     m_lastSign = now;
     m_lastMedia = now;
@@ -83,7 +94,8 @@ void RtspInput::chooseTracks(const Sdp &sdp)
             try {
                 channel.track = std::make_unique<RtpTrack>(media);
             } catch (const Failure &) {
-                // No coding that can be carried. A description may offer the same picture in several codings.
+                // A description may offer the same picture in several codings.
+                notice("The camera's " + printable(media) + " cannot be carried. It is left out.");
                 continue;
             }
             m_channels.push_back(std::move(channel));
@@ -130,6 +142,32 @@ void RtspInput::setUpAll(const Patience &patience)
         }
     }
     m_timeline = std::make_unique<Timeline>(m_channels.size(), 0);
+    shareChannels();
+}
+
+void RtspInput::shareChannels()
+{
+    for (const Channel &one : m_channels) {
+        for (Channel &other : m_channels) {
+            if (!m_bDatagrams && &one != &other && one.nRtpChannel == other.nRtpChannel) {
+                other.track->shareChannel();
+            }
+        }
+    }
+}
+
+void RtspInput::punch()
+{
+    for (Channel &channel : m_channels) {
+        if (channel.sender.port != 0) {
+            channel.rtp.sendTo(channel.sender, emptyPacket(kOwnSource));
+        }
+        if (channel.reports.port != 0) {
+            channel.rtcp.sendTo(channel.reports, receiverReport(kOwnSource));
+        }
+    }
+    m_lastPunch = m_time.now();
+    ++m_nPunches;
 }
 
 bool RtspInput::bindPair(Channel &channel, bool bIpv6)
@@ -158,6 +196,7 @@ RtspInput::SetupResult RtspInput::setUp(Channel &channel, bool bDatagrams, int n
         if (!bindPair(channel, m_session.remoteHost().find(':') != std::string::npos)) {
             throw Failure(SELVIK_ERROR_RESOURCES);
         }
+        channel.track->useDatagrams();
         const int nPort = channel.rtp.localPort();
         transport = "RTP/AVP;unicast;client_port=" + std::to_string(nPort) + "-" + std::to_string(nPort + 1);
     } else {
@@ -177,24 +216,35 @@ RtspInput::SetupResult RtspInput::setUp(Channel &channel, bool bDatagrams, int n
         lowerCase(answer).find("port=") != std::string::npos) {
         return SetupResult::TransportRefused;
     }
-    readTransport(channel, answer);
+    readTransport(channel, Transport::parse(answer));
     return SetupResult::Done;
 }
 
-void RtspInput::readTransport(Channel &channel, const std::string &transport) const
+void RtspInput::readTransport(Channel &channel, const Transport &transport) const
 {
-    if (channel.rtp.isValid()) {
-        const NumberPair ports = pairOf(transport, "server_port");
-        if (ports.nSecond > 0 && ports.nSecond <= 0xFFFF) {
-            channel.reports = {m_session.remoteHost(), static_cast<unsigned short>(ports.nSecond)};
+    if (transport.source) {
+        channel.track->expectSource(*transport.source);
+    }
+    if (!channel.rtp.isValid()) {
+        if (transport.interleaved.nFirst >= 0 && transport.interleaved.nFirst <= 255) {
+            channel.nRtpChannel = transport.interleaved.nFirst;
+            channel.nRtcpChannel = transport.interleaved.nSecond;
         }
         return;
     }
-    const NumberPair numbers = pairOf(transport, "interleaved");
-    if (numbers.nFirst >= 0 && numbers.nFirst <= 255) {
-        channel.nRtpChannel = numbers.nFirst;
-        channel.nRtcpChannel = numbers.nSecond;
+    // Recorders let another machine send. An address of the other family cannot be met on these sockets.
+    const std::string &remote = m_session.remoteHost();
+    const bool bIpv6 = remote.find(':') != std::string::npos;
+    const bool bOther = !transport.host.empty() && (transport.host.find(':') != std::string::npos) == bIpv6;
+    const std::string &host = bOther ? transport.host : remote;
+    for (SenderFilter *pSender : {&channel.mediaSender, &channel.reportSender}) {
+        pSender->allow(remote);
+        pSender->allow(host);
     }
+    channel.sender = {host, transport.serverPort(transport.ports.nFirst)};
+    channel.reports = {host, transport.serverPort(transport.ports.nSecond)};
+    channel.mediaSender.expectPort(channel.sender.port);
+    channel.reportSender.expectPort(channel.reports.port);
 }
 
 bool RtspInput::next(MediaUnit &unit, const Patience &patience)
@@ -210,6 +260,9 @@ bool RtspInput::next(MediaUnit &unit, const Patience &patience)
         receive(patience.atMost(Milliseconds(100)));
         takePackets();
         checkLoss();
+        if (m_units.empty() && isOver()) {
+            throw Failure(SELVIK_ERROR_HOST);
+        }
     }
     unit = std::move(m_units.front());
     m_units.pop_front();
@@ -232,7 +285,7 @@ void RtspInput::keepAlive(const Patience &patience)
 
 void RtspInput::sendReports(const Patience &patience)
 {
-    const Bytes report = receiverReport(0x53454C56);
+    const Bytes report = receiverReport(kOwnSource);
     for (Channel &channel : m_channels) {
         if (!m_bDatagrams) {
             m_session.connection().sendPacket(channel.nRtcpChannel, report, patience);
@@ -263,28 +316,43 @@ void RtspInput::receiveDatagrams(const Patience &patience)
     if (Socket::waitReadable(sockets, patience.atMost(kReorderInterval)) && m_session.connection().pollNow(patience)) {
         m_lastSign = m_time.now();
     }
+    if (!m_bMediaCame && m_nPunches < kMaxPunches && m_time.now() - m_lastPunch >= kPunchInterval) {
+        punch();
+    }
     // Also when nothing came: the reordering may have waited long enough for a missing packet.
     for (Channel &channel : m_channels) {
-        drainDatagrams(channel);
+        drainDatagrams(channel, patience);
     }
 }
 
-void RtspInput::drainDatagrams(Channel &channel)
+void RtspInput::drainDatagrams(Channel &channel, const Patience &patience)
 {
-    Bytes buffer(0x10000);
+    m_datagram.resize(kMaxDatagram);
     const Clock::time_point now = m_time.now();
-    while (const std::size_t size = channel.rtp.receive(buffer.data(), buffer.size())) {
-        noteMedia();
-        const auto end = buffer.begin() + static_cast<std::ptrdiff_t>(size);
-        channel.reorder.push(Bytes(buffer.begin(), end), now);
+    Endpoint from;
+    // A flood from somewhere must not hold up the other sockets, nor a log-out.
+    for (int i = 0; i < kDatagramsInTurn && !patience.isStopped(); ++i) {
+        const std::size_t size = channel.rtp.receiveFrom(m_datagram.data(), m_datagram.size(), from);
+        if (size == 0) {
+            break;
+        }
+        if (channel.mediaSender.accepts(from, now)) {
+            collect(channel, {m_datagram.data(), size});
+        }
     }
-    while (const std::size_t size = channel.rtcp.receive(buffer.data(), buffer.size())) {
-        m_lastSign = now;
-        channel.track->feedReport({buffer.data(), size});
+    for (int i = 0; i < kDatagramsInTurn && !patience.isStopped(); ++i) {
+        const std::size_t size = channel.rtcp.receiveFrom(m_datagram.data(), m_datagram.size(), from);
+        if (size == 0) {
+            break;
+        }
+        if (channel.reportSender.accepts(from, now)) {
+            m_lastSign = now;
+            channel.track->feedReport({m_datagram.data(), size});
+        }
     }
-    while (const std::optional<Bytes> packet = channel.reorder.pop(now)) {
-        collect(channel, {packet->data(), packet->size()});
-    }
+    std::vector<MediaUnit> units;
+    channel.track->wait(now, units);
+    place(channel, units);
 }
 
 void RtspInput::takePackets()
@@ -294,13 +362,18 @@ void RtspInput::takePackets()
         const ByteView view = {packet.data.data(), packet.data.size()};
         for (Channel &channel : m_channels) {
             if (packet.nChannel == channel.nRtpChannel) {
-                noteMedia();
                 collect(channel, view);
             } else if (packet.nChannel == channel.nRtcpChannel) {
                 channel.track->feedReport(view);
             }
         }
     }
+}
+
+bool RtspInput::isOver() const
+{
+    const Channel &first = m_channels.front();
+    return first.media.kind == SdpMedia::Kind::Video && first.track->hasEnded();
 }
 
 void RtspInput::noteMedia()
@@ -320,7 +393,15 @@ void RtspInput::checkLoss() const
 void RtspInput::collect(Channel &channel, ByteView packet)
 {
     std::vector<MediaUnit> units;
-    channel.track->feed(packet, units);
+    if (channel.track->feed(packet, m_time.now(), units)) {
+        m_bMediaCame = true;
+        noteMedia();
+    }
+    place(channel, units);
+}
+
+void RtspInput::place(Channel &channel, std::vector<MediaUnit> &units)
+{
     const auto arrival = std::chrono::duration_cast<std::chrono::microseconds>(m_time.now() - m_begin).count();
     for (MediaUnit &unit : units) {
         unit.track = static_cast<std::size_t>(&channel - m_channels.data());

@@ -3,10 +3,11 @@
 
 #include "device/src/Address.h"
 #include "device/src/CameraInput.h"
-#include "device/src/ReorderBuffer.h"
 #include "device/src/RtpTrack.h"
 #include "device/src/RtspSession.h"
+#include "device/src/SenderFilter.h"
 #include "device/src/Timeline.h"
+#include "device/src/Transport.h"
 
 #include <deque>
 #include <memory>
@@ -45,8 +46,10 @@ private:
         int nRtcpChannel = -1;
         Socket rtp; /**< invalid while the media travel on the connection */
         Socket rtcp;
-        Endpoint reports; /**< where the camera wants receiver reports in datagrams */
-        ReorderBuffer reorder;
+        Endpoint sender;  /**< where the camera sends its datagrams from; port 0 where it does not say */
+        Endpoint reports; /**< where it wants receiver reports in datagrams */
+        SenderFilter mediaSender;
+        SenderFilter reportSender;
     };
     enum class SetupResult { Done, Refused, TransportRefused };
 
@@ -54,16 +57,21 @@ private:
     void setUpAll(const Patience &patience);
     [[nodiscard]] SetupResult setUp(Channel &channel, bool bDatagrams, int nIndex, const Patience &patience);
     [[nodiscard]] static bool bindPair(Channel &channel, bool bIpv6);
-    void readTransport(Channel &channel, const std::string &transport) const;
+    void readTransport(Channel &channel, const Transport &transport) const;
+    void shareChannels();
+    void punch();
     void keepAlive(const Patience &patience);
     void sendReports(const Patience &patience);
     void receive(const Patience &patience);
     void receiveDatagrams(const Patience &patience);
-    void drainDatagrams(Channel &channel);
+    void drainDatagrams(Channel &channel, const Patience &patience);
     void takePackets();
     void noteMedia();
     void checkLoss() const;
+    /** Whether the source of the pictures has taken leave: nothing more is to be expected of this connection. */
+    [[nodiscard]] bool isOver() const;
     void collect(Channel &channel, ByteView packet);
+    void place(Channel &channel, std::vector<MediaUnit> &units);
 
     TimeSource &m_time;
     RtspSession m_session;
@@ -77,6 +85,10 @@ private:
     Clock::time_point m_lastMedia; /**< when the last packet of media came */
     Clock::time_point m_lastKeepAlive;
     Clock::time_point m_lastReport;
+    Clock::time_point m_lastPunch;
+    int m_nPunches = 0;
+    bool m_bMediaCame = false;
+    Bytes m_datagram; /**< the one that is being read */
 };
 
 } // namespace selvik

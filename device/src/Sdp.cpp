@@ -2,6 +2,8 @@
 
 #include "device/src/Text.h"
 
+#include <algorithm>
+
 namespace selvik
 {
 
@@ -36,6 +38,9 @@ int staticClockRate(int nPayloadType)
     }
 }
 
+// More payload types than a medium has.
+constexpr std::size_t kMaxOtherTypes = 32;
+
 SdpMedia parseMediaLine(const std::string &value)
 {
     SdpMedia media;
@@ -44,6 +49,9 @@ SdpMedia parseMediaLine(const std::string &value)
         media.kind = kindOf(lowerCase(words[0]));
         media.nPayloadType = leadingNumber(words[3]) & 0x7F;
         media.nClockRate = staticClockRate(media.nPayloadType);
+        for (std::size_t i = 4; i < words.size() && media.otherTypes.size() < kMaxOtherTypes; ++i) {
+            media.otherTypes.push_back(leadingNumber(words[i]) & 0x7F);
+        }
     }
     return media;
 }
@@ -78,6 +86,29 @@ void applyRtpmap(SdpMedia &media, const std::string &mapped)
     }
 }
 
+/** Another payload type of the line that has the same coding is another way to send the same. */
+void noteOtherType(SdpMedia &media, const std::string &argument)
+{
+    const int nType = leadingNumber(argument);
+    const std::string mapped = valueForType(argument, nType);
+    const std::string encoding = lowerCase(mapped.substr(0, mapped.find('/')));
+    if (nType != media.nPayloadType && !encoding.empty() && encoding == media.encoding) {
+        media.otherTypes.erase(std::remove(media.otherTypes.begin(), media.otherTypes.end(), nType),
+                               media.otherTypes.end());
+    }
+}
+
+/** Of "96 1920-1080", or of "1920, 1080": the numbers around the separator. */
+void applySize(SdpMedia &media, const std::string &value)
+{
+    const std::size_t separator = value.find_first_of("-,xX");
+    if (separator != std::string::npos) {
+        const std::string width = trimmed(value.substr(0, separator));
+        media.nWidth = leadingNumber(width.substr(width.find_last_of(' ') + 1));
+        media.nHeight = leadingNumber(trimmed(value.substr(separator + 1)));
+    }
+}
+
 void applyAttribute(Sdp &sdp, const std::string &value)
 {
     const std::size_t colon = value.find(':');
@@ -94,12 +125,26 @@ void applyAttribute(Sdp &sdp, const std::string &value)
         media.control = argument;
     } else if (name == "rtpmap") {
         applyRtpmap(media, valueForType(argument, media.nPayloadType));
+        noteOtherType(media, argument);
+    } else if (name == "framesize" || name == "x-dimensions") {
+        applySize(media, argument);
     } else if (name == "fmtp" && media.fmtp.empty()) {
         media.fmtp = valueForType(argument, media.nPayloadType);
     }
 }
 
 } // namespace
+
+std::string SdpMedia::parameter(const std::string &name) const
+{
+    for (const std::string &part : split(fmtp, ';')) {
+        const std::size_t equals = part.find('=');
+        if (equals != std::string::npos && lowerCase(trimmed(part.substr(0, equals))) == name) {
+            return trimmed(part.substr(equals + 1));
+        }
+    }
+    return {};
+}
 
 std::string SdpMedia::description(bool bWithParameters) const
 {
@@ -126,6 +171,13 @@ Sdp Sdp::parse(const std::string &text)
             sdp.media.push_back(parseMediaLine(line.substr(2)));
         } else if (line[0] == 'a') {
             applyAttribute(sdp, line.substr(2));
+        }
+    }
+    for (SdpMedia &media : sdp.media) {
+        // A number that RFC 3551 has taken back, and cameras have not.
+        constexpr int kG726 = 2;
+        if (media.nPayloadType == kG726 && media.rtpmap.empty()) {
+            applyRtpmap(media, "G726-32/8000");
         }
     }
     return sdp;

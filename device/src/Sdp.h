@@ -17,7 +17,13 @@ struct SdpMedia {
     std::string rtpmap;   /**< the whole line's value, empty where there is none */
     std::string fmtp;     /**< likewise */
     std::string control;
-    int nClockRate = 0; /**< ticks a second; that of the static type where no line tells it */
+    int nClockRate = 0;          /**< ticks a second; that of the static type where no line tells it */
+    std::vector<int> otherTypes; /**< further payload types of the same line, of other codings */
+    int nWidth = 0;              /**< of the pictures, where an attribute tells it */
+    int nHeight = 0;
+
+    /** A format parameter's value by its lower-case name; empty where there is none. */
+    [[nodiscard]] std::string parameter(const std::string &name) const;
 
     /** A description of this medium alone, for a reader of RTP packets. */
     [[nodiscard]] std::string description(bool bWithParameters) const;

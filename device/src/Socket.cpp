@@ -141,6 +141,24 @@ struct SystemAddress {
     }
 };
 
+/** As text, without the zone of a link-local address. */
+Endpoint endpointOf(const sockaddr_storage &storage)
+{
+    char text[INET6_ADDRSTRLEN] = {};
+    Endpoint endpoint;
+    if (storage.ss_family == AF_INET6) {
+        const auto *pAddress = reinterpret_cast<const sockaddr_in6 *>(&storage);
+        inet_ntop(AF_INET6, &pAddress->sin6_addr, text, sizeof text);
+        endpoint.port = ntohs(pAddress->sin6_port);
+    } else {
+        const auto *pAddress = reinterpret_cast<const sockaddr_in *>(&storage);
+        inet_ntop(AF_INET, &pAddress->sin_addr, text, sizeof text);
+        endpoint.port = ntohs(pAddress->sin_port);
+    }
+    endpoint.host = text;
+    return endpoint;
+}
+
 /** Whether a connection that was begun has failed. */
 bool hasFailed(NativeSocket handle)
 {
@@ -261,6 +279,22 @@ std::size_t Socket::receive(std::uint8_t *pBuffer, std::size_t capacity)
     }
     const bool bHarmlessForDatagrams = received == 0 || isReset();
     if (bHarmlessForDatagrams && isDatagram(native(m_handle))) {
+        return 0;
+    }
+    throw Failure(SELVIK_ERROR_HOST);
+}
+
+std::size_t Socket::receiveFrom(std::uint8_t *pBuffer, std::size_t capacity, Endpoint &from)
+{
+    sockaddr_storage storage = {};
+    socklen_t size = sizeof storage;
+    const auto received = ::recvfrom(native(m_handle), reinterpret_cast<char *>(pBuffer), static_cast<int>(capacity), 0,
+                                     reinterpret_cast<sockaddr *>(&storage), &size);
+    if (received > 0) {
+        from = endpointOf(storage);
+        return static_cast<std::size_t>(received);
+    }
+    if (received == 0 || wouldBlock() || isReset()) {
         return 0;
     }
     throw Failure(SELVIK_ERROR_HOST);

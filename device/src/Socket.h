@@ -44,6 +44,8 @@ public:
 
     /** What is there, up to `capacity` bytes; 0 when nothing is. Throws when the other side has closed. */
     [[nodiscard]] std::size_t receive(std::uint8_t *pBuffer, std::size_t capacity);
+    /** The same for a datagram, and who sent it. */
+    [[nodiscard]] std::size_t receiveFrom(std::uint8_t *pBuffer, std::size_t capacity, Endpoint &from);
     void sendAll(const std::uint8_t *pData, std::size_t size, const Patience &patience);
     /** A datagram that is lost here is lost on the network: no error. */
     void sendTo(const Endpoint &remote, const Bytes &data);

@@ -48,6 +48,22 @@ struct Script {
     int nTimeout = 0;               /**< seconds; after so long without a request the session ends */
     bool bKeepAliveUnknown = false; /**< names GET_PARAMETER and answers 501 to it */
     bool bCloseTogether = false;    /**< parameter sets in packets of their own, each with a marker */
+
+    // Of the media.
+    int nFirstPicture = 0;           /**< of the clip; those before it are never sent */
+    bool bSetsInDescription = false; /**< and nowhere else */
+    int nRepeatsStamps = 0;          /**< so many pictures share a time stamp; 0 for one stamp each */
+    bool bConstantStamps = false;
+    bool bLateMessages = false; /**< a message behind each picture's marker */
+    bool bAggregates = false;   /**< small units together in packets of several */
+    bool bForeignTypes = false; /**< comfort noise and error correction among the media */
+    bool bReportsAmongMedia = false;
+    bool bStraySource = false;  /**< now and then a packet of another source */
+    bool bSameChannels = false; /**< names the same channels for every medium */
+    bool bStrangers = false;    /**< others send datagrams to the same port */
+    int nPunchesNeeded = 0;     /**< sends no datagram before so many have come */
+    int nByeAfter = 0;          /**< pictures; takes leave of the pictures' source and sends no more of them */
+    int nSoundByeAfter = 0;     /**< the same for the sound */
 };
 
 } // namespace selvik

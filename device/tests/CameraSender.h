@@ -18,6 +18,9 @@ struct CameraClip {
     std::vector<Bytes> pictures; /**< with start codes, in the order of decoding */
 };
 
+/** The format parameters that carry the clip's parameter sets. */
+[[nodiscard]] std::string parameterSetsOf(const CameraClip &clip);
+
 /**
  * Sends the pictures, sound, documents and reports of one connection of a scripted camera.
  *
@@ -46,6 +49,8 @@ public:
     /** Of video, sound and metadata, what belongs to the next picture. */
     void sendPicture();
     void write(const std::uint8_t *pData, std::size_t size);
+    /** Where its datagrams come from. */
+    [[nodiscard]] unsigned short datagramPort() const;
 
     [[nodiscard]] std::size_t pictures() const
     {
@@ -58,10 +63,18 @@ public:
     }
 
 private:
+    void sendVideo(const Bytes &picture, std::uint32_t time);
+    void sendForeign(std::uint32_t time);
+    void sendLeave(const Track &track);
+    /** Whether datagrams may be sent already. */
+    [[nodiscard]] bool isPunched();
+    [[nodiscard]] std::uint32_t sourceOf(const Track &track) const;
+    [[nodiscard]] std::uint32_t timeOf(std::size_t nPicture) const;
+    void sendPacket(const Track &track, const Bytes &packet);
     /** One unit as packets of at most 1400 bytes. */
     void packetise(const Bytes &unit, std::vector<Bytes> &payloads) const;
     void sendRtp(Track &track, int nType, std::uint32_t time, bool bMarker, const Bytes &payload);
-    void sendDatagram(unsigned short port, const Bytes &packet);
+    static void sendDatagram(TestSocket socket, unsigned short port, const Bytes &packet);
     void sendReport(const Track &track, std::uint32_t time);
     void interleave(int nChannel, const Bytes &packet);
 
@@ -69,8 +82,12 @@ private:
     const CameraClip &m_clip;
     TestSocket m_socket;
     TestSocket m_datagrams;
+    TestSocket m_stranger;  /**< on the same machine, another port */
+    TestSocket m_foreigner; /**< of another address */
     std::array<Track, 3> m_tracks;
     int m_nPackets = 0;
+    int m_nPunches = 0;
+    std::uint16_t m_nForeign = 30000; /**< numbers of packets that are not the camera's */
     bool m_bOver = false;
     std::size_t m_nPicture = 0;
     Bytes m_heldBack;

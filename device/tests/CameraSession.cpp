@@ -225,6 +225,8 @@ void CameraSession::describe()
                       name + "/90000\r\na=control:" + prefix + "track0\r\n";
     if (m_script.bBrokenParameters) {
         sdp += "a=fmtp:96 packetization-mode=;sprop-parameter-sets=%%%,;=;profile-level-id=XYZ\r\n";
+    } else if (m_script.bSetsInDescription) {
+        sdp += "a=fmtp:96 " + parameterSetsOf(m_place.clip) + "\r\n";
     } else if (!m_place.clip.bH265) {
         sdp += "a=fmtp:96 packetization-mode=1\r\n";
     }
@@ -263,11 +265,16 @@ void CameraSession::setUp(const std::string &url, const std::string &request)
     std::string reply;
     if (bDatagrams) {
         track.nPort = static_cast<unsigned short>(leadingNumber(transport.substr(transport.find("port=") + 5)));
+        if (nTrack == 0) {
+            m_place.clientPort = track.nPort;
+        }
         reply = "RTP/AVP;unicast;client_port=" + std::to_string(track.nPort) + "-" + std::to_string(track.nPort + 1) +
-                ";server_port=6970-6971";
+                ";server_port=" + std::to_string(m_sender.datagramPort()) + "-" +
+                std::to_string(m_sender.datagramPort());
     } else {
         track.nChannel = leadingNumber(transport.substr(transport.find("interleaved=") + 12));
         track.nChannel += m_script.bChangesChannels ? 10 : 0;
+        track.nChannel = m_script.bSameChannels ? 0 : track.nChannel;
         reply = "RTP/AVP/TCP;unicast;interleaved=" + std::to_string(track.nChannel) + "-" +
                 std::to_string(track.nChannel + 1);
     }

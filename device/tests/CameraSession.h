@@ -18,6 +18,7 @@ struct CameraPlace {
     TimeSource &time;
     const std::atomic<bool> &stop;
     std::function<void(const std::string &method)> note;
+    std::atomic<unsigned short> &clientPort; /**< where the pictures' datagrams go */
 };
 
 /**

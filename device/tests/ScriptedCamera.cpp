@@ -114,7 +114,8 @@ void ScriptedCamera::serve(long long socket)
         m_methods.push_back(method);
     };
     {
-        CameraSession session({m_script, m_clip, url(), m_time, m_bStop, note}, static_cast<TestSocket>(socket));
+        CameraSession session({m_script, m_clip, url(), m_time, m_bStop, note, m_clientPort},
+                              static_cast<TestSocket>(socket));
         session.run();
     }
     const std::lock_guard<std::mutex> lock(m_mutex);

@@ -37,6 +37,11 @@ public:
     {
         return "rtsp://" + credentials + "127.0.0.1:" + std::to_string(m_nPort) + "/live";
     }
+    /** Where the pictures' datagrams of the last connection go; 0 where there are none. */
+    [[nodiscard]] unsigned short clientPort() const
+    {
+        return m_clientPort;
+    }
     [[nodiscard]] int openConnections() const;
     /** When each connection came, also those that were closed at once. */
     [[nodiscard]] std::vector<Clock::time_point> connectionTimes() const;
@@ -53,6 +58,7 @@ private:
     unsigned short m_nPort = 0;
     long long m_listener = -1;
     std::atomic<bool> m_bStop{false};
+    std::atomic<unsigned short> m_clientPort{0};
     std::thread m_acceptor;
 
     mutable std::mutex m_mutex;

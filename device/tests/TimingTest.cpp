@@ -1,6 +1,7 @@
 #include "device/src/Backoff.h"
 #include "device/src/ReorderBuffer.h"
 #include "device/src/Resolver.h"
+#include "device/src/SenderFilter.h"
 #include "device/src/Timeline.h"
 #include "device/tests/FakeTime.h"
 
@@ -75,6 +76,47 @@ TEST(ReorderBuffer, FollowsACameraThatNumbersAnew)
     EXPECT_EQ(popAll(buffer, now), (std::vector<int>{1}));
     buffer.push(numbered(20000), now);
     EXPECT_EQ(popAll(buffer, now), (std::vector<int>{20000}));
+}
+
+TEST(ReorderBuffer, LetsPassWhatIsInOrder)
+{
+    ReorderBuffer buffer;
+    const Clock::time_point now = Clock::now();
+    EXPECT_TRUE(buffer.passes(65535));
+    EXPECT_TRUE(buffer.passes(0));
+    EXPECT_FALSE(buffer.passes(2));
+    buffer.push(numbered(2), now);
+    // As long as one waits, the others keep their order behind it.
+    EXPECT_FALSE(buffer.passes(1));
+    buffer.push(numbered(1), now);
+    EXPECT_EQ(popAll(buffer, now), (std::vector<int>{1, 2}));
+    EXPECT_TRUE(buffer.passes(3));
+}
+
+TEST(SenderFilter, TakesOnlyTheCamerasHost)
+{
+    SenderFilter filter;
+    filter.allow("192.0.2.7");
+    filter.allow("fe80::1%3");
+    const Clock::time_point now = Clock::now();
+    EXPECT_TRUE(filter.accepts({"192.0.2.7", 6970}, now));
+    EXPECT_TRUE(filter.accepts({"::ffff:192.0.2.7", 6970}, now));
+    EXPECT_TRUE(filter.accepts({"fe80::1", 6970}, now));
+    EXPECT_FALSE(filter.accepts({"192.0.2.8", 6970}, now));
+    EXPECT_FALSE(filter.accepts({"fe80::2", 6970}, now));
+}
+
+TEST(SenderFilter, FollowsARouterThatGivesAnotherPort)
+{
+    SenderFilter filter;
+    filter.allow("192.0.2.7");
+    filter.expectPort(6970);
+    const Clock::time_point now = Clock::now();
+    EXPECT_TRUE(filter.accepts({"192.0.2.7", 40000}, now)) << "the named port may be wrong";
+    EXPECT_FALSE(filter.accepts({"192.0.2.7", 40001}, now)) << "somebody else on that host";
+    EXPECT_TRUE(filter.accepts({"192.0.2.7", 40001}, now + Milliseconds(2000))) << "the router has forgotten the port";
+    EXPECT_TRUE(filter.accepts({"192.0.2.7", 6970}, now + Milliseconds(2100))) << "the named port";
+    EXPECT_FALSE(filter.accepts({"192.0.2.7", 40001}, now + Milliseconds(2200)));
 }
 
 TEST(Resolver, AnswersNumbersAtOnceAndIsStoppedByItsCaller)
