@@ -49,7 +49,10 @@ Bytes receiverReport(std::uint32_t source)
 
 } // namespace
 
-RtspInput::RtspInput(Address address, TimeSource &time) : m_time(time), m_session(std::move(address)) {}
+RtspInput::RtspInput(Address address, TimeSource &time, RtspWay way)
+    : m_time(time), m_way(way), m_session(std::move(address), way), m_bDatagrams(way == RtspWay::Multicast)
+{
+}
 
 RtspInput::~RtspInput() = default;
 
@@ -111,7 +114,10 @@ void RtspInput::setUpAll(const Patience &patience)
             ready.push_back(std::move(channel));
         } else if (ready.empty()) {
             // Without its first track, the picture or else the sound, there is nothing to preview.
-            throw Failure(SELVIK_ERROR_CHANNEL);
+            if (result == SetupResult::TransportRefused && m_way == RtspWay::Direct) {
+                throw OtherWay(RtspWay::Multicast);
+            }
+            throw Failure(result == SetupResult::TransportRefused ? SELVIK_ERROR_MEDIA : SELVIK_ERROR_CHANNEL);
         }
     }
     m_channels = std::move(ready);
@@ -148,8 +154,10 @@ bool RtspInput::bindPair(Channel &channel, bool bIpv6)
 
 RtspInput::SetupResult RtspInput::setUp(Channel &channel, bool bDatagrams, int nIndex, const Patience &patience)
 {
-    std::string transport;
-    if (bDatagrams) {
+    std::string transport = "RTP/AVP;multicast";
+    if (m_way == RtspWay::Multicast) {
+        // The camera names group and ports.
+    } else if (bDatagrams) {
         if (!bindPair(channel, m_session.remoteHost().find(':') != std::string::npos)) {
             throw Failure(SELVIK_ERROR_RESOURCES);
         }
@@ -172,8 +180,28 @@ RtspInput::SetupResult RtspInput::setUp(Channel &channel, bool bDatagrams, int n
         lowerCase(answer).find("port=") != std::string::npos) {
         return SetupResult::TransportRefused;
     }
+    if (m_way == RtspWay::Multicast) {
+        return joinGroup(channel, answer) ? SetupResult::Done : SetupResult::TransportRefused;
+    }
     readTransport(channel, answer);
     return SetupResult::Done;
+}
+
+bool RtspInput::joinGroup(Channel &channel, const std::string &transport) const
+{
+    std::string group;
+    for (const std::string &part : split(transport, ';')) {
+        if (startsWith(lowerCase(part), "destination=")) {
+            group = part.substr(part.find('=') + 1);
+        }
+    }
+    const NumberPair ports = pairOf(transport, "port");
+    if (ports.nFirst <= 0 || ports.nFirst > 0xFFFF || ports.nSecond <= 0 || ports.nSecond > 0xFFFF) {
+        return false;
+    }
+    channel.rtp = Socket::joinGroup({group, static_cast<unsigned short>(ports.nFirst)}, m_session.remoteHost());
+    channel.rtcp = Socket::joinGroup({group, static_cast<unsigned short>(ports.nSecond)}, m_session.remoteHost());
+    return channel.rtp.isValid() && channel.rtcp.isValid();
 }
 
 void RtspInput::readTransport(Channel &channel, const std::string &transport) const

@@ -25,7 +25,7 @@ namespace selvik
 class RtspInput : public CameraInput
 {
 public:
-    RtspInput(Address address, TimeSource &time);
+    RtspInput(Address address, TimeSource &time, RtspWay way = RtspWay::Direct);
     ~RtspInput() override;
 
     void open(const Patience &patience) override;
@@ -55,6 +55,8 @@ private:
     [[nodiscard]] SetupResult setUp(Channel &channel, bool bDatagrams, int nIndex, const Patience &patience);
     [[nodiscard]] static bool bindPair(Channel &channel, bool bIpv6);
     void readTransport(Channel &channel, const std::string &transport) const;
+    /** Joins the group that the camera names; false where it names none. */
+    [[nodiscard]] bool joinGroup(Channel &channel, const std::string &transport) const;
     void keepAlive(const Patience &patience);
     void sendReports(const Patience &patience);
     void receive(const Patience &patience);
@@ -64,6 +66,7 @@ private:
     void collect(Channel &channel, ByteView packet);
 
     TimeSource &m_time;
+    const RtspWay m_way;
     RtspSession m_session;
     bool m_bDatagrams = false;
     std::vector<Channel> m_channels;

@@ -1,8 +1,9 @@
 #include "device/src/RtspSession.h"
 
 #include "Selvikdcm.h"
+#include "device/src/HttpTunnel.h"
 #include "device/src/Resolver.h"
-#include "device/src/TcpStream.h"
+#include "device/src/RtspTcpStream.h"
 #include "device/src/Text.h"
 #include "device/src/TlsStream.h"
 
@@ -54,7 +55,7 @@ std::string baseOf(const RtspResponse &response, const std::string &url)
 
 } // namespace
 
-RtspSession::RtspSession(Address address) : m_address(std::move(address)) {}
+RtspSession::RtspSession(Address address, RtspWay way) : m_address(std::move(address)), m_way(way) {}
 
 void RtspSession::connect(const Patience &patience)
 {
@@ -65,10 +66,12 @@ void RtspSession::connect(const Patience &patience)
         const Endpoint remote = {hosts[i], m_address.port()};
         try {
             std::unique_ptr<ByteStream> stream;
-            if (isEncrypted()) {
+            if (m_way == RtspWay::Tunnelled) {
+                stream = std::make_unique<HttpTunnel>(m_address.asHttp(), part);
+            } else if (isEncrypted()) {
                 stream = std::make_unique<TlsStream>(remote, m_address.host(), part);
             } else {
-                stream = std::make_unique<TcpStream>(Socket::connectTcp(remote, part));
+                stream = std::make_unique<RtspTcpStream>(Socket::connectTcp(remote, part));
             }
             m_remoteHost = hosts[i];
             m_connection = std::make_unique<RtspConnection>(std::move(stream), Authenticator(m_address.credentials()));

@@ -2,6 +2,7 @@
 #define DEVICE_RTSPSESSION_H
 
 #include "device/src/Address.h"
+#include "device/src/OtherWay.h"
 #include "device/src/RtspConnection.h"
 #include "device/src/Sdp.h"
 
@@ -20,7 +21,7 @@ namespace selvik
 class RtspSession
 {
 public:
-    explicit RtspSession(Address address);
+    explicit RtspSession(Address address, RtspWay way = RtspWay::Direct);
 
     /** Connects and fetches the description, from another address where the camera sends one there. */
     [[nodiscard]] Sdp describe(const Patience &patience);
@@ -62,6 +63,7 @@ private:
     [[nodiscard]] RtspConnection::Headers sessionHeaders() const;
 
     Address m_address;
+    RtspWay m_way;
     std::string m_remoteHost;
     std::unique_ptr<RtspConnection> m_connection;
     std::string m_base;      /**< what controls are relative to */

@@ -36,6 +36,12 @@ public:
     /** A datagram socket on a port of its own choice (0) or a given one; invalid when that port is taken. */
     [[nodiscard]] static Socket bindUdp(bool bIpv6, unsigned short port);
 
+    /**
+     * A datagram socket that receives what an IPv4 multicast group is sent, on the interface that leads to a host;
+     * invalid for what is no such group, and where it cannot be joined.
+     */
+    [[nodiscard]] static Socket joinGroup(const Endpoint &group, const std::string &remoteHost);
+
     [[nodiscard]] bool isValid() const
     {
         return m_handle != kInvalid;

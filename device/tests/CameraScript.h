@@ -20,6 +20,8 @@ struct Script {
     bool bRedirectsInCircles = false;
     bool bDatagramsOnly = false;
     bool bReordersDatagrams = false;
+    bool bMulticastOnly = false;
+    std::string multicastGroup = "239.255.42.99";
     int nLosesEvery = 0; /**< every so many packets one is left out */
 
     bool bAcceptsAndSaysNothing = false;

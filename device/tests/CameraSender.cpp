@@ -39,6 +39,9 @@ std::vector<Bytes> unitsOf(const Bytes &picture)
 CameraSender::CameraSender(const Script &script, const CameraClip &clip, TestSocket socket)
     : m_script(script), m_clip(clip), m_socket(socket), m_datagrams(::socket(AF_INET, SOCK_DGRAM, 0))
 {
+    // What goes to groups stays on this machine.
+    const in_addr address = loopback(0).sin_addr;
+    setsockopt(m_datagrams, IPPROTO_IP, IP_MULTICAST_IF, reinterpret_cast<const char *>(&address), sizeof address);
 }
 
 CameraSender::~CameraSender()
@@ -147,7 +150,10 @@ void CameraSender::sendRtp(Track &track, int nType, std::uint32_t time, bool bMa
 
 void CameraSender::sendDatagram(unsigned short port, const Bytes &packet)
 {
-    const sockaddr_in address = loopback(port);
+    sockaddr_in address = loopback(port);
+    if (m_script.bMulticastOnly) {
+        inet_pton(AF_INET, m_script.multicastGroup.c_str(), &address.sin_addr);
+    }
     sendto(m_datagrams, reinterpret_cast<const char *>(packet.data()), static_cast<int>(packet.size()), kSendFlags,
            reinterpret_cast<const sockaddr *>(&address), sizeof address);
 }
