@@ -222,6 +222,15 @@ std::string Address::url() const
     return std::string(nameOf(m_scheme).pText) + "://" + hostAndPort() + m_path;
 }
 
+Address Address::asHttp() const
+{
+    Address address = *this;
+    address.m_scheme = m_scheme == Scheme::Rtsps ? Scheme::Https : Scheme::Http;
+    // The other scheme has another port where none is named.
+    address.m_bPortGiven = true;
+    return address;
+}
+
 std::string Address::urlForHost(const std::string &host) const
 {
     std::string text = std::string(nameOf(m_scheme).pText) + "://";

@@ -74,6 +74,8 @@ public:
     [[nodiscard]] Address at(const std::string &host, const Credentials &credentials) const;
     /** The address as a request names it: never with credentials. */
     [[nodiscard]] std::string url() const;
+    /** What an RTSP address names, by HTTP: the same host, port, path and credentials. */
+    [[nodiscard]] Address asHttp() const;
     /** The Host header's value. */
     [[nodiscard]] std::string hostAndPort() const;
     /** The same address with the host exchanged for a numeric one, with credentials: for FFmpeg's HTTP client. */

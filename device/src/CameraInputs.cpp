@@ -1,7 +1,7 @@
 #include "device/src/CameraInputs.h"
 
 #include "device/src/ContainerInput.h"
-#include "device/src/RtspInput.h"
+#include "device/src/SecondTryInput.h"
 #include "device/src/onvif/OnvifInput.h"
 
 namespace selvik
@@ -13,7 +13,7 @@ namespace
 std::unique_ptr<CameraInput> makeStreamInput(const Address &address, TimeSource &time)
 {
     if (address.isRtsp()) {
-        return std::make_unique<RtspInput>(address, time);
+        return std::make_unique<SecondTryInput>(address, time);
     }
     return std::make_unique<ContainerInput>(address, time);
 }

@@ -63,7 +63,28 @@ std::string absolute(const std::string &location, const Address &from)
 
 } // namespace
 
-HttpStream::HttpStream(Address address) : m_address(std::move(address)), m_place(m_address) {}
+HttpStream::HttpStream(Address address, std::string headers)
+    : m_address(std::move(address)),
+      m_headers(std::move(headers)),
+      m_place(m_address),
+      m_authenticator(m_address.credentials())
+{
+}
+
+std::unique_ptr<ByteStream> HttpStream::connectAgain(const Patience &patience)
+{
+    const bool bEncrypted = m_place.scheme() == Address::Scheme::Https;
+    Connected connected = connectTo(m_place.host(), m_place.port(), bEncrypted, patience);
+    m_remoteHost = std::move(connected.remoteHost);
+    return std::move(connected.stream);
+}
+
+std::string HttpStream::head(const std::string &method, const std::string &headers)
+{
+    const std::string authorization = m_authenticator.authorization(method, target());
+    return method + " " + target() + " HTTP/1.1\r\nHost: " + m_place.hostAndPort() + "\r\nUser-Agent: Selvikdcm\r\n" +
+           headers + (authorization.empty() ? "" : "Authorization: " + authorization + "\r\n") + "\r\n";
+}
 
 std::string HttpStream::target() const
 {
@@ -85,13 +106,13 @@ void HttpStream::open(const Patience &patience)
     for (int nRedirections = 0; nRedirections <= kMostRedirections; ++nRedirections) {
         const bool bSameHost = lowerCase(m_place.host()) == lowerCase(m_address.host());
         const bool bWeaker = m_address.scheme() == Address::Scheme::Https && m_place.scheme() != Address::Scheme::Https;
-        Authenticator authenticator(bSameHost && !bWeaker ? m_address.credentials() : Credentials());
-        RtspResponse response = ask({}, patience);
+        m_authenticator = Authenticator(bSameHost && !bWeaker ? m_address.credentials() : Credentials());
+        RtspResponse response = ask(patience);
         for (int i = 0; i < kMostQuestions && response.nStatus == 401; ++i) {
-            if (!authenticator.challenge(response.allOf("www-authenticate"), i > 0)) {
+            if (!m_authenticator.challenge(response.allOf("www-authenticate"), i > 0)) {
                 break;
             }
-            response = ask(authenticator.authorization("GET", target()), patience);
+            response = ask(patience);
         }
         if (response.isSuccess()) {
             takeBody(response);
@@ -116,18 +137,12 @@ void HttpStream::redirect(const std::string &location)
     m_place = *std::move(place);
 }
 
-RtspResponse HttpStream::ask(const std::string &authorization, const Patience &patience)
+RtspResponse HttpStream::ask(const Patience &patience)
 {
     m_received.clear();
     m_stream.reset();
-    const bool bEncrypted = m_place.scheme() == Address::Scheme::Https;
-    m_stream = connectTo(m_place.host(), m_place.port(), bEncrypted, patience).stream;
-    std::string request = "GET " + target() + " HTTP/1.1\r\nHost: " + m_place.hostAndPort() +
-                          "\r\nUser-Agent: Selvikdcm\r\nAccept: */*\r\nConnection: close\r\n";
-    if (!authorization.empty()) {
-        request += "Authorization: " + authorization + "\r\n";
-    }
-    request += "\r\n";
+    m_stream = connectAgain(patience);
+    const std::string request = head("GET", m_headers.empty() ? "Accept: */*\r\nConnection: close\r\n" : m_headers);
     m_stream->send(reinterpret_cast<const std::uint8_t *>(request.data()), request.size(), patience);
     RtspResponse response = readHead(patience);
     while (response.nStatus < 200) {
@@ -208,11 +223,10 @@ std::size_t HttpStream::receive(std::uint8_t *pBuffer, std::size_t capacity, con
 
 void HttpStream::beginChunk(const Patience &patience)
 {
-    if (!m_bFirstChunk) {
-        // The line end behind the former chunk.
+    if (m_bChunkEnds) {
         (void)readLine(kLongestChunkLine, patience);
+        m_bChunkEnds = false;
     }
-    m_bFirstChunk = false;
     m_nLeft = std::strtoull(readLine(kLongestChunkLine, patience).c_str(), nullptr, 16);
     m_bEnded = m_nLeft == 0;
 }
@@ -230,6 +244,7 @@ std::size_t HttpStream::read(std::uint8_t *pBuffer, std::size_t capacity, const 
     const auto most = bCounted ? static_cast<std::size_t>(std::min<std::uint64_t>(capacity, m_nLeft)) : capacity;
     const std::size_t size = receive(pBuffer, most, patience);
     m_nLeft -= bCounted ? size : 0;
+    m_bChunkEnds = m_bChunked && m_nLeft == 0;
     return size;
 }
 

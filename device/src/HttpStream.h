@@ -25,16 +25,32 @@ namespace selvik
 class HttpStream
 {
 public:
-    explicit HttpStream(Address address);
+    /** `headers`: further ones of the request, each with its line end. */
+    explicit HttpStream(Address address, std::string headers = {});
 
     /** Sends the request and reads the head of the answer, from another address where the device sends one there. */
     void open(const Patience &patience);
     /** The next bytes of the body, one at least; 0 at its end. */
     [[nodiscard]] std::size_t read(std::uint8_t *pBuffer, std::size_t capacity, const Patience &patience);
 
+    /** A second connection to where the answer came from. */
+    [[nodiscard]] std::unique_ptr<ByteStream> connectAgain(const Patience &patience);
+    /** A request for there, with credentials if the answer asked for them. */
+    [[nodiscard]] std::string head(const std::string &method, const std::string &headers);
+    /** The numeric address that was connected to last; empty before. */
+    [[nodiscard]] const std::string &remoteHost() const
+    {
+        return m_remoteHost;
+    }
+    /** Of the connection on which the answer comes; null where there is none to be seen. */
+    [[nodiscard]] const Socket *socket() const
+    {
+        return m_stream->socket();
+    }
+
 private:
     /** Connects and asks. */
-    [[nodiscard]] RtspResponse ask(const std::string &authorization, const Patience &patience);
+    [[nodiscard]] RtspResponse ask(const Patience &patience);
     [[nodiscard]] RtspResponse readHead(const Patience &patience);
     void redirect(const std::string &location);
     [[nodiscard]] std::string target() const;
@@ -45,11 +61,14 @@ private:
     void beginChunk(const Patience &patience);
 
     const Address m_address; /**< that of the log-in: whom the credentials are for */
-    Address m_place;         /**< where the body is asked for */
+    const std::string m_headers;
+    Address m_place; /**< where the body is asked for */
+    std::string m_remoteHost;
+    Authenticator m_authenticator;
     std::unique_ptr<ByteStream> m_stream;
     std::string m_received; /**< read and not used yet */
     bool m_bChunked = false;
-    bool m_bFirstChunk = true;
+    bool m_bChunkEnds = false; /**< its line end is due */
     bool m_bLengthKnown = false;
     bool m_bEnded = false;
     std::uint64_t m_nLeft = 0; /**< of the chunk, or of the body where its length is known */

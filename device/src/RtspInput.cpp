@@ -58,7 +58,10 @@ std::string printable(const SdpMedia &media)
 
 } // namespace
 
-RtspInput::RtspInput(Address address, TimeSource &time) : m_time(time), m_session(std::move(address)) {}
+RtspInput::RtspInput(Address address, TimeSource &time, RtspWay way)
+    : m_time(time), m_way(way), m_session(std::move(address), way), m_bDatagrams(way == RtspWay::Multicast)
+{
+}
 
 RtspInput::~RtspInput() = default;
 
@@ -133,6 +136,10 @@ void RtspInput::setUpAll(const Patience &patience)
             ready.push_back(std::move(channel));
         } else if (ready.empty()) {
             // Without its first track, the picture or else the sound, there is nothing to preview.
+            // The camera may take another way than the direct one, where it is the transport that it minds.
+            if (m_setupError == SELVIK_ERROR_MEDIA && m_way == RtspWay::Direct) {
+                throw OtherWay(RtspWay::Multicast);
+            }
             throw Failure(m_setupError);
         }
     }
@@ -196,8 +203,10 @@ bool RtspInput::bindPair(Channel &channel, bool bIpv6)
 
 RtspInput::SetupResult RtspInput::setUp(Channel &channel, bool bDatagrams, int nIndex, const Patience &patience)
 {
-    std::string transport;
-    if (bDatagrams) {
+    std::string transport = "RTP/AVP;multicast";
+    if (m_way == RtspWay::Multicast) {
+        // The camera names group and ports.
+    } else if (bDatagrams) {
         if (!bindPair(channel, m_session.remoteHost().find(':') != std::string::npos)) {
             throw Failure(SELVIK_ERROR_RESOURCES);
         }
@@ -225,8 +234,25 @@ RtspInput::SetupResult RtspInput::setUp(Channel &channel, bool bDatagrams, int n
         lowerCase(answer).find("port=") != std::string::npos) {
         return SetupResult::TransportRefused;
     }
-    readTransport(channel, Transport::parse(answer));
+    const Transport said = Transport::parse(answer);
+    if (m_way == RtspWay::Multicast && !joinGroup(channel, said)) {
+        return SetupResult::TransportRefused;
+    }
+    readTransport(channel, said);
     return SetupResult::Done;
+}
+
+bool RtspInput::joinGroup(Channel &channel, const Transport &transport) const
+{
+    const unsigned short media = Transport::serverPort(transport.groupPorts.nFirst);
+    const unsigned short reports = Transport::serverPort(transport.groupPorts.nSecond);
+    if (media == 0 || reports == 0) {
+        return false;
+    }
+    channel.track->useDatagrams();
+    channel.rtp = Socket::joinGroup({transport.group, media}, m_session.remoteHost());
+    channel.rtcp = Socket::joinGroup({transport.group, reports}, m_session.remoteHost());
+    return channel.rtp.isValid() && channel.rtcp.isValid();
 }
 
 void RtspInput::readTransport(Channel &channel, const Transport &transport) const

@@ -26,7 +26,7 @@ namespace selvik
 class RtspInput : public CameraInput
 {
 public:
-    RtspInput(Address address, TimeSource &time);
+    RtspInput(Address address, TimeSource &time, RtspWay way = RtspWay::Direct);
     ~RtspInput() override;
 
     void open(const Patience &patience) override;
@@ -58,6 +58,8 @@ private:
     [[nodiscard]] SetupResult setUp(Channel &channel, bool bDatagrams, int nIndex, const Patience &patience);
     [[nodiscard]] static bool bindPair(Channel &channel, bool bIpv6);
     void readTransport(Channel &channel, const Transport &transport) const;
+    /** Joins the group that the camera names; false where it names none. */
+    [[nodiscard]] bool joinGroup(Channel &channel, const Transport &transport) const;
     void shareChannels();
     void punch();
     void keepAlive(const Patience &patience);
@@ -72,6 +74,7 @@ private:
     void place(Channel &channel, std::vector<MediaUnit> &units);
 
     TimeSource &m_time;
+    const RtspWay m_way;
     RtspSession m_session;
     bool m_bDatagrams = false;
     unsigned long m_setupError = 0; /**< the SELVIK_ERROR_ code of the last medium that was refused */

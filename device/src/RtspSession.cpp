@@ -2,6 +2,8 @@
 
 #include "Selvikdcm.h"
 #include "device/src/ConnectTo.h"
+#include "device/src/HttpNoticingStream.h"
+#include "device/src/HttpTunnel.h"
 #include "device/src/Location.h"
 #include "device/src/Text.h"
 
@@ -31,7 +33,7 @@ std::string baseOf(const RtspResponse &response, const std::string &url)
 
 } // namespace
 
-RtspSession::RtspSession(Address address) : m_login(address), m_address(std::move(address)) {}
+RtspSession::RtspSession(Address address, RtspWay way) : m_login(address), m_address(std::move(address)), m_way(way) {}
 
 unsigned long RtspSession::errorOf(const RtspResponse &response)
 {
@@ -65,9 +67,17 @@ void RtspSession::connect(const Patience &patience)
 
 std::unique_ptr<ByteStream> RtspSession::open(const Patience &patience)
 {
+    if (m_way == RtspWay::Tunnelled) {
+        auto tunnel = std::make_unique<HttpTunnel>(m_address.asHttp(), patience);
+        m_remoteHost = tunnel->remoteHost();
+        return tunnel;
+    }
     Connected connected = connectTo(m_address.host(), m_address.port(), isEncrypted(), patience);
     m_remoteHost = connected.remoteHost;
-    return std::move(connected.stream);
+    if (isEncrypted()) {
+        return std::move(connected.stream);
+    }
+    return std::make_unique<HttpNoticingStream>(std::move(connected.stream));
 }
 
 Sdp RtspSession::describe(const Patience &patience)

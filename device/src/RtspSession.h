@@ -2,6 +2,7 @@
 #define DEVICE_RTSPSESSION_H
 
 #include "device/src/Address.h"
+#include "device/src/OtherWay.h"
 #include "device/src/RtspConnection.h"
 #include "device/src/Sdp.h"
 
@@ -31,7 +32,7 @@ public:
 class RtspSession
 {
 public:
-    explicit RtspSession(Address address);
+    explicit RtspSession(Address address, RtspWay way = RtspWay::Direct);
     RtspSession(const RtspSession &) = delete;
     RtspSession &operator=(const RtspSession &) = delete;
 
@@ -85,6 +86,7 @@ private:
     const Address m_login;     /**< where the credentials belong to */
     std::string m_loginRemote; /**< the numeric address that its host has; empty while it was not reached */
     Address m_address;         /**< where the camera has sent its client */
+    const RtspWay m_way;
     int m_nRedirections = 0;
     std::string m_remoteHost;
     std::unique_ptr<RtspConnection> m_connection;

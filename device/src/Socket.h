@@ -36,6 +36,11 @@ public:
     void sendToItself() const;
     /** Whether such a socket is readable within that time. */
     [[nodiscard]] bool awaitItself(Milliseconds duration) const;
+    /**
+     * A datagram socket that receives what an IPv4 multicast group is sent, on the interface that leads to a host;
+     * invalid for what is no such group, and where it cannot be joined.
+     */
+    [[nodiscard]] static Socket joinGroup(const Endpoint &group, const std::string &remoteHost);
 
     [[nodiscard]] bool isValid() const
     {

@@ -43,6 +43,10 @@ Transport Transport::parse(const std::string &header)
             transport.interleaved = numbersOf(value);
         } else if (name == "server_port") {
             transport.ports = numbersOf(value);
+        } else if (name == "port") {
+            transport.groupPorts = numbersOf(value);
+        } else if (name == "destination") {
+            transport.group = value;
         } else if (name == "source" && isNumeric(value)) {
             transport.host = value;
         } else if (name == "ssrc" && !value.empty()) {

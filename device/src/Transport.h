@@ -17,8 +17,10 @@ struct Transport {
     };
 
     Numbers interleaved;
-    Numbers ports;    /**< the camera's */
-    std::string host; /**< that the media come from, numeric; empty where it is the one that answers */
+    Numbers ports; /**< the camera's */
+    Numbers groupPorts;
+    std::string group; /**< that the media are sent to, as the camera writes it; empty where there is none */
+    std::string host;  /**< that the media come from, numeric; empty where it is the one that answers */
     std::optional<std::uint32_t> source;
 
     [[nodiscard]] static Transport parse(const std::string &header);

@@ -37,6 +37,8 @@ struct Script {
     const char *pHost = "127.0.0.1"; /**< on which it listens */
     bool bDatagramsOnly = false;
     bool bReordersDatagrams = false;
+    bool bMulticastOnly = false;
+    std::string multicastGroup = "239.255.42.99";
     int nLosesEvery = 0; /**< every so many packets one is left out */
 
     bool bAcceptsAndSaysNothing = false;

@@ -116,6 +116,9 @@ CameraSender::CameraSender(const Script &script, const CameraClip &clip, TestSoc
     // 127.0.0.2
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK + 1);
     bind(m_foreigner, reinterpret_cast<const sockaddr *>(&address), sizeof address);
+    // What goes to groups stays on this machine.
+    const in_addr group = loopback(0).sin_addr;
+    setsockopt(m_datagrams, IPPROTO_IP, IP_MULTICAST_IF, reinterpret_cast<const char *>(&group), sizeof group);
 }
 
 CameraSender::~CameraSender()
@@ -330,7 +333,10 @@ void CameraSender::sendPacket(const Track &track, const Bytes &packet)
 
 void CameraSender::sendDatagram(TestSocket socket, unsigned short port, const Bytes &packet)
 {
-    const sockaddr_in address = loopback(port);
+    sockaddr_in address = loopback(port);
+    if (m_script.bMulticastOnly) {
+        inet_pton(AF_INET, m_script.multicastGroup.c_str(), &address.sin_addr);
+    }
     sendto(socket, reinterpret_cast<const char *>(packet.data()), static_cast<int>(packet.size()), kSendFlags,
            reinterpret_cast<const sockaddr *>(&address), sizeof address);
 }

@@ -49,6 +49,22 @@ std::string headerOf(const std::string &request, const std::string &name)
     return {};
 }
 
+/** An even port that nobody has. */
+unsigned short freeMulticastPort()
+{
+    for (;;) {
+        const TestSocket socket = ::socket(AF_INET, SOCK_DGRAM, 0);
+        sockaddr_in address = loopback(0);
+        socklen_t size = sizeof address;
+        bind(socket, reinterpret_cast<const sockaddr *>(&address), size);
+        getsockname(socket, reinterpret_cast<sockaddr *>(&address), &size);
+        closeSocket(socket);
+        if (ntohs(address.sin_port) % 2 == 0) {
+            return ntohs(address.sin_port);
+        }
+    }
+}
+
 } // namespace
 
 CameraSession::CameraSession(CameraPlace place, TestSocket socket)
@@ -364,14 +380,20 @@ void CameraSession::setUp(const std::string &url, const std::string &request)
         answer(404, {});
         return;
     }
-    if (m_script.nSetupStatus != 200 || (m_script.bDatagramsOnly && !bDatagrams)) {
+    const bool bMulticast = transport.find("multicast") != std::string::npos;
+    const bool bOtherTransport = (m_script.bDatagramsOnly && !bDatagrams) || bMulticast != m_script.bMulticastOnly;
+    if (m_script.nSetupStatus != 200 || bOtherTransport) {
         answer(m_script.nSetupStatus != 200 ? m_script.nSetupStatus : 461, {});
         return;
     }
     CameraSender::Track &track = m_sender.track(static_cast<std::size_t>(nTrack));
     track.bUsed = true;
     std::string reply;
-    if (bDatagrams) {
+    if (bMulticast) {
+        track.nPort = freeMulticastPort();
+        reply = "RTP/AVP;multicast;destination=" + m_script.multicastGroup + ";port=" + std::to_string(track.nPort) +
+                "-" + std::to_string(track.nPort + 1) + ";ttl=1";
+    } else if (bDatagrams) {
         track.nPort = static_cast<unsigned short>(leadingNumber(transport.substr(transport.find("port=") + 5)));
         if (nTrack == 0) {
             m_place.clientPort = track.nPort;

@@ -28,6 +28,10 @@ struct HttpScript {
     std::string location; /**< with a status that redirects */
 };
 
+/** The value of a request's header, whose name is given in lower case; empty where there is none. */
+[[nodiscard]] std::string headerOf(const std::string &request, const std::string &name);
+/** Whether a request answers the digest question with realm "cameras" and nonce "abc123". */
+[[nodiscard]] bool isDigestRight(const std::string &request, const std::string &user, const std::string &password);
 /** The bytes of a test clip. */
 [[nodiscard]] Bytes readClip(const std::string &name);
 

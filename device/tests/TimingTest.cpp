@@ -119,15 +119,6 @@ TEST(SenderFilter, FollowsARouterThatGivesAnotherPort)
     EXPECT_FALSE(filter.accepts({"192.0.2.7", 40001}, now + Milliseconds(2200)));
 }
 
-TEST(Resolver, AnswersNumbersAtOnceAndIsStoppedByItsCaller)
-{
-    FakeTime time;
-    std::atomic<bool> stop{false};
-    EXPECT_EQ(resolveHost("127.0.0.1", {time, stop, time.now()}), (std::vector<std::string>{"127.0.0.1"}));
-    stop = true;
-    EXPECT_THROW((void)resolveHost("a-name.invalid", {time, stop, TimeSource::kNoDeadline}), Stopped);
-}
-
 unsigned long errorOf(const std::function<void()> &action)
 {
     try {
