@@ -96,11 +96,6 @@ bool WindowPresenter::restoreImage(const Picture &picture, const PixelRect &regi
 
 void WindowPresenter::present(const Picture &picture, const PixelRect &region, const Overlay &overlay)
 {
-    const gdi::WindowDc window(m_hWnd);
-    RECT visible{};
-    if (!window.get() || GetClipBox(window.get(), &visible) == NULLREGION) {
-        return;
-    }
     if (!matchClientSize() || !prepareImage(picture, region)) {
         return;
     }
@@ -109,7 +104,10 @@ void WindowPresenter::present(const Picture &picture, const PixelRect &region, c
         const gdi::SavedDc saved(m_image.dc());
         overlay(m_image.dc());
     }
-    BitBlt(window.get(), 0, 0, m_image.pixels().width, m_image.pixels().height, m_image.dc(), 0, 0, SRCCOPY);
+    const gdi::WindowDc window(m_hWnd);
+    if (window.get()) {
+        BitBlt(window.get(), 0, 0, m_image.pixels().width, m_image.pixels().height, m_image.dc(), 0, 0, SRCCOPY);
+    }
     // GDI keeps a thread's calls back. The next picture may be converted into the image by another thread.
     GdiFlush();
 }

@@ -15,8 +15,7 @@ namespace player
 /**
  * Shows pictures in a window of any thread of this process, without ever sending that window a message.
  *
- * A picture that is shown again, as while paused, is not converted again. Where the layout has put the whole window
- * behind or outside of others, nothing is converted, and the overlay does not draw.
+ * A picture that is shown again, as while paused, is not converted again.
  *
  * Threads: one at a time.
  * Owns:    memory images of the window's client size, and the converter. Borrows the window, which may vanish.
