@@ -20,7 +20,7 @@ constexpr int kMaxAttempts = 4;
 // After so long without a byte a description that does not tell its length is taken to be whole.
 constexpr Milliseconds kQuiet{300};
 // A device that does not read what it is answered must not hold up its own pictures.
-constexpr Milliseconds kReplyLimit{100};
+constexpr Milliseconds kReplyLimit{500};
 
 bool hangsUp(const RtspResponse &response)
 {

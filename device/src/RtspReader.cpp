@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <string_view>
 
 namespace selvik
 {
@@ -315,9 +316,9 @@ void RtspReader::advance(std::size_t count, bool bInStep)
 void RtspReader::skipGarbage()
 {
     // What a packet, an answer or a request of matchRequest() can begin with.
-    static const std::string beginnings = "$RTOGSA";
+    static constexpr std::string_view kBeginnings = "$RTOGSA";
     const std::size_t count = skip(first(), 1, left(), [](std::uint8_t byte) {
-        return std::memchr(beginnings.data(), byte, beginnings.size()) == nullptr;
+        return kBeginnings.find(static_cast<char>(byte)) == std::string_view::npos;
     });
     advance(count, false);
 }

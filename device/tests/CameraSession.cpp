@@ -280,7 +280,8 @@ void CameraSession::handle(const std::string &request)
 void CameraSession::askClient()
 {
     static const char *const methods[] = {"OPTIONS", "SET_PARAMETER", "ANNOUNCE", "GET_PARAMETER", "NONSENSE"};
-    if (m_nAsked > m_nAnswered + 3) {
+    constexpr int kBorne = 20;
+    if (m_nAsked > m_nAnswered + kBorne) {
         m_bEnd = true;
         return;
     }
