@@ -13,6 +13,8 @@ constexpr std::int64_t kWindow = 1000000;
 constexpr int kBadWindows = 2;
 constexpr std::int64_t kWrongBy = 8;
 constexpr std::int64_t kShortestStep = 1000;
+// Stamps have at most half of it, so that no sum overflows.
+constexpr std::int64_t kLongest = std::int64_t(1) << 61;
 
 } // namespace
 
@@ -46,7 +48,7 @@ PictureClock::Time PictureClock::place(std::int64_t stamp, std::int64_t arrival)
             time = {next, false};
         } else if (bWasUseless || (!m_last.bStamped && time.media <= m_last.media)) {
             // The arrival has led to another place than the stamps. They go on from there.
-            m_nOffset = next - stamp;
+            m_nOffset = std::clamp(next - stamp, -kLongest, kLongest);
             time.media = next;
         }
         m_last = time;

@@ -34,11 +34,8 @@ public:
     }
     void lose()
     {
+        // Further losses do not begin the waiting anew: on a bad line it would never end.
         m_bDamaged = m_bEntered;
-        if (!m_bEntered) {
-            return;
-        }
-        m_waitingSince.reset();
     }
     [[nodiscard]] Answer judge(const PictureFacts &facts, Clock::time_point arrival)
     {

@@ -47,11 +47,12 @@ RtpTrack::RtpTrack(const SdpMedia &media)
 
 bool RtpTrack::feed(ByteView bytes, Clock::time_point arrival, std::vector<MediaUnit> &units)
 {
-    if (isControlPacket(bytes)) {
+    const std::optional<RtpPacket> packet = RtpPacket::parse(bytes);
+    const bool bDescribed = packet && packet->nType == m_media.nPayloadType;
+    if (!bDescribed && isControlPacket(bytes)) {
         feedReport(bytes);
         return true;
     }
-    const std::optional<RtpPacket> packet = RtpPacket::parse(bytes);
     if (!packet) {
         return false;
     }

@@ -171,6 +171,9 @@ void RtspInput::shareChannels()
 void RtspInput::punch()
 {
     for (Channel &channel : m_channels) {
+        if (channel.bHeard) {
+            continue;
+        }
         if (channel.sender.port != 0) {
             channel.rtp.sendTo(channel.sender, emptyPacket(kOwnSource));
         }
@@ -350,7 +353,7 @@ void RtspInput::receiveDatagrams(const Patience &patience)
     if (Socket::waitReadable(sockets, patience.atMost(kReorderInterval)) && m_session.connection().pollNow(patience)) {
         m_lastSign = m_time.now();
     }
-    if (!m_bMediaCame && m_nPunches < kMaxPunches && m_time.now() - m_lastPunch >= kPunchInterval) {
+    if (m_nPunches < kMaxPunches && m_time.now() - m_lastPunch >= kPunchInterval) {
         punch();
     }
     // Also when nothing came: the reordering may have waited long enough for a missing packet.
@@ -414,7 +417,7 @@ void RtspInput::collect(Channel &channel, ByteView packet)
 {
     std::vector<MediaUnit> units;
     if (channel.track->feed(packet, m_time.now(), units)) {
-        m_bMediaCame = true;
+        channel.bHeard = true;
         m_lastSign = m_time.now();
     }
     place(channel, units);

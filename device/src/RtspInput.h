@@ -46,8 +46,9 @@ private:
         int nRtcpChannel = -1;
         Socket rtp; /**< invalid while the media travel on the connection */
         Socket rtcp;
-        Endpoint sender;  /**< where the camera sends its datagrams from; port 0 where it does not say */
-        Endpoint reports; /**< where it wants receiver reports in datagrams */
+        Endpoint sender;     /**< where the camera sends its datagrams from; port 0 where it does not say */
+        Endpoint reports;    /**< where it wants receiver reports in datagrams */
+        bool bHeard = false; /**< media have come */
         SenderFilter mediaSender;
         SenderFilter reportSender;
     };
@@ -88,7 +89,6 @@ private:
     Clock::time_point m_lastReport;
     Clock::time_point m_lastPunch;
     int m_nPunches = 0;
-    bool m_bMediaCame = false;
     Bytes m_datagram; /**< the one that is being read */
 };
 

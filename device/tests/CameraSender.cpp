@@ -254,6 +254,7 @@ void CameraSender::sendForeign(std::uint32_t time)
     if (m_script.bStrangers && track.nPort != 0) {
         const Bytes packet = rtpPacket(kVideoType, next, time, sourceOf(track), true, slice);
         sendDatagram(m_foreigner, track.nPort, packet);
+        // Behind the camera's own first one: which of two ports of a machine is the camera's, only that can tell.
         if (m_nPackets > 0) {
             sendDatagram(m_stranger, track.nPort, packet);
         }

@@ -138,12 +138,13 @@ TEST_F(MediaPreview, ACameraThatWaitsForDatagramsGetsThemUntilItSends)
 {
     Script script;
     script.bDatagramsOnly = true;
-    // One comes before PLAY, one behind it, the others follow as long as nothing is sent.
-    script.nPunchesNeeded = 4;
+    // From both of its sockets two come before PLAY and two behind it. The others follow as long as nothing is sent.
+    script.nPunchesNeeded = 6;
     const ScriptedCamera camera(m_time, script);
     StreamRecorder recorder(m_time);
     const Started preview(*this, recorder, camera.url());
     ASSERT_GE(preview.handle(), 0) << preview.error();
+    EXPECT_GE(preview.duration(), 400ms);
     EXPECT_LT(preview.duration(), 1200ms);
     EXPECT_TRUE(recorder.waitForRecords(1, 10, 2s));
 }
