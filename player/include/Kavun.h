@@ -182,6 +182,10 @@ unsigned short Kavun_GetVolume(long port);
 /*
  * When one of these three returns, the callback that was set before is not running and will not be called again,
  * except when it is called from inside that callback, which does not deadlock.
+ *
+ * Stopping, closing or freeing ANOTHER port from inside a callback waits for that port's callback to return, since it
+ * must not run any more afterwards. Two callbacks that do it to each other's ports at the same time wait for ever:
+ * leave one of the two to another thread.
  */
 /** Fires once at each end of the file. */
 int Kavun_SetFileEndCallback(long port, void (*callback)(long port, void *user), void *user);

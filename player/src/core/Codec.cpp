@@ -5,6 +5,10 @@
 #include <algorithm>
 #include <thread>
 
+extern "C" {
+#include <libavutil/common.h>
+}
+
 namespace player
 {
 
@@ -33,11 +37,36 @@ CodecPtr openDecoder(const AVStream &stream, const std::function<void(AVCodecCon
         throw OpenFailure{Error::Corrupt};
     }
     pCodec->pkt_timebase = stream.time_base;
+    pCodec->max_pixels = kMostPixels;
+    pCodec->get_buffer2 = allocatePicture;
     configure(*pCodec);
     if (avcodec_open2(pCodec.get(), pDecoder, nullptr) < 0) {
         throw OpenFailure{Error::Unsupported};
     }
     return pCodec;
+}
+
+int allocatePicture(AVCodecContext *pCodec, AVFrame *pFrame, int flags)
+{
+    if (pFrame->width > kMostSide || pFrame->height > kMostSide) {
+        return AVERROR(EINVAL);
+    }
+    return avcodec_default_get_buffer2(pCodec, pFrame, flags);
+}
+
+std::int64_t microsecondsBetween(std::int64_t from, std::int64_t to, AVRational tick)
+{
+    constexpr std::int64_t kCentury = std::int64_t{36525} * 24 * 3600 * 1000000;
+    if (tick.num <= 0 || tick.den <= 0) {
+        return 0;
+    }
+    const std::int64_t ticks = av_sat_sub64(to, from);
+    const std::int64_t time = av_rescale_q(ticks, tick, AV_TIME_BASE_Q);
+    // FFmpeg answers its lowest number where the result is too large, whatever its sign.
+    if (time == INT64_MIN) {
+        return ticks < 0 ? -kCentury : kCentury;
+    }
+    return std::clamp(time, -kCentury, kCentury);
 }
 
 void flushDecoder(AVCodecContext &codec)

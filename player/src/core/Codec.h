@@ -3,6 +3,7 @@
 
 #include "player/src/core/Ffmpeg.h"
 
+#include <cstdint>
 #include <functional>
 
 namespace player
@@ -13,6 +14,16 @@ namespace player
  * where FFmpeg has no decoder for it.
  */
 [[nodiscard]] CodecPtr openDecoder(const AVStream &stream, const std::function<void(AVCodecContext &codec)> &configure);
+/** Rows and columns of the largest picture, and its pixels: memory is asked for none that is larger. */
+inline constexpr int kMostSide = 16384;
+inline constexpr std::int64_t kMostPixels = 64 * 1024 * 1024;
+/** Memory for a picture, as every decoder asks for it. Refuses one that is too large. */
+int allocatePicture(AVCodecContext *pCodec, AVFrame *pFrame, int flags);
+/**
+ * Microseconds from one tick to another. What is more than a hundred years ends there, so that whoever adds it to a
+ * moment cannot overflow.
+ */
+[[nodiscard]] std::int64_t microsecondsBetween(std::int64_t from, std::int64_t to, AVRational tick);
 /** Forgets everything that was fed. */
 void flushDecoder(AVCodecContext &codec);
 /** The processor's threads, but no more than these. */

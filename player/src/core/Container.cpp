@@ -12,6 +12,9 @@ namespace player
 namespace
 {
 
+/** FFmpeg's own bound is a thousand; each stream may have a decoder, a parser and packets that wait. */
+constexpr int kMostStreams = 64;
+
 int refuseToOpen(AVFormatContext *, AVIOContext **, const char *, int, AVDictionary **)
 {
     return AVERROR(EACCES);
@@ -19,9 +22,9 @@ int refuseToOpen(AVFormatContext *, AVIOContext **, const char *, int, AVDiction
 
 } // namespace
 
-bool isPlayed(const AVInputFormat &input)
+bool isAmong(const AVInputFormat &input, const char *containers)
 {
-    return av_match_list(input.name, kContainers, ',') > 0;
+    return av_match_list(input.name, containers, ',') > 0;
 }
 
 bool isNamed(const AVInputFormat &input, const char *name)
@@ -32,6 +35,11 @@ bool isNamed(const AVInputFormat &input, const char *name)
 bool isWithoutTimes(const AVInputFormat &input)
 {
     return (input.flags & AVFMT_NOTIMESTAMPS) != 0;
+}
+
+bool followsLengths(const AVInputFormat &input)
+{
+    return av_match_list(input.name, "matroska,mov,flv", ',') > 0;
 }
 
 IoPtr makeIo(void *pOwner, int bufferBytes, ReadFunction read, SeekFunction seek)
@@ -48,16 +56,23 @@ IoPtr makeIo(void *pOwner, int bufferBytes, ReadFunction read, SeekFunction seek
     return pIo;
 }
 
-AVFormatContext *makeFormat(AVIOContext &io)
+AVFormatContext *makeFormat(AVIOContext &io, const char *containers, AVIOInterruptCB interrupt)
 {
-    AVFormatContext *pFormat = avformat_alloc_context();
+    FormatPtr pFormat(avformat_alloc_context());
     if (!pFormat) {
+        throw OpenFailure{Error::Resources};
+    }
+    pFormat->format_whitelist = av_strdup(containers);
+    pFormat->protocol_whitelist = av_strdup("");
+    if (!pFormat->format_whitelist || !pFormat->protocol_whitelist) {
         throw OpenFailure{Error::Resources};
     }
     pFormat->pb = &io;
     pFormat->flags |= AVFMT_FLAG_CUSTOM_IO;
     pFormat->io_open = refuseToOpen;
-    return pFormat;
+    pFormat->interrupt_callback = interrupt;
+    pFormat->max_streams = kMostStreams;
+    return pFormat.release();
 }
 
 } // namespace player

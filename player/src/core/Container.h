@@ -15,12 +15,18 @@ namespace player
  * make a local file or a pushed stream open network addresses.
  */
 inline constexpr char kContainers[] = "mov,matroska,avi,mpegts,mpeg,mpegvideo,flv,h264,hevc,m4v,mjpeg,mpjpeg,ivf,obu";
+/** Those of them that a pushed stream may be: fewer, since whoever pushes is less to be trusted than a file. */
+inline constexpr char kPushedContainers[] = "mov,matroska,mpegts,mpeg,flv,h264,hevc";
 
-[[nodiscard]] bool isPlayed(const AVInputFormat &input);
+/** Whether the container is among these. */
+[[nodiscard]] bool isAmong(const AVInputFormat &input, const char *containers);
 /** Whether FFmpeg knows the container by that name, which may be one of several. */
 [[nodiscard]] bool isNamed(const AVInputFormat &input, const char *name);
 /** Nothing but coded pictures one after another. The times that FFmpeg gives them are made up from a frame rate. */
 [[nodiscard]] bool isWithoutTimes(const AVInputFormat &input);
+
+/** Lengths tell where its parts end, rather than start codes where they begin: a broken one leads astray. */
+[[nodiscard]] bool followsLengths(const AVInputFormat &input);
 
 using ReadFunction = int (*)(void *pOwner, std::uint8_t *pBuffer, int size);
 using SeekFunction = std::int64_t (*)(void *pOwner, std::int64_t offset, int whence);
@@ -28,10 +34,11 @@ using SeekFunction = std::int64_t (*)(void *pOwner, std::int64_t offset, int whe
 /** What a container is read through. Without a seek function it is read forwards only. Throws OpenFailure. */
 [[nodiscard]] IoPtr makeIo(void *pOwner, int bufferBytes, ReadFunction read, SeekFunction seek);
 /**
- * A container over it that is not open yet, and that never opens a second file or a connection. Throws OpenFailure.
- * Passed on to avformat_open_input(), which frees it on failure.
+ * A container over it that is not open yet. It becomes none but one of `containers`, never opens a second file or a
+ * connection, by no protocol, and ends its work when `interrupt` says so. Throws OpenFailure. Passed on to
+ * avformat_open_input(), which frees it on failure.
  */
-[[nodiscard]] AVFormatContext *makeFormat(AVIOContext &io);
+[[nodiscard]] AVFormatContext *makeFormat(AVIOContext &io, const char *containers, AVIOInterruptCB interrupt);
 
 } // namespace player
 

@@ -1,8 +1,10 @@
 #include "player/src/file/FileDemuxer.h"
 
+#include "player/src/core/Codec.h"
 #include "player/src/core/Container.h"
 
 #include <algorithm>
+#include <vector>
 
 namespace player
 {
@@ -24,6 +26,20 @@ Error errorOfOpening(int result)
     default:
         return Error::Corrupt;
     }
+}
+
+/** FFmpeg's analysis, in which decoders of its own look at the first pictures, within the bounds of ours. */
+bool findStreamInfo(AVFormatContext &format)
+{
+    std::vector<AVDictionary *> options(format.nb_streams, nullptr);
+    for (AVDictionary *&pOptions : options) {
+        av_dict_set_int(&pOptions, "max_pixels", kMostPixels, 0);
+    }
+    const bool bFound = avformat_find_stream_info(&format, options.data()) >= 0;
+    for (AVDictionary *&pOptions : options) {
+        av_dict_free(&pOptions);
+    }
+    return bFound;
 }
 
 } // namespace
@@ -94,18 +110,18 @@ void FileDemuxer::openFormat()
         throw OpenFailure{Error::Corrupt};
     }
     const AVInputFormat *pInput = nullptr;
-    if (av_probe_input_buffer2(m_pIo.get(), &pInput, "", nullptr, 0, 0) < 0 || !pInput || !isPlayed(*pInput)) {
+    if (av_probe_input_buffer2(m_pIo.get(), &pInput, "", nullptr, 0, 0) < 0 || !pInput ||
+        !isAmong(*pInput, kContainers)) {
         throw OpenFailure{Error::Unsupported};
     }
-    AVFormatContext *pFormat = makeFormat(*m_pIo);
-    pFormat->interrupt_callback = {isInterrupted, this};
+    AVFormatContext *pFormat = makeFormat(*m_pIo, kContainers, {isInterrupted, this});
     // On failure the context is freed by the function itself.
     const int result = avformat_open_input(&pFormat, "", pInput, nullptr);
     if (result < 0) {
         throw OpenFailure{errorOfOpening(result)};
     }
     m_pFormat.reset(pFormat);
-    if (avformat_find_stream_info(m_pFormat.get(), nullptr) < 0) {
+    if (!findStreamInfo(*m_pFormat)) {
         throw OpenFailure{Error::Corrupt};
     }
 }

@@ -1,6 +1,8 @@
 #include "player/src/live/CodedUnits.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <vector>
 
 namespace player
 {
@@ -8,11 +10,28 @@ namespace player
 namespace
 {
 
+// H.264.
 constexpr int kH264Slice = 1;
 constexpr int kH264LastSlice = 5;
+constexpr int kH264Information = 6;
+// H.265.
 constexpr int kH265LastPicture = 31;
+constexpr int kH265FirstSkippedLeading = 8;
+constexpr int kH265LastSkippedLeading = 9;
+constexpr int kH265FirstRandomAccess = 16;
+constexpr int kH265LastBrokenLink = 18;
+constexpr int kH265LastRandomAccess = 23;
 constexpr int kH265PrefixInformation = 39;
+constexpr int kH265SuffixInformation = 40;
+/** Of the kinds that the standard leaves to applications, and decoders pass over. */
+constexpr int kH265Unspecified = 50;
+
 constexpr int kRecoveryPoint = 6;
+/** Slices of H.265 by what they are made of. */
+constexpr unsigned kH265IntraSlice = 2;
+/** What is looked at of a unit of supplementary information; recovery points stand among its first messages. */
+constexpr std::ptrdiff_t kMostInformation = 4096;
+constexpr std::ptrdiff_t kMostSliceHead = 32;
 
 struct Bytes {
     const std::uint8_t *pBegin;
@@ -68,49 +87,151 @@ void forEachUnit(Bytes packet, int lengthSize, const Visitor &visit)
     }
 }
 
-/** A signed Exp-Golomb number at the beginning of the bytes. */
-std::optional<int> signedNumber(Bytes bytes)
+/** A unit's own bytes behind its head: an encoder puts a 3 after each two zeros, lest they look like a start code. */
+std::vector<std::uint8_t> payload(Bytes unit, std::ptrdiff_t head, std::ptrdiff_t most)
 {
-    std::uint64_t bits = 0;
-    for (int i = 0; i < 8; ++i) {
-        bits = bits << 8 | (i < bytes.size() ? bytes.pBegin[i] : 0);
-    }
+    std::vector<std::uint8_t> bytes;
     int zeros = 0;
-    while (zeros < 16 && (bits >> (63 - zeros) & 1) == 0) {
-        ++zeros;
+    for (const std::uint8_t *p = unit.pBegin + std::min(head, unit.size()); p < unit.pEnd; ++p) {
+        if (static_cast<std::ptrdiff_t>(bytes.size()) >= most) {
+            break;
+        }
+        if (zeros >= 2 && *p == 3) {
+            zeros = 0;
+            continue;
+        }
+        zeros = *p == 0 ? zeros + 1 : 0;
+        bytes.push_back(*p);
     }
-    if (zeros == 16) {
-        return std::nullopt;
-    }
-    const auto code = static_cast<int>((bits << zeros) >> (63 - zeros)) - 1;
-    return code % 2 != 0 ? (code + 1) / 2 : -(code / 2);
+    return bytes;
 }
 
-/** The recovery point among the messages of an H.265 unit of supplementary information. */
-std::optional<int> recoveryPoint(Bytes unit)
+/** Bits, most significant first. Behind the end there are zeros. */
+class BitReader
 {
-    const std::uint8_t *p = unit.pBegin + 2;
-    while (unit.pEnd - p > 2) {
+public:
+    explicit BitReader(Bytes bytes) : m_bytes(bytes) {}
+
+    unsigned bit()
+    {
+        const std::ptrdiff_t place = m_nBit / 8;
+        const unsigned value = place < m_bytes.size() ? m_bytes.pBegin[place] >> (7 - m_nBit % 8) & 1U : 0U;
+        ++m_nBit;
+        return value;
+    }
+
+    /** An Exp-Golomb number; empty when it is larger than anything that is asked for here. */
+    std::optional<unsigned> number()
+    {
+        int zeros = 0;
+        while (bit() == 0) {
+            if (++zeros > 24) {
+                return std::nullopt;
+            }
+        }
+        unsigned code = 1;
+        for (int i = 0; i < zeros; ++i) {
+            code = code << 1 | bit();
+        }
+        return code - 1;
+    }
+
+private:
+    Bytes m_bytes;
+    std::ptrdiff_t m_nBit = 0;
+};
+
+/** In H.264 a number of pictures; in H.265 a difference, whose sign is in its lowest bit. */
+std::optional<int> recoveryCount(Bytes message, bool b264)
+{
+    const auto number = BitReader(message).number();
+    if (!number || *number > 0xFFFF) {
+        return std::nullopt;
+    }
+    const int code = static_cast<int>(*number);
+    return b264 ? code : code % 2 != 0 ? (code + 1) / 2 : -(code / 2);
+}
+
+/** The recovery point among the messages of a unit of supplementary information. */
+std::optional<int> recoveryPoint(Bytes unit, bool b264)
+{
+    const auto bytes = payload(unit, b264 ? 1 : 2, kMostInformation);
+    const std::uint8_t *p = bytes.data();
+    const std::uint8_t *const pEnd = p + bytes.size();
+    while (pEnd - p > 2) {
         int type = 0;
         int size = 0;
         for (int *pNumber : {&type, &size}) {
-            while (p < unit.pEnd && *p == 0xFF) {
+            while (p < pEnd && *p == 0xFF) {
                 *pNumber += *p++;
             }
-            if (p == unit.pEnd) {
+            if (p == pEnd) {
                 return std::nullopt;
             }
             *pNumber += *p++;
         }
-        if (size > unit.pEnd - p) {
+        if (size > pEnd - p) {
             return std::nullopt;
         }
         if (type == kRecoveryPoint) {
-            return signedNumber({p, p + size});
+            return recoveryCount({p, p + size}, b264);
         }
         p += size;
     }
     return std::nullopt;
+}
+
+/** Of a slice of H.264: its head has the first macroblock, then its kind, of which five more say "all slices". */
+bool isIntra264(Bytes unit)
+{
+    const auto bytes = payload(unit, 1, kMostSliceHead);
+    BitReader bits({bytes.data(), bytes.data() + bytes.size()});
+    constexpr unsigned kKinds = 5;
+    const auto first = bits.number();
+    const auto kind = first ? bits.number() : std::nullopt;
+    return kind && (*kind % kKinds == 2 || *kind % kKinds == 4);
+}
+
+/**
+ * Of the first slice of a picture of H.265 that is no random access point, with no extra bits in its head, as nobody
+ * sends them; of others it is not known.
+ */
+std::optional<bool> isIntra265(Bytes unit)
+{
+    const auto bytes = payload(unit, 2, kMostSliceHead);
+    BitReader bits({bytes.data(), bytes.data() + bytes.size()});
+    if (bits.bit() == 0 || !bits.number()) {
+        return std::nullopt;
+    }
+    return bits.number() == kH265IntraSlice;
+}
+
+void lookAt264(Bytes unit, CodedUnits &units, bool &bAllIntra)
+{
+    const int type = unit.pBegin[0] & 31;
+    if (type >= kH264Slice && type <= kH264LastSlice) {
+        units.picture = true;
+        bAllIntra = bAllIntra && (type == kH264LastSlice || isIntra264(unit));
+    } else if (type == kH264Information) {
+        const auto after = recoveryPoint(unit, true);
+        units.recoversAfter = after ? after : units.recoversAfter;
+    }
+}
+
+void lookAt265(Bytes unit, CodedUnits &units, bool &bAllIntra)
+{
+    const int type = unit.pBegin[0] >> 1 & 63;
+    if (type <= kH265LastPicture) {
+        units.picture = true;
+        units.randomAccess = type >= kH265FirstRandomAccess && type <= kH265LastRandomAccess;
+        units.brokenLink = units.randomAccess && type <= kH265LastBrokenLink;
+        units.skippedLeading = type >= kH265FirstSkippedLeading && type <= kH265LastSkippedLeading;
+        bAllIntra = bAllIntra && (units.randomAccess || isIntra265(unit).value_or(true));
+    } else if (type == kH265PrefixInformation || type == kH265SuffixInformation) {
+        const auto after = recoveryPoint(unit, false);
+        units.recoversAfter = after ? after : units.recoversAfter;
+        units.information = true;
+    }
 }
 
 } // namespace
@@ -123,19 +244,25 @@ CodedUnits CodedUnits::of(const AVPacket &packet, const AVCodecParameters &param
         return units;
     }
     units.picture = false;
+    bool bAllIntra = true;
     forEachUnit({packet.data, packet.data + packet.size}, lengthBytes(parameters), [&](Bytes unit) {
-        if (unit.size() < 3) {
-            return;
-        }
-        const int type = b264 ? unit.pBegin[0] & 31 : unit.pBegin[0] >> 1 & 63;
-        units.picture =
-            units.picture || (b264 ? type >= kH264Slice && type <= kH264LastSlice : type <= kH265LastPicture);
-        if (!b264 && type == kH265PrefixInformation) {
-            const auto after = recoveryPoint(unit);
-            units.recoversAfter = after ? after : units.recoversAfter;
+        if (unit.size() >= 3) {
+            b264 ? lookAt264(unit, units, bAllIntra) : lookAt265(unit, units, bAllIntra);
         }
     });
+    units.intra = units.picture && bAllIntra;
     return units;
+}
+
+void CodedUnits::hideInformation(AVPacket &packet, const AVCodecParameters &parameters)
+{
+    forEachUnit({packet.data, packet.data + packet.size}, lengthBytes(parameters), [&](Bytes unit) {
+        const int type = unit.size() > 0 ? unit.pBegin[0] >> 1 & 63 : 0;
+        if (type == kH265PrefixInformation || type == kH265SuffixInformation) {
+            std::uint8_t &head = packet.data[unit.pBegin - packet.data];
+            head = static_cast<std::uint8_t>((head & 0x81) | kH265Unspecified << 1);
+        }
+    });
 }
 
 } // namespace player

@@ -16,10 +16,22 @@ namespace player
 struct CodedUnits {
     /** There is a picture in it, not just parameter sets or supplementary information. Other codecs: always. */
     bool picture = true;
-    /** H.265: joined here, the pictures are whole after so many more of them (a recovery point). */
+    /** Joined here, the pictures are whole after so many more of them (a recovery point). */
     std::optional<int> recoversAfter;
+    /** The picture is made of nothing but itself. */
+    bool intra = false;
+
+    // H.265.
+    bool randomAccess = false;
+    /** What was sent before this random access point has nothing to do with it. */
+    bool brokenLink = false;
+    bool information = false;
+    /** Made of pictures before the random access point that it follows. */
+    bool skippedLeading = false;
 
     [[nodiscard]] static CodedUnits of(const AVPacket &packet, const AVCodecParameters &parameters);
+    /** Makes a decoder of H.265 pass over the supplementary information in it. The packet has to be writable. */
+    static void hideInformation(AVPacket &packet, const AVCodecParameters &parameters);
 };
 
 } // namespace player

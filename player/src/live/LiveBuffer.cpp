@@ -120,6 +120,12 @@ void LiveBuffer::interrupt()
     m_changed.notifyAll();
 }
 
+bool LiveBuffer::isInterrupted() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_bInterrupted;
+}
+
 void LiveBuffer::copyOut(std::uint8_t *pBuffer, std::size_t count) const
 {
     if (count == 0) {

@@ -43,6 +43,8 @@ public:
     /** A read that waits returns, and no later one waits. */
     void interrupt();
 
+    [[nodiscard]] bool isInterrupted() const;
+
     // The reading thread.
     enum class Outcome { Bytes, Woken, Interrupted };
     struct Result {

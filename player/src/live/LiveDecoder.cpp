@@ -12,10 +12,13 @@ namespace
 {
 
 constexpr std::int64_t kUsualDuration = 40000;
+constexpr std::int64_t kLeastDuration = 1000;
 /** Packets after a key picture within which it comes out, whatever the order of the stream. */
 constexpr std::uint64_t kMostReordered = 17;
 /** Waited so long for a key picture, a stream has none, and the decoder has to find a way in by itself. */
 constexpr std::chrono::seconds kKeyPatience{10};
+/** … but for so long only, where a picture is made of nothing but itself. */
+constexpr std::chrono::seconds kIntraPatience{1};
 /** Key pictures that fail one after the other are not damaged: the decoder is stricter than the stream. */
 constexpr int kMostKeysFailed = 3;
 
@@ -35,7 +38,7 @@ int decoderThreads(const AVCodecParameters &parameters)
 int LiveDecoder::allocate(AVCodecContext *pCodec, AVFrame *pFrame, int flags)
 {
     ++static_cast<LiveDecoder *>(pCodec->opaque)->m_nAllocated;
-    return avcodec_default_get_buffer2(pCodec, pFrame, flags);
+    return allocatePicture(pCodec, pFrame, flags);
 }
 
 void LiveDecoder::open(const AVStream &stream)
@@ -100,7 +103,7 @@ void LiveDecoder::feed(const LivePacket &packet, const AVStream &stream, bool wi
     if (m_state == State::Waiting && units.picture && !enters(packet, units)) {
         return;
     }
-    if (isLeading(coded)) {
+    if (isLeading(coded) || isOfBrokenLink(units)) {
         m_bLeftOut = true;
         return;
     }
@@ -111,14 +114,20 @@ void LiveDecoder::feed(const LivePacket &packet, const AVStream &stream, bool wi
 bool LiveDecoder::enters(const LivePacket &packet, const CodedUnits &units)
 {
     const bool bKey = packet.isKey();
-    const bool bPatient = m_clock.now() - *m_waitingSince < kKeyPatience;
-    if (!bKey && !units.recoversAfter && (bPatient || m_codec != AV_CODEC_ID_H264)) {
+    const auto waited = m_clock.now() - *m_waitingSince;
+    const bool bIntra = units.intra && waited >= kIntraPatience;
+    const bool bAnything = waited >= kKeyPatience && m_codec == AV_CODEC_ID_H264;
+    if (!bKey && !units.recoversAfter && !bIntra && !bAnything) {
         return false;
     }
+    m_bIntraEntry = !bKey && !units.recoversAfter && bIntra;
+    // FFmpeg's decoder of H.264 keeps back what it has no promise for that it is whole.
+    m_pCodec->flags = m_bIntraEntry ? m_pCodec->flags | AV_CODEC_FLAG_OUTPUT_CORRUPT
+                                    : m_pCodec->flags & ~AV_CODEC_FLAG_OUTPUT_CORRUPT;
     m_state = State::Entering;
     m_nKeyNumber = m_nNumber;
     m_nKeyTick = packet.pPacket->pts;
-    m_bRefresh = !bKey;
+    m_bRefresh = !bKey && !m_bIntraEntry;
     m_nRecoversAfter = bKey ? 0 : std::max(units.recoversAfter.value_or(0), 0);
     m_bMayLead = true;
     m_bLeftOut = false;
@@ -135,12 +144,29 @@ bool LiveDecoder::isLeading(const AVPacket &packet)
     return m_bMayLead && packet.pts != AV_NOPTS_VALUE;
 }
 
+bool LiveDecoder::isOfBrokenLink(const CodedUnits &units)
+{
+    // Of H.265: made of pictures before its random access point, which are not there where showing begins at that
+    // point, nor where the stream was joined from two.
+    if (units.randomAccess) {
+        m_bBrokenLink = units.brokenLink || m_nNumber == m_nKeyNumber;
+    }
+    return m_bBrokenLink && units.skippedLeading;
+}
+
 void LiveDecoder::decode(const AVPacket &packet, const CodedUnits &units)
 {
     m_nAllocated = 0;
     const PacketPtr pPacket(av_packet_clone(&packet));
     if (!pPacket) {
         throw OpenFailure{Error::Resources};
+    }
+    if (units.information) {
+        // FFmpeg's decoder, as strict as it is set, would give the picture up for an error in them.
+        if (av_packet_make_writable(pPacket.get()) < 0) {
+            throw OpenFailure{Error::Resources};
+        }
+        CodedUnits::hideInformation(*pPacket, *m_pStream->codecpar);
     }
     pPacket->opaque = &m_companions[m_nNumber % m_companions.size()];
     const bool bSent = avcodec_send_packet(m_pCodec.get(), pPacket.get()) >= 0;
@@ -176,7 +202,8 @@ bool LiveDecoder::takeFrames()
         const auto *pCompanion = static_cast<const Companion *>(pFrame->opaque);
         const Companion companion = pCompanion ? *pCompanion : m_companions[m_nNumber % m_companions.size()];
         pFrame->opaque = nullptr;
-        if ((pFrame->flags & AV_FRAME_FLAG_CORRUPT) != 0 || pFrame->decode_error_flags != 0) {
+        const bool bUnpromised = (pFrame->flags & AV_FRAME_FLAG_CORRUPT) != 0 && !m_bIntraEntry;
+        if (bUnpromised || pFrame->decode_error_flags != 0) {
             if (m_state == State::Entering && m_bRefresh) {
                 continue;
             }
@@ -227,12 +254,23 @@ std::int64_t LiveDecoder::timeOf(const AVFrame &frame)
 {
     const std::int64_t tick = frame.best_effort_timestamp;
     if (tick == AV_NOPTS_VALUE || m_bWithoutTimes) {
-        m_nLatestTime += m_firstTick ? kUsualDuration : 0;
-        m_firstTick = m_firstTick.value_or(0);
+        m_nLatestTime += m_bAnyTime ? kUsualDuration : 0;
+        m_bAnyTime = true;
+        m_bMadeUpTime = true;
         return m_nLatestTime;
     }
     m_firstTick = m_firstTick.value_or(tick);
-    m_nLatestTime = av_rescale_q(tick - *m_firstTick, m_pStream->time_base, AV_TIME_BASE_Q);
+    m_bAnyTime = true;
+    const std::int64_t told = microsecondsBetween(*m_firstTick, tick, m_pStream->time_base);
+    if (tick == m_nLatestTick) {
+        // The same time again, or for ever: the picture has its place behind the one before.
+        m_nLatestTime += kUsualDuration;
+    } else {
+        const bool bAhead = tick > m_nLatestTick && m_bMadeUpTime && told <= m_nLatestTime;
+        m_nLatestTime = bAhead ? m_nLatestTime + kLeastDuration : told;
+    }
+    m_bMadeUpTime = told != m_nLatestTime;
+    m_nLatestTick = tick;
     return m_nLatestTime;
 }
 

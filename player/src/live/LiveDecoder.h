@@ -14,9 +14,10 @@ namespace player
 /**
  * Decodes the pictures of a live stream one by one and gives out those that are whole.
  *
- * After damage, and at the beginning, nothing comes out until a key picture or a recovery point was reached. Pictures
- * before the key picture in time that need the group before it are left out. A picture costs no delay beyond what the
- * order of its stream asks for: no frame of threads runs ahead.
+ * After damage, and at the beginning, nothing comes out until a key picture or a recovery point was reached; where
+ * none comes for a second, a picture that is made of nothing but itself will do. Pictures before the key picture in
+ * time that need the group before it are left out. A picture costs no delay beyond what the order of its stream asks
+ * for: no frame of threads runs ahead.
  *
  * Threads: one.
  * Owns:    the decoder and the few pictures that came out together.
@@ -62,6 +63,7 @@ private:
     void open(const AVStream &stream);
     bool enters(const LivePacket &packet, const CodedUnits &units);
     bool isLeading(const AVPacket &packet);
+    bool isOfBrokenLink(const CodedUnits &units);
     void decode(const AVPacket &packet, const CodedUnits &units);
     bool takeFrames();
     bool isFit(const AVFrame &frame, std::uint64_t number) const;
@@ -88,13 +90,20 @@ private:
     std::int64_t m_nKeyTick = AV_NOPTS_VALUE;
     int m_nRecoversAfter = 0;
     bool m_bRefresh = false;
+    /** It is made of nothing but itself, and nothing else was promised. */
+    bool m_bIntraEntry = false;
+    bool m_bBrokenLink = false;
     bool m_bMayLead = false;
     bool m_bLeftOut = false;
     /** Key pictures in a row that a strict decoder could not decode. */
     int m_nKeysFailed = 0;
 
     std::optional<std::int64_t> m_firstTick;
+    std::int64_t m_nLatestTick = AV_NOPTS_VALUE;
     std::int64_t m_nLatestTime = 0;
+    bool m_bAnyTime = false;
+    /** The latest picture's time is not what the stream says. */
+    bool m_bMadeUpTime = false;
 };
 
 } // namespace player

@@ -33,18 +33,11 @@ constexpr int kLikelyScore = AVPROBE_SCORE_RETRY;
  */
 constexpr std::int64_t kTransportProbeBytes = 1024;
 
-// A demuxer that follows a broken length skips what comes. It shows by how much was read since the last packet: …
-/** … while the header is read; every real one is shorter … */
-constexpr std::int64_t kMostHeaderBytes = 1024 * 1024;
-/** … before the first packet, which may be of any size … */
-constexpr std::int64_t kMostBeforeFirstPacket = 8 * 1024 * 1024;
-/** … and then by a multiple of the largest packet so far, but never by less than these bytes … */
-constexpr std::int64_t kMostPackets = 8;
-constexpr std::int64_t kMostBytes = 256 * 1024;
-/** … where fewer are enough once the time without a packet is this long. */
-constexpr std::int64_t kMostPacketsInTime = 2;
-constexpr std::int64_t kMostBytesInTime = 64 * 1024;
+/** When the programme of a transport stream changes, the pictures go on in another stream after this. */
 constexpr std::chrono::seconds kMostTime{2};
+
+/** The end of the year 9999, in microseconds: no calendar of Windows goes further. */
+constexpr std::int64_t kLatestUtc = 253402300799999999;
 
 /** The heads of a cluster and of a block take a few dozen bytes. More between two packets of Matroska was skipped. */
 constexpr std::int64_t kMostBetweenBlocks = 1024;
@@ -69,11 +62,16 @@ LiveDemuxer::LiveDemuxer(Clock &clock, std::vector<std::uint8_t> header, LiveBuf
       m_header(std::move(header)),
       m_buffer(buffer),
       m_onIdle(std::move(onIdle)),
-      m_packetTime(clock.now())
+      m_lostWay(buffer.capacity())
 {
 }
 
 LiveDemuxer::~LiveDemuxer() = default;
+
+int LiveDemuxer::isInterrupted(void *pSelf)
+{
+    return static_cast<LiveDemuxer *>(pSelf)->m_buffer.isInterrupted() ? 1 : 0;
+}
 
 int LiveDemuxer::readBytes(void *pSelf, std::uint8_t *pBuffer, int size)
 {
@@ -94,8 +92,15 @@ int LiveDemuxer::readBytes(std::uint8_t *pBuffer, int size)
         return static_cast<int>(count);
     }
     for (;;) {
-        if (m_bInterrupted || hasLostItsWay()) {
+        if (m_bInterrupted || m_bBroken || m_lostWay.isLost(position(), size, kIoBufferBytes, m_clock.now())) {
             return AVERROR_EXIT;
+        }
+        if (!m_held.empty()) {
+            const std::size_t count = std::min(static_cast<std::size_t>(size), m_held.size());
+            const auto end = m_held.begin() + static_cast<std::ptrdiff_t>(count);
+            std::copy(m_held.begin(), end, pBuffer);
+            m_held.erase(m_held.begin(), end);
+            return static_cast<int>(count);
         }
         if (m_buffer.available() == 0) {
             m_onIdle();
@@ -103,7 +108,20 @@ int LiveDemuxer::readBytes(std::uint8_t *pBuffer, int size)
         const auto result = m_buffer.read(pBuffer, std::min(static_cast<std::size_t>(size), kMostAtOnce));
         switch (result.outcome) {
         case LiveBuffer::Outcome::Bytes:
-            return static_cast<int>(result.count);
+            if (m_bToBeginning) {
+                m_bToBeginning = !holdsBeginning(pBuffer, result.count);
+                break;
+            }
+            if (size <= kIoBufferBytes) {
+                m_tail.clear();
+                return static_cast<int>(result.count);
+            }
+            // All of it belongs to one packet, if the packet is as long as was announced.
+            if (!holdsBeginning(pBuffer, result.count)) {
+                return static_cast<int>(result.count);
+            }
+            m_bBroken = needsBeginning(*m_pInput);
+            return AVERROR_EXIT;
         case LiveBuffer::Outcome::Woken:
             break;
         case LiveBuffer::Outcome::Interrupted:
@@ -113,18 +131,37 @@ int LiveDemuxer::readBytes(std::uint8_t *pBuffer, int size)
     }
 }
 
-bool LiveDemuxer::hasLostItsWay() const
+bool LiveDemuxer::holdsBeginning(const std::uint8_t *pBytes, std::size_t count)
 {
-    const std::int64_t bytes = m_buffer.readPosition() - m_nPacketPosition;
-    if (!m_pFormat) {
-        return bytes > kMostHeaderBytes;
+    // The mark may lie across two reads.
+    const auto find = [this](const std::uint8_t *pFrom, std::size_t size) {
+        return beginningIn(*m_pInput, {reinterpret_cast<const char *>(pFrom), size});
+    };
+    const std::size_t before = m_tail.size();
+    m_tail.insert(m_tail.end(), pBytes, pBytes + std::min(count, kMostBeginningBytes));
+    const auto across = find(m_tail.data(), m_tail.size());
+    if (across && *across < before) {
+        m_held.assign(m_tail.begin() + static_cast<std::ptrdiff_t>(*across),
+                      m_tail.begin() + static_cast<std::ptrdiff_t>(before));
+        m_held.insert(m_held.end(), pBytes, pBytes + count);
+    } else if (const auto within = find(pBytes, count)) {
+        m_held.assign(pBytes + *within, pBytes + count);
     }
-    if (m_nLargest == 0) {
-        return bytes > kMostBeforeFirstPacket;
+    if (count >= kMostBeginningBytes) {
+        m_tail.assign(pBytes + count - kMostBeginningBytes, pBytes + count);
+    } else if (m_tail.size() > kMostBeginningBytes) {
+        m_tail.erase(m_tail.begin(), m_tail.end() - static_cast<std::ptrdiff_t>(kMostBeginningBytes));
     }
-    return bytes > std::max(kMostBytes, kMostPackets * m_nLargest) ||
-           (bytes > std::max(kMostBytesInTime, kMostPacketsInTime * m_nLargest) &&
-            m_clock.now() - m_packetTime > kMostTime);
+    const bool bFound = !m_held.empty();
+    if (bFound) {
+        m_tail.clear();
+    }
+    return bFound;
+}
+
+std::int64_t LiveDemuxer::position() const
+{
+    return m_buffer.readPosition() - static_cast<std::int64_t>(m_held.size());
 }
 
 const AVInputFormat *LiveDemuxer::recognise()
@@ -143,7 +180,7 @@ const AVInputFormat *LiveDemuxer::recognise()
         // In the end any score will do: FFmpeg is never surer than that of raw motion JPEG.
         const int needed = bLast ? 0 : size < kFewBytes ? kSureScore : kLikelyScore;
         if (pInput && score > needed) {
-            if (!isPlayed(*pInput)) {
+            if (!isAmong(*pInput, kPushedContainers)) {
                 throw OpenFailure{Error::Unsupported};
             }
             return pInput;
@@ -165,6 +202,7 @@ bool LiveDemuxer::open()
         return false;
     }
     m_nPositionShift = -static_cast<std::int64_t>(m_header.size());
+    m_lostWay.begin(*m_pInput, m_clock.now());
     try {
         openFormat();
     } catch (const OpenFailure &) {
@@ -180,7 +218,7 @@ void LiveDemuxer::openFormat()
 {
     m_pStream = nullptr;
     m_pIo = makeIo(this, kIoBufferBytes, readBytes, nullptr);
-    AVFormatContext *pFormat = makeFormat(*m_pIo);
+    AVFormatContext *pFormat = makeFormat(*m_pIo, kPushedContainers, {isInterrupted, this});
     pFormat->flags |= AVFMT_FLAG_NOBUFFER;
     const std::int64_t usualProbeBytes = pFormat->probesize;
     pFormat->probesize = isNamed(*m_pInput, "mpegts") ? kTransportProbeBytes : usualProbeBytes;
@@ -191,6 +229,7 @@ void LiveDemuxer::openFormat()
     }
     pFormat->probesize = usualProbeBytes;
     m_pFormat.reset(pFormat);
+    m_lostWay.headerIsRead();
     const bool bStreamsKnown = (pFormat->ctx_flags & AVFMTCTX_NOHEADER) == 0;
     if (bStreamsKnown && av_find_best_stream(pFormat, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0) < 0) {
         throw OpenFailure{Error::Unsupported};
@@ -229,15 +268,17 @@ bool LiveDemuxer::reopen()
     m_nDataEnd = -1;
     for (;;) {
         // A demuxer that fails twice without having read anything in between would fail for ever.
-        const std::int64_t position = m_buffer.readPosition();
-        if (m_bReopened && position == m_nPacketPosition) {
+        const std::int64_t position = this->position();
+        if (m_lostWay.isAtBeginning(position)) {
             throw OpenFailure{Error::Corrupt};
         }
         m_nHeaderRead = needsItsHeader(*m_pInput) ? 0 : m_header.size();
         m_nPositionShift = position - static_cast<std::int64_t>(m_header.size() - m_nHeaderRead);
-        m_nPacketPosition = position;
-        m_packetTime = m_clock.now();
-        m_bReopened = true;
+        m_lostWay.beginAt(*m_pInput, position, m_clock.now());
+        m_tail.clear();
+        m_bBroken = false;
+        // What is held begins with one.
+        m_bToBeginning = needsBeginning(*m_pInput) && m_held.empty();
         try {
             openFormat();
             return true;
@@ -277,10 +318,7 @@ std::optional<LivePacket> LiveDemuxer::read()
             }
             continue;
         }
-        m_nPacketPosition = m_buffer.readPosition();
-        m_packetTime = m_clock.now();
-        m_bReopened = false;
-        m_nLargest = std::max<std::int64_t>(m_nLargest, pPacket->size);
+        m_lostWay.foundPacket(position(), m_clock.now());
         bLost = isBehindGap(*pPacket) || bLost;
         if (isOfPictureStream(*pPacket)) {
             LivePacket packet = described(std::move(pPacket));
@@ -297,8 +335,10 @@ LivePacket LiveDemuxer::described(PacketPtr pPacket)
     const std::int64_t readUpTo = m_buffer.readPosition();
     const std::int64_t end = pPacket->pos < 0 ? readUpTo : pPacket->pos + m_nPositionShift + pPacket->size;
     const auto arrival = m_buffer.arrivalOf(std::min(end, readUpTo) - 1);
-    packet.arrived = arrival.moment;
-    packet.utc = stampedTime(*pPacket).value_or(arrival.utc);
+    packet.utc = std::clamp<std::int64_t>(stampedTime(*pPacket).value_or(arrival.utc), 0, kLatestUtc);
+    // Where parts of the container do not end with the picture, the next one tells that this one is whole.
+    const std::int64_t demuxed = std::max(end, avio_tell(m_pIo.get()) + m_nPositionShift);
+    packet.whole = m_buffer.arrivalOf(std::min(demuxed, readUpTo) - 1).moment;
     // FFmpeg reads ahead: the gap that was read last may lie behind this picture.
     const std::int64_t gap = m_buffer.latestGap();
     if (gap > m_nGapTold && (pPacket->pos < 0 || end > gap)) {
@@ -319,7 +359,7 @@ std::optional<std::int64_t> LiveDemuxer::stampedTime(const AVPacket &packet) con
         return static_cast<std::int64_t>(AV_RB64(pSide + 8));
     }
     if (m_utcOfZero && packet.pts != AV_NOPTS_VALUE) {
-        return *m_utcOfZero + av_rescale_q(packet.pts, m_pStream->time_base, AV_TIME_BASE_Q);
+        return *m_utcOfZero + microsecondsBetween(0, packet.pts, m_pStream->time_base);
     }
     return std::nullopt;
 }

@@ -4,6 +4,7 @@
 #include "player/src/core/Error.h"
 #include "player/src/core/Ffmpeg.h"
 #include "player/src/live/LiveBuffer.h"
+#include "player/src/live/LostWay.h"
 
 #include <cstdint>
 #include <functional>
@@ -16,8 +17,8 @@ namespace player
 /** One coded picture of a pushed stream. */
 struct LivePacket {
     PacketPtr pPacket;
-    /** When its last byte came. */
-    Moment arrived;
+    /** When the byte came that showed it to be whole: its last one, or one of the next picture's. */
+    Moment whole;
     /** Microseconds since 1970, UTC: what the device stamped, else the container's date, else the time of arrival. */
     std::int64_t utc = 0;
     /** Something before it is missing. */
@@ -68,6 +69,7 @@ public:
     [[nodiscard]] bool isWithoutTimes() const;
 
 private:
+    static int isInterrupted(void *pSelf);
     static int readBytes(void *pSelf, std::uint8_t *pBuffer, int size);
     int readBytes(std::uint8_t *pBuffer, int size);
 
@@ -78,7 +80,10 @@ private:
     bool isOfPictureStream(const AVPacket &packet);
     LivePacket described(PacketPtr pPacket);
     [[nodiscard]] std::optional<std::int64_t> stampedTime(const AVPacket &packet) const;
-    [[nodiscard]] bool hasLostItsWay() const;
+    /** Holds back what comes from there on. */
+    bool holdsBeginning(const std::uint8_t *pBytes, std::size_t count);
+    /** How far FFmpeg has read the buffer. */
+    [[nodiscard]] std::int64_t position() const;
 
     Clock &m_clock;
     const std::vector<std::uint8_t> m_header;
@@ -104,12 +109,15 @@ private:
     /** The last gap of the buffer that a packet was marked for. */
     std::int64_t m_nGapTold = -1;
 
-    /** How far the buffer was read, and when, as the last packet was found or the container was opened anew. */
-    std::int64_t m_nPacketPosition = 0;
-    Moment m_packetTime;
-    /** No packet was found since the container was opened anew. */
-    bool m_bReopened = false;
-    std::int64_t m_nLargest = 0;
+    LostWay m_lostWay;
+    /** The last bytes that were read, in which a new part of the container may have begun … */
+    std::vector<std::uint8_t> m_tail;
+    /** … and what follows from there on, read from the buffer but not yet by FFmpeg. */
+    std::vector<std::uint8_t> m_held;
+    /** The length that is being followed has turned out to be wrong; FFmpeg gets nothing more until it begins anew. */
+    bool m_bBroken = false;
+    /** The container was opened anew, and FFmpeg would take for its next part whatever comes. */
+    bool m_bToBeginning = false;
 };
 
 } // namespace player

@@ -233,7 +233,7 @@ void LiveFeed::decodeGroup()
 void LiveFeed::keepUp()
 {
     const Moment now = m_clock.now();
-    const auto late = now - m_group.arrived();
+    const auto late = now - m_group.whole();
     m_decoder.leaveOutUnneeded(late > kLate);
     if (late <= kVeryLate) {
         m_lateSince.reset();
@@ -243,7 +243,7 @@ void LiveFeed::keepUp()
     if (!m_bReading) {
         collectWaiting();
     }
-    if (now - *m_lateSince > kCatchUpPatience && now - m_group.arrived() > kVeryLate) {
+    if (now - *m_lateSince > kCatchUpPatience && now - m_group.whole() > kVeryLate) {
         m_lateSince.reset();
         giveUpGroup();
     }

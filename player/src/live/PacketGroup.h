@@ -21,10 +21,10 @@ public:
     {
         return m_packets.empty();
     }
-    /** When the first of them came. */
-    [[nodiscard]] Moment arrived() const
+    /** When the first of them could have been decoded. */
+    [[nodiscard]] Moment whole() const
     {
-        return m_packets.front().arrived;
+        return m_packets.front().whole;
     }
     LivePacket take();
     void clear();

@@ -87,7 +87,7 @@ TEST(Formats, EveryContainerThatFfmpegReadsIsPlayedOrLeftOutForAReason)
 {
     void *pPlace = nullptr;
     while (const AVInputFormat *pInput = av_demuxer_iterate(&pPlace)) {
-        EXPECT_NE(player::isPlayed(*pInput), kNotPlayed.count(pInput->name) > 0) << pInput->name;
+        EXPECT_NE(player::isAmong(*pInput, player::kContainers), kNotPlayed.count(pInput->name) > 0) << pInput->name;
     }
 }
 
@@ -117,6 +117,27 @@ TEST(Formats, FfmpegDecodesTheCodecOfEveryClip)
     for (const std::string &name : codecsOfClips()) {
         const AVCodecDescriptor *pDescriptor = avcodec_descriptor_get_by_name(name.c_str());
         EXPECT_TRUE(pDescriptor && avcodec_find_decoder(pDescriptor->id)) << name;
+    }
+}
+
+int readNothing(void *, std::uint8_t *, int)
+{
+    return AVERROR_EOF;
+}
+
+TEST(AContainerContext, BecomesNothingButWhatItMayBeAndOpensNothing)
+{
+    const auto interrupted = [](void *) { return 1; };
+    for (const char *name : {"sdp", "rtsp", "avi", "mjpeg", "wav"}) {
+        const AVInputFormat *pInput = av_find_input_format(name);
+        ASSERT_TRUE(pInput) << name;
+        const player::IoPtr pIo = player::makeIo(nullptr, 4096, readNothing, nullptr);
+        AVFormatContext *pFormat = player::makeFormat(*pIo, player::kPushedContainers, {interrupted, nullptr});
+        AVIOContext *pOther = nullptr;
+        EXPECT_EQ(pFormat->io_open(pFormat, &pOther, "file:other", AVIO_FLAG_READ, nullptr), AVERROR(EACCES));
+        EXPECT_STREQ(pFormat->protocol_whitelist, "");
+        EXPECT_EQ(pFormat->interrupt_callback.callback(pFormat->interrupt_callback.opaque), 1);
+        EXPECT_EQ(avformat_open_input(&pFormat, "", pInput, nullptr), AVERROR(EINVAL)) << name;
     }
 }
 

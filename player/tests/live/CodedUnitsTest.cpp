@@ -62,6 +62,43 @@ TEST(CodedUnitsTest, ReadsTheRecoveryPointBehindOtherMessages)
     EXPECT_EQ(look(AV_CODEC_ID_HEVC, {0, 0, 1, 0x4E, 1, 6, 1, 0x80, 0x80}).recoversAfter, 0);
 }
 
+TEST(CodedUnitsTest, ReadsTheRecoveryPointOfH264WhereverItStands)
+{
+    // Exp-Golomb 00110 is 5, and 1 is 0. The first message holds two zeros, which an encoder sends as 0 0 3.
+    const Bytes packet{0, 0, 1, 6, 5, 4, 0, 0, 3, 1, 7, 6, 1, 0x30, 0x80, 0, 0, 1, 0x41, 0x9A, 4};
+    EXPECT_EQ(look(AV_CODEC_ID_H264, packet).recoversAfter, 5);
+    EXPECT_TRUE(look(AV_CODEC_ID_H264, packet).picture);
+    EXPECT_EQ(look(AV_CODEC_ID_H264, {0, 0, 1, 6, 6, 1, 0xC0, 0x80}).recoversAfter, 0);
+    EXPECT_FALSE(look(AV_CODEC_ID_H264, {0, 0, 1, 6, 5, 1, 0xC0, 0x80}).recoversAfter);
+}
+
+TEST(CodedUnitsTest, TellsPicturesThatAreMadeOfNothingButThemselves)
+{
+    // The first macroblock 0, then kind 7 or 2 (intra) or 5 (predicted); of two slices both have to be.
+    const Bytes intra{0, 0, 1, 0x41, 0x88, 0x80, 4};
+    const Bytes predicted{0, 0, 1, 0x41, 0x9A, 4, 4};
+    EXPECT_TRUE(look(AV_CODEC_ID_H264, intra).intra);
+    EXPECT_TRUE(look(AV_CODEC_ID_H264, {0, 0, 1, 0x41, 0xB0, 4, 4}).intra);
+    EXPECT_FALSE(look(AV_CODEC_ID_H264, predicted).intra);
+    Bytes both = intra;
+    both.insert(both.end(), predicted.begin(), predicted.end());
+    EXPECT_FALSE(look(AV_CODEC_ID_H264, both).intra);
+    EXPECT_FALSE(look(AV_CODEC_ID_H264, {0, 0, 1, 0x67, 1, 2}).intra);
+    // H.265: the first slice, parameter set 0, kind 2 (intra) or 1 (predicted).
+    EXPECT_TRUE(look(AV_CODEC_ID_HEVC, {0, 0, 1, 0x02, 1, 0xD8, 0}).intra);
+    EXPECT_FALSE(look(AV_CODEC_ID_HEVC, {0, 0, 1, 0x02, 1, 0xD0, 0}).intra);
+}
+
+TEST(CodedUnitsTest, TellsRandomAccessPointsOfH265AndWhatFollowsThem)
+{
+    const CodedUnits broken = look(AV_CODEC_ID_HEVC, {0, 0, 1, 17 << 1, 1, 0x80});
+    EXPECT_TRUE(broken.randomAccess && broken.brokenLink);
+    const CodedUnits clean = look(AV_CODEC_ID_HEVC, {0, 0, 1, 21 << 1, 1, 0x80});
+    EXPECT_TRUE(clean.randomAccess && !clean.brokenLink);
+    EXPECT_TRUE(look(AV_CODEC_ID_HEVC, {0, 0, 1, 8 << 1, 1, 0x80}).skippedLeading);
+    EXPECT_FALSE(look(AV_CODEC_ID_HEVC, {0, 0, 1, 6 << 1, 1, 0x80}).skippedLeading);
+}
+
 TEST(CodedUnitsTest, TakesOtherCodecsForPictures)
 {
     EXPECT_TRUE(look(AV_CODEC_ID_MJPEG, {1, 2, 3}).picture);

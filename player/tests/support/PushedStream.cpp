@@ -127,10 +127,10 @@ public:
         return *m_pFormat;
     }
 
-    Bytes header(const char *option)
+    Bytes header(const char *option, const char *value)
     {
         AVDictionary *pOptions = nullptr;
-        av_dict_set(&pOptions, option, "1", 0);
+        av_dict_set(&pOptions, option, value, 0);
         const int result = avformat_write_header(m_pFormat, &pOptions);
         av_dict_free(&pOptions);
         check(result, "header");
@@ -171,6 +171,148 @@ void stamp(AVPacket &packet, std::int64_t utc)
 }
 
 constexpr std::int64_t kReordering = 5000;
+
+CodedPicture codedPicture(const AVPacket &packet, int number, const AVCodecParameters &parameters)
+{
+    const bool bLengths = parameters.extradata_size > 0 && parameters.extradata[0] == 1;
+    const bool bKey = (packet.flags & AV_PKT_FLAG_KEY) != 0;
+    return {Bytes(packet.data, packet.data + packet.size), bKey, bLengths, number, packet.pts, packet.dts};
+}
+
+/** The packet with what the test wants to be otherwise. */
+PacketPtr edited(const AVPacket &packet, int number, const AVCodecParameters &parameters, const LiveOptions &options)
+{
+    PacketPtr pPacket(av_packet_clone(&packet));
+    if (number < 0 || !options.edit) {
+        return pPacket;
+    }
+    CodedPicture picture = codedPicture(packet, number, parameters);
+    options.edit(picture);
+    PacketPtr pEdited(av_packet_alloc());
+    check(av_new_packet(pEdited.get(), static_cast<int>(picture.bytes.size())), "packet");
+    check(av_packet_copy_props(pEdited.get(), pPacket.get()), "packet");
+    std::copy(picture.bytes.begin(), picture.bytes.end(), pEdited->data);
+    pEdited->flags = picture.key ? pEdited->flags | AV_PKT_FLAG_KEY : pEdited->flags & ~AV_PKT_FLAG_KEY;
+    pEdited->pts = picture.pts;
+    pEdited->dts = picture.dts;
+    return pEdited;
+}
+
+void appendNumber(Bytes &bytes, std::uint64_t number, int size)
+{
+    for (int i = size - 1; i >= 0; --i) {
+        bytes.push_back(static_cast<std::uint8_t>(number >> (8 * i)));
+    }
+}
+
+/** A clip by a muxer of FFmpeg's; each piece is one picture. */
+PushedStream muxed(const std::string &file, const char *format, const char *option, const char *value,
+                   const LiveOptions &options)
+{
+    const Clipper clip(file, false);
+    Writer writer(format);
+    const AVStream &from = clip.stream(clip.video());
+    writer.add(*from.codecpar, {1, 90000});
+    PushedStream stream;
+    stream.header = writer.header(option, value);
+    for (const PacketPtr &pRead : clip.packets()) {
+        const PacketPtr pScaled(av_packet_clone(pRead.get()));
+        av_packet_rescale_ts(pScaled.get(), from.time_base, writer.format().streams[0]->time_base);
+        const int number = clip.numberOf(*pRead);
+        const PacketPtr pPacket = edited(*pScaled, number, *from.codecpar, options);
+        pPacket->stream_index = 0;
+        const bool bKey = (pPacket->flags & AV_PKT_FLAG_KEY) != 0;
+        stream.records.push_back({writer.write(*pPacket), number, bKey});
+    }
+    if (stream.header.empty()) {
+        stream.header = stream.records.front().bytes;
+        stream.records.erase(stream.records.begin());
+    }
+    return stream;
+}
+
+/** A clip by a container of the test's own, which writes one picture with its times in milliseconds. */
+PushedStream written(const std::string &file, const LiveOptions &options, AVRational tick,
+                     const std::function<Bytes(const CodedPicture &picture)> &write)
+{
+    const Clipper clip(file, false);
+    const AVStream &from = clip.stream(clip.video());
+    PushedStream stream;
+    for (const PacketPtr &pRead : clip.packets()) {
+        const PacketPtr pScaled(av_packet_clone(pRead.get()));
+        av_packet_rescale_ts(pScaled.get(), from.time_base, tick);
+        const int number = clip.numberOf(*pRead);
+        const PacketPtr pPacket = edited(*pScaled, number, *from.codecpar, options);
+        const CodedPicture picture = codedPicture(*pPacket, number, *from.codecpar);
+        stream.records.push_back({write(picture), number, picture.key});
+    }
+    return stream;
+}
+
+/** A time of an MPEG-PS, 33 bits between marker bits. */
+void appendTime(Bytes &bytes, unsigned prefix, std::int64_t time)
+{
+    const auto ticks = static_cast<std::uint64_t>(time);
+    bytes.push_back(static_cast<std::uint8_t>(prefix << 4 | (ticks >> 29 & 0xE) | 1));
+    appendNumber(bytes, (ticks >> 14 & 0xFFFE) | 1, 2);
+    appendNumber(bytes, (ticks << 1 & 0xFFFE) | 1, 2);
+}
+
+/** ISO 13818-1: a pack header of program streams, with nothing but its clock. */
+void appendPack(Bytes &bytes, std::int64_t time)
+{
+    const auto ticks = static_cast<std::uint64_t>(time);
+    appendNumber(bytes, 0x1BA, 4);
+    appendNumber(bytes,
+                 std::uint64_t{1} << 46 | (ticks >> 30 & 7) << 43 | std::uint64_t{1} << 42 |
+                     (ticks >> 15 & 0x7FFF) << 27 | 1 << 26 | (ticks & 0x7FFF) << 11 | 1 << 10 | 1,
+                 6);
+    appendNumber(bytes, 0x0189C3F8, 4);
+}
+
+Bytes programRecord(const CodedPicture &picture)
+{
+    constexpr std::size_t kMostPayload = 65000;
+    constexpr std::int64_t kStart = 90000;
+    Bytes bytes;
+    appendPack(bytes, kStart + picture.dts - 9000);
+    for (std::size_t at = 0; at < picture.bytes.size(); at += kMostPayload) {
+        const std::size_t size = std::min(kMostPayload, picture.bytes.size() - at);
+        const std::size_t head = at == 0 ? 13 : 3;
+        appendNumber(bytes, 0x1E0, 4);
+        appendNumber(bytes, size + head, 2);
+        appendNumber(bytes, at == 0 ? 0x80C00A : 0x800000, 3);
+        if (at == 0) {
+            appendTime(bytes, 3, kStart + picture.pts);
+            appendTime(bytes, 1, kStart + picture.dts);
+        }
+        const auto from = picture.bytes.begin() + static_cast<std::ptrdiff_t>(at);
+        bytes.insert(bytes.end(), from, from + static_cast<std::ptrdiff_t>(size));
+    }
+    return bytes;
+}
+
+Bytes flashTag(unsigned type, std::int64_t time, const Bytes &body)
+{
+    Bytes bytes;
+    appendNumber(bytes, type, 1);
+    appendNumber(bytes, body.size(), 3);
+    appendNumber(bytes, static_cast<std::uint64_t>(time) & 0xFFFFFF, 3);
+    appendNumber(bytes, 0, 4);
+    bytes.insert(bytes.end(), body.begin(), body.end());
+    appendNumber(bytes, body.size() + 11, 4);
+    return bytes;
+}
+
+Bytes flashPicture(unsigned first, unsigned kind, std::int64_t shift, const Bytes &coded)
+{
+    Bytes body;
+    appendNumber(body, first, 1);
+    appendNumber(body, kind, 1);
+    appendNumber(body, static_cast<std::uint64_t>(shift) & 0xFFFFFF, 3);
+    body.insert(body.end(), coded.begin(), coded.end());
+    return body;
+}
 
 } // namespace
 
@@ -221,15 +363,16 @@ PushedStream liveMatroska(const std::string &file, const LiveOptions &options)
         av_dict_set(&writer.format().metadata, "creation_time", text, 0);
     }
     PushedStream stream;
-    stream.header = writer.header("live");
+    stream.header = writer.header("live", "1");
     std::int64_t sent = -kReordering;
     for (const PacketPtr &pRead : clip.packets()) {
         const int number = clip.numberOf(*pRead);
         if (number >= 0 && !options.pictures) {
             continue;
         }
-        const PacketPtr pPacket(av_packet_clone(pRead.get()));
-        pPacket->pts = av_rescale_q(pRead->pts, clip.stream(pRead->stream_index).time_base, milliseconds);
+        const PacketPtr pScaled(av_packet_clone(pRead.get()));
+        pScaled->pts = av_rescale_q(pRead->pts, clip.stream(pRead->stream_index).time_base, milliseconds);
+        const PacketPtr pPacket = edited(*pScaled, number, *clip.stream(pRead->stream_index).codecpar, options);
         if (number >= 0 && options.captured != 0) {
             stamp(*pPacket, options.captured + pPacket->pts * 1000);
         }
@@ -272,26 +415,58 @@ PushedStream cut(const Bytes &bytes, std::size_t size)
     return stream;
 }
 
-PushedStream liveTransport(const std::string &file)
+PushedStream liveTransport(const std::string &file, const LiveOptions &options)
+{
+    return muxed(file, "mpegts", "flush_packets", "1", options);
+}
+
+PushedStream liveFragments(const std::string &file, const LiveOptions &options)
+{
+    return muxed(file, "mp4", "movflags", "frag_every_frame+empty_moov+default_base_moof", options);
+}
+
+PushedStream liveProgram(const std::string &file, const LiveOptions &options)
+{
+    PushedStream stream = written(file, options, {1, 90000}, programRecord);
+    appendPack(stream.header, 0);
+    return stream;
+}
+
+PushedStream liveRaw(const std::string &file, const LiveOptions &options)
+{
+    PushedStream stream = written(file, options, {1, 1000}, [](const CodedPicture &picture) { return picture.bytes; });
+    stream.header = {0};
+    return stream;
+}
+
+PushedStream liveFlash(const std::string &file, const LiveOptions &options)
 {
     const Clipper clip(file, false);
-    Writer writer("mpegts");
-    const AVStream &from = clip.stream(clip.video());
-    writer.add(*from.codecpar, {1, 90000});
-    PushedStream stream;
-    stream.header = writer.header("flush_packets");
-    for (const PacketPtr &pRead : clip.packets()) {
-        const PacketPtr pPacket(av_packet_clone(pRead.get()));
-        av_packet_rescale_ts(pPacket.get(), from.time_base, writer.format().streams[0]->time_base);
-        pPacket->stream_index = 0;
-        const bool bKey = (pPacket->flags & AV_PKT_FLAG_KEY) != 0;
-        stream.records.push_back({writer.write(*pPacket), clip.numberOf(*pRead), bKey});
-    }
-    if (stream.header.empty()) {
-        stream.header = stream.records.front().bytes;
-        stream.records.erase(stream.records.begin());
-    }
+    const AVCodecParameters &parameters = *clip.stream(clip.video()).codecpar;
+    const Bytes configuration(parameters.extradata, parameters.extradata + parameters.extradata_size);
+    PushedStream stream = written(file, options, {1, 1000}, [](const CodedPicture &picture) {
+        // The order of showing takes earlier pictures first: no time of sending may be negative.
+        const std::int64_t sent = picture.dts + 1000;
+        return flashTag(9, sent, flashPicture(picture.key ? 0x17 : 0x27, 1, picture.pts - picture.dts, picture.bytes));
+    });
+    stream.header = {'F', 'L', 'V', 1, 1, 0, 0, 0, 9, 0, 0, 0, 0};
+    const Bytes tag = flashTag(9, 0, flashPicture(0x17, 0, 0, configuration));
+    stream.header.insert(stream.header.end(), tag.begin(), tag.end());
     return stream;
+}
+
+void appendUnit(CodedPicture &picture, const Bytes &unit)
+{
+    appendNumber(picture.bytes, picture.lengths ? unit.size() : 1, 4);
+    picture.bytes.insert(picture.bytes.end(), unit.begin(), unit.end());
+}
+
+Bytes filler(std::size_t size)
+{
+    Bytes unit(size, 0xFF);
+    unit.front() = 12;
+    unit.push_back(0x80);
+    return unit;
 }
 
 } // namespace player::test

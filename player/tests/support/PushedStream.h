@@ -4,6 +4,7 @@
 #include "player/src/port/Port.h"
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -37,6 +38,19 @@ struct PushedStream {
 
 [[nodiscard]] Error push(Port &port, const Bytes &bytes);
 
+/** A coded picture on its way into a container. */
+struct CodedPicture {
+    Bytes bytes;
+    bool key = false;
+    /** A length stands before each of its units, not a start code. */
+    bool lengths = false;
+    /** In the order of showing. */
+    int number = -1;
+    /** In the container's ticks. */
+    std::int64_t pts = 0;
+    std::int64_t dts = 0;
+};
+
 struct LiveOptions {
     /** Microseconds since 1970 of picture 0, as the capture time of each picture; 0 for none. */
     std::int64_t captured = 0;
@@ -49,14 +63,30 @@ struct LiveOptions {
     /** Added to the times of the pictures from that one on, in milliseconds. */
     int jumpAt = -1;
     std::int64_t jump = 0;
+    /** Changes each picture before it is written. */
+    std::function<void(CodedPicture &picture)> edit = nullptr;
 };
 
 /** A clip in live Matroska as a device library writes it: one cluster with one block for each packet. */
 [[nodiscard]] PushedStream liveMatroska(const std::string &file, const LiveOptions &options = {});
 /** Any clip as it is, cut into pieces of a size, the first of which is the header. */
 [[nodiscard]] PushedStream cut(const Bytes &bytes, std::size_t size);
-/** A clip's pictures in MPEG-TS, a piece for each. */
-[[nodiscard]] PushedStream liveTransport(const std::string &file);
+// A clip's pictures in other containers, a piece for each. Of the options the editing alone counts.
+
+[[nodiscard]] PushedStream liveTransport(const std::string &file, const LiveOptions &options = {});
+/** MPEG-PS. */
+[[nodiscard]] PushedStream liveProgram(const std::string &file, const LiveOptions &options = {});
+/** Fragmented MP4, a fragment for each picture. */
+[[nodiscard]] PushedStream liveFragments(const std::string &file, const LiveOptions &options = {});
+/** Of H.264 with lengths before its units. */
+[[nodiscard]] PushedStream liveFlash(const std::string &file, const LiveOptions &options = {});
+/** Nothing but the pictures. */
+[[nodiscard]] PushedStream liveRaw(const std::string &file, const LiveOptions &options = {});
+
+/** Puts a unit behind a coded picture. */
+void appendUnit(CodedPicture &picture, const Bytes &unit);
+/** A unit of H.264 that means nothing, of about that size. */
+[[nodiscard]] Bytes filler(std::size_t size);
 
 } // namespace player::test
 
