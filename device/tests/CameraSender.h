@@ -74,7 +74,7 @@ private:
     /** One unit as packets of at most 1400 bytes. */
     void packetise(const Bytes &unit, std::vector<Bytes> &payloads) const;
     void sendRtp(Track &track, int nType, std::uint32_t time, bool bMarker, const Bytes &payload);
-    static void sendDatagram(TestSocket socket, unsigned short port, const Bytes &packet);
+    void sendDatagram(TestSocket socket, unsigned short port, const Bytes &packet);
     void sendReport(const Track &track, std::uint32_t time);
     void interleave(int nChannel, const Bytes &packet);
 

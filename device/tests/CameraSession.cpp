@@ -205,7 +205,7 @@ std::string CameraSession::expectedDigest(const std::string &method, const std::
 
 std::string CameraSession::digestQuestion() const
 {
-    const std::string digest = "Digest realm=\"cameras\", nonce=\"abc" + std::to_string(m_place.memory.nonce) + "\"";
+    std::string digest = "Digest realm=\"cameras\", nonce=\"abc" + std::to_string(m_place.memory.nonce) + "\"";
     switch (m_script.credentials) {
     case Script::Credentials::DigestSha256:
         return digest + ", algorithm=SHA-256, qop=\"auth\"";

@@ -90,7 +90,7 @@ TEST(Settings, ComplainOnlySoOftenAndBearAnything)
     }
     EXPECT_EQ(parse(text).complaints.size(), 8U);
     EXPECT_EQ(parse(std::string(100000, '\n')).complaints.size(), 1U);
-    EXPECT_EQ(parse(std::string("[\0d\0", 5)).complaints.size(), 1U);
+    EXPECT_EQ(parse(std::string("[\0d\0", 4)).complaints.size(), 1U);
     const Settings settings = parse("[device]\n" + std::string(60000, 'k') + " = 1\n");
     ASSERT_EQ(settings.complaints.size(), 1U);
     EXPECT_LT(settings.complaints.front().size(), 200U);

@@ -229,7 +229,7 @@ TEST(FakeTimeDeathTest, SaysWhoWaitsWhenItCannotPass)
         busy.detach();
         time.sleep(Milliseconds(1500));
     };
-    EXPECT_DEATH(standStill(), "stood still for 200 ms. Of 2 threads that take part 1 wait(.|\n)*for 1500 ms");
+    EXPECT_DEATH(standStill(), "stood still for 200 ms. Of 2 threads that take part 1 wait");
 }
 
 std::int64_t placed(Timeline &timeline, std::size_t track, std::int64_t media, std::int64_t arrival,

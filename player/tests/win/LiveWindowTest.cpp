@@ -135,6 +135,7 @@ TEST_P(AWindowOutOfSight, IsNotDrawnIntoWhileTheStreamGoesOn)
     std::atomic<int> drawn{0};
     Kavun_RegisterDrawFun(
         port.number(), [](long, HDC, void *pUser) { ++*static_cast<std::atomic<int> *>(pUser); }, &drawn);
+    // Every twenty-fifth is a key picture, which is shown however far a busy machine falls behind.
     auto pushUpTo = [&, next = std::size_t{0}](unsigned long second) mutable {
         for (; next <= 25 * second; ++next) {
             port.input(stream, next);
