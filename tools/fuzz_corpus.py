@@ -3,7 +3,7 @@
 
 The device library's are what its scripted cameras send (device/fuzz/RecordCorpus.cpp), with clips that are small enough
 for inputs. ffmpeg sends the codings that no scripted camera has, and writes the containers that are pushed to the
-player. A file's name is what it is there for. The texts of addresses and settings are below.
+player. A file's name is what it is there for. Texts are below.
 
 Nonces, ports and times of day differ from run to run, so the files do. They are kept in the repository: each is as good
 as the next one, and a short run has to begin where cameras are. Inputs that once found something begin with found- and
@@ -72,6 +72,55 @@ CHALLENGES = {
     "stale-then-another": 'Digest realm="a", nonce="1"\n\nDigest realm="a", nonce="2", stale=TRUE, opaque="x\\"y"\n',
 }
 
+# The address where the client is, and where the camera sends it.
+REDIRECTS = {
+    "same-host": "rtsp://camera.example/live\nrtsp://camera.example:8554/other",
+    "numeric-host": "rtsp://camera.example/live\nrtsp://viewer:x@192.0.2.7/other",
+    "other-host": "rtsp://192.0.2.9/live\nrtsp://other.example/live",
+    "relative": "rtsp://camera.example/live/a?b\n../c?d",
+    "network-path": "rtsp://camera.example/live\n//other.example/live",
+    "not-rtsp": "rtsps://camera.example/live\nhttp://camera.example/",
+}
+
+SETTINGS = {
+    "all": "[device]\nverify_certificates = yes\n",
+    "remarks": "\ufeff; a remark\r\n[other]\r\nverify_certificates=1\r\n[Device] # another\r\n VERIFY_CERTIFICATES = Off ; no\r\n",
+    "wrong": "[device\nverify_certificates\nverify_certificates = perhaps\nunknown = 1\n= 2\n",
+}
+
+SOAP = ('<?xml version="1.0" encoding="UTF-8"?><s:Envelope xmlns:s="http://www.w3.org/2003/05/soap-envelope" '
+        'xmlns:tds="http://www.onvif.org/ver10/device/wsdl" xmlns:trt="http://www.onvif.org/ver10/media/wsdl" '
+        'xmlns:tt="http://www.onvif.org/ver10/schema"><s:Body>{}</s:Body></s:Envelope>')
+ONVIF_ANSWERS = [
+    "<tds:GetSystemDateAndTimeResponse><tds:SystemDateAndTime><tt:UTCDateTime><tt:Time><tt:Hour>1</tt:Hour><tt:Minute>2"
+    "</tt:Minute><tt:Second>3</tt:Second></tt:Time><tt:Date><tt:Year>2030</tt:Year><tt:Month>1</tt:Month><tt:Day>31</tt:Day>"
+    "</tt:Date></tt:UTCDateTime></tds:SystemDateAndTime></tds:GetSystemDateAndTimeResponse>",
+    "<tds:GetServicesResponse><tds:Service><tds:Namespace>http://www.onvif.org/ver10/media/wsdl</tds:Namespace><tds:XAddr>"
+    "http://10.0.0.1:80/onvif/media</tds:XAddr></tds:Service></tds:GetServicesResponse>",
+    '<trt:GetVideoSourcesResponse><trt:VideoSources token="v"/></trt:GetVideoSourcesResponse>',
+    '<trt:GetProfilesResponse><trt:Profiles token="p"><tt:VideoSourceConfiguration><tt:SourceToken>v</tt:SourceToken>'
+    "</tt:VideoSourceConfiguration><tt:VideoEncoderConfiguration><tt:Encoding>H264</tt:Encoding><tt:Resolution><tt:Width>640"
+    "</tt:Width><tt:Height>360</tt:Height></tt:Resolution></tt:VideoEncoderConfiguration></trt:Profiles></trt:GetProfilesResponse>",
+    "<trt:GetStreamUriResponse><trt:MediaUri><tt:Uri>rtsp://10.0.0.1:8554/live</tt:Uri></trt:MediaUri></trt:GetStreamUriResponse>",
+]
+REFUSAL = ("HTTP/1.1 401 Unauthorized\r\nWWW-Authenticate: Digest realm=\"a\", nonce=\"b\", qop=\"auth\"\r\n"
+           "Content-Length: 0\r\n\r\n")
+FAULT = ("<s:Fault><s:Code><s:Value>s:Sender</s:Value><s:Subcode><s:Value>ter:NotAuthorized</s:Value></s:Subcode></s:Code>"
+         "</s:Fault>")
+PROBE_MATCH = (
+    '<s:Envelope xmlns:s="http://www.w3.org/2003/05/soap-envelope" xmlns:d="http://schemas.xmlsoap.org/ws/2005/04/discovery" '
+    'xmlns:dn="http://www.onvif.org/ver10/network/wsdl"><s:Body><d:ProbeMatches><d:ProbeMatch><d:Types>'
+    "dn:NetworkVideoTransmitter</d:Types><d:Scopes>onvif://www.onvif.org/name/Front%20door onvif://www.onvif.org/hardware/X "
+    "onvif://www.onvif.org/Profile/Streaming</d:Scopes><d:XAddrs>http://192.0.2.7/onvif/device_service http://[fe80::1]/x"
+    "</d:XAddrs></d:ProbeMatch></d:ProbeMatches></s:Body></s:Envelope>")
+
+
+def http(body, chunked=False):
+    """An answer as a device writes it."""
+    if chunked:
+        return f"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n{len(body):x}\r\n{body}\r\n0\r\n\r\n"
+    return f"HTTP/1.1 200 OK\r\nContent-Type: application/soap+xml\r\nContent-Length: {len(body)}\r\n\r\n{body}"
+
 
 def ffmpeg(arguments, output):
     command = ["ffmpeg", "-hide_banner", "-loglevel", "error", "-y", "-re"] if "://" in output else [
@@ -106,6 +155,11 @@ def write(folder, target, name, data, choices):
     path.write_bytes(data + bytes(reversed(choices)))
 
 
+def write_texts(target, texts):
+    for name, text in texts.items():
+        write("device", target, name, text.encode(), [0])
+
+
 def main():
     subprocess.run([ROOT / "tools" / "build.sh", "linux-fuzz", "--", "record_corpus"], check=True)
     shutil.rmtree(WORK, ignore_errors=True)
@@ -130,6 +184,16 @@ def main():
         write("player", "pushed_stream", name, (WORK / name).read_bytes()[:MOST], [0, 4, 0])
     for name, text in ADDRESSES.items():
         write("device", "address", name, text.encode(), [0])
+    write_texts("redirect", REDIRECTS)
+    write_texts("settings", SETTINGS)
+    answers = [SOAP.format(answer) for answer in ONVIF_ANSWERS]
+    write_texts("onvif", {
+        "all-answers": "".join(http(answer) for answer in answers),
+        "in-chunks": "".join(http(answer, chunked=True) for answer in answers),
+        "refused-then-asked": REFUSAL + "".join(http(answer) + REFUSAL for answer in answers),
+        "faults": "".join(http(SOAP.format(FAULT)) for _ in range(4)),
+    })
+    write_texts("discovery", {"one-device": PROBE_MATCH})
     for name, text in CHALLENGES.items():
         write("device", "challenge", name, text.encode(), [0])
     files = [f for folder in ("device", "player") for f in (ROOT / folder / "fuzz" / "corpus").rglob("*") if f.is_file()]

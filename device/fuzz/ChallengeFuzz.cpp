@@ -23,9 +23,9 @@ bool isGuessed(const std::vector<std::string> &lines)
 }
 
 /** Two requests of which each is answered, if the camera asked. */
-void answer(Authenticator &authenticator, const std::vector<std::string> &lines)
+void answer(Authenticator &authenticator, const std::vector<std::string> &lines, bool bRefused)
 {
-    const bool bAgain = authenticator.challenge(lines);
+    const bool bAgain = authenticator.challenge(lines, bRefused);
     for (const char *pMethod : {"DESCRIBE", "SETUP"}) {
         const std::string text = authenticator.authorization(pMethod, "rtsp://camera/live");
         mustHold(!bAgain || !text.empty(), "a question that is worth another attempt is answered");
@@ -44,17 +44,18 @@ void pellora::test::fuzz(FuzzInput &input)
     }
     const FuzzTime time(1000);
     const bool bAnonymous = (choice & 1) != 0;
-    Authenticator authenticator(bAnonymous ? selvik::Credentials{} : selvik::Credentials{"viewer", kPassword});
+    Authenticator authenticator(bAnonymous ? selvik::Credentials{} : selvik::Credentials{"viewer", kPassword},
+                                [] { return std::string("0123456789abcdef"); });
     std::vector<std::string> lines(1);
     for (const std::uint8_t byte : input.bytes()) {
         if (byte != '\n') {
             lines.back() += static_cast<char>(byte);
         } else if (lines.back().empty()) {
-            answer(authenticator, lines);
+            answer(authenticator, lines, (choice & 2) != 0);
             lines.assign(1, {});
         } else {
             lines.emplace_back();
         }
     }
-    answer(authenticator, lines);
+    answer(authenticator, lines, (choice & 2) != 0);
 }

@@ -1,5 +1,5 @@
 // What a camera sends on an RTSP connection: answers, packets, requests of its own, anything.
-#include "device/fuzz/SteppedTime.h"
+#include "device/fuzz/FuzzedStream.h"
 #include "device/src/RtspConnection.h"
 #include "tests/support/FuzzTarget.h"
 
@@ -39,57 +39,23 @@ struct Manner {
     std::size_t nPiece;
 };
 
-class FuzzedStream : public ByteStream
-{
-public:
-    FuzzedStream(const Bytes &input, const Manner &manner, SteppedTime &time, std::atomic<bool> &stop)
-        : m_input(input), m_manner(manner), m_time(time), m_stop(stop)
-    {
-    }
-
-    [[nodiscard]] std::size_t receive(std::uint8_t *pBuffer, std::size_t capacity,
-                                      const Patience & /*patience*/) override
-    {
-        mustHold(capacity > 0, "there is room for what is received");
-        const std::size_t count = std::min({m_manner.nPiece, capacity, m_input.size() - m_nAt});
-        if (count == 0) {
-            // Either the other side is gone, or nothing comes any more and somebody stops the preview.
-            m_stop = true;
-            if (!m_manner.bGoesSilent) {
-                throw Failure(SELVIK_ERROR_HOST);
-            }
-        }
-        std::copy_n(m_input.begin() + static_cast<std::ptrdiff_t>(m_nAt), count, pBuffer);
-        m_nAt += count;
-        m_time.step(Milliseconds(1));
-        return count;
-    }
-    void send(const std::uint8_t *pData, std::size_t size, const Patience & /*patience*/) override
-    {
-        mustHold(size > 0 && pData != nullptr, "something is sent");
-    }
-    [[nodiscard]] const Socket *socket() const override
-    {
-        return nullptr;
-    }
-
-private:
-    const Bytes &m_input;
-    const Manner m_manner;
-    SteppedTime &m_time;
-    std::atomic<bool> &m_stop;
-    std::size_t m_nAt = 0;
-};
-
 /** Hands out what was received, as the preview does. */
 void takePackets(RtspConnection &connection)
 {
     InterleavedPacket packet;
     while (connection.takePacket(packet)) {
         mustHold(packet.nChannel >= 0 && packet.nChannel <= 255, "a packet has a channel");
-        mustHold(packet.data.size() <= 0xFFFF, "a packet is no longer than its length can say");
+        mustHold(packet.data.size <= 0xFFFF, "a packet is no longer than its length can say");
+        // The bytes are the connection's: each is looked at, so that one that is gone is noticed.
+        unsigned int nSum = 0;
+        for (const std::uint8_t byte : packet.data) {
+            nSum += byte;
+        }
+        mustHold(nSum <= 0xFFFF * 0xFF, "bytes are bytes");
     }
-    (void)connection.takeStatus();
+    if (const std::optional<RtspResponse> answer = connection.takeAnswer()) {
+        (void)connection.takeChallenge(*answer);
+    }
 }
 
 void play(RtspConnection &connection, const Manner &manner, const std::atomic<bool> &stop, const Patience &patience)
@@ -123,8 +89,12 @@ void pellora::test::fuzz(FuzzInput &input)
     const selvik::Patience patience(time, stop, time.now() + std::chrono::hours(1));
     const selvik::Credentials credentials =
         manner.bAnonymous ? selvik::Credentials{} : selvik::Credentials{"viewer", "secret"};
-    selvik::RtspConnection connection(std::make_unique<selvik::FuzzedStream>(input.bytes(), manner, time, stop),
-                                      selvik::Authenticator(credentials));
+    selvik::FuzzedBytes bytes{input.bytes(), manner.nPiece, manner.bGoesSilent};
+    // A camera that hangs up behind its answer is connected to again, where the bytes go on.
+    const auto connect = [&](const selvik::Patience &) {
+        return std::make_unique<selvik::FuzzedStream>(bytes, time, stop);
+    };
+    selvik::RtspConnection connection(connect(patience), selvik::Authenticator(credentials), connect);
     try {
         selvik::play(connection, manner, stop, patience);
     } catch (const selvik::Failure &failure) {

@@ -51,11 +51,21 @@ class FuzzedTrack
 public:
     FuzzedTrack(const SdpMedia &media, bool bInOrder) : m_bInOrder(bInOrder), m_track(media) {}
 
+    /** Numbers of the input's own come as datagrams do. */
+    void useDatagrams()
+    {
+        m_track.useDatagrams();
+    }
+    void wait(Clock::time_point now, std::vector<MediaUnit> &units)
+    {
+        m_track.wait(now, units);
+    }
+
     [[nodiscard]] RtpTrack &track()
     {
         return m_track;
     }
-    void feed(ByteView bytes, std::vector<MediaUnit> &units)
+    void feed(ByteView bytes, Clock::time_point arrival, std::vector<MediaUnit> &units)
     {
         Bytes packet(bytes.begin(), bytes.end());
         if (packet.size() >= kHead) {
@@ -66,7 +76,7 @@ public:
             write32(&packet[4], read32(&packet[4]) + m_nTime);
             write32(&packet[8], read32(&packet[8]) + m_nSource);
         }
-        m_track.feed({packet.data(), packet.size()}, units);
+        (void)m_track.feed({packet.data(), packet.size()}, arrival, units);
     }
     void feedReport(ByteView packet)
     {

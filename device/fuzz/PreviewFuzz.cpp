@@ -73,7 +73,7 @@ private:
             return;
         }
         std::vector<MediaUnit> units;
-        medium.feed(packet, units);
+        medium.feed(packet, m_time.now(), units);
         const auto arrival = std::chrono::duration_cast<std::chrono::microseconds>(m_time.now() - m_begin).count();
         for (MediaUnit &unit : units) {
             unit.track = track;

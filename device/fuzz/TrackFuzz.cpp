@@ -16,6 +16,10 @@ void pellora::test::fuzz(FuzzInput &input)
     const FuzzTime time(2000);
     try {
         selvik::FuzzedTrack track(media, bInOrder);
+        if ((how & 8) != 0) {
+            track.useDatagrams();
+        }
+        selvik::Clock::time_point now{std::chrono::hours(1)};
         selvik::FramedPackets packets(input.bytes());
         std::vector<selvik::MediaUnit> units;
         int nChannel = 0;
@@ -25,7 +29,9 @@ void pellora::test::fuzz(FuzzInput &input)
             } else if (nChannel % 2 != 0) {
                 track.feedReport(packet);
             } else {
-                track.feed(packet, units);
+                now += selvik::Milliseconds(20);
+                track.feed(packet, now, units);
+                track.wait(now, units);
             }
         }
         for (const selvik::MediaUnit &unit : units) {

@@ -135,7 +135,9 @@ std::optional<Address> Address::parse(const std::string &text, const Credentials
     std::size_t hostEnd = pathBegin;
     if (at == std::string::npos && rest.find('@') != std::string::npos) {
         const std::size_t late = rest.find('@');
-        if (rest.substr(0, late).find(':') < pathBegin && parsePort(splitHost(rest.substr(0, pathBegin)).port) == 0) {
+        const HostAndPort first = splitHost(rest.substr(0, pathBegin));
+        const bool bPlace = !first.host.empty() && (!first.bPort || parsePort(first.port) != 0);
+        if (rest.substr(0, late).find(':') < pathBegin && !bPlace) {
             at = late;
             hostEnd = std::min(rest.find_first_of("/?#", late), rest.size());
         }

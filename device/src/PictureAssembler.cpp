@@ -12,6 +12,8 @@ namespace
 
 constexpr std::size_t kMaxPicture = 16 << 20;
 constexpr int kMaxUnits = 4096;
+/** Units that may stand before a picture. They are looked through for one with each that comes. */
+constexpr int kMaxOpening = 128;
 
 } // namespace
 
@@ -60,6 +62,11 @@ void PictureAssembler::begin(ByteView head)
         break;
     }
     m_nUnitTicks = m_nTicks;
+    if (m_nSlices == 0 && m_nUnits >= kMaxOpening) {
+        // The picture that they belong to does not come.
+        m_bytes.clear();
+        m_nUnits = 0;
+    }
     if (++m_nUnits > kMaxUnits) {
         m_bIncomplete = true;
         m_bSkipping = true;

@@ -53,6 +53,7 @@ INSTANTIATE_TEST_SUITE_P(
         AddressCase{"rtsp://me:p@ss@cam/x", "rtsp://cam/x", "cam", 554, "me", "p@ss"},
         AddressCase{"rtsp://me:p/ss@cam/x", "rtsp://cam/x", "cam", 554, "me", "p/ss"},
         AddressCase{"rtsp://cam:554/x@y", "rtsp://cam:554/x@y", "cam", 554, "given", "word"},
+        AddressCase{"rtsp://[2001:db8::7]/x@y", "rtsp://[2001:db8::7]/x@y", "2001:db8::7", 554, "given", "word"},
         AddressCase{"rtsp://[2001:db8::1]:555/x", "rtsp://[2001:db8::1]:555/x", "2001:db8::1", 555, "given", "word"},
         AddressCase{"rtsp://[fe80::1%253]:555/x", "rtsp://[fe80::1]:555/x", "fe80::1%3", 555, "given", "word"},
         AddressCase{"rtsp://[fe80::1%25eth0]/x", "rtsp://[fe80::1]/x", "fe80::1%eth0", 554, "given", "word"},

@@ -731,6 +731,17 @@ TEST(RtpTrack, NoStampsAndNoClockOverflowItsTimes)
     }
 }
 
+TEST(RtpTrack, ParameterSetsWithoutAPictureAreBounded)
+{
+    RtpTrack track(h264());
+    for (std::uint16_t nSequence = 1; nSequence <= 2000; ++nSequence) {
+        EXPECT_TRUE(feed(track, rtp(nSequence, 3600U * nSequence, true, {0x67, 1, 2})).empty());
+    }
+    const std::vector<MediaUnit> units = feed(track, rtp(2001, 3600U * 2001, true, kKeyPicture));
+    ASSERT_EQ(units.size(), 1U);
+    EXPECT_LT(units[0].bytes().size, 1000U);
+}
+
 TEST(RtpTrack, APictureOfAnySizeIsBounded)
 {
     RtpTrack track(h264());
