@@ -12,19 +12,15 @@ enum class Leading { IsUnit, IsNothing };
 /** The place of the next start code's three bytes at or behind `at`, the size where there is none. */
 [[nodiscard]] inline std::size_t findStartCode(ByteView bytes, std::size_t at)
 {
-    // Looks at every third byte as long as none of them can be the last one of a start code.
+    // Looks at every third byte as long as there is no zero.
     std::size_t i = at + 2;
     while (i < bytes.size) {
         const std::uint8_t byte = bytes.pData[i];
-        if (byte > 1) {
-            i += 3;
-        } else if (byte == 0) {
-            i += 1;
-        } else if (bytes.pData[i - 1] == 0 && bytes.pData[i - 2] == 0) {
+        if (byte == 1 && bytes.pData[i - 1] == 0 && bytes.pData[i - 2] == 0) {
             return i - 2;
-        } else {
-            i += 3;
         }
+        // A zero may be the first or second byte of one; any other byte is none of its first two.
+        i += byte == 0 ? 1 : 3;
     }
     return bytes.size;
 }
