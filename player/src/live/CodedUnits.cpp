@@ -16,10 +16,7 @@ constexpr int kH264LastSlice = 5;
 constexpr int kH264Information = 6;
 // H.265.
 constexpr int kH265LastPicture = 31;
-constexpr int kH265FirstSkippedLeading = 8;
-constexpr int kH265LastSkippedLeading = 9;
 constexpr int kH265FirstRandomAccess = 16;
-constexpr int kH265LastBrokenLink = 18;
 constexpr int kH265LastRandomAccess = 23;
 constexpr int kH265PrefixInformation = 39;
 constexpr int kH265SuffixInformation = 40;
@@ -223,10 +220,8 @@ void lookAt265(Bytes unit, CodedUnits &units, bool &bAllIntra)
     const int type = unit.pBegin[0] >> 1 & 63;
     if (type <= kH265LastPicture) {
         units.picture = true;
-        units.randomAccess = type >= kH265FirstRandomAccess && type <= kH265LastRandomAccess;
-        units.brokenLink = units.randomAccess && type <= kH265LastBrokenLink;
-        units.skippedLeading = type >= kH265FirstSkippedLeading && type <= kH265LastSkippedLeading;
-        bAllIntra = bAllIntra && (units.randomAccess || isIntra265(unit).value_or(true));
+        const bool bRandomAccess = type >= kH265FirstRandomAccess && type <= kH265LastRandomAccess;
+        bAllIntra = bAllIntra && (bRandomAccess || isIntra265(unit).value_or(true));
     } else if (type == kH265PrefixInformation || type == kH265SuffixInformation) {
         const auto after = recoveryPoint(unit, false);
         units.recoversAfter = after ? after : units.recoversAfter;

@@ -20,14 +20,8 @@ struct CodedUnits {
     std::optional<int> recoversAfter;
     /** The picture is made of nothing but itself. */
     bool intra = false;
-
-    // H.265.
-    bool randomAccess = false;
-    /** What was sent before this random access point has nothing to do with it. */
-    bool brokenLink = false;
+    /** H.265: there is supplementary information in it. */
     bool information = false;
-    /** Made of pictures before the random access point that it follows. */
-    bool skippedLeading = false;
 
     [[nodiscard]] static CodedUnits of(const AVPacket &packet, const AVCodecParameters &parameters);
     /** Makes a decoder of H.265 pass over the supplementary information in it. The packet has to be writable. */

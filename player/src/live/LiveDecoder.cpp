@@ -103,7 +103,7 @@ void LiveDecoder::feed(const LivePacket &packet, const AVStream &stream, bool wi
     if (m_state == State::Waiting && units.picture && !enters(packet, units)) {
         return;
     }
-    if (isLeading(coded) || isOfBrokenLink(units)) {
+    if (isLeading(coded)) {
         m_bLeftOut = true;
         return;
     }
@@ -142,16 +142,6 @@ bool LiveDecoder::isLeading(const AVPacket &packet)
     }
     m_bMayLead = m_nNumber - m_nKeyNumber < kMostReordered && (packet.pts == AV_NOPTS_VALUE || packet.pts < m_nKeyTick);
     return m_bMayLead && packet.pts != AV_NOPTS_VALUE;
-}
-
-bool LiveDecoder::isOfBrokenLink(const CodedUnits &units)
-{
-    // Of H.265: made of pictures before its random access point, which are not there where showing begins at that
-    // point, nor where the stream was joined from two.
-    if (units.randomAccess) {
-        m_bBrokenLink = units.brokenLink || m_nNumber == m_nKeyNumber;
-    }
-    return m_bBrokenLink && units.skippedLeading;
 }
 
 void LiveDecoder::decode(const AVPacket &packet, const CodedUnits &units)

@@ -63,7 +63,6 @@ private:
     void open(const AVStream &stream);
     bool enters(const LivePacket &packet, const CodedUnits &units);
     bool isLeading(const AVPacket &packet);
-    bool isOfBrokenLink(const CodedUnits &units);
     void decode(const AVPacket &packet, const CodedUnits &units);
     bool takeFrames();
     bool isFit(const AVFrame &frame, std::uint64_t number) const;
@@ -92,7 +91,6 @@ private:
     bool m_bRefresh = false;
     /** It is made of nothing but itself, and nothing else was promised. */
     bool m_bIntraEntry = false;
-    bool m_bBrokenLink = false;
     bool m_bMayLead = false;
     bool m_bLeftOut = false;
     /** Key pictures in a row that a strict decoder could not decode. */

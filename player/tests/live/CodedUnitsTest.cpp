@@ -89,16 +89,6 @@ TEST(CodedUnitsTest, TellsPicturesThatAreMadeOfNothingButThemselves)
     EXPECT_FALSE(look(AV_CODEC_ID_HEVC, {0, 0, 1, 0x02, 1, 0xD0, 0}).intra);
 }
 
-TEST(CodedUnitsTest, TellsRandomAccessPointsOfH265AndWhatFollowsThem)
-{
-    const CodedUnits broken = look(AV_CODEC_ID_HEVC, {0, 0, 1, 17 << 1, 1, 0x80});
-    EXPECT_TRUE(broken.randomAccess && broken.brokenLink);
-    const CodedUnits clean = look(AV_CODEC_ID_HEVC, {0, 0, 1, 21 << 1, 1, 0x80});
-    EXPECT_TRUE(clean.randomAccess && !clean.brokenLink);
-    EXPECT_TRUE(look(AV_CODEC_ID_HEVC, {0, 0, 1, 8 << 1, 1, 0x80}).skippedLeading);
-    EXPECT_FALSE(look(AV_CODEC_ID_HEVC, {0, 0, 1, 6 << 1, 1, 0x80}).skippedLeading);
-}
-
 TEST(CodedUnitsTest, TakesOtherCodecsForPictures)
 {
     EXPECT_TRUE(look(AV_CODEC_ID_MJPEG, {1, 2, 3}).picture);

@@ -445,26 +445,4 @@ INSTANTIATE_TEST_SUITE_P(Codecs, ABadMessage,
                                          Muxer{"h265", liveMatroska, "h265.mp4", 97}),
                          [](const auto &row) { return row.param.name; });
 
-/** Joined at a later random access point of H.265. */
-TEST(ABrokenLink, LeavesOutThePicturesThatNeedTheOneBeforeAndNothingElse)
-{
-    LiveOptions options;
-    options.edit = [](CodedPicture &picture) {
-        std::vector<Bytes> units = unitsOf(picture);
-        picture.bytes.clear();
-        for (Bytes &unit : units) {
-            // A clean random access point becomes one of a broken link, with leading pictures.
-            unit.front() = (unit.front() >> 1 & 63) == 21 ? 16 << 1 : unit.front();
-            appendUnit(picture, unit);
-        }
-    };
-    const PushedStream stream = liveMatroska("h265.mp4", options);
-    Collector collector(stream.header);
-    collector.push(stream, 0, stream.records.size());
-    const auto numbers = collector.numbers();
-    EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.end()));
-    EXPECT_EQ(numbers.back(), 97);
-    EXPECT_GE(numbers.size(), 85u);
-}
-
 } // namespace
