@@ -27,6 +27,11 @@ public:
     virtual void open(const Patience &patience) = 0;
     /** What each track carries; extradata may be missing where it comes with the pictures only. */
     [[nodiscard]] virtual const std::vector<ParametersPtr> &tracks() const = 0;
+    /** Whether a track has turned out to be nothing that can be carried. No unit of it comes any more. */
+    [[nodiscard]] virtual bool isLeftOut(std::size_t /*track*/) const
+    {
+        return false;
+    }
     /** The next unit; false where there is none in time. */
     [[nodiscard]] virtual bool next(MediaUnit &unit, const Patience &patience) = 0;
     /** Takes leave, as far as the patience allows; never throws. */

@@ -5,6 +5,8 @@
 #include "device/src/PictureParameters.h"
 #include "device/src/UnitScanner.h"
 
+#include <algorithm>
+
 namespace selvik
 {
 
@@ -39,28 +41,65 @@ Bytes LiveStream::open(const Patience &patience)
     m_input->open(patience);
     copyTracks();
     const Clock::time_point late = patience.now() + kWaitForKeyPicture;
-    bool bKnown = false;
-    bool bPictures = false;
-    std::int64_t utcOfZero = 0;
-    while (!bKnown) {
+    for (bool bKnown = false; !bKnown;) {
         MediaUnit unit;
         if (!m_input->next(unit, patience)) {
             // Pictures came, but neither parameter sets nor a size.
-            throw Failure(bPictures ? SELVIK_ERROR_MEDIA : SELVIK_ERROR_TIMEOUT);
+            throw Failure(m_bPictures ? SELVIK_ERROR_MEDIA : SELVIK_ERROR_TIMEOUT);
         }
-        bPictures = bPictures || static_cast<int>(unit.track) == m_nVideo;
-        bKnown = learn(unit, patience.now() >= late);
-        const auto now = std::chrono::system_clock::now().time_since_epoch();
-        const std::int64_t arrival = std::chrono::duration_cast<std::chrono::microseconds>(now).count();
-        utcOfZero = (unit.captureTime != AV_NOPTS_VALUE ? unit.captureTime : arrival) - unit.packet->pts;
-        m_waiting.push_back(std::move(unit));
-        if (!bKnown && static_cast<int>(m_waiting.back().track) == m_nVideo) {
-            // Without the header nothing that came so far can be decoded.
-            m_waiting.clear();
+        if (m_nVideo >= 0 && m_input->isLeftOut(static_cast<std::size_t>(m_nVideo))) {
+            leaveOutPictures();
         }
+        bKnown = renumber(unit) && takeIn(std::move(unit), patience.now() >= late);
     }
-    m_muxer = std::make_unique<LiveMuxer>(m_tracks, utcOfZero);
+    m_muxer = std::make_unique<LiveMuxer>(m_tracks, m_utcOfZero);
     return m_muxer->header();
+}
+
+bool LiveStream::takeIn(MediaUnit unit, bool bLate)
+{
+    const bool bPicture = static_cast<int>(unit.track) == m_nVideo;
+    m_bPictures = m_bPictures || bPicture;
+    bool bKnown = false;
+    try {
+        bKnown = learn(unit, bLate);
+    } catch (const Failure &) {
+        leaveOutPictures();
+        return false;
+    }
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    const std::int64_t arrival = std::chrono::duration_cast<std::chrono::microseconds>(now).count();
+    m_utcOfZero = (unit.captureTime != AV_NOPTS_VALUE ? unit.captureTime : arrival) - unit.packet->pts;
+    m_waiting.push_back(std::move(unit));
+    if (!bKnown && bPicture) {
+        // Without the header nothing that came so far can be decoded.
+        m_waiting.clear();
+    }
+    return bKnown;
+}
+
+void LiveStream::leaveOutPictures()
+{
+    const bool bSound = std::any_of(m_tracks.begin(), m_tracks.end(),
+                                    [](const ParametersPtr &track) { return track->codec_type == AVMEDIA_TYPE_AUDIO; });
+    if (!bSound) {
+        throw Failure(SELVIK_ERROR_MEDIA);
+    }
+    m_nLeftOut = m_nVideo;
+    m_nVideo = -1;
+    m_tracks.erase(m_tracks.begin() + m_nLeftOut);
+    m_waiting.clear();
+}
+
+bool LiveStream::renumber(MediaUnit &unit) const
+{
+    if (m_nLeftOut < 0) {
+        return true;
+    }
+    const auto leftOut = static_cast<std::size_t>(m_nLeftOut);
+    const bool bLeftOut = unit.track == leftOut;
+    unit.track -= unit.track > leftOut ? 1 : 0;
+    return !bLeftOut;
 }
 
 bool LiveStream::learn(const MediaUnit &unit, bool bLate)
@@ -107,7 +146,7 @@ Bytes LiveStream::next(const Patience &patience)
     if (!m_waiting.empty()) {
         unit = std::move(m_waiting.front());
         m_waiting.pop_front();
-    } else if (!m_input->next(unit, patience)) {
+    } else if (!m_input->next(unit, patience) || !renumber(unit)) {
         return {};
     }
     return isWanted(unit) ? m_muxer->write(unit) : Bytes();

@@ -32,6 +32,12 @@ public:
 
 private:
     void copyTracks();
+    /** Takes a unit in before the header is known; whether it is known now. */
+    [[nodiscard]] bool takeIn(MediaUnit unit, bool bLate);
+    /** The pictures are nothing that can be carried: goes on with the sound, or throws where there is none. */
+    void leaveOutPictures();
+    /** The unit's track in the stream, which may have one less than the input; false for what was left out. */
+    [[nodiscard]] bool renumber(MediaUnit &unit) const;
     /** Whether the header can be written once this unit is known; fills in what the unit tells. */
     [[nodiscard]] bool learn(const MediaUnit &unit, bool bLate);
     /** Whether the unit is of use: not ahead of the first key picture. */
@@ -42,6 +48,9 @@ private:
     std::vector<ParametersPtr> m_tracks;
     std::deque<MediaUnit> m_waiting; /**< read for the header, not written yet */
     int m_nVideo = -1;               /**< the video track; -1 where there is none */
+    int m_nLeftOut = -1;             /**< the input's video track, where its pictures cannot be carried; else -1 */
+    bool m_bPictures = false;        /**< some have come */
+    std::int64_t m_utcOfZero = 0;
     bool m_bKeySeen = false;
 };
 

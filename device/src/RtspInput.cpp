@@ -79,7 +79,7 @@ void RtspInput::open(const Patience &patience)
             // What was asked for here has to be asked for there. The session bounds how often.
             m_channels.clear();
             m_parameters.clear();
-            m_bDatagrams = false;
+            m_bDatagrams = m_way == RtspWay::Multicast;
         }
     }
     punch();
@@ -297,7 +297,7 @@ bool RtspInput::next(MediaUnit &unit, const Patience &patience)
         keepAlive(patience);
         receive(patience.atMost(Milliseconds(100)));
         takePackets();
-        if (m_units.empty() && isOver()) {
+        if (isOver()) {
             throw Failure(SELVIK_ERROR_HOST);
         }
     }
@@ -410,17 +410,39 @@ void RtspInput::takePackets()
 bool RtspInput::isOver() const
 {
     const Channel &first = m_channels.front();
-    return first.media.kind == SdpMedia::Kind::Video && first.track->hasEnded();
+    // What was sent before is handed out; a sound that goes on does not keep the connection.
+    const bool bPictures =
+        std::any_of(m_units.begin(), m_units.end(), [](const MediaUnit &unit) { return unit.track == 0; });
+    return first.media.kind == SdpMedia::Kind::Video && first.track->hasEnded() && !bPictures;
 }
 
 void RtspInput::collect(Channel &channel, ByteView packet)
 {
+    if (channel.bLeftOut) {
+        return;
+    }
     std::vector<MediaUnit> units;
-    if (channel.track->feed(packet, m_time.now(), units)) {
-        channel.bHeard = true;
-        m_lastSign = m_time.now();
+    try {
+        if (channel.track->feed(packet, m_time.now(), units)) {
+            channel.bHeard = true;
+            m_lastSign = m_time.now();
+        }
+    } catch (const Failure &failure) {
+        leaveOut(channel, failure);
+        return;
     }
     place(channel, units);
+}
+
+void RtspInput::leaveOut(Channel &channel, const Failure &failure) const
+{
+    const bool bAnother = std::any_of(m_channels.begin(), m_channels.end(), [&channel](const Channel &other) {
+        return &other != &channel && !other.bLeftOut && other.media.kind != SdpMedia::Kind::Metadata;
+    });
+    if (failure.error() != SELVIK_ERROR_MEDIA || !bAnother) {
+        throw failure;
+    }
+    channel.bLeftOut = true;
 }
 
 void RtspInput::place(Channel &channel, std::vector<MediaUnit> &units)

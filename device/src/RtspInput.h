@@ -34,6 +34,10 @@ public:
     {
         return m_parameters;
     }
+    [[nodiscard]] bool isLeftOut(std::size_t track) const override
+    {
+        return m_channels[track].bLeftOut;
+    }
     [[nodiscard]] bool next(MediaUnit &unit, const Patience &patience) override;
     void close(const Patience &patience) noexcept override;
 
@@ -46,9 +50,10 @@ private:
         int nRtcpChannel = -1;
         Socket rtp; /**< invalid while the media travel on the connection */
         Socket rtcp;
-        Endpoint sender;     /**< where the camera sends its datagrams from; port 0 where it does not say */
-        Endpoint reports;    /**< where it wants receiver reports in datagrams */
-        bool bHeard = false; /**< media have come */
+        Endpoint sender;       /**< where the camera sends its datagrams from; port 0 where it does not say */
+        Endpoint reports;      /**< where it wants receiver reports in datagrams */
+        bool bHeard = false;   /**< media have come */
+        bool bLeftOut = false; /**< they are nothing that can be carried */
         SenderFilter mediaSender;
         SenderFilter reportSender;
     };
@@ -72,6 +77,8 @@ private:
     /** Whether the source of the pictures has taken leave: nothing more is to be expected of this connection. */
     [[nodiscard]] bool isOver() const;
     void collect(Channel &channel, ByteView packet);
+    /** Goes on without a medium, where there is another one to be watched or heard; else throws the failure on. */
+    void leaveOut(Channel &channel, const Failure &failure) const;
     void place(Channel &channel, std::vector<MediaUnit> &units);
 
     TimeSource &m_time;

@@ -35,11 +35,16 @@ public:
     {
         return m_input->tracks();
     }
+    [[nodiscard]] bool isLeftOut(std::size_t track) const override
+    {
+        return m_input->isLeftOut(track);
+    }
     [[nodiscard]] bool next(MediaUnit &unit, const Patience &patience) override
     {
         const auto left = std::chrono::ceil<Milliseconds>(m_watch.lostAt() - patience.now());
         const bool bCame = m_input->next(unit, patience.atMost(left));
-        const bool bPicture = bCame && (!m_bPictures || unit.track == m_nPictures);
+        const bool bWatched = m_bPictures && !m_input->isLeftOut(m_nPictures);
+        const bool bPicture = bCame && (!bWatched || unit.track == m_nPictures);
         if (bPicture) {
             m_watch.sawPicture(patience.now());
         } else if (patience.now() >= m_watch.lostAt()) {

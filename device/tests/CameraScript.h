@@ -20,6 +20,8 @@ struct Script {
     };
 
     std::string clip = "h264.mp4"; /**< H.264 or H.265 pictures, sent at 25 a second of the camera's time */
+    std::string coding;            /**< that the description names for them, where that is another one */
+    bool bSizelessJpegs = false;   /**< sends JPEG pictures too large for a size in their packets, in their place */
     bool bSound = false;           /**< A-law, a tone of noise */
     bool bMetadata = false;        /**< a document with each picture */
     bool bReports = false;         /**< sender reports */

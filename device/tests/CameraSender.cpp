@@ -205,6 +205,11 @@ void CameraSender::sendPicture()
 
 void CameraSender::sendVideo(const Bytes &picture, std::uint32_t time)
 {
+    if (m_script.bSizelessJpegs) {
+        // RFC 2435, 3.1: width and height are 0.
+        sendRtp(m_tracks[0], 96, time, true, {0, 0, 0, 0, 1, 50, 0, 0, 9, 9, 9, 9});
+        return;
+    }
     std::vector<Bytes> payloads;
     for (const Bytes &unit : unitsOf(picture)) {
         if (!m_script.bSetsInDescription || !isParameterSet(m_clip.bH265, unit)) {

@@ -343,7 +343,8 @@ void CameraSession::describe()
     }
     const std::string base = m_place.url + "/";
     const std::string prefix = m_script.bAbsoluteControls ? base : std::string();
-    const std::string name = m_place.clip.bH265 ? "H265" : "H264";
+    const std::string own = m_place.clip.bH265 ? "H265" : "H264";
+    const std::string name = m_script.coding.empty() ? own : m_script.coding;
     std::string sdp = "v=0\r\no=- 1 1 IN IP4 127.0.0.1\r\ns=Camera\r\nt=0 0\r\na=control:*\r\n"
                       "m=video 0 RTP/AVP 96\r\na=rtpmap:96 " +
                       name + "/90000\r\na=control:" + prefix + "track0\r\n";

@@ -110,6 +110,70 @@ const OddMedia kOddMedia[] = {
 INSTANTIATE_TEST_SUITE_P(Cameras, OddMediaPreview, testing::ValuesIn(kOddMedia),
                          [](const testing::TestParamInfo<OddMedia> &testCase) { return testCase.param.pName; });
 
+/** Pictures that cannot be carried, and the line that says so. */
+struct RefusedPictures {
+    const char *pCoding;
+    bool bSizelessJpegs;
+    const char *pLine;
+};
+
+void PrintTo(const RefusedPictures &pictures, std::ostream *pStream)
+{
+    *pStream << pictures.pCoding;
+}
+
+class RefusedPicturesPreview : public PreviewFixture, public testing::WithParamInterface<RefusedPictures>
+{
+protected:
+    RefusedPicturesPreview()
+    {
+        m_script.coding = GetParam().pCoding;
+        m_script.bSizelessJpegs = GetParam().bSizelessJpegs;
+        testing::internal::CaptureStderr();
+    }
+    void expectTold()
+    {
+        const std::string told = testing::internal::GetCapturedStderr();
+        EXPECT_NE(told.find(GetParam().pLine), std::string::npos) << told;
+    }
+
+    Script m_script;
+};
+
+TEST_P(RefusedPicturesPreview, LeaveTheSoundAlive)
+{
+    m_script.bSound = true;
+    const ScriptedCamera camera(m_time, m_script);
+    StreamRecorder recorder(m_time);
+    {
+        const Started preview(*this, recorder, camera.url());
+        ASSERT_GE(preview.handle(), 0) << "error " << preview.error();
+        ASSERT_TRUE(recorder.waitForRecords(1, kRecords, 20s)) << recorder.dataRecords();
+    }
+    expectTold();
+    const StreamContents contents = recorder.read(0);
+    EXPECT_EQ(contents.mediaTypes, std::vector<int>{AVMEDIA_TYPE_AUDIO});
+    EXPECT_GE(contents.nSounds, kRecords - 1);
+    EXPECT_EQ(recorder.headers(), 1U);
+}
+
+TEST_P(RefusedPicturesPreview, AreNoUsableMediaWhereThereIsNoSound)
+{
+    const ScriptedCamera camera(m_time, m_script);
+    StreamRecorder recorder(m_time);
+    const Started preview(*this, recorder, camera.url());
+    EXPECT_EQ(preview.error(), static_cast<unsigned long>(SELVIK_ERROR_MEDIA));
+    expectTold();
+}
+
+INSTANTIATE_TEST_SUITE_P(Cameras, RefusedPicturesPreview,
+                         testing::Values(RefusedPictures{"MP2T", false, "The camera's mp2t cannot be carried."},
+                                         RefusedPictures{"MP2P", false, "The camera's mp2p cannot be carried."},
+                                         RefusedPictures{"JPEG", true, "more than 2040 pixels"}),
+                         [](const testing::TestParamInfo<RefusedPictures> &parameter) {
+                             return std::string(parameter.param.pCoding);
+                         });
+
 class MediaPreview : public PreviewFixture
 {
 };

@@ -30,6 +30,10 @@ public:
     {
         return m_input->tracks();
     }
+    [[nodiscard]] bool isLeftOut(std::size_t track) const override
+    {
+        return m_input->isLeftOut(track);
+    }
     [[nodiscard]] bool next(MediaUnit &unit, const Patience &patience) override
     {
         return m_input->next(unit, patience);

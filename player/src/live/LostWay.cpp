@@ -78,14 +78,14 @@ bool isTagAt(std::string_view bytes, std::size_t at)
 void LostWay::begin(const AVInputFormat &input, Moment now)
 {
     beginAt(input, 0, now);
-    m_bBegun = false;
+    m_nBegunAt = -1;
 }
 
 void LostWay::beginAt(const AVInputFormat &input, std::int64_t position, Moment now)
 {
     m_bFollowsLengths = followsLengths(input);
     m_bHeader = true;
-    m_bBegun = true;
+    m_nBegunAt = position;
     m_nPacketPosition = position;
     m_packetTime = now;
     m_nAnnouncedEnd = position;
@@ -93,7 +93,6 @@ void LostWay::beginAt(const AVInputFormat &input, std::int64_t position, Moment 
 
 void LostWay::foundPacket(std::int64_t position, Moment now)
 {
-    m_bBegun = false;
     m_bAnyPacket = true;
     m_nPacketPosition = position;
     m_packetTime = now;

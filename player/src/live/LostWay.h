@@ -39,17 +39,17 @@ public:
     void foundPacket(std::int64_t position, Moment now);
     /** FFmpeg asks for so many bytes from a position on, at most `bufferBytes` of them when it skips. */
     [[nodiscard]] bool isLost(std::int64_t position, int wanted, int bufferBytes, Moment now);
-    /** No packet was found since the container was opened anew at this position. */
+    /** The container was opened anew at this very position already, whatever packets its header holds. */
     [[nodiscard]] bool isAtBeginning(std::int64_t position) const
     {
-        return m_bBegun && position == m_nPacketPosition;
+        return position == m_nBegunAt;
     }
 
 private:
     const std::int64_t m_nSourceBuffer;
     bool m_bHeader = true;
     bool m_bFollowsLengths = true;
-    bool m_bBegun = false;
+    std::int64_t m_nBegunAt = -1; /**< where the container was opened anew last */
     bool m_bAnyPacket = false;
     /** How far the stream was read, and when, as the last packet was found or the container was opened. */
     std::int64_t m_nPacketPosition = 0;
