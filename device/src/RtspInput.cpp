@@ -1,6 +1,7 @@
 #include "device/src/RtspInput.h"
 
 #include "Selvikdcm.h"
+#include "device/src/DatagramPorts.h"
 #include "device/src/Notice.h"
 #include "device/src/Text.h"
 
@@ -185,34 +186,15 @@ void RtspInput::punch()
     ++m_nPunches;
 }
 
-bool RtspInput::bindPair(Channel &channel, bool bIpv6)
-{
-    // RTP gets an even port and RTCP the next one. Cameras rely on that, whatever numbers they are told.
-    for (int nAttempt = 0; nAttempt < 50; ++nAttempt) {
-        Socket probe = Socket::bindUdp(bIpv6, 0);
-        const unsigned short port = probe.isValid() ? probe.localPort() : 0;
-        if (port == 0 || port % 2 != 0 || port == 0xFFFF) {
-            continue;
-        }
-        Socket next = Socket::bindUdp(bIpv6, static_cast<unsigned short>(port + 1));
-        if (next.isValid()) {
-            channel.rtp = std::move(probe);
-            channel.rtcp = std::move(next);
-            return true;
-        }
-    }
-    return false;
-}
-
 RtspInput::SetupResult RtspInput::setUp(Channel &channel, bool bDatagrams, int nIndex, const Patience &patience)
 {
     std::string transport = "RTP/AVP;multicast";
     if (m_way == RtspWay::Multicast) {
         // The camera names group and ports.
     } else if (bDatagrams) {
-        if (!bindPair(channel, m_session.remoteHost().find(':') != std::string::npos)) {
-            throw Failure(SELVIK_ERROR_RESOURCES);
-        }
+        DatagramPorts ports = DatagramPorts::bind(m_session.remoteHost().find(':') != std::string::npos);
+        channel.rtp = std::move(ports.rtp);
+        channel.rtcp = std::move(ports.rtcp);
         channel.track->useDatagrams();
         const int nPort = channel.rtp.localPort();
         transport = "RTP/AVP;unicast;client_port=" + std::to_string(nPort) + "-" + std::to_string(nPort + 1);

@@ -62,7 +62,6 @@ private:
     void chooseTracks(const Sdp &sdp);
     void setUpAll(const Patience &patience);
     [[nodiscard]] SetupResult setUp(Channel &channel, bool bDatagrams, int nIndex, const Patience &patience);
-    [[nodiscard]] static bool bindPair(Channel &channel, bool bIpv6);
     void readTransport(Channel &channel, const Transport &transport) const;
     /** Joins the group that the camera names; false where it names none. */
     [[nodiscard]] bool joinGroup(Channel &channel, const Transport &transport) const;
