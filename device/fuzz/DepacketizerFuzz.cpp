@@ -4,8 +4,6 @@
 #include "device/src/RtpDepacketizer.h"
 #include "tests/support/FuzzTarget.h"
 
-using pellora::test::mustHold;
-
 namespace selvik
 {
 namespace

@@ -67,6 +67,14 @@ std::string withZone(std::string host)
     return host;
 }
 
+/** Whether it looks like a number of IPv6, with or without a zone behind it: nothing else stands in brackets. */
+bool isIpv6(const std::string &text)
+{
+    const std::string number = text.substr(0, text.find('%'));
+    return number.find(':') != std::string::npos &&
+           number.find_first_not_of("0123456789abcdefABCDEF:.") == std::string::npos;
+}
+
 /** "host", "host:port", "[v6]:port" into their parts; an empty host where that is none of them. */
 struct HostAndPort {
     std::string host;
@@ -80,7 +88,7 @@ HostAndPort splitHost(const std::string &text)
     std::size_t end = 0;
     if (!text.empty() && text.front() == '[') {
         const std::size_t close = text.find(']');
-        if (close == std::string::npos) {
+        if (close == std::string::npos || !isIpv6(text.substr(1, close - 1))) {
             return result;
         }
         result.host = withZone(text.substr(1, close - 1));
@@ -157,7 +165,8 @@ std::optional<Address> Address::parse(const std::string &text, const Credentials
     address.m_bPortGiven = where.bPort;
     address.m_port = where.bPort ? parsePort(where.port) : pName->port;
     address.m_path = rest.substr(hostEnd);
-    if (address.m_host.empty() || address.m_port == 0 || address.m_host.find_first_of(" \\@\"") != std::string::npos) {
+    if (address.m_host.empty() || address.m_port == 0 ||
+        address.m_host.find_first_of(" \\@\"[]") != std::string::npos) {
         return std::nullopt;
     }
     return address;

@@ -61,6 +61,9 @@ INSTANTIATE_TEST_SUITE_P(
         AddressCase{"rtsp://", nullptr, "", 0, "", ""}, AddressCase{"rtsp:cam/x", nullptr, "", 0, "", ""},
         AddressCase{"rtsp://cam:0/x", nullptr, "", 0, "", ""}, AddressCase{"rtsp://cam:70000/", nullptr, "", 0, "", ""},
         AddressCase{"rtsp://cam:abc/", nullptr, "", 0, "", ""}, AddressCase{"rtsp://[::1/x", nullptr, "", 0, "", ""},
+        AddressCase{"rtsp://[[f1%25eth0]/x", nullptr, "", 0, "", ""},
+        AddressCase{"rtsp://[f%40::1]/x", nullptr, "", 0, "", ""},
+        AddressCase{"rtsp://[cam]/x", nullptr, "", 0, "", ""}, AddressCase{"rtsp://c]am/x", nullptr, "", 0, "", ""},
         AddressCase{"rtsp://cam/x\r\nInjected: 1", nullptr, "", 0, "", ""},
         AddressCase{"ftp://cam/x", nullptr, "", 0, "", ""}, AddressCase{"cam", nullptr, "", 0, "", ""},
         AddressCase{"", nullptr, "", 0, "", ""}));

@@ -112,10 +112,10 @@ CameraSender::CameraSender(const Script &script, const CameraClip &clip, TestSoc
       m_foreigner(::socket(AF_INET, SOCK_DGRAM, 0))
 {
     sockaddr_in address = loopback(0);
-    bind(m_datagrams, reinterpret_cast<const sockaddr *>(&address), sizeof address);
+    (void)bind(m_datagrams, reinterpret_cast<const sockaddr *>(&address), sizeof address);
     // 127.0.0.2
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK + 1);
-    bind(m_foreigner, reinterpret_cast<const sockaddr *>(&address), sizeof address);
+    (void)bind(m_foreigner, reinterpret_cast<const sockaddr *>(&address), sizeof address);
     // What goes to groups stays on this machine.
     const in_addr group = loopback(0).sin_addr;
     setsockopt(m_datagrams, IPPROTO_IP, IP_MULTICAST_IF, reinterpret_cast<const char *>(&group), sizeof group);

@@ -56,7 +56,7 @@ unsigned short freeMulticastPort()
         const TestSocket socket = ::socket(AF_INET, SOCK_DGRAM, 0);
         sockaddr_in address = loopback(0);
         socklen_t size = sizeof address;
-        bind(socket, reinterpret_cast<const sockaddr *>(&address), size);
+        (void)bind(socket, reinterpret_cast<const sockaddr *>(&address), size);
         getsockname(socket, reinterpret_cast<sockaddr *>(&address), &size);
         closeSocket(socket);
         if (ntohs(address.sin_port) % 2 == 0) {

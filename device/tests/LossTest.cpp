@@ -24,7 +24,7 @@ protected:
         m_begin = m_time.now();
     }
     /** Before these pictures of each connection, so long is waited instead of 40 ms. */
-    void pause(std::map<int, Milliseconds> pauses)
+    void pause(const std::map<int, Milliseconds> &pauses)
     {
         m_camera.script = [pauses](int, int nUnit) {
             CameraDouble::Step step;

@@ -50,8 +50,9 @@ protected:
     static OnvifScript showing(const ScriptedCamera &camera, OnvifScript script = {},
                                const std::string &host = "127.0.0.1")
     {
-        const std::string url = "rtsp://" + host + ":" + std::to_string(camera.port()) + "/live";
-        script.uri = [url](const std::string &) { return url; };
+        script.uri = [url = "rtsp://" + host + ":" + std::to_string(camera.port()) + "/live"](const std::string &) {
+            return std::string(url);
+        };
         return script;
     }
     /** The error of a start; none where it plays. */
