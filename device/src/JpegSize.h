@@ -10,7 +10,7 @@ namespace selvik
 /**
  * The size of JPEG pictures that have more than 2040 pixels on a side. RTP cannot tell it in its own head (RFC 2435,
  * 3.1.5): there is zero. Cameras tell it in their description (a=framesize, a=x-dimensions), or send the heads of the
- * JPEG file in an extension of the packet (ONVIF Streaming Specification, 5.1.3).
+ * JPEG file in an extension of the packet (ONVIF's, of the profile 0xFFD8).
  *
  * Threads: one.
  */

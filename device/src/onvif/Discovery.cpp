@@ -21,8 +21,8 @@ constexpr std::size_t kMaxMatches = 16; // in one answer
 constexpr std::size_t kMaxWords = 100;  // scopes or addresses of one device
 constexpr std::size_t kMaxName = 128;
 
-// The two types that ONVIF devices answer to: the first is that of cameras and recorders from the beginning, the second
-// that of every device by the present specification.
+// The two types that ONVIF devices answer to: cameras and recorders have had the first from the beginning, and every
+// newer device has the second.
 constexpr const char *kTypes[][2] = {{"http://www.onvif.org/ver10/network/wsdl", "NetworkVideoTransmitter"},
                                      {"http://www.onvif.org/ver10/device/wsdl", "Device"}};
 constexpr const char *kScope = "onvif://www.onvif.org/";

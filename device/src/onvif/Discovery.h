@@ -19,8 +19,8 @@ struct FoundDevice {
 
 /**
  * Searches for ONVIF devices by WS-Discovery (docs.oasis-open.org, 2005/04, SOAP 1.2 over UDP): asks a group of the
- * network who is a NetworkVideoTransmitter or any other device of ONVIF's, and gathers what answers. Scopes are those
- * of ONVIF's Core Specification, "Device discovery".
+ * network who is a NetworkVideoTransmitter or any other device of ONVIF's, and gathers what answers. Scopes begin with
+ * onvif://www.onvif.org/.
  *
  * Threads: one.
  * Errors:  Failure(SELVIK_ERROR_ADDRESS) for an interface or group that is no numeric address, SELVIK_ERROR_RESOURCES

@@ -14,7 +14,7 @@ namespace
 constexpr const char *kDevice = "http://www.onvif.org/ver10/device/wsdl";
 constexpr const char *kMedia1 = "http://www.onvif.org/ver10/media/wsdl";
 constexpr const char *kMedia2 = "http://www.onvif.org/ver20/media/wsdl";
-// The entry point that the Core Specification fixes.
+// The entry point, the same on every ONVIF device.
 constexpr const char *kDevicePath = "/onvif/device_service";
 constexpr unsigned short kEncryptedPort = 443;
 
@@ -117,7 +117,7 @@ void OnvifDevice::readClock(const Patience &patience)
         m_soap.clock().set({numberIn(date, "Year"), numberIn(date, "Month"), numberIn(date, "Day"),
                             numberIn(time, "Hour"), numberIn(time, "Minute"), numberIn(time, "Second")});
     } catch (const Failure &failure) {
-        // Some devices keep their clock to themselves, against the specification. It is taken for right then.
+        // Everybody may ask for the time. Some devices keep it to themselves; their clock is taken for right then.
         if (failure.error() != SELVIK_ERROR_REFUSED) {
             throw;
         }

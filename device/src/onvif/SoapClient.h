@@ -36,8 +36,7 @@ struct SoapAnswer {
 
 /**
  * Operations by SOAP 1.2 over HTTP, with credentials in the way that the device takes them: first WS-Security's user
- * token, then HTTP's digest, then both (Core Specification 5.9.2, "Authentication over HTTP and HTTPS", lets a device
- * choose between the first two).
+ * token, then HTTP's digest, then both. ONVIF lets a device choose between the first two.
  *
  * Threads: one.
  * Errors:  Failure(SELVIK_ERROR_REFUSED) for credentials that are not enough; as HttpClient; SELVIK_ERROR_MEDIA for
