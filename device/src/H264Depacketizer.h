@@ -1,7 +1,7 @@
 #ifndef DEVICE_H264DEPACKETIZER_H
 #define DEVICE_H264DEPACKETIZER_H
 
-#include "device/src/RtpDepacketizer.h"
+#include "device/src/UnitDepacketizer.h"
 
 namespace selvik
 {
@@ -13,30 +13,17 @@ namespace selvik
  * Units go on in the order of their coming: interleaved ones are not put back into the order of decoding. Cameras that
  * put several units with start codes into one packet are understood.
  */
-class H264Depacketizer : public RtpDepacketizer
+class H264Depacketizer : public UnitDepacketizer
 {
 public:
     explicit H264Depacketizer(const SdpMedia &media);
 
-    [[nodiscard]] const AVCodecParameters &parameters() const override
-    {
-        return *m_parameters;
-    }
     void feed(const RtpPacket &packet, CodedSink &sink) override;
-    void lose() override
-    {
-        m_bInside = false;
-    }
-    [[nodiscard]] bool isInsideUnit() const override
-    {
-        return m_bInside;
-    }
 
 private:
-    void feedFragment(ByteView payload, std::size_t head, CodedSink &sink);
-
-    ParametersPtr m_parameters;
-    bool m_bInside = false; /**< between the first and the last fragment of a unit */
+    static void feedUnit(ByteView unit, CodedSink &sink);
+    /** Units with their sizes before them; `between` bytes of each are numbers of no use here. */
+    static void feedAggregate(ByteView payload, std::size_t between, CodedSink &sink);
 };
 
 } // namespace selvik

@@ -17,37 +17,31 @@ constexpr int kAggregate = 48;
 constexpr int kFragment = 49;
 constexpr int kPaci = 50;
 constexpr std::size_t kUnitHead = 2;
-// What the beginning of a slice needs that is looked at before the rest comes.
-constexpr std::size_t kHead = 24;
 
 int typeOf(ByteView unit)
 {
     return (unit.pData[0] >> 1) & 0x3F;
 }
 
-void feedUnit(ByteView unit, CodedSink &sink)
+} // namespace
+
+H265Depacketizer::H265Depacketizer(const SdpMedia &media)
+    : UnitDepacketizer(describedPictures(AV_CODEC_ID_HEVC, media, {"sprop-vps", "sprop-sps", "sprop-pps"})),
+      m_bNumbered(leadingNumber(media.parameter("sprop-max-don-diff")) > 0)
+{
+}
+
+void H265Depacketizer::feedUnit(ByteView unit, CodedSink &sink)
 {
     constexpr int kFirstOfParameterSets = 32;
     if (unit.size < kUnitHead) {
         return;
     }
     if (!beginsWithStartCode(unit) && typeOf(unit) < kFirstOfParameterSets) {
-        sink.begin(unit);
-        sink.append(unit);
+        feedWhole(unit, sink);
         return;
     }
-    visitUnits(unit, Leading::IsUnit, [&sink](ByteView inner) {
-        sink.begin(inner);
-        sink.append(inner);
-    });
-}
-
-} // namespace
-
-H265Depacketizer::H265Depacketizer(const SdpMedia &media)
-    : m_parameters(describedPictures(AV_CODEC_ID_HEVC, media, {"sprop-vps", "sprop-sps", "sprop-pps"})),
-      m_bNumbered(leadingNumber(media.parameter("sprop-max-don-diff")) > 0)
-{
+    feedEach(unit, sink);
 }
 
 void H265Depacketizer::feed(const RtpPacket &packet, CodedSink &sink)
@@ -58,10 +52,10 @@ void H265Depacketizer::feed(const RtpPacket &packet, CodedSink &sink)
     }
     const int nType = typeOf(payload);
     if (nType == kFragment) {
-        feedFragment(payload, sink);
+        takeFragment(payload, sink);
         return;
     }
-    m_bInside = false;
+    endFragments();
     if (nType == kAggregate) {
         feedAggregate(payload.from(kUnitHead), sink);
     } else if (nType != kPaci) {
@@ -80,11 +74,7 @@ void H265Depacketizer::feedSingle(ByteView payload, CodedSink &sink) const
     }
     // The number stands behind the unit's own head.
     const ByteView body = payload.from(kUnitHead + 2);
-    std::array<std::uint8_t, kHead> head = {payload.pData[0], payload.pData[1]};
-    const std::size_t size = std::min(body.size, head.size() - kUnitHead);
-    std::copy_n(body.begin(), size, head.begin() + kUnitHead);
-    sink.begin({head.data(), kUnitHead + size});
-    sink.append({head.data(), kUnitHead});
+    begin({payload.pData, kUnitHead}, body, sink);
     sink.append(body);
 }
 
@@ -101,24 +91,14 @@ void H265Depacketizer::feedAggregate(ByteView payload, CodedSink &sink) const
     }
 }
 
-void H265Depacketizer::feedFragment(ByteView payload, CodedSink &sink)
+void H265Depacketizer::takeFragment(ByteView payload, CodedSink &sink)
 {
-    const std::uint8_t nFlags = payload.pData[kUnitHead];
-    const bool bFirst = (nFlags & 0x80) != 0;
-    const ByteView fragment = payload.from(kUnitHead + 1 + (bFirst && m_bNumbered ? 2 : 0));
-    if (bFirst) {
-        std::array<std::uint8_t, kHead> head = {
-            static_cast<std::uint8_t>((payload.pData[0] & 0x81) | (nFlags & 0x3F) << 1), payload.pData[1]};
-        const std::size_t size = std::min(fragment.size, head.size() - kUnitHead);
-        std::copy_n(fragment.begin(), size, head.begin() + kUnitHead);
-        sink.begin({head.data(), kUnitHead + size});
-        sink.append({head.data(), kUnitHead});
-        m_bInside = true;
-    }
-    if (m_bInside) {
-        sink.append(fragment);
-        m_bInside = (nFlags & 0x40) == 0;
-    }
+    const std::uint8_t flags = payload.pData[kUnitHead];
+    const bool bFirst = (flags & 0x80) != 0;
+    const std::array<std::uint8_t, kUnitHead> head = {
+        static_cast<std::uint8_t>((payload.pData[0] & 0x81) | (flags & 0x3F) << 1), payload.pData[1]};
+    feedFragment(flags, {head.data(), head.size()}, payload.from(kUnitHead + 1 + (bFirst && m_bNumbered ? 2 : 0)),
+                 sink);
 }
 
 } // namespace selvik

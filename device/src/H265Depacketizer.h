@@ -1,7 +1,7 @@
 #ifndef DEVICE_H265DEPACKETIZER_H
 #define DEVICE_H265DEPACKETIZER_H
 
-#include "device/src/RtpDepacketizer.h"
+#include "device/src/UnitDepacketizer.h"
 
 namespace selvik
 {
@@ -13,33 +13,20 @@ namespace selvik
  * Units go on in the order of their coming, whatever these numbers say. Cameras that put several units with start codes
  * into one packet are understood.
  */
-class H265Depacketizer : public RtpDepacketizer
+class H265Depacketizer : public UnitDepacketizer
 {
 public:
     explicit H265Depacketizer(const SdpMedia &media);
 
-    [[nodiscard]] const AVCodecParameters &parameters() const override
-    {
-        return *m_parameters;
-    }
     void feed(const RtpPacket &packet, CodedSink &sink) override;
-    void lose() override
-    {
-        m_bInside = false;
-    }
-    [[nodiscard]] bool isInsideUnit() const override
-    {
-        return m_bInside;
-    }
 
 private:
+    static void feedUnit(ByteView unit, CodedSink &sink);
     void feedSingle(ByteView payload, CodedSink &sink) const;
     void feedAggregate(ByteView payload, CodedSink &sink) const;
-    void feedFragment(ByteView payload, CodedSink &sink);
+    void takeFragment(ByteView payload, CodedSink &sink);
 
-    ParametersPtr m_parameters;
     bool m_bNumbered;
-    bool m_bInside = false; /**< between the first and the last fragment of a unit */
 };
 
 } // namespace selvik

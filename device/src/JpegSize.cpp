@@ -59,11 +59,7 @@ void JpegSize::complete(std::uint8_t *pPicture, std::size_t size) const
         notice("The camera's JPEG pictures have more than 2040 pixels on a side, and it does not say how many.");
         throw Failure(SELVIK_ERROR_MEDIA);
     }
-    if (!isSizeAllowed(nWidth, nHeight)) {
-        notice("The camera's pictures have " + std::to_string(nWidth) + " x " + std::to_string(nHeight) +
-               " pixels. That is more than can be shown.");
-        throw Failure(SELVIK_ERROR_MEDIA);
-    }
+    requireSizeAllowed(nWidth, nHeight);
     write16(pPicture + at, nHeight);
     write16(pPicture + at + 2, nWidth);
 }

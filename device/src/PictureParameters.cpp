@@ -37,11 +37,7 @@ Bytes fromBase64(const std::string &text)
 
 void setSize(AVCodecParameters &parameters, std::int64_t nWidth, std::int64_t nHeight)
 {
-    if (!isSizeAllowed(nWidth, nHeight)) {
-        notice("The camera's pictures have " + std::to_string(nWidth) + " x " + std::to_string(nHeight) +
-               " pixels. That is more than can be shown.");
-        throw Failure(SELVIK_ERROR_MEDIA);
-    }
+    requireSizeAllowed(nWidth, nHeight);
     if (nWidth > 0 && nHeight > 0) {
         parameters.width = static_cast<int>(nWidth);
         parameters.height = static_cast<int>(nHeight);
@@ -49,6 +45,15 @@ void setSize(AVCodecParameters &parameters, std::int64_t nWidth, std::int64_t nH
 }
 
 } // namespace
+
+void requireSizeAllowed(std::int64_t nWidth, std::int64_t nHeight)
+{
+    if (!isSizeAllowed(nWidth, nHeight)) {
+        notice("The camera's pictures have " + std::to_string(nWidth) + " x " + std::to_string(nHeight) +
+               " pixels. That is more than can be shown.");
+        throw Failure(SELVIK_ERROR_MEDIA);
+    }
+}
 
 void setExtradata(AVCodecParameters &parameters, const Bytes &bytes)
 {

@@ -19,6 +19,9 @@ constexpr std::int64_t kMaxPicturePixels = 64 << 20;
     return nWidth <= kMaxPictureSide && nHeight <= kMaxPictureSide && nWidth * nHeight <= kMaxPicturePixels;
 }
 
+/** Throws Failure(SELVIK_ERROR_MEDIA), and says why, where pictures of that size are too large. */
+void requireSizeAllowed(std::int64_t nWidth, std::int64_t nHeight);
+
 /** A copy of these bytes becomes the track's extradata. */
 void setExtradata(AVCodecParameters &parameters, const Bytes &bytes);
 
