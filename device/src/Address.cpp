@@ -30,23 +30,6 @@ const SchemeName &nameOf(Address::Scheme scheme)
                          [scheme](const SchemeName &name) { return name.scheme == scheme; });
 }
 
-std::string encodePercent(const std::string &text)
-{
-    static const char digits[] = "0123456789ABCDEF";
-    std::string encoded;
-    for (const char letter : text) {
-        const auto byte = static_cast<unsigned char>(letter);
-        if (std::isalnum(byte) != 0 || letter == '-' || letter == '_' || letter == '.' || letter == '~') {
-            encoded += letter;
-        } else {
-            encoded += '%';
-            encoded += digits[byte >> 4];
-            encoded += digits[byte & 15];
-        }
-    }
-    return encoded;
-}
-
 /** A port number of 1 to 65535; 0 for anything else. */
 unsigned short parsePort(const std::string &text)
 {
@@ -240,16 +223,6 @@ Address Address::asHttp() const
     // The other scheme has another port where none is named.
     address.m_bPortGiven = true;
     return address;
-}
-
-std::string Address::urlForHost(const std::string &host) const
-{
-    std::string text = std::string(nameOf(m_scheme).pText) + "://";
-    if (!m_credentials.empty()) {
-        text += encodePercent(m_credentials.user) + ":" + encodePercent(m_credentials.password) + "@";
-    }
-    text += host.find(':') == std::string::npos ? host : "[" + host + "]";
-    return text + ":" + std::to_string(m_port) + m_path;
 }
 
 } // namespace selvik

@@ -43,6 +43,15 @@ public:
     {
         return m_scheme == Scheme::Rtsp || m_scheme == Scheme::Rtsps;
     }
+    [[nodiscard]] bool isHttp() const
+    {
+        return m_scheme == Scheme::Http || m_scheme == Scheme::Https;
+    }
+    /** By TLS. */
+    [[nodiscard]] bool isEncrypted() const
+    {
+        return m_scheme == Scheme::Rtsps || m_scheme == Scheme::Https;
+    }
     /** Without brackets; of a link-local IPv6 address with its zone, "fe80::1%3". */
     [[nodiscard]] const std::string &host() const
     {
@@ -78,8 +87,6 @@ public:
     [[nodiscard]] Address asHttp() const;
     /** The Host header's value. */
     [[nodiscard]] std::string hostAndPort() const;
-    /** The same address with the host exchanged for a numeric one, with credentials: for FFmpeg's HTTP client. */
-    [[nodiscard]] std::string urlForHost(const std::string &host) const;
 
 private:
     [[nodiscard]] static std::optional<Address> parseFile(const std::string &rest);

@@ -2,6 +2,7 @@
 
 #include "Selvikdcm.h"
 #include "device/src/ConnectTo.h"
+#include "device/src/Location.h"
 #include "device/src/Text.h"
 
 #include <algorithm>
@@ -41,26 +42,6 @@ unsigned long errorOf(int nStatus)
     }
 }
 
-/** A Location header's value, which may be relative to where it came from. */
-std::string absolute(const std::string &location, const Address &from)
-{
-    const std::string base = from.url();
-    const std::size_t authority = base.find("://") + 3;
-    if (location.find("://") != std::string::npos && location.find("://") < location.find_first_of("/?#")) {
-        return location;
-    }
-    if (startsWith(location, "//")) {
-        return base.substr(0, authority - 2) + location;
-    }
-    const std::size_t path = std::min(base.find_first_of("/?#", authority), base.size());
-    if (startsWith(location, "/")) {
-        return base.substr(0, path) + location;
-    }
-    const std::size_t query = std::min(base.find_first_of("?#", path), base.size());
-    const std::size_t folder = path == query ? path : base.rfind('/', query) + 1;
-    return base.substr(0, folder) + (path == query ? "/" : "") + location;
-}
-
 } // namespace
 
 HttpStream::HttpStream(Address address, std::string headers)
@@ -73,8 +54,7 @@ HttpStream::HttpStream(Address address, std::string headers)
 
 std::unique_ptr<ByteStream> HttpStream::connectAgain(const Patience &patience)
 {
-    const bool bEncrypted = m_place.scheme() == Address::Scheme::Https;
-    Connected connected = connectTo(m_place.host(), m_place.port(), bEncrypted, patience);
+    Connected connected = connectTo(m_place.host(), m_place.port(), m_place.isEncrypted(), patience);
     m_remoteHost = std::move(connected.remoteHost);
     return std::move(connected.stream);
 }
@@ -104,9 +84,7 @@ std::string HttpStream::target() const
 void HttpStream::open(const Patience &patience)
 {
     for (int nRedirections = 0; nRedirections <= kMostRedirections; ++nRedirections) {
-        const bool bSameHost = lowerCase(m_place.host()) == lowerCase(m_address.host());
-        const bool bWeaker = m_address.scheme() == Address::Scheme::Https && m_place.scheme() != Address::Scheme::Https;
-        m_authenticator = Authenticator(bSameHost && !bWeaker ? m_address.credentials() : Credentials());
+        m_authenticator = Authenticator(m_place.credentials());
         RtspResponse response = ask(patience);
         for (int i = 0; i < kMostQuestions && response.nStatus == 401; ++i) {
             if (!m_authenticator.challenge(response.allOf("www-authenticate"), i > 0)) {
@@ -129,9 +107,8 @@ void HttpStream::open(const Patience &patience)
 
 void HttpStream::redirect(const std::string &location)
 {
-    std::optional<Address> place = Address::parse(absolute(location, m_place), {});
-    const bool bHttp = place && (place->scheme() == Address::Scheme::Http || place->scheme() == Address::Scheme::Https);
-    if (!bHttp) {
+    std::optional<Address> place = resolveLocation(m_address, {}, m_place, location);
+    if (!place) {
         throw Failure(SELVIK_ERROR_CHANNEL);
     }
     m_place = *std::move(place);

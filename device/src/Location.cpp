@@ -48,12 +48,12 @@ std::optional<Address> resolveLocation(const Address &login, const std::string &
         return std::nullopt;
     }
     std::optional<Address> target = Address::parse(absolute(present, location), {});
-    if (!target || !target->isRtsp()) {
+    if (!target || (login.isRtsp() ? !target->isRtsp() : !target->isHttp())) {
         return std::nullopt;
     }
     const bool bSameHost =
         lowerCase(target->host()) == lowerCase(login.host()) || (!loginRemote.empty() && target->host() == loginRemote);
-    const bool bWeaker = login.scheme() == Address::Scheme::Rtsps && target->scheme() != Address::Scheme::Rtsps;
+    const bool bWeaker = login.isEncrypted() && !target->isEncrypted();
     target->setCredentials(bSameHost && !bWeaker ? login.credentials() : Credentials());
     return target;
 }

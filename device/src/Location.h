@@ -15,7 +15,7 @@ namespace selvik
  * The credentials are those of the log-in's address, where the target is on the same host and no weaker encrypted; else
  * there are none. Those inside the header are the device's own words, and are never used.
  * @param loginRemote the numeric address that the log-in's host has, which is the same host; may be empty
- * @return nothing where that is no address for RTSP
+ * @return nothing where that is no address of the log-in's kind, RTSP or HTTP
  */
 [[nodiscard]] std::optional<Address> resolveLocation(const Address &login, const std::string &loginRemote,
                                                      const Address &present, const std::string &location);

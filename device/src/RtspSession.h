@@ -66,7 +66,7 @@ public:
     }
     [[nodiscard]] bool isEncrypted() const
     {
-        return m_address.scheme() == Address::Scheme::Rtsps;
+        return m_address.isEncrypted();
     }
     /** How often keepAlive() is to be called: half of the time-out that the camera names. */
     [[nodiscard]] Milliseconds keepAliveInterval() const

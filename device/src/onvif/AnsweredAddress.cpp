@@ -27,11 +27,11 @@ std::optional<Address> parseAnswered(std::string text)
 std::optional<HttpTarget> serviceTarget(const std::string &answered, const HttpTarget &from)
 {
     const std::optional<Address> address = parseAnswered(answered);
-    if (!address || (address->scheme() != Address::Scheme::Http && address->scheme() != Address::Scheme::Https)) {
+    if (!address || !address->isHttp()) {
         return std::nullopt;
     }
     HttpTarget target = from;
-    const bool bEncrypted = address->scheme() == Address::Scheme::Https;
+    const bool bEncrypted = address->isEncrypted();
     if (bEncrypted || !from.bEncrypted) {
         target.bEncrypted = bEncrypted;
         target.port = address->port();
@@ -43,7 +43,7 @@ std::optional<HttpTarget> serviceTarget(const std::string &answered, const HttpT
 std::optional<Address> streamAddress(const std::string &answered, const Address &device)
 {
     const std::optional<Address> address = parseAnswered(answered);
-    if (!address || address->scheme() == Address::Scheme::File || address->scheme() == Address::Scheme::Onvif) {
+    if (!address || (!address->isRtsp() && !address->isHttp())) {
         return std::nullopt;
     }
     return address->at(device.host(), device.credentials().empty() ? address->credentials() : device.credentials());
