@@ -3,12 +3,7 @@
 #include "device/src/Ffmpeg.h"
 #include "device/src/Text.h"
 
-extern "C" {
-#include <libavutil/base64.h>
-}
-
 #include <cstdio>
-#include <random>
 #include <utility>
 
 namespace selvik
@@ -31,14 +26,6 @@ std::string hexHash(const char *pAlgorithm, const std::string &text)
     return result.c_str();
 }
 
-std::string base64(const std::string &text)
-{
-    std::string encoded(AV_BASE64_SIZE(text.size()), '\0');
-    av_base64_encode(encoded.data(), static_cast<int>(encoded.size()),
-                     reinterpret_cast<const std::uint8_t *>(text.data()), static_cast<int>(text.size()));
-    return encoded.c_str();
-}
-
 std::string quoted(const std::string &text)
 {
     std::string result = "\"";
@@ -56,14 +43,6 @@ std::string quoted(const std::string &text)
 Authenticator::Authenticator(Credentials credentials, std::function<std::string()> nonce)
     : m_credentials(std::move(credentials)), m_nonce(std::move(nonce))
 {
-}
-
-std::string Authenticator::randomNonce()
-{
-    std::random_device random;
-    char text[17];
-    std::snprintf(text, sizeof text, "%08x%08x", random(), random());
-    return text;
 }
 
 bool Authenticator::challenge(const std::vector<std::string> &headers, bool bRefused)
@@ -154,8 +133,11 @@ std::string Authenticator::authorization(const std::string &method, const std::s
     if (m_kind == Kind::None) {
         return {};
     }
-    return m_kind == Kind::Basic ? "Basic " + base64(m_credentials.user + ":" + m_credentials.password)
-                                 : digest(method, url);
+    if (m_kind == Kind::Digest) {
+        return digest(method, url);
+    }
+    const std::string pair = m_credentials.user + ":" + m_credentials.password;
+    return "Basic " + base64({reinterpret_cast<const std::uint8_t *>(pair.data()), pair.size()});
 }
 
 } // namespace selvik

@@ -3,6 +3,7 @@
 
 #include "device/src/Address.h"
 #include "device/src/Challenge.h"
+#include "device/src/Text.h"
 
 #include <functional>
 #include <string>
@@ -22,7 +23,7 @@ class Authenticator
 {
 public:
     /** `nonce` makes the client's part of each digest; by default of random numbers. */
-    explicit Authenticator(Credentials credentials, std::function<std::string()> nonce = &randomNonce);
+    explicit Authenticator(Credentials credentials, std::function<std::string()> nonce = &randomWord);
 
     /**
      * Takes the device's WWW-Authenticate headers. Whether another attempt makes sense: not without credentials, nor
@@ -36,7 +37,6 @@ public:
 private:
     enum class Kind { None, Basic, Digest };
 
-    [[nodiscard]] static std::string randomNonce();
     [[nodiscard]] std::string digest(const std::string &method, const std::string &url);
     [[nodiscard]] std::string hash(const std::string &text) const;
     /** "auth" or "auth-int", whichever is to be answered with; empty where the device has asked for neither. */

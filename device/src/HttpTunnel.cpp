@@ -1,27 +1,13 @@
 #include "device/src/HttpTunnel.h"
 
 #include "Selvikdcm.h"
-
-extern "C" {
-#include <libavutil/base64.h>
-}
-
-#include <cstdio>
-#include <random>
+#include "device/src/Text.h"
 
 namespace selvik
 {
 
 namespace
 {
-
-std::string randomWord()
-{
-    std::random_device random;
-    char text[17];
-    std::snprintf(text, sizeof text, "%08x%08x", random(), random());
-    return text;
-}
 
 std::string headers(const std::string &cookie)
 {
@@ -60,10 +46,8 @@ std::size_t HttpTunnel::receive(std::uint8_t *pBuffer, std::size_t capacity, con
 
 void HttpTunnel::send(const std::uint8_t *pData, std::size_t size, const Patience &patience)
 {
-    std::string text(AV_BASE64_SIZE(size), '\0');
-    av_base64_encode(text.data(), static_cast<int>(text.size()), pData, static_cast<int>(size));
-    // Without the null at its end.
-    m_requests->send(reinterpret_cast<const std::uint8_t *>(text.data()), text.size() - 1, patience);
+    const std::string text = base64({pData, size});
+    m_requests->send(reinterpret_cast<const std::uint8_t *>(text.data()), text.size(), patience);
 }
 
 } // namespace selvik

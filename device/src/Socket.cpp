@@ -1,18 +1,12 @@
 #include "device/src/Socket.h"
 
-#ifdef _WIN32
-#include <winsock2.h>
-#include <ws2tcpip.h>
-#else
-#include <arpa/inet.h>
+#include "device/src/NativeSocket.h"
+
+#ifndef _WIN32
 #include <cerrno>
 #include <csignal>
-#include <fcntl.h>
-#include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
 #endif
 
 #include <algorithm>
@@ -26,8 +20,6 @@ namespace
 {
 
 #ifdef _WIN32
-using NativeSocket = SOCKET;
-constexpr NativeSocket kNoSocket = INVALID_SOCKET;
 constexpr int kSendFlags = 0;
 
 bool wouldBlock()
@@ -42,17 +34,6 @@ bool isReset()
     return WSAGetLastError() == WSAECONNRESET;
 }
 
-void makeNonBlocking(NativeSocket handle)
-{
-    u_long on = 1;
-    ioctlsocket(handle, FIONBIO, &on);
-}
-
-void closeNative(NativeSocket handle)
-{
-    closesocket(handle);
-}
-
 int pollNative(WSAPOLLFD *pEntries, std::size_t count, Milliseconds duration)
 {
     return WSAPoll(pEntries, static_cast<ULONG>(count), static_cast<int>(duration.count()));
@@ -60,8 +41,6 @@ int pollNative(WSAPOLLFD *pEntries, std::size_t count, Milliseconds duration)
 
 using PollEntry = WSAPOLLFD;
 #else
-using NativeSocket = int;
-constexpr NativeSocket kNoSocket = -1;
 constexpr int kSendFlags = MSG_NOSIGNAL;
 
 bool wouldBlock()
@@ -72,16 +51,6 @@ bool wouldBlock()
 bool isReset()
 {
     return errno == ECONNREFUSED;
-}
-
-void makeNonBlocking(NativeSocket handle)
-{
-    fcntl(handle, F_SETFL, fcntl(handle, F_GETFL) | O_NONBLOCK);
-}
-
-void closeNative(NativeSocket handle)
-{
-    ::close(handle);
 }
 
 int pollNative(pollfd *pEntries, std::size_t count, Milliseconds duration)
@@ -208,9 +177,7 @@ Socket Socket::bindUdp(bool bIpv6, unsigned short port)
     }
     Socket socket(static_cast<Handle>(handle));
     makeNonBlocking(handle);
-    // A key picture comes in one burst: room for a few of them.
-    int size = 2 << 20;
-    setsockopt(handle, SOL_SOCKET, SO_RCVBUF, reinterpret_cast<const char *>(&size), sizeof size);
+    makeRoomForBursts(handle);
     return ::bind(handle, native(address), static_cast<socklen_t>(address.size())) == 0 ? std::move(socket) : Socket();
 }
 

@@ -1,52 +1,13 @@
 // Sockets that take part in a multicast group.
 
+#include "device/src/NativeSocket.h"
 #include "device/src/Socket.h"
-
-#ifdef _WIN32
-#include <winsock2.h>
-#include <ws2tcpip.h>
-#else
-#include <arpa/inet.h>
-#include <fcntl.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-#endif
-
-#include <cstring>
 
 namespace selvik
 {
 
 namespace
 {
-
-#ifdef _WIN32
-using NativeSocket = SOCKET;
-constexpr NativeSocket kNoSocket = INVALID_SOCKET;
-
-void makeNonBlocking(NativeSocket handle)
-{
-    u_long on = 1;
-    ioctlsocket(handle, FIONBIO, &on);
-}
-void closeNative(NativeSocket handle)
-{
-    closesocket(handle);
-}
-#else
-using NativeSocket = int;
-constexpr NativeSocket kNoSocket = -1;
-
-void makeNonBlocking(NativeSocket handle)
-{
-    fcntl(handle, F_SETFL, fcntl(handle, F_GETFL) | O_NONBLOCK);
-}
-void closeNative(NativeSocket handle)
-{
-    ::close(handle);
-}
-#endif
 
 /** This machine's address on the way to another one; zero, the system's choice, where that is not to be found. */
 in_addr localAddressTowards(const std::string &remoteHost)
@@ -82,8 +43,7 @@ Socket Socket::joinGroup(const Endpoint &group, const std::string &remoteHost)
     }
     Socket socket(static_cast<Handle>(handle));
     makeNonBlocking(handle);
-    int size = 2 << 20;
-    setsockopt(handle, SOL_SOCKET, SO_RCVBUF, reinterpret_cast<const char *>(&size), sizeof size);
+    makeRoomForBursts(handle);
     // Several previews of one camera share its port.
     int on = 1;
     setsockopt(handle, SOL_SOCKET, SO_REUSEADDR, reinterpret_cast<const char *>(&on), sizeof on);

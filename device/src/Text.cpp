@@ -1,6 +1,12 @@
 #include "device/src/Text.h"
 
+extern "C" {
+#include <libavutil/base64.h>
+}
+
 #include <algorithm>
+#include <cstdio>
+#include <random>
 
 namespace selvik
 {
@@ -75,6 +81,23 @@ int leadingNumber(const std::string &text)
         value = std::min(value * 10 + (letter - '0'), kMost);
     }
     return static_cast<int>(value);
+}
+
+std::string base64(ByteView bytes)
+{
+    std::string encoded(AV_BASE64_SIZE(bytes.size), '\0');
+    av_base64_encode(encoded.data(), static_cast<int>(encoded.size()), bytes.pData, static_cast<int>(bytes.size));
+    // Without the null at its end.
+    encoded.pop_back();
+    return encoded;
+}
+
+std::string randomWord()
+{
+    std::random_device random;
+    char text[17];
+    std::snprintf(text, sizeof text, "%08x%08x", random(), random());
+    return text;
 }
 
 } // namespace selvik

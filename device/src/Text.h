@@ -1,6 +1,8 @@
 #ifndef DEVICE_TEXT_H
 #define DEVICE_TEXT_H
 
+#include "device/src/Bytes.h"
+
 #include <string>
 #include <vector>
 
@@ -21,6 +23,10 @@ namespace selvik
 [[nodiscard]] std::string percentDecoded(const std::string &text);
 /** The number at the beginning of a text, 0 where there is none, bounded by 1 000 000 000. */
 [[nodiscard]] int leadingNumber(const std::string &text);
+
+[[nodiscard]] std::string base64(ByteView bytes);
+/** Sixteen hexadecimal digits that nobody can foresee. */
+[[nodiscard]] std::string randomWord();
 
 } // namespace selvik
 

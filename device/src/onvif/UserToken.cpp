@@ -1,11 +1,8 @@
 #include "device/src/onvif/UserToken.h"
 
 #include "device/src/Ffmpeg.h"
+#include "device/src/Text.h"
 #include "device/src/onvif/XmlDocument.h"
-
-extern "C" {
-#include <libavutil/base64.h>
-}
 
 #include <random>
 
@@ -20,13 +17,6 @@ constexpr std::size_t kSha1Size = 20;
 
 // The names that the profile and WS-Security 1.0 fix.
 constexpr const char *kOasis = "http://docs.oasis-open.org/wss/2004/01/oasis-200401-wss-";
-
-std::string base64(const Bytes &bytes)
-{
-    std::string encoded(AV_BASE64_SIZE(bytes.size()), '\0');
-    av_base64_encode(encoded.data(), static_cast<int>(encoded.size()), bytes.data(), static_cast<int>(bytes.size()));
-    return encoded.c_str();
-}
 
 Bytes sha1(const Bytes &bytes)
 {
@@ -60,13 +50,14 @@ std::string userToken(const Credentials &credentials, const std::string &created
     Bytes digested = nonce;
     digested.insert(digested.end(), created.begin(), created.end());
     digested.insert(digested.end(), credentials.password.begin(), credentials.password.end());
+    const Bytes digest = sha1(digested);
     const std::string oasis = kOasis;
     return "<wsse:Security xmlns:wsse=\"" + oasis + "wssecurity-secext-1.0.xsd\" xmlns:wsu=\"" + oasis +
            "wssecurity-utility-1.0.xsd\"><wsse:UsernameToken><wsse:Username>" + xmlEscaped(credentials.user) +
            "</wsse:Username><wsse:Password Type=\"" + oasis + "username-token-profile-1.0#PasswordDigest\">" +
-           base64(sha1(digested)) + "</wsse:Password><wsse:Nonce EncodingType=\"" + oasis +
-           "soap-message-security-1.0#Base64Binary\">" + base64(nonce) + "</wsse:Nonce><wsu:Created>" + created +
-           "</wsu:Created></wsse:UsernameToken></wsse:Security>";
+           base64({digest.data(), digest.size()}) + "</wsse:Password><wsse:Nonce EncodingType=\"" + oasis +
+           "soap-message-security-1.0#Base64Binary\">" + base64({nonce.data(), nonce.size()}) +
+           "</wsse:Nonce><wsu:Created>" + created + "</wsu:Created></wsse:UsernameToken></wsse:Security>";
 }
 
 } // namespace selvik
