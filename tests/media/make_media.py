@@ -159,6 +159,7 @@ SOUNDS = {
 
 X264 = "-c:v libx264 -preset veryfast -crf 26 "
 H264 = X264 + "-g 25 -bf 2 "
+X265 = "-c:v libx265 -preset ultrafast -crf 28 -x265-params log-level=none:pools=none:scenecut=0:"
 H265 = "-c:v libx265 -preset ultrafast -crf 28 -x265-params log-level=none:keyint=25:bframes=2:pools=none "
 AV1 = "-c:v libsvtav1 -preset 10 -crf 40 -g 25 -svtav1-params lp=1 "
 VP8 = "-c:v libvpx -deadline realtime -cpu-used 8 -b:v 400k -g 25 -auto-alt-ref 1 -lag-in-frames 8 "
@@ -229,6 +230,17 @@ def container_clips():
                notes="pictures before a key picture need the group before it")
     yield Clip("intra-refresh.mkv", "h264", X264 + "-bf 0 -x264-params intra-refresh=1:keyint=25 ",
                notes="one key picture, then a wave that renews a picture every 25")
+    # 24 is a multiple of four, so that three pictures of which others are made last lie before each key picture.
+    for file, options in (("h265-open-gop.mkv", ""), ("h265-open-gop.ts", "-f mpegts ")):
+        yield Clip(file, "hevc", X265 + "open-gop=1:keyint=24:min-keyint=24:bframes=3:b-pyramid=1 " + options,
+                   notes="clean random access (CRA) every 24, with skipped leading pictures (RASL)")
+    # x265 lets what is old leak over the wave's edge by filters, motion and prediction, if it may.
+    yield Clip("h265-intra-refresh.mkv", "hevc", X265 + "intra-refresh=1:keyint=25:min-keyint=25:bframes=0:ref=1:"
+               "no-deblock=1:no-sao=1:no-weightp=1:no-temporal-mvp=1:constrained-intra=1:subme=0:me=0:merange=4 ",
+               notes="one key picture, then a wave every 25 that renews a picture within 9; nothing tells of it")
+    yield Clip("h265-intra.mkv", "hevc", X265 + "keyint=1000:min-keyint=1000:bframes=0 "
+               "-force_key_frames expr:gte(n,n_forced*25) -forced-idr 0 ",
+               notes="one key picture, then a picture of nothing but itself every 25")
     yield Clip("one-gop.mp4", "h264", X264 + "-g 1000 -bf 2 " + FASTSTART, frames=300, notes="a single key picture")
     yield Clip("long.mp4", "h264", X264 + "-g 50 -bf 2 " + FASTSTART, "aac", frames=3000, width=160, height=120)
     yield Clip("ntsc.mp4", "h264", H264 + FASTSTART, fps="30000/1001", frames=90)
