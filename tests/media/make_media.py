@@ -73,6 +73,7 @@ class Clip:
     composed: tuple = ()  # size in which the pictures are composed, where filters or pixel aspect make another of it
     filters: str = ""
     bars: tuple = ()  # matrix, full range: colour bars instead of the numbered pictures
+    flat: bool = False  # nothing but grey
     noise: int = 0
     rotation: int = 0  # clockwise, by the file's display matrix
     traits: str = ""
@@ -85,7 +86,9 @@ class Clip:
     def command(self, target):
         width, height = self.size
         command = ["ffmpeg", "-nostdin", "-hide_banner", "-loglevel", "error", "-y"]
-        if self.bars:
+        if self.flat:
+            command += ["-f", "lavfi", "-i", f"color=gray:size={width}x{height}:rate={self.fps}"]
+        elif self.bars:
             command += ["-f", "rawvideo", "-pixel_format", "yuv420p", "-video_size", f"{width}x{height}",
                         "-framerate", self.fps, "-i", "pipe:0"]
         elif self.frames:
@@ -94,7 +97,9 @@ class Clip:
         if self.sound:
             seconds = self.frames / Fraction(self.fps) if self.frames else 3
             command += ["-f", "lavfi", "-i", f"sine=frequency=440:sample_rate=48000:duration={float(seconds)}"]
-        if self.bars:
+        if self.flat:
+            command += ["-map", "0:v", "-frames:v", str(self.frames), "-pix_fmt", self.pixel_format]
+        elif self.bars:
             command += ["-map", "0:v"]
         elif self.frames:
             command += ["-filter_complex", self.graph(), "-map", "[out]", "-pix_fmt", self.pixel_format]
@@ -117,6 +122,8 @@ class Clip:
         return graph + (f",{self.filters}" if self.filters else "") + "[out]"
 
     def pictures(self):
+        if self.flat:
+            return b""
         if self.bars:
             return colour_bars(*self.size, *self.bars) * self.frames
         return b"".join(bar_code(number) for number in range(self.frames))
@@ -300,6 +307,12 @@ def picture_clips():
     yield Clip("wide-16384x16.avi", "mjpeg", MJPEG, frames=5, width=16384, height=16, pixel_format=FULL_420)
     yield Clip("tall-16x16384.avi", "mjpeg", MJPEG, frames=5, width=16, height=16384, pixel_format=FULL_420,
                traits="tiny", notes="too narrow for the bar code")
+    # Each picture is a key picture, and flat, so that it is small and quickly made.
+    for file, options in (("too-large.mp4", FASTSTART), ("too-large.ts", "-f mpegts ")):
+        yield Clip(file, "h264", "-c:v libx264 -preset ultrafast -g 1 " + options, frames=6, width=8400, height=8400,
+                   flat=True, traits="too-large", notes="more than 64 megapixels")
+    yield Clip("too-wide.avi", "mjpeg", MJPEG, frames=6, width=16400, height=16, pixel_format=FULL_420, flat=True,
+               traits="too-large", notes="wider than 16,384 pixels")
     yield Clip("bench-1080p.mp4", "h264", "-c:v libx264 -preset veryfast -g 50 -bf 2 -b:v 4M -maxrate 5M -bufsize 8M "
                + FASTSTART, frames=250, width=1920, height=1080, noise=4, notes="benchmark: 10 s of 4 Mb/s")
 

@@ -172,6 +172,11 @@ void LiveDecoder::decode(const AVPacket &packet, const CodedUnits &units)
     if (m_nNumber == m_nKeyNumber) {
         m_nKeysFailed = bBroken ? m_nKeysFailed + 1 : 0;
         m_pCodec->err_recognition = m_nKeysFailed < kMostKeysFailed ? m_pCodec->err_recognition : 0;
+        // One that says so may be damaged, and later ones may be smaller: where pictures were shown they are waited
+        // for.
+        if (m_nKeysFailed >= kMostKeysFailed && !m_bAnyTime && isTooLarge(packet, *m_pStream)) {
+            throw OpenFailure{Error::Unsupported};
+        }
     }
     if (bBroken && (m_state == State::Showing || (m_state == State::Entering && !m_bRefresh))) {
         if (!m_ready.empty() && m_ready.back().number >= m_nNumber) {

@@ -22,7 +22,8 @@ namespace player
  * Threads: one.
  * Owns:    the decoder and the few pictures that came out together.
  * Units:   microseconds from the first picture.
- * Errors:  feed() throws OpenFailure where the codec is not supported; damage costs pictures only.
+ * Errors:  feed() throws OpenFailure where the codec is not supported or its pictures are too large; damage costs
+ *          pictures only.
  */
 class LiveDecoder
 {
