@@ -1,5 +1,7 @@
 #include "player/src/live/LivePlayback.h"
 
+#include "player/src/sound/SoundPlayer.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -29,7 +31,10 @@ LivePlayback::LivePlayback(Platform &platform, std::vector<std::uint8_t> header,
                            StreamMode mode, std::shared_ptr<PortCallbacks> pCallbacks)
     : Playback(platform, std::move(pCallbacks)),
       m_mode(mode),
-      m_feed(platform.clock(), std::move(header), bufferSize, mode, [this] { feedChanged(); })
+      m_pSound(std::make_shared<SoundTrack>(platform.clock(), SoundTrack::Kind::Live,
+                                            [&platform] { platform.sound().wake(); })),
+      m_feed(
+          platform.clock(), std::move(header), bufferSize, mode, [this] { feedChanged(); }, m_pSound)
 {
 }
 
@@ -79,6 +84,7 @@ void LivePlayback::begin(Moment)
     m_state = State::Playing;
     m_feed.setOpen(true);
     m_feed.hold(false);
+    m_pSound->run();
 }
 
 void LivePlayback::end(Moment)
@@ -87,11 +93,17 @@ void LivePlayback::end(Moment)
     m_feed.hold(false);
     m_zero.reset();
     m_nextDue.reset();
+    m_pSound->silence();
 }
 
 void LivePlayback::hold(Moment)
 {
     m_feed.hold(m_state == State::Paused);
+    if (m_state == State::Paused) {
+        m_pSound->silence();
+    } else {
+        m_pSound->run();
+    }
     // The stream's clock stood still meanwhile.
     m_zero.reset();
     m_nextDue.reset();
@@ -127,6 +139,9 @@ void LivePlayback::adopt(Picture picture, Moment now)
     m_adopted = now;
     m_current = std::move(picture);
     m_bFresh = true;
+    if (m_current.streamTime) {
+        m_pSound->pictureShown(*m_current.streamTime, now);
+    }
 }
 
 Moment LivePlayback::dueTime(std::int64_t time, Moment now)

@@ -25,6 +25,10 @@ public:
 
     /** Begins to look at the stream. */
     void start();
+    [[nodiscard]] const std::shared_ptr<SoundTrack> &sound() const
+    {
+        return m_pSound;
+    }
     Error push(const std::uint8_t *pData, std::size_t size);
 
     void setCapacity(std::size_t pictures) override;
@@ -56,6 +60,7 @@ private:
     [[nodiscard]] Moment showAt() const;
 
     const StreamMode m_mode;
+    const std::shared_ptr<SoundTrack> m_pSound;
     LiveFeed m_feed;
 
     // Guarded by m_mutex.
