@@ -65,6 +65,7 @@ class Clip:
     codec: str
     options: str  # ffmpeg's, for the pictures and the container
     sound: str = ""
+    sound_source: str = ""  # FFmpeg's, instead of the sine
     frames: int = 100  # 0: no pictures
     fps: str = "25"
     width: int = 320  # as displayed
@@ -96,7 +97,8 @@ class Clip:
                         "-framerate", self.fps, "-i", "pipe:0"]
         if self.sound:
             seconds = self.frames / Fraction(self.fps) if self.frames else 3
-            command += ["-f", "lavfi", "-i", f"sine=frequency=440:sample_rate=48000:duration={float(seconds)}"]
+            source = self.sound_source or "sine=frequency=440:sample_rate=48000"
+            command += ["-f", "lavfi", "-i", f"{source}:duration={float(seconds)}"]
         if self.flat:
             command += ["-map", "0:v", "-frames:v", str(self.frames), "-pix_fmt", self.pixel_format]
         elif self.bars:
@@ -159,6 +161,7 @@ SOUNDS = {
     "alaw": "-c:a pcm_alaw -ar 8000 -ac 1",
     "mulaw": "-c:a pcm_mulaw -ar 8000 -ac 1",
     "pcm": "-c:a pcm_s16le -ar 16000 -ac 1",
+    "pcm-short": "-c:a pcm_s16le -ar 16000 -ac 1 -af aresample=16000,asetnsamples=n=320",
     "pcm-be": "-c:a pcm_s16be -ar 16000 -ac 1",
     "g722": "-c:a g722 -ar 16000 -ac 1",
     "g726": "-c:a g726 -ar 8000 -ac 1 -b:a 32k",
@@ -264,6 +267,13 @@ def container_clips():
         yield Clip(file, "h264", H264 + options + "-metadata creation_time=2024-02-29T23:59:58.500000Z ",
                    traits="barcode,recording-time", notes="recorded at 2024-02-29T23:59:58 UTC"
                    + (".500" if file.endswith("mkv") else ""))
+    # A white flash and a click of 20 ms at each full second, on black and over a quiet hum.
+    yield Clip("flash-click.mkv", "h264", X264 + "-g 25 -bf 0 ", "pcm-short", frames=500, width=160, height=120,
+               filters="drawbox=y=ih/2:h=ih/2:color=black:t=fill,"
+                       "drawbox=y=ih/2:h=ih/2:color=white:t=fill:enable='lt(mod(n,25),1)'",
+               sound_source="aevalsrc=exprs='0.05*sin(2*PI*440*t)+0.7*lt(mod(t,1),0.02)*sin(2*PI*1000*t)'"
+                            ":sample_rate=48000",
+               notes="flash and click at each full second, sound in packets of 20 ms")
     yield Clip("sound-only.mp4", "", "", "aac", frames=0, notes="no pictures, 3 s")
     yield Clip("sound-only.ts", "", "-f mpegts ", "mp2", frames=0, notes="no pictures, 3 s")
 

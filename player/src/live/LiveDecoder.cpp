@@ -243,6 +243,9 @@ Picture LiveDecoder::stamped(FramePtr pFrame, std::int64_t utc)
     Picture picture;
     picture.shape = shapeOf(*pFrame, m_pStream);
     picture.time = timeOf(*pFrame);
+    if (pFrame->best_effort_timestamp != AV_NOPTS_VALUE && !m_bWithoutTimes) {
+        picture.streamTime = microsecondsBetween(0, pFrame->best_effort_timestamp, m_pStream->time_base);
+    }
     picture.duration = kUsualDuration;
     picture.utc = utc;
     picture.hold(std::move(pFrame));

@@ -139,7 +139,14 @@ public:
 
     Bytes write(AVPacket &packet)
     {
+        const int index = packet.stream_index;
         check(av_write_frame(m_pFormat, &packet), "packet");
+        if (m_pFormat->streams[index]->codecpar->codec_type == AVMEDIA_TYPE_AUDIO) {
+            // The muxer keeps a packet of sound back until the next one comes, which an empty one may be.
+            const PacketPtr pEmpty(av_packet_clone(&packet));
+            pEmpty->size = 0;
+            check(av_write_frame(m_pFormat, pEmpty.get()), "empty packet");
+        }
         check(av_write_frame(m_pFormat, nullptr), "flush");
         return take();
     }
@@ -392,11 +399,11 @@ PushedStream liveMatroska(const std::string &file, const LiveOptions &options)
             stream.records.push_back({writer.write(*pText), -1, false});
         }
         const bool bKey = (pPacket->flags & AV_PKT_FLAG_KEY) != 0;
-        stream.records.push_back({writer.write(*pPacket), number, number >= 0 && bKey});
+        const std::int64_t duration =
+            av_rescale_q(pRead->duration, clip.stream(pRead->stream_index).time_base, milliseconds);
+        const std::int64_t time = pPacket->pts;
+        stream.records.push_back({writer.write(*pPacket), number, number >= 0 && bKey, time, duration});
     }
-    // The muxer keeps one packet of sound back to see what follows.
-    const auto isEmpty = [](const Record &record) { return record.bytes.empty(); };
-    stream.records.erase(std::remove_if(stream.records.begin(), stream.records.end(), isEmpty), stream.records.end());
     return stream;
 }
 

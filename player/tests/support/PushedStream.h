@@ -19,6 +19,9 @@ struct Record {
     /** Of the picture in it, in the order of showing; -1 for sound and for pieces without regard to pictures. */
     int number = -1;
     bool key = false;
+    /** What its packet's time says, in milliseconds, and how long its sound lasts; Matroska alone. */
+    std::int64_t time = 0;
+    std::int64_t duration = 0;
 };
 
 /** A stream to be pushed. */
