@@ -7,8 +7,6 @@
 #endif
 
 #include <cstdarg>
-#include <cstdio>
-#include <filesystem>
 
 namespace selvik
 {
@@ -46,31 +44,6 @@ void prepareProcess()
         return true;
     }();
     (void)bPrepared;
-}
-
-std::string libraryFolder()
-{
-#ifdef _WIN32
-    // As long as a path can be.
-    std::wstring name(0x8000, L'\0');
-    const HMODULE module = ownModule(GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT);
-    const DWORD length = GetModuleFileNameW(module, name.data(), static_cast<DWORD>(name.size()));
-    if (length == 0 || length >= name.size()) {
-        return {};
-    }
-    name.resize(length);
-    return std::filesystem::path(name).parent_path().u8string();
-#else
-    return {};
-#endif
-}
-
-void tellDeveloper(const std::string &line)
-{
-    std::fprintf(stderr, "Selvikdcm: %s\n", line.c_str());
-#ifdef _WIN32
-    OutputDebugStringA(("Selvikdcm: " + line + "\n").c_str());
-#endif
 }
 
 } // namespace selvik

@@ -1,6 +1,7 @@
 #include "player/src/core/Codec.h"
 
 #include "player/src/core/Error.h"
+#include "player/src/core/HardwareDecoding.h"
 
 #include <algorithm>
 #include <thread>
@@ -42,6 +43,7 @@ CodecPtr openDecoder(const AVStream &stream, const std::function<void(AVCodecCon
     pCodec->pkt_timebase = stream.time_base;
     pCodec->max_pixels = kMostPixels;
     pCodec->get_buffer2 = allocatePicture;
+    useHardware(*pCodec);
     configure(*pCodec);
     if (avcodec_open2(pCodec.get(), pDecoder, nullptr) < 0) {
         throw OpenFailure{Error::Unsupported};

@@ -11,7 +11,8 @@ namespace player
 
 /**
  * A decoder for the stream's pictures. `configure` sets it up before it is opened. Throws OpenFailure: Unsupported
- * where FFmpeg has no decoder for it, and where the container says that they are too large.
+ * where FFmpeg has no decoder for it, and where the container says that they are too large. Pictures come out of it by
+ * receivePicture().
  */
 [[nodiscard]] CodecPtr openDecoder(const AVStream &stream, const std::function<void(AVCodecContext &codec)> &configure);
 /** Rows and columns of the largest picture, and its pixels: memory is asked for none that is larger. */

@@ -1,6 +1,7 @@
 #include "player/src/file/FileDecoder.h"
 
 #include "player/src/core/Codec.h"
+#include "player/src/core/HardwareDecoding.h"
 
 #include <algorithm>
 #include <utility>
@@ -59,7 +60,7 @@ void FileDecoder::decodeFirst()
     // decode() reads on until there is a picture or the source ends; the bound is kept by counting what it feeds.
     for (int packets = 0; packets < kFirstPicturePackets && !m_pending; ++packets) {
         FramePtr pFrame = makeFrame();
-        const int result = avcodec_receive_frame(m_pCodec.get(), pFrame.get());
+        const int result = receivePicture(*m_pCodec, *pFrame);
         if (result >= 0) {
             m_pending = stamped(std::move(pFrame));
         } else if (result == AVERROR_EOF) {
@@ -100,7 +101,7 @@ Picture FileDecoder::decode()
         if (!pFrame) {
             return {};
         }
-        const int result = avcodec_receive_frame(m_pCodec.get(), pFrame.get());
+        const int result = receivePicture(*m_pCodec, *pFrame);
         if (result == AVERROR_EOF) {
             return {};
         }

@@ -1,6 +1,7 @@
 #include "player/src/live/LiveDecoder.h"
 
 #include "player/src/core/Codec.h"
+#include "player/src/core/HardwareDecoding.h"
 
 #include <algorithm>
 #include <utility>
@@ -191,7 +192,7 @@ bool LiveDecoder::takeFrames()
 {
     for (;;) {
         FramePtr pFrame = makeFrame();
-        const int result = avcodec_receive_frame(m_pCodec.get(), pFrame.get());
+        const int result = receivePicture(*m_pCodec, *pFrame);
         if (result < 0) {
             return result == AVERROR(EAGAIN) || result == AVERROR_EOF;
         }

@@ -2,10 +2,12 @@
 #include "Kavun.h"
 
 #include "player/src/core/Ffmpeg.h"
+#include "player/src/core/HardwareDecoding.h"
 #include "player/src/port/ErrorStore.h"
 #include "player/src/port/PortTable.h"
 #include "player/src/win/SystemTime.h"
 #include "player/src/win/WindowsPlatform.h"
+#include "settings/SettingsFile.h"
 
 #include <cstring>
 
@@ -21,6 +23,14 @@ using player::Port;
 constexpr int kNoSlot = -1;
 constexpr int kDefaultQuality = 85;
 
+/** What Pellora.ini beside the library says. */
+void readSettings()
+{
+    bool bHardware = false;
+    settings::read("Drovel", "player", {{"hardware_decoding", &bHardware}});
+    player::allowHardwareDecoding(bHardware);
+}
+
 /** Made by the first call and never destroyed: threads of the host may call until the process is gone. */
 player::Platform &platform()
 {
@@ -32,6 +42,7 @@ player::PortTable &ports()
 {
     // What is wrong with a file is told by error codes; the host's standard error is its own.
     [[maybe_unused]] static const bool bQuiet = (av_log_set_level(AV_LOG_QUIET), true);
+    [[maybe_unused]] static const bool bSet = (readSettings(), true);
     static auto *pTable = new player::PortTable(platform());
     return *pTable;
 }

@@ -1,0 +1,42 @@
+#ifndef SETTINGS_SETTINGSFILE_H
+#define SETTINGS_SETTINGSFILE_H
+
+#include <string>
+#include <vector>
+
+namespace settings
+{
+
+/** A key of a section, and where what it says goes: yes or no (true, on, 1; false, off, 0). */
+struct Switch {
+    const char *pKey;
+    bool *pValue;
+};
+
+/** One line for each thing that is wrong, with the number of its line; only so many. */
+using Complaints = std::vector<std::string>;
+
+/**
+ * Reads one section of the optional settings file, Pellora.ini.
+ *
+ * Lines of "key = value", ";" and "#" before a remark. Other sections are others' business. What is wrong in this one
+ * leaves the switch as it is. Threads: any.
+ */
+[[nodiscard]] Complaints parse(std::string text, const std::string &section, const std::vector<Switch> &switches);
+/** Of a file, UTF-8; one that is not there is as good as an empty one. */
+[[nodiscard]] Complaints readFile(const std::string &fileName, const std::string &section,
+                                  const std::vector<Switch> &switches);
+/**
+ * Of Pellora.ini beside the library that this code is in. What is wrong goes to standard error and to a debugger, with
+ * the library's name before it.
+ */
+void read(const char *pLibrary, const std::string &section, const std::vector<Switch> &switches);
+
+/** The folder that the library lies in, UTF-8; empty where it is not known, as in native test programs. */
+[[nodiscard]] std::string libraryFolder();
+/** One line for whoever sets the library up: to standard error, and to a debugger. */
+void tellDeveloper(const char *pLibrary, const std::string &line);
+
+} // namespace settings
+
+#endif
