@@ -89,9 +89,10 @@ Error Port::openFile(const char *path)
         return Error::Open;
     }
     try {
-        auto pDecoder = std::make_unique<FileDecoder>(std::move(pBytes));
+        auto pDecoder = std::make_unique<FileDecoder>(m_platform.clock(), std::move(pBytes));
         auto pPlayback = std::make_shared<FilePlayback>(m_platform, std::move(pDecoder), m_pCallbacks);
         pPlayback->setCapacity(capacity);
+        pPlayback->buildIndex(m_platform.openFile(path));
         const std::lock_guard lock(m_mutex);
         m_pFile = std::move(pPlayback);
     } catch (const OpenFailure &failure) {
@@ -221,7 +222,8 @@ Error Port::stepForward()
 
 Error Port::stepBack()
 {
-    return file() ? Error::NoIndex : Error::Order;
+    const auto pFile = file();
+    return pFile ? pFile->stepBack() : Error::Order;
 }
 
 Error Port::seek(unsigned long milliseconds)
@@ -246,10 +248,11 @@ Error Port::lengthSeconds(unsigned long &seconds) const
     if (!pFile) {
         return Error::Order;
     }
-    if (!pFile->facts().length) {
+    const auto length = pFile->length();
+    if (!length) {
         return Error::NoIndex;
     }
-    seconds = wholeSeconds(*pFile->facts().length);
+    seconds = wholeSeconds(*length);
     return Error::None;
 }
 
@@ -263,11 +266,12 @@ Error Port::recordingTimes(std::int64_t &first, std::int64_t &last) const
     if (!facts.recordingTime) {
         return Error::NoTime;
     }
-    if (!facts.length) {
+    const auto lastTime = pFile->lastTime();
+    if (!lastTime) {
         return Error::NoIndex;
     }
     first = *facts.recordingTime;
-    last = first + std::max<std::int64_t>(*facts.length - facts.pictureDuration, 0);
+    last = first + *lastTime;
     return Error::None;
 }
 
