@@ -21,12 +21,14 @@ constexpr std::int64_t kMostQueuedBytes = 192 * 1024 * 1024;
 } // namespace
 
 LiveFeed::LiveFeed(Clock &clock, std::vector<std::uint8_t> header, std::size_t bufferSize, StreamMode mode,
-                   std::function<void()> changed)
+                   std::function<void()> changed, std::shared_ptr<SoundTrack> pSound)
     : m_clock(clock),
       m_mode(mode),
       m_changed(std::move(changed)),
       m_buffer(clock, bufferSize),
-      m_demuxer(clock, std::move(header), m_buffer, [this] { onIdle(); }),
+      m_sound(clock, std::move(pSound)),
+      m_demuxer(
+          clock, std::move(header), m_buffer, [this] { onIdle(); }, &m_sound),
       m_decoder(clock),
       m_room(clock)
 {

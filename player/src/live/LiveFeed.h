@@ -4,6 +4,7 @@
 #include "player/src/live/LiveBuffer.h"
 #include "player/src/live/LiveDecoder.h"
 #include "player/src/live/LiveDemuxer.h"
+#include "player/src/live/LiveSound.h"
 #include "player/src/live/PacketGroup.h"
 
 #include <atomic>
@@ -36,8 +37,9 @@ enum class StreamMode { RealTime, File };
 class LiveFeed
 {
 public:
+    /** The sound goes to the track as it comes, where there is one. */
     LiveFeed(Clock &clock, std::vector<std::uint8_t> header, std::size_t bufferSize, StreamMode mode,
-             std::function<void()> changed);
+             std::function<void()> changed, std::shared_ptr<SoundTrack> pSound = nullptr);
     ~LiveFeed();
     LiveFeed(const LiveFeed &) = delete;
     LiveFeed &operator=(const LiveFeed &) = delete;
@@ -92,6 +94,7 @@ private:
     std::atomic<bool> m_bRestart{false};
 
     // Decoding thread only.
+    LiveSound m_sound;
     LiveDemuxer m_demuxer;
     LiveDecoder m_decoder;
     PacketGroup m_group;
