@@ -6,9 +6,9 @@
     deps/build.py --list           names, versions and whether each is built
 
 Each dependency is one recipe, deps/recipes/NAME.sh, with the functions `configure`, `build` and `install`.
-Its key is a hash of the recipe, of deps/recipes/common.sh and the shims, of its pinned sources, of the
-compiler's version and of the keys of what it needs; a changed recipe therefore rebuilds itself and whatever
-stands on it, and nothing else. A finished build carries a stamp written last, so an interrupted one is never
+Its key is a hash of the recipe, of the patches that it applies (deps/patches), of deps/recipes/common.sh and the
+shims, of its pinned sources, of the compiler's version and of the keys of what it needs; a changed recipe or patch
+therefore rebuilds itself and whatever stands on it, and nothing else. A finished build carries a stamp written last, so an interrupted one is never
 taken for whole; its build folder is kept, and the next run goes on there.
 
 Environment: PELLORA_CACHE (default ~/.cache/pellora); PELLORA_SOURCES, a folder of tarballs that is looked
@@ -108,6 +108,8 @@ class Recipe:
         digest.update(self.text.encode())
         for part in re.findall(r'^\. "\$DEPS/recipes/(\S+)"$', self.text, re.MULTILINE):
             digest.update((RECIPES / part).read_bytes())
+        for patch in re.findall(r'"\$DEPS/patches/([^"]+)"', self.text):
+            digest.update((ROOT / "patches" / patch).read_bytes())
         for source in self.sources:
             digest.update(source.sha256.encode())
         for need in self.needs:

@@ -1,10 +1,12 @@
 # Demuxing, decoding, scaling and resampling, as DLLs. Only the components that this product names.
 needs="dav1d"
 . "$DEPS/recipes/ffmpeg-components.sh"
+prepare() { patch -p1 <"$DEPS/patches/ffmpeg-tls-certificates.patch"; }
 configure() {
     "$SRC/configure" --prefix="$PREFIX" --enable-cross-compile --cross-prefix=$TARGET- --cc=$CC_CROSS --cxx=$CXX_CROSS \
         --arch=x86_64 --target-os=mingw32 --pkg-config=pkg-config --pkg-config-flags=--static \
-        --extra-cflags="$WINVER_FLAG" --extra-ldflags=-static-libgcc --enable-shared --disable-static \
+        --extra-cflags="$WINVER_FLAG" --extra-ldflags=-static-libgcc --extra-libs=-lcrypt32 --enable-shared \
+        --disable-static \
         "${components[@]}" --enable-schannel --enable-w32threads --enable-d3d11va --enable-dxva2 \
         --enable-hwaccel=h264_d3d11va,h264_d3d11va2,h264_dxva2,hevc_d3d11va,hevc_d3d11va2,hevc_dxva2 \
         --enable-x86asm --enable-libdav1d

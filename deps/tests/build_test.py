@@ -113,6 +113,17 @@ class DependencyBuilder(unittest.TestCase):
         self.assertEqual(code, 0, said)
         self.assertEqual(built, ["lower", "upper"])
 
+    def test_a_changed_patch_rebuilds_the_recipe_that_applies_it_and_what_stands_on_that(self):
+        (self.shop.root / "patches").mkdir()
+        patch = self.shop.root / "patches" / "lower.patch"
+        patch.write_text("one")
+        self.shop.recipe("lower", build='cmp -s /dev/null "$DEPS/patches/lower.patch" || true')
+        self.assertEqual(sorted(self.shop.run()[2]), ["alone", "lower", "upper"])
+        self.assertEqual(self.shop.run()[2], [])
+        patch.write_text("another")
+        code, said, built = self.shop.run()
+        self.assertEqual((code, built), (0, ["lower", "upper"]), said)
+
     def test_explains_a_failure_and_goes_on_after_it_is_mended(self):
         self.shop.recipe("alone", build="echo the reason; false")
         code, said, _ = self.shop.run()

@@ -20,7 +20,7 @@ enum {
     SELVIK_ERROR_RESOURCES = 3,
     SELVIK_ERROR_ADDRESS = 4, /**< address not understood           */
     SELVIK_ERROR_HOST = 5,    /**< host not reached                 */
-    SELVIK_ERROR_REFUSED = 6, /**< credentials refused              */
+    SELVIK_ERROR_REFUSED = 6, /**< credentials or certificate       */
     SELVIK_ERROR_CHANNEL = 7, /**< no such channel or stream        */
     SELVIK_ERROR_TIMEOUT = 8,
     SELVIK_ERROR_MEDIA = 9 /**< no usable media                  */

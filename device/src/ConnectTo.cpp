@@ -30,8 +30,9 @@ Connected connectTo(const std::string &host, unsigned short port, bool bEncrypte
                         addresses[i]};
             }
             return {std::make_unique<TcpStream>(Socket::connectTcp(remote, part)), addresses[i]};
-        } catch (const Failure &) {
-            if (bLast) {
+        } catch (const Failure &failure) {
+            // A certificate that is refused is the host's word; another of its addresses would only hide it.
+            if (bLast || failure.error() == SELVIK_ERROR_REFUSED) {
                 throw;
             }
         }

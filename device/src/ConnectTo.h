@@ -20,7 +20,8 @@ struct Connected {
  * certificate is checked where the settings say so.
  *
  * @param name whom the certificate is to be for, where `host` is its number already; else empty
- * Errors: Failure with the last address's error; Failure and Stopped as Patience::check(). Threads: any.
+ * Errors: Failure with the last address's error, or SELVIK_ERROR_REFUSED for a certificate; Failure and Stopped as
+ * Patience::check(). Threads: any.
  */
 [[nodiscard]] Connected connectTo(const std::string &host, unsigned short port, bool bEncrypted,
                                   const Patience &patience, const std::string &name = {});

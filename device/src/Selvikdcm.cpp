@@ -86,7 +86,7 @@ const char *SELVIK_DCM_GetErrorText(unsigned long error)
         "out of resources, or the device serves no more viewers",
         "address not understood",
         "device not reached",
-        "refused: wrong user or password, or no permission",
+        "refused: wrong user or password, no permission, or a certificate that is not accepted",
         "no such channel or stream",
         "timed out",
         "no usable media"};

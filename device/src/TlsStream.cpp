@@ -1,7 +1,25 @@
 #include "device/src/TlsStream.h"
 
+#include "device/src/CertificateRefusal.h"
+#include "device/src/Notice.h"
+
+#include <cstdio>
+
 namespace selvik
 {
+
+namespace
+{
+
+/** As Windows' results are looked up: 0x800B0109. */
+std::string hexOf(int result)
+{
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%08X", static_cast<unsigned int>(result));
+    return text;
+}
+
+} // namespace
 
 TlsStream::TlsStream(const Endpoint &remote, const std::string &name, bool bVerify, const Patience &patience)
     : m_patience(patience)
@@ -15,6 +33,10 @@ TlsStream::TlsStream(const Endpoint &remote, const std::string &name, bool bVeri
     options.set("tls_verify", bVerify ? "1" : "0");
     const int result =
         avio_open2(&m_pIo, url.c_str(), AVIO_FLAG_READ_WRITE | AVIO_FLAG_DIRECT, &interrupt, options.get());
+    if (const char *const pReason = result < 0 ? certificateRefusal(result) : nullptr; pReason != nullptr) {
+        notice(std::string("The device's certificate is refused: ") + pReason + " (" + hexOf(result) + ").");
+        throw Failure(SELVIK_ERROR_REFUSED);
+    }
     if (result < 0) {
         m_patience.check();
         throw Failure(SELVIK_ERROR_HOST);

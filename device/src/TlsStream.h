@@ -15,13 +15,15 @@ namespace selvik
  *
  * Cameras sign their certificates themselves, so that a certificate is checked only where that is asked for. Without,
  * the encryption guards against listeners, not against somebody in the middle.
+ * Errors: also Failure(SELVIK_ERROR_REFUSED) for a certificate that is refused, and a line that says why.
  */
 class TlsStream : public ByteStream
 {
 public:
     /**
      * Connects to a numeric address; `name` is the host's name, which the device may want to hear.
-     * @param bVerify the certificate must be that name's, and lead to the system's store
+     * @param bVerify the certificate must be that name's, and lead to the system's store; of a name that is a number
+     * the certificate must have the address
      */
     TlsStream(const Endpoint &remote, const std::string &name, bool bVerify, const Patience &patience);
     ~TlsStream() override;

@@ -57,6 +57,8 @@ public:
     [[nodiscard]] virtual Clock &clock() = 0;
     /** Null when no file can be opened by that name. */
     virtual std::unique_ptr<ByteSource> openFile(const char *path) = 0;
+    /** On a thread whose work can wait: it yields processor and disk to every other. */
+    virtual void yieldToOthers() {}
     [[nodiscard]] virtual bool isWindow(WindowHandle window) = 0;
     virtual std::unique_ptr<Presenter> makePresenter(WindowHandle window) = 0;
     /** Whether there is a device to play sound on. Any thread may ask; the answer is there at once. */

@@ -281,11 +281,11 @@ void Playback::present(const Picture &picture, const PixelRect &region, WindowHa
     m_pPresenter->present(picture, region, overlay);
 }
 
-void Playback::presentHere()
+void Playback::presentHere(Moment::duration most)
 {
     {
         std::unique_lock lock(m_mutex);
-        if (m_pRun && m_showing == std::thread::id() && m_took <= kQuick) {
+        if (m_pRun && m_showing == std::thread::id() && m_took <= most) {
             const Moment now = m_clock.now();
             adoptPictures(now);
             if (m_bFresh && isPresentationDue(now)) {

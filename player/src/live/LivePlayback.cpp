@@ -51,12 +51,17 @@ void LivePlayback::start()
 
 void LivePlayback::feedChanged()
 {
-    // By the stream's times a picture is shown later than it is decoded.
-    if (m_mode == StreamMode::RealTime && m_feed.isIdle()) {
-        presentHere();
-    } else {
+    if (m_mode == StreamMode::File) {
+        // By the stream's times a picture is shown later than it is decoded.
         tellChanged();
+        return;
     }
+    const bool bBehind = !m_feed.isIdle();
+    {
+        const std::lock_guard lock(m_mutex);
+        m_bBehind = bBehind;
+    }
+    presentHere(bBehind ? kVeryQuick : kQuick);
 }
 
 Error LivePlayback::push(const std::uint8_t *pData, std::size_t size)
@@ -163,12 +168,21 @@ Moment LivePlayback::redrawAt() const
     return bSoon ? expected + kJitter : redraw;
 }
 
+Moment LivePlayback::showAt() const
+{
+    if (!m_bFresh) {
+        return redrawAt();
+    }
+    // A picture behind which nothing waits is shown however soon it comes after another one: two that the network has
+    // pushed together are both to be seen. Left out is only what would hold up the pictures behind it.
+    const bool bNew = m_adopted >= m_presented;
+    const bool bAtOnce = bNew && m_mode == StreamMode::RealTime && !m_bBehind && m_took <= kQuick;
+    return bAtOnce ? m_adopted : m_presented + kLeastInterval;
+}
+
 bool LivePlayback::isPresentationDue(Moment now) const
 {
-    if (!m_current) {
-        return false;
-    }
-    return now >= (m_bFresh ? m_presented + kLeastInterval : redrawAt());
+    return m_current && now >= showAt();
 }
 
 bool LivePlayback::areComing(Moment now) const
@@ -181,7 +195,7 @@ Moment LivePlayback::nextWake(Moment now) const
 {
     Moment wake = now + kIdle;
     if (m_current) {
-        wake = m_bFresh ? m_presented + kLeastInterval : redrawAt();
+        wake = showAt();
         if (!m_bFresh && areComing(now)) {
             // The decoding thread shows them. This one only looks now and then whether it still does.
             wake = std::max(wake, m_adopted + kMostMissing * m_interval);

@@ -56,6 +56,8 @@ private:
     /** By the stream's times: when a picture is to be shown; the clock is set anew where these make no sense. */
     Moment dueTime(std::int64_t time, Moment now);
     [[nodiscard]] Moment redrawAt() const;
+    /** When what is on display is to be presented. */
+    [[nodiscard]] Moment showAt() const;
 
     const StreamMode m_mode;
     const std::shared_ptr<SoundTrack> m_pSound;
@@ -65,6 +67,8 @@ private:
     Moment m_adopted;
     /** Between the last two pictures. */
     Moment::duration m_interval{};
+    /** Behind the newest picture there was more to be decoded. */
+    bool m_bBehind = false;
     /** By the stream's times: the moment at which its time was nought, and the last picture's time. */
     std::optional<Moment> m_zero;
     std::int64_t m_nLatestTime = 0;

@@ -1,6 +1,7 @@
 #include "player/src/port/Port.h"
 
 #include "player/src/picture/JpegEncoder.h"
+#include "player/src/sound/FileSound.h"
 #include "player/src/sound/SoundPlayer.h"
 
 #include <algorithm>
@@ -90,10 +91,14 @@ Error Port::openFile(const char *path)
         return Error::Open;
     }
     try {
-        auto pDecoder = std::make_unique<FileDecoder>(std::move(pBytes));
+        auto pDecoder = std::make_unique<FileDecoder>(m_platform.clock(), std::move(pBytes));
         auto pPlayback = std::make_shared<FilePlayback>(m_platform, std::move(pDecoder), m_pCallbacks);
         pPlayback->setCapacity(capacity);
+        pPlayback->buildIndex(m_platform.openFile(path));
+        auto pSound = addSound(*pPlayback);
         const std::lock_guard lock(m_mutex);
+        pSound->setVolume(m_nVolume);
+        m_pFileSound = std::move(pSound);
         m_pFile = std::move(pPlayback);
     } catch (const OpenFailure &failure) {
         return failure.error;
@@ -104,13 +109,16 @@ Error Port::openFile(const char *path)
 Error Port::closeFile()
 {
     std::shared_ptr<FilePlayback> pFile;
+    std::shared_ptr<SoundTrack> pSound;
     {
         const std::lock_guard lock(m_mutex);
         pFile.swap(m_pFile);
+        pSound.swap(m_pFileSound);
     }
     if (!pFile) {
         return Error::Order;
     }
+    m_platform.sound().stop(*pSound);
     pFile->close();
     return Error::None;
 }
@@ -224,7 +232,8 @@ Error Port::stepForward()
 
 Error Port::stepBack()
 {
-    return file() ? Error::NoIndex : Error::Order;
+    const auto pFile = file();
+    return pFile ? pFile->stepBack() : Error::Order;
 }
 
 Error Port::seek(unsigned long milliseconds)
@@ -249,10 +258,11 @@ Error Port::lengthSeconds(unsigned long &seconds) const
     if (!pFile) {
         return Error::Order;
     }
-    if (!pFile->facts().length) {
+    const auto length = pFile->length();
+    if (!length) {
         return Error::NoIndex;
     }
-    seconds = wholeSeconds(*pFile->facts().length);
+    seconds = wholeSeconds(*length);
     return Error::None;
 }
 
@@ -266,11 +276,12 @@ Error Port::recordingTimes(std::int64_t &first, std::int64_t &last) const
     if (!facts.recordingTime) {
         return Error::NoTime;
     }
-    if (!facts.length) {
+    const auto lastTime = pFile->lastTime();
+    if (!lastTime) {
         return Error::NoIndex;
     }
     first = *facts.recordingTime;
-    last = first + std::max<std::int64_t>(*facts.length - facts.pictureDuration, 0);
+    last = first + *lastTime;
     return Error::None;
 }
 
@@ -326,20 +337,41 @@ Error Port::setDisplayRegion(const std::optional<DisplayRegion> &region)
 
 std::shared_ptr<SoundTrack> Port::soundLocked() const
 {
-    return m_pStream ? m_pStream->sound() : nullptr;
+    return m_pStream ? m_pStream->sound() : m_pFileSound;
+}
+
+std::shared_ptr<SoundTrack> Port::addSound(FilePlayback &file) const
+{
+    Clock &clock = m_platform.clock();
+    auto pTrack = std::make_shared<SoundTrack>(clock, SoundTrack::Kind::File,
+                                               [&platform = m_platform] { platform.sound().wake(); });
+    if (!file.has(SideStream::Sound)) {
+        pTrack->setStream(nullptr);
+        return pTrack;
+    }
+    const auto pSound = std::make_shared<FileSound>(clock, pTrack);
+    file.attach(SideStream::Sound, pSound);
+    file.setLeader(pSound);
+    return pTrack;
 }
 
 Error Port::playSound() const
 {
     std::shared_ptr<SoundTrack> pSound;
+    std::shared_ptr<FilePlayback> pFile;
     {
         const std::lock_guard lock(m_mutex);
-        if (!m_pStream && !m_pFile) {
-            return Error::Order;
-        }
         pSound = soundLocked();
+        pFile = m_pFile;
     }
-    return pSound ? m_platform.sound().play(pSound) : Error::NoSound;
+    if (!pSound) {
+        return Error::Order;
+    }
+    const Error error = m_platform.sound().play(pSound);
+    if (error == Error::None && pFile) {
+        pFile->moreWanted();
+    }
+    return error;
 }
 
 void Port::setVolume(unsigned short volume)

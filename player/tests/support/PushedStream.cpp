@@ -468,6 +468,36 @@ void appendUnit(CodedPicture &picture, const Bytes &unit)
     picture.bytes.insert(picture.bytes.end(), unit.begin(), unit.end());
 }
 
+std::vector<Bytes> unitsOf(const CodedPicture &picture)
+{
+    std::vector<Bytes> units;
+    const Bytes &bytes = picture.bytes;
+    if (picture.lengths) {
+        for (std::size_t at = 0; at + 4 <= bytes.size();) {
+            std::size_t size = 0;
+            for (std::size_t i = 0; i < 4; ++i) {
+                size = size << 8 | bytes[at + i];
+            }
+            const auto begin = bytes.begin() + static_cast<std::ptrdiff_t>(at + 4);
+            units.emplace_back(begin, begin + static_cast<std::ptrdiff_t>(size));
+            at += 4 + size;
+        }
+        return units;
+    }
+    constexpr std::uint8_t kCode[] = {0, 0, 1};
+    auto at = std::search(bytes.begin(), bytes.end(), std::begin(kCode), std::end(kCode));
+    while (at != bytes.end()) {
+        const auto next = std::search(at + 3, bytes.end(), std::begin(kCode), std::end(kCode));
+        auto end = next;
+        while (next != bytes.end() && *(end - 1) == 0) {
+            --end;
+        }
+        units.emplace_back(at + 3, end);
+        at = next;
+    }
+    return units;
+}
+
 Bytes filler(std::size_t size)
 {
     Bytes unit(size, 0xFF);

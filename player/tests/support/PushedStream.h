@@ -88,6 +88,8 @@ struct LiveOptions {
 
 /** Puts a unit behind a coded picture. */
 void appendUnit(CodedPicture &picture, const Bytes &unit);
+/** The units of a picture of H.264 or H.265, without the start codes or lengths before them. */
+[[nodiscard]] std::vector<Bytes> unitsOf(const CodedPicture &picture);
 /** A unit of H.264 that means nothing, of about that size. */
 [[nodiscard]] Bytes filler(std::size_t size);
 
