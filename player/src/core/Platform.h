@@ -59,6 +59,8 @@ public:
     virtual std::unique_ptr<ByteSource> openFile(const char *path) = 0;
     /** The library stays loaded from now on: a thread that nobody can wait for still runs in it. */
     virtual void keepCode() {}
+    /** On a thread whose work can wait: it yields processor and disk to every other. */
+    virtual void yieldToOthers() {}
     [[nodiscard]] virtual bool isWindow(WindowHandle window) = 0;
     virtual std::unique_ptr<Presenter> makePresenter(WindowHandle window) = 0;
     /** Whether there is a device to play sound on. Any thread may ask; the answer is there at once. */
