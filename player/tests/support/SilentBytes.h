@@ -23,11 +23,12 @@ public:
         {
             const std::lock_guard lock(m_mutex);
             m_bSilent = silent;
+            m_nCallers = 0;
         }
         m_changed.notifyAll();
     }
 
-    /** Somebody waits for it, or has done so. */
+    /** Somebody waits for it, or has done so since it became silent. */
     void awaitCaller()
     {
         std::unique_lock lock(m_mutex);
