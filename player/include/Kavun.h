@@ -118,8 +118,13 @@ int Kavun_CloseStream(long port);
  * a loss: nothing is shown up to the next key picture. Error 2 while the port is stopped.
  */
 int Kavun_InputData(long port, unsigned char *data, unsigned long size);
-/** Opens a file; the path is UTF-8 or, if that names no file, in the system's ANSI code page. */
+/**
+ * Opens a file; the path is UTF-8 or, if that names no file, in the system's ANSI code page. A server that is gone may keep
+ * the caller for minutes, unless another thread ends it by Kavun_CloseFile or Kavun_FreePort: then it fails with 4. Pictures
+ * of more than 16,384 pixels on a side or 64 megapixels are not supported (5), as they are not in streams.
+ */
 int Kavun_OpenFile(long port, char *path);
+/** Also ends the opening of a file that is under way on another thread. Waits for no server. */
 int Kavun_CloseFile(long port);
 /** Number of decoded pictures kept ready. */
 int Kavun_SetDisplayBuf(long port, unsigned long frames);
@@ -170,7 +175,11 @@ int Kavun_SetDisplayRegion(long port, unsigned long region, RECT *rect, HWND hWn
 
 /* ---- sound ---- */
 
-/** One port sounds at a time: takes over from another. Error 13 without a sound stream or device. */
+/**
+ * One port sounds at a time: takes over from another. Silent while paused, stepped, or at another speed than 1. Ends when
+ * what is open on the port is closed. Error 13 without a sound stream or device; a live stream whose header has not been
+ * read yet is taken at its word. Waits for no device.
+ */
 int Kavun_PlaySound(long port);
 int Kavun_StopSound(void);
 /** 0..0xFFFF, linear; 0xFFFF, the default, is full. */

@@ -57,6 +57,8 @@ public:
     [[nodiscard]] virtual Clock &clock() = 0;
     /** Null when no file can be opened by that name. */
     virtual std::unique_ptr<ByteSource> openFile(const char *path) = 0;
+    /** The library stays loaded from now on: a thread that nobody can wait for still runs in it. */
+    virtual void keepCode() {}
     /** On a thread whose work can wait: it yields processor and disk to every other. */
     virtual void yieldToOthers() {}
     [[nodiscard]] virtual bool isWindow(WindowHandle window) = 0;

@@ -355,7 +355,7 @@ void FilePlayback::updateClock(Moment now)
 void FilePlayback::tellLeader()
 {
     if (m_pLeader) {
-        m_pLeader->paceChanged(m_fileClock.isRunning(), m_fileClock.speedStep());
+        m_pLeader->paceChanged(m_fileClock.isRunning(), m_fileClock.speedStep(), m_fileClock.position(m_clock.now()));
     }
 }
 

@@ -1,6 +1,7 @@
 #include "player/src/port/Port.h"
 
 #include "player/src/picture/JpegEncoder.h"
+#include "player/src/sound/FileSound.h"
 #include "player/src/sound/SoundPlayer.h"
 
 #include <algorithm>
@@ -20,26 +21,6 @@ unsigned long wholeSeconds(std::int64_t microseconds)
 {
     return static_cast<unsigned long>((std::max<std::int64_t>(microseconds, 0) + 500) / 1000000);
 }
-
-/** Says that a port is being opened, until it goes. */
-class Opening
-{
-public:
-    Opening(std::mutex &mutex, bool &flag) : m_mutex(mutex), m_flag(flag) {}
-
-    ~Opening()
-    {
-        const std::lock_guard lock(m_mutex);
-        m_flag = false;
-    }
-
-    Opening(const Opening &) = delete;
-    Opening &operator=(const Opening &) = delete;
-
-private:
-    std::mutex &m_mutex;
-    bool &m_flag;
-};
 
 } // namespace
 
@@ -75,43 +56,72 @@ Error Port::openFile(const char *path)
     if (!path) {
         return Error::Argument;
     }
-    std::size_t capacity = 0;
+    const auto pOpening = std::make_shared<FileOpening>(m_platform);
     {
         const std::lock_guard lock(m_mutex);
-        if (m_pFile || m_pStream || m_bOpening) {
+        if (m_pFile || m_pStream || m_pOpening) {
             return Error::Order;
         }
-        m_bOpening = true;
-        capacity = m_nDisplayBuffers;
+        m_pOpening = pOpening;
     }
-    const Opening opening(m_mutex, m_bOpening);
-    std::unique_ptr<ByteSource> pBytes = m_platform.openFile(path);
-    if (!pBytes) {
-        return Error::Open;
-    }
+    const auto isStillWanted = [&] {
+        const bool bWanted = m_pOpening == pOpening;
+        m_pOpening = bWanted ? nullptr : m_pOpening;
+        return bWanted;
+    };
     try {
-        auto pDecoder = std::make_unique<FileDecoder>(m_platform.clock(), std::move(pBytes));
-        auto pPlayback = std::make_shared<FilePlayback>(m_platform, std::move(pDecoder), m_pCallbacks);
-        pPlayback->setCapacity(capacity);
-        pPlayback->buildIndex(m_platform.openFile(path));
+        auto pPlayback = openPlayback(path, *pOpening);
+        auto pSound = addSound(*pPlayback);
         const std::lock_guard lock(m_mutex);
+        if (!isStillWanted()) {
+            return Error::Open;
+        }
+        pPlayback->setCapacity(m_nDisplayBuffers);
+        pSound->setVolume(m_nVolume);
+        m_pFileSound = std::move(pSound);
         m_pFile = std::move(pPlayback);
+        return Error::None;
     } catch (const OpenFailure &failure) {
-        return failure.error;
+        const std::lock_guard lock(m_mutex);
+        return isStillWanted() ? failure.error : Error::Open;
+    } catch (...) {
+        const std::lock_guard lock(m_mutex);
+        static_cast<void>(isStillWanted());
+        throw;
     }
-    return Error::None;
+}
+
+std::shared_ptr<FilePlayback> Port::openPlayback(const char *path, FileOpening &opening)
+{
+    std::unique_ptr<ByteSource> pBytes = opening.open(path);
+    if (!pBytes) {
+        throw OpenFailure{Error::Open};
+    }
+    auto pDecoder = std::make_unique<FileDecoder>(m_platform.clock(), std::move(pBytes));
+    auto pPlayback = std::make_shared<FilePlayback>(m_platform, std::move(pDecoder), m_pCallbacks);
+    pPlayback->buildIndex(opening.open(path));
+    return pPlayback;
 }
 
 Error Port::closeFile()
 {
     std::shared_ptr<FilePlayback> pFile;
+    std::shared_ptr<FileOpening> pOpening;
+    std::shared_ptr<SoundTrack> pSound;
     {
         const std::lock_guard lock(m_mutex);
         pFile.swap(m_pFile);
+        pSound.swap(m_pFileSound);
+        pOpening.swap(m_pOpening);
+    }
+    if (pOpening) {
+        pOpening->cancel();
+        return Error::None;
     }
     if (!pFile) {
         return Error::Order;
     }
+    m_platform.sound().stop(*pSound);
     pFile->close();
     return Error::None;
 }
@@ -125,7 +135,7 @@ Error Port::openStream(const std::uint8_t *pHeader, std::size_t headerSize, std:
     auto pStream = std::make_shared<LivePlayback>(m_platform, std::vector<std::uint8_t>(pHeader, pHeader + headerSize),
                                                   bufferSize, mode, m_pCallbacks);
     const std::lock_guard lock(m_mutex);
-    if (m_pFile || m_pStream || m_bOpening) {
+    if (m_pFile || m_pStream || m_pOpening) {
         return Error::Order;
     }
     pStream->setCapacity(m_nDisplayBuffers);
@@ -320,20 +330,41 @@ Error Port::setDisplayRegion(const std::optional<DisplayRegion> &region)
 
 std::shared_ptr<SoundTrack> Port::soundLocked() const
 {
-    return m_pStream ? m_pStream->sound() : nullptr;
+    return m_pStream ? m_pStream->sound() : m_pFileSound;
+}
+
+std::shared_ptr<SoundTrack> Port::addSound(FilePlayback &file) const
+{
+    Clock &clock = m_platform.clock();
+    auto pTrack = std::make_shared<SoundTrack>(clock, SoundTrack::Kind::File,
+                                               [&platform = m_platform] { platform.sound().wake(); });
+    if (!file.has(SideStream::Sound)) {
+        pTrack->setStream(nullptr);
+        return pTrack;
+    }
+    const auto pSound = std::make_shared<FileSound>(clock, pTrack);
+    file.attach(SideStream::Sound, pSound);
+    file.setLeader(pSound);
+    return pTrack;
 }
 
 Error Port::playSound() const
 {
     std::shared_ptr<SoundTrack> pSound;
+    std::shared_ptr<FilePlayback> pFile;
     {
         const std::lock_guard lock(m_mutex);
-        if (!m_pStream && !m_pFile) {
-            return Error::Order;
-        }
         pSound = soundLocked();
+        pFile = m_pFile;
     }
-    return pSound ? m_platform.sound().play(pSound) : Error::NoSound;
+    if (!pSound) {
+        return Error::Order;
+    }
+    const Error error = m_platform.sound().play(pSound);
+    if (error == Error::None && pFile) {
+        pFile->moreWanted();
+    }
+    return error;
 }
 
 void Port::setVolume(unsigned short volume)

@@ -13,6 +13,14 @@ std::unique_ptr<ByteSource> WindowsPlatform::openFile(const char *path)
     return FileBytes::open(path);
 }
 
+void WindowsPlatform::keepCode()
+{
+    static const char anchor = 0;
+    HMODULE module = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
+                       reinterpret_cast<LPCWSTR>(&anchor), &module);
+}
+
 void WindowsPlatform::yieldToOthers()
 {
     // Reads of a thread in this mode also stand behind those of every other thread.

@@ -43,7 +43,7 @@ private:
 
 std::unique_ptr<ByteSource> FakePlatform::openFile(const char *path)
 {
-    return StdioBytes::open(path);
+    return m_open ? m_open(path) : StdioBytes::open(path);
 }
 
 bool FakePlatform::isWindow(WindowHandle window)
