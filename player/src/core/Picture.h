@@ -29,7 +29,7 @@ struct Picture {
     bool key = false;
     /** Pictures between this one and the one before it were left out to keep up with the clock. */
     bool afterGap = false;
-    /** Live only: when it was taken or, where nobody tells, when it came; microseconds since 1970, UTC. */
+    /** When it was taken; live, where nobody tells, when it came. Microseconds since 1970, UTC; 0 where unknown. */
     std::int64_t utc = 0;
     /** Live only: its time as the container tells it, which the sound's times compare with; empty where it does not. */
     std::optional<std::int64_t> streamTime;

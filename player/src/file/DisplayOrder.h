@@ -31,6 +31,8 @@ public:
         std::int64_t duration = 0;
         bool key = false;
         bool shown = true;
+        /** When it was taken, microseconds since 1970; 0 where its packet does not tell. */
+        std::int64_t utc = 0;
     };
 
     /** `byHeaders`: stamps are not to be trusted with the order. Throws OpenFailure for lack of memory. */

@@ -3,6 +3,7 @@
 #include "player/src/core/Codec.h"
 #include "player/src/core/Container.h"
 #include "player/src/core/Error.h"
+#include "player/src/file/ExportStartTime.h"
 
 #include <utility>
 #include <vector>
@@ -122,6 +123,14 @@ FileContainer::Opened FileContainer::open()
         throw OpenFailure{Error::Corrupt};
     }
     return opened;
+}
+
+std::optional<std::int64_t> FileContainer::startTime(std::uint32_t track)
+{
+    const auto time = exportStartTime(*m_pBytes, track);
+    // FFmpeg believes that the bytes go on where it stopped.
+    m_pBytes->seek(m_nBytePosition);
+    return time;
 }
 
 void FileContainer::use(Opened opened)

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 namespace player
 {
@@ -46,6 +47,8 @@ public:
     {
         return *m_opened.pIo;
     }
+    /** When an exported file's time line begins; see exportStartTime(). */
+    [[nodiscard]] std::optional<std::int64_t> startTime(std::uint32_t track);
     /** Negative where the source has no size. */
     [[nodiscard]] std::int64_t size() const
     {

@@ -21,7 +21,7 @@ constexpr std::int64_t kSecond = 1000000;
 constexpr std::int64_t kMostCollected = 1000;
 constexpr std::int64_t kWorthMore = 8;
 /** How long a seek waits for the index where the container's own stamps may deceive. */
-constexpr std::chrono::seconds kIndexPatience{2};
+constexpr std::chrono::milliseconds kIndexPatience{300};
 /** A target this near ahead is reached sooner by decoding on than by seeking. */
 constexpr std::int64_t kNearAhead = kSecond / 2;
 /** Each try goes back further before the target, for containers that land behind it; then the very start. */
@@ -48,8 +48,13 @@ void FileDecoder::learnFacts(std::optional<std::int64_t> endTick)
 {
     m_facts.shape = m_pending.shape;
     m_facts.pictureDuration = m_pending.duration;
-    m_facts.recordingTime = m_reader.recordingTime();
     m_facts.firstTick = m_decoder.firstTick().value_or(0);
+    m_facts.recordingTime = m_reader.recordingTime();
+    if (m_pending.utc > 0) {
+        m_facts.recordingTime = m_pending.utc;
+    } else if (m_facts.recordingTime && m_reader.isRecordingTimeOfTickZero()) {
+        *m_facts.recordingTime += microsecondsBetween(0, m_facts.firstTick, m_reader.pictureStream().time_base);
+    }
     m_facts.nominalDuration = m_decoder.nominalDuration();
     m_facts.firstNumber = m_decoder.firstNumber();
     m_facts.pictureBytes = m_pending.bytes();

@@ -18,6 +18,7 @@ struct FileFacts {
     PictureShape shape;
     /** Empty where neither the headers nor a bounded look at the end tell it. */
     std::optional<std::int64_t> length;
+    /** Of the first picture. */
     std::optional<std::int64_t> recordingTime;
     std::int64_t pictureDuration = 0;
     /** The packet of the picture at position 0, and its stamp in ticks. */

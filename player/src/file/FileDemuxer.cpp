@@ -4,10 +4,12 @@
 #include "player/src/core/Container.h"
 
 #include <algorithm>
+#include <cstring>
 #include <vector>
 
 extern "C" {
 #include <libavutil/common.h>
+#include <libavutil/intreadwrite.h>
 }
 
 namespace player
@@ -338,8 +340,17 @@ std::optional<std::int64_t> FileDemuxer::lookAtTheEnd()
     return reopen() ? end : std::nullopt;
 }
 
-std::optional<std::int64_t> FileDemuxer::recordingTime() const
+std::optional<std::int64_t> FileDemuxer::recordingTime()
 {
+    // Matroska's date is that of its time 0; the others' is when recording began, whatever their stamps begin with.
+    m_bTimeOfTickZero = isNamed(*m_container.format().iformat, "matroska");
+    if (isNamed(*m_container.format().iformat, "mov") && m_container.size() > 0) {
+        const auto time = m_container.startTime(static_cast<std::uint32_t>(pictureStream().id));
+        if (time && isDate(*time)) {
+            m_bTimeOfTickZero = true;
+            return time;
+        }
+    }
     for (const AVDictionary *pTags : {m_container.format().metadata, stream().metadata}) {
         const AVDictionaryEntry *pEntry = av_dict_get(pTags, "creation_time", nullptr, 0);
         std::int64_t time = 0;
@@ -349,6 +360,27 @@ std::optional<std::int64_t> FileDemuxer::recordingTime() const
     }
     const std::int64_t start = m_container.format().start_time_realtime;
     return start != AV_NOPTS_VALUE && isDate(start) ? std::optional(start) : std::nullopt;
+}
+
+std::int64_t FileDemuxer::recordingTimeOf(const AVPacket &packet)
+{
+    // The device library adds the time of day to each block, as eight bytes under the identifier 1, and a stream of it
+    // may have been saved.
+    constexpr std::uint64_t kIdentifier = 1;
+    std::size_t size = 0;
+    const std::uint8_t *pAdded = av_packet_get_side_data(&packet, AV_PKT_DATA_MATROSKA_BLOCKADDITIONAL, &size);
+    if (pAdded && size == 16 && AV_RB64(pAdded) == kIdentifier) {
+        const auto time = static_cast<std::int64_t>(AV_RB64(pAdded + 8));
+        return isDate(time) ? time : 0;
+    }
+    // MP4 from live encoders: when the picture was taken or sent, ISO/IEC 14496-12, 8.16.5.
+    const std::uint8_t *pClock = av_packet_get_side_data(&packet, AV_PKT_DATA_PRFT, &size);
+    if (pClock && size >= sizeof(AVProducerReferenceTime)) {
+        AVProducerReferenceTime reference{};
+        std::memcpy(&reference, pClock, sizeof reference);
+        return isDate(reference.wallclock) ? reference.wallclock : 0;
+    }
+    return 0;
 }
 
 } // namespace player

@@ -97,7 +97,14 @@ public:
 
     /** The tick at which the last picture ends, if the container or a bounded look at its end tells. */
     [[nodiscard]] std::optional<std::int64_t> endTick();
-    [[nodiscard]] std::optional<std::int64_t> recordingTime() const;
+    /** Of the whole file: of tick 0 where `isOfTickZero` says so, else of its first picture. */
+    [[nodiscard]] std::optional<std::int64_t> recordingTime();
+    [[nodiscard]] bool isRecordingTimeOfTickZero() const
+    {
+        return m_bTimeOfTickZero;
+    }
+    /** Of one picture, where its packet carries one; 0 where it does not. */
+    [[nodiscard]] static std::int64_t recordingTimeOf(const AVPacket &packet);
 
 private:
     void chooseStreams();
@@ -124,6 +131,7 @@ private:
     /** Its own index grows with reading, and can be taught. */
     bool m_bLearns = false;
     bool m_bMayLeap = false;
+    bool m_bTimeOfTickZero = false;
 
     /** A side stream's number in m_pTold, 0 for none, and whether it is used. */
     struct Side {

@@ -6,9 +6,17 @@
 namespace player
 {
 
-void FileIndex::addPicture(std::int64_t number, std::int64_t time)
+void FileIndex::addPictures(const std::vector<Shown> &pictures)
 {
     const std::lock_guard lock(m_mutex);
+    for (const Shown &picture : pictures) {
+        add(picture);
+    }
+}
+
+void FileIndex::add(const Shown &picture)
+{
+    const std::int64_t time = picture.time;
     const auto ordinal = static_cast<std::int64_t>(m_times.size());
     constexpr std::int64_t kMostInBlockTime = std::numeric_limits<std::uint32_t>::max();
     if (m_blocks.empty() || time - m_blocks.back().time > kMostInBlockTime ||
@@ -17,7 +25,7 @@ void FileIndex::addPicture(std::int64_t number, std::int64_t time)
     }
     m_times.push_back(static_cast<std::uint32_t>(time - m_blocks.back().time));
     m_nLatest = time;
-    setPlace(number, ordinal);
+    setPlace(picture.number, ordinal);
 }
 
 void FileIndex::setPlace(std::int64_t number, std::int64_t ordinal)
@@ -48,11 +56,12 @@ void FileIndex::tellGrown()
     m_grown.notifyAll();
 }
 
-void FileIndex::complete(std::int64_t end)
+void FileIndex::complete(std::int64_t end, std::int64_t utc)
 {
     {
         const std::lock_guard lock(m_mutex);
         m_end = end;
+        m_nLastUtc = utc;
     }
     m_grown.notifyAll();
 }
@@ -82,6 +91,12 @@ std::optional<std::int64_t> FileIndex::lastTime() const
 {
     const std::lock_guard lock(m_mutex);
     return m_end ? std::optional(m_nLatest) : std::nullopt;
+}
+
+std::optional<std::int64_t> FileIndex::lastUtc() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_end && m_nLastUtc > 0 ? std::optional(m_nLastUtc) : std::nullopt;
 }
 
 std::int64_t FileIndex::pictures() const

@@ -9,6 +9,7 @@
 #include <functional>
 #include <mutex>
 #include <optional>
+#include <vector>
 
 namespace player
 {
@@ -51,14 +52,23 @@ public:
     explicit FileIndex(Clock &clock) : m_grown(clock) {}
 
     // The thread that builds it.
-    /** The next picture in the order of showing. */
-    void addPicture(std::int64_t number, std::int64_t time);
+    /** A picture in the order of showing. */
+    struct Shown {
+        std::int64_t number = 0;
+        std::int64_t time = 0;
+    };
+    /** The next ones. Several at a time: who builds it stands behind everybody else, and must not keep them waiting. */
+    void addPictures(const std::vector<Shown> &pictures);
+    void addPicture(std::int64_t number, std::int64_t time)
+    {
+        addPictures({{number, time}});
+    }
     /** In the order of showing, ahead of the picture itself. */
     void addKey(const Key &key);
     /** Wakes those who wait for it to grow. */
     void tellGrown();
-    /** Every picture has been told. `end`: when the last one has been shown. */
-    void complete(std::int64_t end);
+    /** Every picture has been told. `end`: when the last one has been shown; `utc`: when it was taken, 0 if unknown. */
+    void complete(std::int64_t end, std::int64_t utc = 0);
     /** Nothing more comes: the file cannot be read, or nobody wants the index any more. */
     void giveUp();
 
@@ -67,6 +77,8 @@ public:
     [[nodiscard]] std::optional<std::int64_t> end() const;
     /** When the last picture begins; empty before it is complete. */
     [[nodiscard]] std::optional<std::int64_t> lastTime() const;
+    /** When it was taken, microseconds since 1970; empty where nobody tells. */
+    [[nodiscard]] std::optional<std::int64_t> lastUtc() const;
     [[nodiscard]] std::int64_t pictures() const;
 
     /** Empty for what has not been told yet. */
@@ -112,6 +124,7 @@ private:
 
     [[nodiscard]] std::int64_t timeLocked(std::int64_t ordinal) const;
     [[nodiscard]] std::optional<std::int64_t> ordinalLocked(std::int64_t time) const;
+    void add(const Shown &picture);
     void setPlace(std::int64_t number, std::int64_t ordinal);
 
     // Guarded by m_mutex.
@@ -123,6 +136,7 @@ private:
     std::deque<Key> m_keys;
     std::int64_t m_nLatest = 0;
     std::optional<std::int64_t> m_end;
+    std::int64_t m_nLastUtc = 0;
     bool m_bGivenUp = false;
 };
 

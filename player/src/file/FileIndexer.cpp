@@ -65,13 +65,14 @@ void FileIndexer::run()
     m_platform.yieldToOthers();
     try {
         build();
+        if (m_pIndex->isComplete() && !m_bStop) {
+            m_done();
+        }
     } catch (...) {
         // A file that cannot be opened a second time, or no memory left: it plays on without an index.
     }
     if (!m_pIndex->isComplete()) {
         m_pIndex->giveUp();
-    } else if (!m_bStop) {
-        m_done();
     }
 }
 
@@ -85,6 +86,7 @@ void FileIndexer::build()
         read(order, *pPacket);
         av_packet_unref(pPacket.get());
         if (m_nNumber % kTellInterval == 0) {
+            hand();
             m_pIndex->tellGrown();
         }
     }
@@ -92,8 +94,9 @@ void FileIndexer::build()
     while (const auto entry = order.take()) {
         tell(*entry);
     }
+    hand();
     if (!m_bStop) {
-        m_pIndex->complete(m_nEnd);
+        m_pIndex->complete(m_nEnd, m_nLatestUtc);
     }
 }
 
@@ -103,6 +106,7 @@ void FileIndexer::read(DisplayOrder &order, const AVPacket &packet)
     DisplayOrder::Entry entry;
     entry.number = m_nNumber++;
     entry.duration = packet.duration;
+    entry.utc = FileDemuxer::recordingTimeOf(packet);
     entry.shown = (packet.flags & AV_PKT_FLAG_DISCARD) == 0;
     if (packet.pts != AV_NOPTS_VALUE && !m_demuxer.isWithoutTimes()) {
         entry.stamp = av_sat_add64(packet.pts, shift);
@@ -135,9 +139,16 @@ std::optional<std::int64_t> FileIndexer::stampOf(const DisplayOrder::Entry &entr
     return stamp;
 }
 
+void FileIndexer::hand()
+{
+    m_pIndex->addPictures(m_batch);
+    m_batch.clear();
+}
+
 void FileIndexer::tell(const DisplayOrder::Entry &entry)
 {
     if (entry.key) {
+        hand();
         const auto found = m_keys.find(entry.number);
         m_pIndex->addKey(found->second);
         m_keys.erase(found);
@@ -155,9 +166,10 @@ void FileIndexer::tell(const DisplayOrder::Entry &entry)
             time = m_nLatestTime + kLeastDistance;
         }
     }
-    m_pIndex->addPicture(entry.number, time);
+    m_batch.push_back({entry.number, time});
     ++m_nPictures;
     m_nLatestTime = time;
+    m_nLatestUtc = entry.utc;
     const bool bTold = entry.duration > 0 && !m_demuxer.isWithoutTimes();
     m_nEnd = time + (bTold ? std::min(microsecondsBetween(0, entry.duration, tick), std::int64_t{3600000000})
                            : m_beginning.nominal);

@@ -14,6 +14,7 @@
 #include <memory>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 namespace player
 {
@@ -53,6 +54,7 @@ private:
     void build();
     void read(DisplayOrder &order, const AVPacket &packet);
     void tell(const DisplayOrder::Entry &entry);
+    void hand();
     [[nodiscard]] std::optional<std::int64_t> stampOf(const DisplayOrder::Entry &entry);
 
     Platform &m_platform;
@@ -66,8 +68,11 @@ private:
     std::optional<TimeLine> m_timeLine;
     std::int64_t m_nNumber = 0;
     std::int64_t m_nPictures = 0;
+    /** Told and not handed to the index yet. */
+    std::vector<FileIndex::Shown> m_batch;
     std::int64_t m_nLatestTime = 0;
     std::int64_t m_nEnd = 0;
+    std::int64_t m_nLatestUtc = 0;
     /** Keys that have not been shown yet. */
     std::map<std::int64_t, FileIndex::Key> m_keys;
     /** Files that tell the order of decoding only: their stamps belong to the pictures in the order of showing. */

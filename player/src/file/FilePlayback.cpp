@@ -71,19 +71,24 @@ std::optional<std::int64_t> FilePlayback::lastTime() const
     return std::max<std::int64_t>(*m_facts.length - m_facts.pictureDuration, 0);
 }
 
+Error FilePlayback::recordingTimes(std::int64_t &first, std::int64_t &last) const
+{
+    if (!m_facts.recordingTime) {
+        return Error::NoTime;
+    }
+    const auto time = lastTime();
+    if (!time) {
+        return Error::NoIndex;
+    }
+    first = *m_facts.recordingTime;
+    const auto told = m_pIndex ? m_pIndex->lastUtc() : std::nullopt;
+    last = told.value_or(first + *time);
+    return Error::None;
+}
+
 void FilePlayback::attach(SideStream kind, std::shared_ptr<PacketSink> pSink)
 {
     m_feed.reader().attach(kind, std::move(pSink));
-}
-
-bool FilePlayback::has(SideStream kind) const
-{
-    return m_feed.reader().has(kind);
-}
-
-void FilePlayback::moreWanted()
-{
-    m_feed.reader().moreWanted();
 }
 
 void FilePlayback::setLeader(std::shared_ptr<LeadingClock> pLeader)
@@ -309,14 +314,14 @@ Error FilePlayback::shape(PictureShape &shape) const
 
 Error FilePlayback::timeOnDisplay(std::int64_t &time)
 {
-    if (!m_facts.recordingTime) {
-        return Error::NoTime;
-    }
     const std::lock_guard lock(m_mutex);
     if (!m_current) {
-        return Error::NoPicture;
+        return m_facts.recordingTime ? Error::NoPicture : Error::NoTime;
     }
-    time = *m_facts.recordingTime + m_current.time;
+    if (m_current.utc <= 0 && !m_facts.recordingTime) {
+        return Error::NoTime;
+    }
+    time = m_current.utc > 0 ? m_current.utc : *m_facts.recordingTime + m_current.time;
     return Error::None;
 }
 

@@ -37,6 +37,8 @@ public:
     [[nodiscard]] std::optional<std::int64_t> length() const;
     /** When its last picture begins; empty while that is not known. */
     [[nodiscard]] std::optional<std::int64_t> lastTime() const;
+    /** When its first and its last picture were taken, microseconds since 1970, UTC. */
+    Error recordingTimes(std::int64_t &first, std::int64_t &last) const;
 
     /**
      * A sink takes the file's sound or metadata from now on; null: nobody does. Attached before the first play or
@@ -44,9 +46,15 @@ public:
      * that is under way. Not from inside a sink.
      */
     void attach(SideStream kind, std::shared_ptr<PacketSink> pSink);
-    [[nodiscard]] bool has(SideStream kind) const;
+    [[nodiscard]] bool has(SideStream kind) const
+    {
+        return m_feed.reader().has(kind);
+    }
     /** A sink has come to want more. Called with no lock of the sink's held. */
-    void moreWanted();
+    void moreWanted()
+    {
+        m_feed.reader().moreWanted();
+    }
     /** What the file's clock follows while it tells a position and the speed is 1; null: the computer's time. */
     void setLeader(std::shared_ptr<LeadingClock> pLeader);
 

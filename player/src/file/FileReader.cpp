@@ -87,8 +87,11 @@ void FileReader::stop()
     if (m_thread.joinable()) {
         m_clock.join(m_thread);
     }
-    const std::lock_guard lock(m_mutex);
-    m_bRunning = false;
+    {
+        const std::lock_guard lock(m_mutex);
+        m_bRunning = false;
+    }
+    m_done.notifyAll();
 }
 
 void FileReader::interrupt()
@@ -386,6 +389,7 @@ CodedPicture FileReader::counted(PacketPtr pPacket)
     CodedPicture picture;
     picture.shift = m_timeLine->place(*pPacket);
     picture.number = m_nextNumber;
+    picture.utc = FileDemuxer::recordingTimeOf(*pPacket);
     if (m_nextNumber) {
         ++*m_nextNumber;
     }

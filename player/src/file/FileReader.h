@@ -26,6 +26,8 @@ struct CodedPicture {
     std::int64_t shift = 0;
     /** Its place in the order of the file; empty where reading began at a place that nobody has counted. */
     std::optional<std::int64_t> number;
+    /** When it was taken, microseconds since 1970, UTC; 0 where its packet does not tell. */
+    std::int64_t utc = 0;
 };
 
 /**
@@ -74,6 +76,10 @@ public:
     [[nodiscard]] std::optional<std::int64_t> recordingTime() const
     {
         return m_recordingTime;
+    }
+    [[nodiscard]] bool isRecordingTimeOfTickZero() const
+    {
+        return m_demuxer.isRecordingTimeOfTickZero();
     }
 
     /** The tick of position 0, from which the sinks' times count. Before start(). */

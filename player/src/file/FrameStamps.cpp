@@ -31,7 +31,7 @@ void FrameStamps::enter(CodedPicture &coded)
     AVPacket &packet = *coded.pPacket;
     const std::uint64_t serial = ++m_nSerial;
     m_companions[serial % m_companions.size()] = {serial, coded.shift, coded.number,
-                                                  (packet.flags & AV_PKT_FLAG_KEY) != 0};
+                                                  (packet.flags & AV_PKT_FLAG_KEY) != 0, coded.utc};
     // FFmpeg hands it on to the frame, whatever order they come out in.
     packet.opaque = reinterpret_cast<void *>(static_cast<std::uintptr_t>(serial));
     m_nShift = coded.shift;

@@ -27,6 +27,7 @@ public:
         std::int64_t shift = 0;
         std::optional<std::int64_t> number;
         bool key = false;
+        std::int64_t utc = 0;
     };
 
     /** `inOrder`: the container tells when packets are decoded and not when pictures are shown; see FileDemuxer. */

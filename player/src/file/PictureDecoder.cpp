@@ -185,6 +185,7 @@ Picture PictureDecoder::stamped(FramePtr pFrame, const Companion &companion, std
     picture.duration = durationOf(*pFrame);
     picture.stamp = pFrame->pts;
     picture.key = companion.key;
+    picture.utc = companion.utc;
     const auto place = placeOf(companion.number);
     if (place) {
         picture.ordinal = place->ordinal;

@@ -275,17 +275,7 @@ Error Port::recordingTimes(std::int64_t &first, std::int64_t &last) const
     if (!pFile) {
         return Error::Order;
     }
-    const FileFacts &facts = pFile->facts();
-    if (!facts.recordingTime) {
-        return Error::NoTime;
-    }
-    const auto lastTime = pFile->lastTime();
-    if (!lastTime) {
-        return Error::NoIndex;
-    }
-    first = *facts.recordingTime;
-    last = first + *lastTime;
-    return Error::None;
+    return pFile->recordingTimes(first, last);
 }
 
 Error Port::timeOnDisplay(std::int64_t &time) const

@@ -218,4 +218,21 @@ INSTANTIATE_TEST_SUITE_P(Containers, JoinedFiles,
                              return player::test::testName(std::string(row.param.first) + "_" + row.param.second);
                          });
 
+TEST(EditedFile, IsSteppedAndSoughtThroughAsItsListSays)
+{
+    // 512 ticks a picture; the first one is at 1024. Picture 30 is no key picture.
+    const std::string path = testing::TempDir() + "edited.mp4";
+    {
+        const auto bytes = player::test::clipWithEditList(1024 + 30 * 512, 2000);
+        std::ofstream file(path, std::ios::binary);
+        file.write(reinterpret_cast<const char *>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    }
+    std::vector<PlainPicture> pictures;
+    for (int number = 30; number < 80; ++number) {
+        pictures.push_back({number, (number - 30) * 40000, 0});
+    }
+    Walk(path, pictures, 3).go(40);
+    std::remove(path.c_str());
+}
+
 } // namespace

@@ -12,7 +12,6 @@
 #include <algorithm>
 #include <atomic>
 #include <random>
-#include <string_view>
 
 namespace
 {
@@ -296,27 +295,10 @@ TEST(FileDecoder, GoesOnThroughJoinedFilesWhoseTimesStartOver)
     EXPECT_EQ(numbersOf(reader), counted(0, 100, 100));
 }
 
-/** A clip whose edit list, which is FFmpeg's own otherwise, begins later and ends earlier. */
-std::vector<std::uint8_t> clipWithEditList(std::uint32_t firstTick, std::uint32_t milliseconds)
-{
-    std::vector<std::uint8_t> bytes = player::test::bytesOf(player::test::mediaPath("h264.mp4"));
-    constexpr std::string_view kEditList = "elst";
-    const auto found = std::search(bytes.begin(), bytes.end(), kEditList.begin(), kEditList.end());
-    const auto put = [&](std::ptrdiff_t offset, std::uint32_t value) {
-        for (int shift = 24; shift >= 0; shift -= 8) {
-            found[offset++] = static_cast<std::uint8_t>(value >> shift);
-        }
-    };
-    // Behind the name: version and flags, number of entries; then length and first tick of the only one.
-    put(12, milliseconds);
-    put(16, firstTick);
-    return bytes;
-}
-
 TEST(FileDecoder, LeavesOutWhatTheEditListLeavesOut)
 {
     // 512 ticks a picture; the first one is at 1024. Picture 30 is no key picture.
-    const auto bytes = clipWithEditList(1024 + 30 * 512, 2000);
+    const auto bytes = player::test::clipWithEditList(1024 + 30 * 512, 2000);
     FileDecoder reader(g_clock, std::make_unique<MemoryBytes>(bytes));
     EXPECT_EQ(reader.facts().length, 2000000);
     EXPECT_EQ(numbersOf(reader), counted(30, 80));

@@ -1,11 +1,13 @@
 #include "player/tests/support/MemoryBytes.h"
 
 #include "player/src/file/FileDemuxer.h"
+#include "player/tests/support/Clips.h"
 #include "player/tests/support/StdioBytes.h"
 
 #include <algorithm>
 #include <fstream>
 #include <iterator>
+#include <string_view>
 
 namespace player::test
 {
@@ -49,6 +51,22 @@ std::vector<std::uint8_t> codedPicturesOf(const std::vector<std::string> &paths)
             av_packet_unref(pPacket.get());
         }
     }
+    return bytes;
+}
+
+std::vector<std::uint8_t> clipWithEditList(std::uint32_t firstTick, std::uint32_t milliseconds)
+{
+    std::vector<std::uint8_t> bytes = bytesOf(mediaPath("h264.mp4"));
+    constexpr std::string_view kEditList = "elst";
+    const auto found = std::search(bytes.begin(), bytes.end(), kEditList.begin(), kEditList.end());
+    const auto put = [&](std::ptrdiff_t offset, std::uint32_t value) {
+        for (int shift = 24; shift >= 0; shift -= 8) {
+            found[offset++] = static_cast<std::uint8_t>(value >> shift);
+        }
+    };
+    // Behind the name: version and flags, number of entries; then length and first tick of the only one.
+    put(12, milliseconds);
+    put(16, firstTick);
     return bytes;
 }
 

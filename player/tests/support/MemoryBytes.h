@@ -28,6 +28,9 @@ private:
 /** Just the coded pictures of the files, one after the other. */
 [[nodiscard]] std::vector<std::uint8_t> codedPicturesOf(const std::vector<std::string> &paths);
 
+/** The bytes of h264.mp4 with an edit list that begins later, or ends earlier, than all of its pictures. */
+[[nodiscard]] std::vector<std::uint8_t> clipWithEditList(std::uint32_t firstTick, std::uint32_t milliseconds);
+
 } // namespace player::test
 
 #endif

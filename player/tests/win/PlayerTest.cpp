@@ -285,14 +285,35 @@ TEST_F(PlayerTest, SaysWhatItDoesNotKnow)
 {
     KAVUN_SYSTEM_TIME time{};
     ASSERT_TRUE(open(mediaPath("raw.h264")));
-    EXPECT_EQ(Kavun_GetFileTime(m_nPort), 0u);
-    EXPECT_EQ(lastError(), KAVUN_ERROR_NO_INDEX);
     EXPECT_FALSE(Kavun_GetFileTotalTime(m_nPort, &time, &time));
     EXPECT_EQ(lastError(), KAVUN_ERROR_NO_TIME);
     EXPECT_FALSE(Kavun_PlaySound(m_nPort));
     EXPECT_EQ(lastError(), KAVUN_ERROR_NO_SOUND);
     EXPECT_FALSE(Kavun_OneByOneBack(m_nPort));
-    EXPECT_EQ(lastError(), KAVUN_ERROR_NO_INDEX);
+    EXPECT_EQ(lastError(), KAVUN_ERROR_ORDER);
+}
+
+TEST_F(PlayerTest, TheIndexTellsARawStreamsLengthAndThePicturesBefore)
+{
+    const HANDLE hComplete = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    ASSERT_TRUE(Kavun_SetFileRefCallBack(
+        m_nPort, [](long, void *user) { SetEvent(static_cast<HANDLE>(user)); }, hComplete));
+    const TestWindow window;
+    holdAt("raw.h264", window.handle(), 2000);
+    ASSERT_EQ(WaitForSingleObject(hComplete, 30000), WAIT_OBJECT_0);
+    EXPECT_EQ(Kavun_GetFileTime(m_nPort), 4u);
+    EXPECT_EQ(lastError(), 0u);
+    ASSERT_TRUE(window.waitForNumber(50));
+    for (int number = 49; number > 40; --number) {
+        ASSERT_TRUE(Kavun_OneByOneBack(m_nPort)) << lastError();
+        ASSERT_TRUE(window.waitForNumber(number));
+    }
+    ASSERT_TRUE(Kavun_SetPlayedTimeEx(m_nPort, 0));
+    ASSERT_TRUE(window.waitForNumber(0));
+    EXPECT_FALSE(Kavun_OneByOneBack(m_nPort));
+    EXPECT_EQ(lastError(), KAVUN_ERROR_END);
+    EXPECT_TRUE(Kavun_SetFileRefCallBack(m_nPort, nullptr, nullptr));
+    CloseHandle(hComplete);
 }
 
 struct Jpeg {

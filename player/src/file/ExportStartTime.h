@@ -1,0 +1,23 @@
+#ifndef PLAYER_EXPORTSTARTTIME_H
+#define PLAYER_EXPORTSTARTTIME_H
+
+#include "player/src/core/ByteSource.h"
+
+#include <cstdint>
+#include <optional>
+
+namespace player
+{
+
+/**
+ * When an MP4 file that was exported by ONVIF's rules was recorded: its time line's beginning, in microseconds since
+ * 1970, UTC; empty where nothing tells.
+ *
+ * The StartTimeBox of the ONVIF Export File Format Specification, "Timing"; boxes as in ISO/IEC 14496-12. The one of
+ * the track counts, else the first. Looks at the heads of a bounded number of boxes, and leaves the source anywhere.
+ */
+[[nodiscard]] std::optional<std::int64_t> exportStartTime(ByteSource &bytes, std::uint32_t track);
+
+} // namespace player
+
+#endif

@@ -1,0 +1,183 @@
+// When pictures of files were taken, as far as their containers tell.
+#include "player/src/file/ExportStartTime.h"
+#include "player/src/port/Port.h"
+#include "player/tests/support/Clips.h"
+#include "player/tests/support/FakeClock.h"
+#include "player/tests/support/FakePlatform.h"
+#include "player/tests/support/MemoryBytes.h"
+#include "player/tests/support/PushedStream.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+
+namespace
+{
+
+using player::Error;
+using player::Port;
+using player::test::Bytes;
+using player::test::FakeClock;
+using player::test::FakePlatform;
+using player::test::LiveOptions;
+
+constexpr std::int64_t kTaken = 1700000000000000;
+
+class RecordingTimeTest : public testing::Test
+{
+protected:
+    ~RecordingTimeTest() override
+    {
+        m_port.close();
+        std::remove(m_path.c_str());
+    }
+
+    /** What a host gets that writes the device library's records into a file, one after the other. */
+    void openSaved(const LiveOptions &options)
+    {
+        const auto stream = player::test::liveMatroska("h264-alaw.mkv", options);
+        {
+            std::ofstream file(m_path, std::ios::binary);
+            const auto put = [&](const Bytes &bytes) {
+                file.write(reinterpret_cast<const char *>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+            };
+            put(stream.header);
+            for (const auto &record : stream.records) {
+                put(record.bytes);
+            }
+        }
+        ASSERT_EQ(m_port.openFile(m_path.c_str()), Error::None);
+        ASSERT_EQ(m_port.play(m_platform.window()), Error::None);
+        ASSERT_EQ(m_port.pause(1), Error::None);
+        m_clock.settle();
+    }
+
+    std::int64_t timeAt(unsigned long milliseconds)
+    {
+        EXPECT_EQ(m_port.seek(milliseconds), Error::None);
+        m_clock.settle();
+        std::int64_t time = 0;
+        EXPECT_EQ(m_port.timeOnDisplay(time), Error::None);
+        return time;
+    }
+
+    const std::string m_path = testing::TempDir() + "saved-stream.mkv";
+    FakeClock m_clock;
+    FakePlatform m_platform{m_clock};
+    Port m_port{m_platform, 0, 0};
+};
+
+TEST_F(RecordingTimeTest, IsTheDevicesOwnStampInASavedStream)
+{
+    LiveOptions options;
+    options.captured = kTaken;
+    openSaved(options);
+    EXPECT_EQ(timeAt(0), kTaken);
+    EXPECT_EQ(timeAt(2000), kTaken + 2000000);
+    EXPECT_EQ(timeAt(2039), kTaken + 2000000) << "the picture's, not that of the moment";
+    std::int64_t first = 0;
+    std::int64_t last = 0;
+    ASSERT_EQ(m_port.recordingTimes(first, last), Error::None);
+    EXPECT_EQ(first, kTaken);
+    EXPECT_EQ(last, kTaken + 99 * 40000);
+}
+
+TEST_F(RecordingTimeTest, OfMatroskaCountsFromItsTimeNought)
+{
+    LiveOptions options;
+    options.date = kTaken;
+    options.jumpAt = 0;
+    options.jump = 5000;
+    openSaved(options);
+    EXPECT_EQ(timeAt(0), kTaken + 5000000);
+    EXPECT_EQ(timeAt(1000), kTaken + 6000000);
+}
+
+TEST_F(RecordingTimeTest, IsUnknownWithoutEither)
+{
+    openSaved({});
+    std::int64_t time = 0;
+    EXPECT_EQ(m_port.timeOnDisplay(time), Error::NoTime);
+    EXPECT_EQ(m_port.recordingTimes(time, time), Error::NoTime);
+}
+
+TEST_F(RecordingTimeTest, CountsFromTheDateOfTheFile)
+{
+    ASSERT_EQ(m_port.openFile(player::test::mediaPath("recorded.mp4").c_str()), Error::None);
+    ASSERT_EQ(m_port.play(m_platform.window()), Error::None);
+    ASSERT_EQ(m_port.pause(1), Error::None);
+    EXPECT_EQ(timeAt(1500), 1709251198000000 + 1480000);
+    std::int64_t first = 0;
+    std::int64_t last = 0;
+    ASSERT_EQ(m_port.recordingTimes(first, last), Error::None);
+    EXPECT_EQ(first, 1709251198000000);
+    EXPECT_EQ(last, 1709251198000000 + 99 * 40000);
+}
+
+void append(Bytes &bytes, std::uint64_t value, int size)
+{
+    for (int shift = 8 * (size - 1); shift >= 0; shift -= 8) {
+        bytes.push_back(static_cast<std::uint8_t>(value >> shift));
+    }
+}
+
+void append(Bytes &bytes, const char *letters)
+{
+    bytes.insert(bytes.end(), letters, letters + 4);
+}
+
+/** A box for file level with the start times of two tracks, the second of which is that of the clip's pictures. */
+Bytes exportBox(std::uint64_t entries)
+{
+    // Tenths of microseconds since 1601.
+    constexpr std::uint64_t kTakenSince1601 = (kTaken + 11644473600000000) * 10;
+    Bytes box;
+    append(box, 8 + 4 + 8 + 4 + 24, 4);
+    append(box, "meta");
+    append(box, 0, 4);
+    append(box, 8 + 4 + 24, 4);
+    append(box, "cstb");
+    append(box, entries, 4);
+    append(box, 77, 4);
+    append(box, kTakenSince1601 + 70000000, 8);
+    append(box, 1, 4);
+    append(box, kTakenSince1601, 8);
+    return box;
+}
+
+TEST_F(RecordingTimeTest, IsThatOfTheStartTimeBoxInAnExportedFile)
+{
+    for (const std::uint64_t entries : {std::uint64_t{2}, std::uint64_t{0xFFFFFFFF}}) {
+        Bytes bytes = player::test::bytesOf(player::test::mediaPath("recorded.mp4"));
+        const Bytes box = exportBox(entries);
+        bytes.insert(bytes.end(), box.begin(), box.end());
+        {
+            std::ofstream file(m_path, std::ios::binary);
+            file.write(reinterpret_cast<const char *>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+        }
+        ASSERT_EQ(m_port.openFile(m_path.c_str()), Error::None);
+        std::int64_t first = 0;
+        std::int64_t last = 0;
+        ASSERT_EQ(m_port.recordingTimes(first, last), Error::None);
+        EXPECT_NEAR(static_cast<double>(first), static_cast<double>(kTaken), 100000);
+        m_port.closeFile();
+    }
+}
+
+TEST(ExportStartTime, SurvivesWhateverStandsInTheBoxes)
+{
+    const Bytes whole = exportBox(2);
+    for (std::size_t place = 0; place < whole.size(); ++place) {
+        for (const int value : {0x00, 0x01, 0x7F, 0xFF}) {
+            Bytes bytes = whole;
+            bytes[place] = static_cast<std::uint8_t>(value);
+            player::test::MemoryBytes source(bytes);
+            static_cast<void>(player::exportStartTime(source, 1));
+        }
+        player::test::MemoryBytes cut(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(place)));
+        EXPECT_EQ(player::exportStartTime(cut, 1), std::nullopt);
+    }
+}
+
+} // namespace
