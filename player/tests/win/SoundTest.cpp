@@ -19,6 +19,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -365,6 +366,37 @@ TEST_F(PortSoundTest, AStreamsClicksAreHeardWithinEightyMillisecondsOfTheirFlash
         return lagsOf(watch, 7);
     });
     EXPECT_NEAR(late, 0, 80);
+}
+
+TEST_F(PortSoundTest, AFilesClicksAreHeardWithinFortyMillisecondsOfTheirFlashes)
+{
+    std::string path = player::test::mediaPath("flash-click.mkv");
+    const double late = calmestOf(40, [&] {
+        FlashWatch watch;
+        const SoundPort port;
+        EXPECT_TRUE(Kavun_RegisterDrawFun(port.number(), FlashWatch::watch, &watch));
+        EXPECT_TRUE(Kavun_OpenFile(port.number(), path.data()));
+        EXPECT_TRUE(Kavun_PlaySound(port.number()));
+        EXPECT_TRUE(Kavun_Play(port.number(), m_window.handle()));
+        return lagsOf(watch, 7);
+    });
+    EXPECT_NEAR(late, 0, 40);
+}
+
+TEST_F(PortSoundTest, AFileIsSilentAtAnotherSpeedAndGoesOnSoundingAtItsOwn)
+{
+    std::string path = player::test::mediaPath(kLongClip);
+    const SoundPort port;
+    ASSERT_TRUE(Kavun_OpenFile(port.number(), path.data()));
+    ASSERT_TRUE(Kavun_Play(port.number(), m_window.handle()));
+    ASSERT_TRUE(Kavun_PlaySound(port.number()));
+    EXPECT_TRUE(hearsTheSine(kLevel));
+    ASSERT_TRUE(Kavun_Fast(port.number()));
+    EXPECT_TRUE(hearsSilence());
+    ASSERT_TRUE(Kavun_Slow(port.number()));
+    EXPECT_TRUE(hearsTheSine(kLevel));
+    ASSERT_TRUE(Kavun_SetPlayedTimeEx(port.number(), 60000));
+    EXPECT_TRUE(hearsTheSine(kLevel));
 }
 
 /** With PELLORA_SOUND=none of tools/with-sound.sh. */
