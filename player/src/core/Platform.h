@@ -4,6 +4,7 @@
 #include "player/src/core/ByteSource.h"
 #include "player/src/core/Clock.h"
 #include "player/src/core/Picture.h"
+#include "player/src/metadata/AnalysisTrack.h"
 #include "player/src/picture/PixelRect.h"
 
 #include <functional>
@@ -56,6 +57,11 @@ public:
     virtual std::unique_ptr<ByteSource> openFile(const char *path) = 0;
     [[nodiscard]] virtual bool isWindow(WindowHandle window) = 0;
     virtual std::unique_ptr<Presenter> makePresenter(WindowHandle window) = 0;
+    /** Draws what was found in a picture, of which a region fills the window, inside an overlay and on its context. */
+    virtual void drawAnalysis(void * /*pContext*/, const AnalysisFrames & /*frames*/, const PictureShape & /*shape*/,
+                              const PixelRect & /*region*/)
+    {
+    }
 };
 
 } // namespace player

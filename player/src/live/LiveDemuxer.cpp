@@ -325,6 +325,9 @@ std::optional<LivePacket> LiveDemuxer::read()
             packet.afterGap = packet.afterGap || bLost;
             return packet;
         }
+        if (m_onOther) {
+            m_onOther(*pPacket, *m_pFormat->streams[pPacket->stream_index]);
+        }
     }
     return std::nullopt;
 }

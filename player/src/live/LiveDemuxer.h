@@ -51,6 +51,14 @@ public:
     LiveDemuxer(const LiveDemuxer &) = delete;
     LiveDemuxer &operator=(const LiveDemuxer &) = delete;
 
+    /** Is given the packets of all other streams, inside read(), before the picture that read() returns. */
+    using Others = std::function<void(const AVPacket &packet, const AVStream &stream)>;
+    /** Before open(). */
+    void setOthers(Others others)
+    {
+        m_onOther = std::move(others);
+    }
+
     /** Waits for the whole header of the container; false when it was interrupted. */
     bool open();
     /** Waits for the next picture; empty when it was interrupted. */
@@ -89,6 +97,7 @@ private:
     const std::vector<std::uint8_t> m_header;
     LiveBuffer &m_buffer;
     const std::function<void()> m_onIdle;
+    Others m_onOther;
     bool m_bInterrupted = false;
 
     const AVInputFormat *m_pInput = nullptr;

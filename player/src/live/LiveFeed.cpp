@@ -21,15 +21,19 @@ constexpr std::int64_t kMostQueuedBytes = 192 * 1024 * 1024;
 } // namespace
 
 LiveFeed::LiveFeed(Clock &clock, std::vector<std::uint8_t> header, std::size_t bufferSize, StreamMode mode,
-                   std::function<void()> changed)
+                   std::function<void()> changed, AnalysisTrack *pAnalysis)
     : m_clock(clock),
       m_mode(mode),
       m_changed(std::move(changed)),
+      m_pAnalysis(pAnalysis),
       m_buffer(clock, bufferSize),
       m_demuxer(clock, std::move(header), m_buffer, [this] { onIdle(); }),
       m_decoder(clock),
       m_room(clock)
 {
+    if (m_pAnalysis) {
+        m_demuxer.setOthers([this](const AVPacket &packet, const AVStream &stream) { takeAnalysis(packet, stream); });
+    }
 }
 
 LiveFeed::~LiveFeed()
@@ -204,6 +208,14 @@ void LiveFeed::onIdle()
     // While the container is being begun anew there is nothing that tells what the pictures are.
     if (isToDecode() && m_demuxer.hasPictureStream()) {
         decodeGroup();
+    }
+}
+
+void LiveFeed::takeAnalysis(const AVPacket &packet, const AVStream &stream)
+{
+    const auto time = isAnalysisStream(stream) ? m_decoder.timeAt(packet.pts, stream.time_base) : std::nullopt;
+    if (time && packet.size > 0) {
+        m_pAnalysis->add(*time, {reinterpret_cast<const char *>(packet.data), static_cast<std::size_t>(packet.size)});
     }
 }
 

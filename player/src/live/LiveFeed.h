@@ -5,6 +5,7 @@
 #include "player/src/live/LiveDecoder.h"
 #include "player/src/live/LiveDemuxer.h"
 #include "player/src/live/PacketGroup.h"
+#include "player/src/metadata/AnalysisTrack.h"
 
 #include <atomic>
 #include <deque>
@@ -36,8 +37,9 @@ enum class StreamMode { RealTime, File };
 class LiveFeed
 {
 public:
+    /** What the stream says about its pictures goes to `pAnalysis`, if there is one; it must outlive this. */
     LiveFeed(Clock &clock, std::vector<std::uint8_t> header, std::size_t bufferSize, StreamMode mode,
-             std::function<void()> changed);
+             std::function<void()> changed, AnalysisTrack *pAnalysis = nullptr);
     ~LiveFeed();
     LiveFeed(const LiveFeed &) = delete;
     LiveFeed &operator=(const LiveFeed &) = delete;
@@ -74,6 +76,7 @@ private:
     void playStream();
     std::optional<LivePacket> read();
     void onIdle();
+    void takeAnalysis(const AVPacket &packet, const AVStream &stream);
     [[nodiscard]] bool isToDecode() const;
     void giveUpGroup();
     void decodeGroup();
@@ -85,6 +88,7 @@ private:
     Clock &m_clock;
     const StreamMode m_mode;
     const std::function<void()> m_changed;
+    AnalysisTrack *const m_pAnalysis;
     LiveBuffer m_buffer;
     std::thread m_thread;
     std::atomic<bool> m_bHeld{false};

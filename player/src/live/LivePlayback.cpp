@@ -29,7 +29,8 @@ LivePlayback::LivePlayback(Platform &platform, std::vector<std::uint8_t> header,
                            StreamMode mode, std::shared_ptr<PortCallbacks> pCallbacks)
     : Playback(platform, std::move(pCallbacks)),
       m_mode(mode),
-      m_feed(platform.clock(), std::move(header), bufferSize, mode, [this] { feedChanged(); })
+      m_feed(
+          platform.clock(), std::move(header), bufferSize, mode, [this] { feedChanged(); }, &m_analysis)
 {
 }
 

@@ -19,6 +19,8 @@ public:
     std::unique_ptr<ByteSource> openFile(const char *path) override;
     [[nodiscard]] bool isWindow(WindowHandle window) override;
     std::unique_ptr<Presenter> makePresenter(WindowHandle window) override;
+    void drawAnalysis(void *pContext, const AnalysisFrames &frames, const PictureShape &shape,
+                      const PixelRect &region) override;
 
 private:
     SystemClock m_clock;
