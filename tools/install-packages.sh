@@ -10,7 +10,7 @@ declare -A packages=(
     [test]="ffmpeg xdotool libgtest-dev libgmock-dev libdav1d-dev libyuv-dev libturbojpeg0-dev libpugixml-dev
         clang libclang-rt-dev clang-format clang-tidy git openssl python3-gi gir1.2-gst-rtsp-server-1.0
         gstreamer1.0-plugins-base
-        gstreamer1.0-plugins-good gstreamer1.0-plugins-bad"
+        gstreamer1.0-plugins-good gstreamer1.0-plugins-bad pulseaudio pulseaudio-utils"
 )
 
 wanted=()

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <string>
 
 namespace selvik
 {
@@ -47,7 +48,12 @@ public:
     }
     void send(const std::uint8_t *pData, std::size_t size, const Patience & /*patience*/) override
     {
-        pellora::test::mustHold(size > 0 && pData != nullptr, "something is sent");
+        using pellora::test::mustHold;
+        mustHold(size > 0 && pData != nullptr, "something is sent");
+        const std::string text(reinterpret_cast<const char *>(pData), pData[0] == '$' ? 0 : size);
+        for (std::size_t at = text.find('\r'); at != std::string::npos; at = text.find('\r', at + 1)) {
+            mustHold(at + 1 < size && text[at + 1] == '\n', "what a device has said cannot end a line of a request");
+        }
     }
     [[nodiscard]] const Socket *socket() const override
     {

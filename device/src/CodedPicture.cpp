@@ -20,7 +20,7 @@ void append(Bytes &bytes, ByteView unit)
 }
 
 /** What a unit of H.264 or H.265 is. */
-enum class UnitKind { Empty, Picture, KeyPicture, ParameterSet, Message, Other };
+enum class UnitKind { Empty, Picture, LeadingPicture, KeyPicture, ParameterSet, Message, Other };
 
 // Behind the unit's head.
 constexpr int kRecoveryPoint = 6;
@@ -67,6 +67,9 @@ UnitKind kindOfH265(ByteView unit)
     const int nType = typeOfH265(unit);
     if (nType >= 16 && nType <= 23) {
         return UnitKind::KeyPicture;
+    }
+    if (nType == 8 || nType == 9) {
+        return UnitKind::LeadingPicture; // random access skipped leading (RASL)
     }
     if (nType < 32) {
         return UnitKind::Picture;
@@ -202,7 +205,9 @@ void noteUnit(const UnitCoding &coding, ByteView unit, UnitKind kind, PictureFac
 {
     switch (kind) {
     case UnitKind::Picture:
+    case UnitKind::LeadingPicture:
     case UnitKind::KeyPicture:
+        facts.bLeading = facts.bLeading || kind == UnitKind::LeadingPicture;
         facts.bIntra = (facts.bIntra || !facts.bPicture) && (kind == UnitKind::KeyPicture || coding.pIsIntra(unit));
         facts.bPicture = true;
         facts.bKey = facts.bKey || kind == UnitKind::KeyPicture;
@@ -359,7 +364,8 @@ bool containsPicture(AVCodecID codec, ByteView bytes)
     bool bFound = false;
     visitUnits(bytes, Leading::IsNothing, [&](ByteView unit) {
         const UnitKind kind = pUnits->pKindOf(unit);
-        bFound = bFound || kind == UnitKind::Picture || kind == UnitKind::KeyPicture;
+        bFound =
+            bFound || kind == UnitKind::Picture || kind == UnitKind::LeadingPicture || kind == UnitKind::KeyPicture;
     });
     return bFound;
 }

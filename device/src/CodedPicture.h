@@ -13,6 +13,7 @@ struct PictureFacts {
     bool bKey = false;           /**< decoding can begin here */
     bool bRecoveryPoint = false; /**< decoding can begin here for whoever has the parameter sets */
     bool bIntra = false;         /**< needs no other picture, though ones behind it may look further back */
+    bool bLeading = false;       /**< sent behind a key picture, but made of pictures before that one */
     Bytes parameterSets;         /**< with start codes; empty where there are none */
 };
 

@@ -14,7 +14,8 @@ namespace selvik
  *
  * Best is a key picture, or a recovery point once the parameter sets are known. Streams that have neither are begun
  * with a picture that needs no other one, after a second; and a stream that has not even those, since it is refreshed
- * piece by piece, with any picture after four seconds.
+ * piece by piece, with any picture after four seconds. Pictures behind the key picture that are made of older ones are
+ * left out: a decoder that was not told of the loss would make the older ones up.
  *
  * Threads: one.
  */
@@ -40,10 +41,14 @@ public:
     [[nodiscard]] Answer judge(const PictureFacts &facts, Clock::time_point arrival)
     {
         m_bSetsKnown = m_bSetsKnown || !facts.parameterSets.empty();
+        if (facts.bLeading && m_bLeadingLost) {
+            return Answer::LeftOut;
+        }
         const bool bBest = facts.bKey || (facts.bRecoveryPoint && m_bSetsKnown);
         m_bBestSeen = m_bBestSeen || bBest;
         m_bIntraServes = m_bIntraServes && !bBest;
         if (bBest || (facts.bIntra && m_bIntraServes) || isPatienceOver(facts, arrival)) {
+            m_bLeadingLost = !m_bEntered || m_bDamaged;
             m_bEntered = true;
             m_bDamaged = false;
             m_waitingSince.reset();
@@ -74,6 +79,7 @@ private:
     bool m_bSetsKnown = false;
     bool m_bEntered = false;
     bool m_bDamaged = false;     /**< something was lost since the entry */
+    bool m_bLeadingLost = false; /**< pictures that are made of ones before the entry cannot be decoded */
     bool m_bBestSeen = false;    /**< the camera sends key pictures or recovery points */
     bool m_bIntraServes = false; /**< it sends none, but pictures that need no other one */
     std::optional<Clock::time_point> m_waitingSince;

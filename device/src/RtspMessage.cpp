@@ -8,10 +8,16 @@ namespace selvik
 void RtspMessage::readHeaders(const std::vector<std::string> &headLines)
 {
     for (std::size_t i = 1; i < headLines.size(); ++i) {
-        const std::size_t colon = headLines[i].find(':');
-        if (colon != std::string::npos) {
-            headers.emplace(lowerCase(trimmed(headLines[i].substr(0, colon))), trimmed(headLines[i].substr(colon + 1)));
-        }
+        readHeader(headLines[i]);
+    }
+}
+
+void RtspMessage::readHeader(const std::string &line)
+{
+    const std::size_t colon = line.find(':');
+    if (colon != std::string::npos) {
+        // Values come back in requests: nonces, sessions, addresses.
+        headers.emplace(lowerCase(trimmed(line.substr(0, colon))), trimmed(onOneLine(line.substr(colon + 1))));
     }
 }
 

@@ -16,6 +16,8 @@ struct RtspMessage {
     /** The first header of that name; empty where there is none. */
     [[nodiscard]] std::string header(const std::string &name) const;
     [[nodiscard]] std::vector<std::string> allOf(const std::string &name) const;
+    /** Reads a line of a head; one without a colon means nothing. */
+    void readHeader(const std::string &line);
 
 protected:
     /** Reads what follows the first line, as sloppily as devices write it. */

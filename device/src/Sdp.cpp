@@ -163,7 +163,9 @@ std::string SdpMedia::description(bool bWithParameters) const
 Sdp Sdp::parse(const std::string &text)
 {
     Sdp sdp;
-    for (const std::string &line : lines(text)) {
+    for (const std::string &each : lines(text)) {
+        // Controls come back in requests, and formats in the description that FFmpeg's depacketizers are given.
+        const std::string line = onOneLine(each);
         if (line.size() < 2 || line[1] != '=') {
             continue;
         }

@@ -46,6 +46,15 @@ std::vector<std::string> lines(const std::string &text)
     return split(text, '\n');
 }
 
+std::string onOneLine(std::string text)
+{
+    const auto isControl = [](char letter) {
+        return letter != '\t' && (static_cast<unsigned char>(letter) < 0x20 || letter == 0x7F);
+    };
+    std::replace_if(text.begin(), text.end(), isControl, ' ');
+    return text;
+}
+
 bool startsWith(const std::string &text, const std::string &beginning)
 {
     return text.compare(0, beginning.size(), beginning) == 0;

@@ -100,6 +100,16 @@ TEST(CodedPicture, TellsWhichPicturesNeedNoOther)
     EXPECT_FALSE(inspectPicture(AV_CODEC_ID_HEVC, otherH265).bIntra);
 }
 
+TEST(CodedPicture, TellsWhichPicturesOfH265LookAcrossARandomAccess)
+{
+    for (int nType = 0; nType <= 21; ++nType) {
+        Bytes bytes = {0, 0, 0, 1, static_cast<std::uint8_t>(nType << 1), 1, 0xD0, 1};
+        const PictureFacts facts = inspectPicture(AV_CODEC_ID_HEVC, bytes);
+        EXPECT_TRUE(facts.bPicture) << nType;
+        EXPECT_EQ(facts.bLeading, nType == 8 || nType == 9) << nType;
+    }
+}
+
 TEST(CodedPicture, BeginsAnywhereWhereH265AllowsIt)
 {
     // IDR, CRA and BLA.

@@ -100,6 +100,15 @@ TEST(RtspConnection, FindsItsWayThroughGarbage)
     EXPECT_EQ(nPackets, 3);
 }
 
+TEST(RtspConnection, NoHeaderOfAnAnswerEndsALineOfTheNextRequest)
+{
+    const auto response = RtspResponse::parse("RTSP/1.0 401 No\r\nWWW-Authenticate: Digest realm=\"a\rX: y\", "
+                                              "nonce=\"\x01\x7F\"\r\nSession: 7\rX: y\r\n");
+    ASSERT_TRUE(response);
+    EXPECT_EQ(response->header("session"), "7 X: y");
+    EXPECT_EQ(response->header("www-authenticate"), "Digest realm=\"a X: y\", nonce=\"  \"");
+}
+
 TEST(RtspConnection, LeavesOutTheAnswerToAnEarlierRequest)
 {
     RtspConnection connection(std::make_unique<FakeStream>("RTSP/1.0 501 No\r\nCSeq: 1\r\n\r\n"

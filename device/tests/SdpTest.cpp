@@ -28,6 +28,16 @@ TEST(Sdp, IsReadHoweverItsLinesEnd)
     }
 }
 
+TEST(Sdp, EndsNoLineOfWhatIsMadeOfIt)
+{
+    const Sdp sdp = Sdp::parse("a=control:all\rX\nm=video 0 RTP/AVP 96\na=rtpmap:96 H264/90000\n"
+                               "a=fmtp:96 x=1\ra=fmtp:96 y\na=control:t=1 RTSP/1.0\rX: y\n");
+    ASSERT_EQ(sdp.media.size(), 1U);
+    EXPECT_EQ(sdp.control, "all X");
+    EXPECT_EQ(sdp.media[0].control, "t=1 RTSP/1.0 X: y");
+    EXPECT_EQ(sdp.media[0].fmtp, "x=1 a=fmtp:96 y");
+}
+
 TEST(Sdp, SurvivesNonsense)
 {
     for (const char *pText : {"", "m=", "m=video", "a=rtpmap:96", "m=video 0 RTP/AVP\na=", "m=video 0 RTP/AVP 96\na=:",

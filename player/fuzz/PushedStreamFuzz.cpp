@@ -1,6 +1,9 @@
-// A pushed stream from its first byte: the buffer, the demuxer, the decoder.
+// A pushed stream from its first byte: the buffer, the demuxer, the decoders.
 #include "player/src/live/LiveDecoder.h"
 #include "player/src/live/LiveDemuxer.h"
+#include "player/src/live/LiveSound.h"
+#include "player/src/sound/SoundConverter.h"
+#include "player/src/sound/SoundDecoder.h"
 #include "tests/support/FuzzTarget.h"
 
 #include <algorithm>
@@ -74,6 +77,22 @@ private:
     player::Moment m_now{std::chrono::hours(1)};
 };
 
+/** What makes samples of the sound. */
+struct Ear {
+    player::SoundDecoder decoder;
+    player::SoundConverter converter{player::SoundFormat{}};
+};
+
+void listen(player::SoundTrack &track, Ear &ear)
+{
+    while (const auto packet = track.take()) {
+        ear.decoder.feed(*packet);
+        while (const player::FramePtr pFrame = ear.decoder.take()) {
+            mustHold(ear.converter.convert(*pFrame).samples.size() % 2 == 0, "both channels have as many samples");
+        }
+    }
+}
+
 void play(const std::vector<std::uint8_t> &bytes, const Manner &manner)
 {
     FeedingClock clock;
@@ -96,8 +115,13 @@ void play(const std::vector<std::uint8_t> &bytes, const Manner &manner)
         }
     };
     const auto end = bytes.begin() + static_cast<std::ptrdiff_t>(manner.nHeader);
-    player::LiveDemuxer demuxer(clock, {bytes.begin(), end}, buffer, [] {});
+    const auto pTrack = std::make_shared<player::SoundTrack>(clock, player::SoundTrack::Kind::Live, [] {});
+    pTrack->setWanted(true);
+    player::LiveSound sound(clock, pTrack);
+    player::LiveDemuxer demuxer(
+        clock, {bytes.begin(), end}, buffer, [] {}, &sound);
     player::LiveDecoder decoder(clock);
+    Ear ear;
     if (!demuxer.open()) {
         return;
     }
@@ -106,6 +130,7 @@ void play(const std::vector<std::uint8_t> &bytes, const Manner &manner)
         for (player::Picture picture = decoder.take(); picture; picture = decoder.take()) {
             mustHold(picture.shape.width > 0 && picture.shape.height > 0, "a picture has a size");
         }
+        listen(*pTrack, ear);
     }
 }
 

@@ -65,6 +65,7 @@ class Clip:
     codec: str
     options: str  # ffmpeg's, for the pictures and the container
     sound: str = ""
+    sound_source: str = ""  # FFmpeg's, instead of the sine
     frames: int = 100  # 0: no pictures
     fps: str = "25"
     width: int = 320  # as displayed
@@ -73,6 +74,7 @@ class Clip:
     composed: tuple = ()  # size in which the pictures are composed, where filters or pixel aspect make another of it
     filters: str = ""
     bars: tuple = ()  # matrix, full range: colour bars instead of the numbered pictures
+    flat: bool = False  # nothing but grey
     noise: int = 0
     rotation: int = 0  # clockwise, by the file's display matrix
     traits: str = ""
@@ -85,7 +87,9 @@ class Clip:
     def command(self, target):
         width, height = self.size
         command = ["ffmpeg", "-nostdin", "-hide_banner", "-loglevel", "error", "-y"]
-        if self.bars:
+        if self.flat:
+            command += ["-f", "lavfi", "-i", f"color=gray:size={width}x{height}:rate={self.fps}"]
+        elif self.bars:
             command += ["-f", "rawvideo", "-pixel_format", "yuv420p", "-video_size", f"{width}x{height}",
                         "-framerate", self.fps, "-i", "pipe:0"]
         elif self.frames:
@@ -93,8 +97,11 @@ class Clip:
                         "-framerate", self.fps, "-i", "pipe:0"]
         if self.sound:
             seconds = self.frames / Fraction(self.fps) if self.frames else 3
-            command += ["-f", "lavfi", "-i", f"sine=frequency=440:sample_rate=48000:duration={float(seconds)}"]
-        if self.bars:
+            source = self.sound_source or "sine=frequency=440:sample_rate=48000"
+            command += ["-f", "lavfi", "-i", f"{source}:duration={float(seconds)}"]
+        if self.flat:
+            command += ["-map", "0:v", "-frames:v", str(self.frames), "-pix_fmt", self.pixel_format]
+        elif self.bars:
             command += ["-map", "0:v"]
         elif self.frames:
             command += ["-filter_complex", self.graph(), "-map", "[out]", "-pix_fmt", self.pixel_format]
@@ -117,6 +124,8 @@ class Clip:
         return graph + (f",{self.filters}" if self.filters else "") + "[out]"
 
     def pictures(self):
+        if self.flat:
+            return b""
         if self.bars:
             return colour_bars(*self.size, *self.bars) * self.frames
         return b"".join(bar_code(number) for number in range(self.frames))
@@ -152,6 +161,7 @@ SOUNDS = {
     "alaw": "-c:a pcm_alaw -ar 8000 -ac 1",
     "mulaw": "-c:a pcm_mulaw -ar 8000 -ac 1",
     "pcm": "-c:a pcm_s16le -ar 16000 -ac 1",
+    "pcm-short": "-c:a pcm_s16le -ar 16000 -ac 1 -af aresample=16000,asetnsamples=n=320",
     "pcm-be": "-c:a pcm_s16be -ar 16000 -ac 1",
     "g722": "-c:a g722 -ar 16000 -ac 1",
     "g726": "-c:a g726 -ar 8000 -ac 1 -b:a 32k",
@@ -159,6 +169,7 @@ SOUNDS = {
 
 X264 = "-c:v libx264 -preset veryfast -crf 26 "
 H264 = X264 + "-g 25 -bf 2 "
+X265 = "-c:v libx265 -preset ultrafast -crf 28 -x265-params log-level=none:pools=none:scenecut=0:"
 H265 = "-c:v libx265 -preset ultrafast -crf 28 -x265-params log-level=none:keyint=25:bframes=2:pools=none "
 AV1 = "-c:v libsvtav1 -preset 10 -crf 40 -g 25 -svtav1-params lp=1 "
 VP8 = "-c:v libvpx -deadline realtime -cpu-used 8 -b:v 400k -g 25 -auto-alt-ref 1 -lag-in-frames 8 "
@@ -229,6 +240,17 @@ def container_clips():
                notes="pictures before a key picture need the group before it")
     yield Clip("intra-refresh.mkv", "h264", X264 + "-bf 0 -x264-params intra-refresh=1:keyint=25 ",
                notes="one key picture, then a wave that renews a picture every 25")
+    # 24 is a multiple of four, so that three pictures of which others are made last lie before each key picture.
+    for file, options in (("h265-open-gop.mkv", ""), ("h265-open-gop.ts", "-f mpegts ")):
+        yield Clip(file, "hevc", X265 + "open-gop=1:keyint=24:min-keyint=24:bframes=3:b-pyramid=1 " + options,
+                   notes="clean random access (CRA) every 24, with skipped leading pictures (RASL)")
+    # x265 lets what is old leak over the wave's edge by filters, motion and prediction, if it may.
+    yield Clip("h265-intra-refresh.mkv", "hevc", X265 + "intra-refresh=1:keyint=25:min-keyint=25:bframes=0:ref=1:"
+               "no-deblock=1:no-sao=1:no-weightp=1:no-temporal-mvp=1:constrained-intra=1:subme=0:me=0:merange=4 ",
+               notes="one key picture, then a wave every 25 that renews a picture within 9; nothing tells of it")
+    yield Clip("h265-intra.mkv", "hevc", X265 + "keyint=1000:min-keyint=1000:bframes=0 "
+               "-force_key_frames expr:gte(n,n_forced*25) -forced-idr 0 ",
+               notes="one key picture, then a picture of nothing but itself every 25")
     yield Clip("one-gop.mp4", "h264", X264 + "-g 1000 -bf 2 " + FASTSTART, frames=300, notes="a single key picture")
     yield Clip("long.mp4", "h264", X264 + "-g 50 -bf 2 " + FASTSTART, "aac", frames=3000, width=160, height=120)
     yield Clip("ntsc.mp4", "h264", H264 + FASTSTART, fps="30000/1001", frames=90)
@@ -245,6 +267,13 @@ def container_clips():
         yield Clip(file, "h264", H264 + options + "-metadata creation_time=2024-02-29T23:59:58.500000Z ",
                    traits="barcode,recording-time", notes="recorded at 2024-02-29T23:59:58 UTC"
                    + (".500" if file.endswith("mkv") else ""))
+    # A white flash and a click of 20 ms at each full second, on black and over a quiet hum.
+    yield Clip("flash-click.mkv", "h264", X264 + "-g 25 -bf 0 ", "pcm-short", frames=500, width=160, height=120,
+               filters="drawbox=y=ih/2:h=ih/2:color=black:t=fill,"
+                       "drawbox=y=ih/2:h=ih/2:color=white:t=fill:enable='lt(mod(n,25),1)'",
+               sound_source="aevalsrc=exprs='0.05*sin(2*PI*440*t)+0.7*lt(mod(t,1),0.02)*sin(2*PI*1000*t)'"
+                            ":sample_rate=48000",
+               notes="flash and click at each full second, sound in packets of 20 ms")
     yield Clip("sound-only.mp4", "", "", "aac", frames=0, notes="no pictures, 3 s")
     yield Clip("sound-only.ts", "", "-f mpegts ", "mp2", frames=0, notes="no pictures, 3 s")
 
@@ -288,6 +317,12 @@ def picture_clips():
     yield Clip("wide-16384x16.avi", "mjpeg", MJPEG, frames=5, width=16384, height=16, pixel_format=FULL_420)
     yield Clip("tall-16x16384.avi", "mjpeg", MJPEG, frames=5, width=16, height=16384, pixel_format=FULL_420,
                traits="tiny", notes="too narrow for the bar code")
+    # Each picture is a key picture, and flat, so that it is small and quickly made.
+    for file, options in (("too-large.mp4", FASTSTART), ("too-large.ts", "-f mpegts ")):
+        yield Clip(file, "h264", "-c:v libx264 -preset ultrafast -g 1 " + options, frames=6, width=8400, height=8400,
+                   flat=True, traits="too-large", notes="more than 64 megapixels")
+    yield Clip("too-wide.avi", "mjpeg", MJPEG, frames=6, width=16400, height=16, pixel_format=FULL_420, flat=True,
+               traits="too-large", notes="wider than 16,384 pixels")
     yield Clip("bench-1080p.mp4", "h264", "-c:v libx264 -preset veryfast -g 50 -bf 2 -b:v 4M -maxrate 5M -bufsize 8M "
                + FASTSTART, frames=250, width=1920, height=1080, noise=4, notes="benchmark: 10 s of 4 Mb/s")
 

@@ -105,10 +105,7 @@ void HttpReader::readHead(HttpResponse &response, const Patience &patience)
         if (nHeaders == kMaxHeaders) {
             throw Failure(SELVIK_ERROR_MEDIA);
         }
-        const std::size_t colon = text.find(':');
-        if (colon != std::string::npos) {
-            response.headers.emplace(lowerCase(trimmed(text.substr(0, colon))), trimmed(text.substr(colon + 1)));
-        }
+        response.readHeader(text);
     }
 }
 

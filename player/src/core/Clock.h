@@ -1,8 +1,8 @@
 #ifndef PLAYER_CLOCK_H
 #define PLAYER_CLOCK_H
 
-#include <chrono>
-#include <condition_variable>
+#include "player/src/core/WaitQueue.h"
+
 #include <cstdint>
 #include <functional>
 #include <mutex>
@@ -11,9 +11,6 @@
 
 namespace player
 {
-
-/** A point in time that no change of the computer's date moves. */
-using Moment = std::chrono::steady_clock::time_point;
 
 /**
  * Time, and the threads that wait for it.
@@ -41,10 +38,9 @@ public:
     virtual void join(std::thread &thread) = 0;
 
     // For Condition, which everybody else uses.
-    /** Gives the lock up until the condition is notified or the deadline has passed, which returns false. */
-    virtual bool wait(std::condition_variable &condition, std::unique_lock<std::mutex> &lock,
-                      const std::optional<Moment> &deadline) = 0;
-    virtual void notify(std::condition_variable &condition) = 0;
+    /** Gives the lock up until the queue is notified or the deadline has passed, which returns false. */
+    virtual bool wait(WaitQueue &queue, std::unique_lock<std::mutex> &lock, const std::optional<Moment> &deadline) = 0;
+    virtual void notify(WaitQueue &queue) = 0;
 };
 
 } // namespace player

@@ -32,6 +32,9 @@ CodecPtr openDecoder(const AVStream &stream, const std::function<void(AVCodecCon
     if (!pDecoder) {
         throw OpenFailure{Error::Unsupported};
     }
+    if (isTooLarge(stream.codecpar->width, stream.codecpar->height)) {
+        throw OpenFailure{Error::Unsupported};
+    }
     CodecPtr pCodec = orFailure(CodecPtr(avcodec_alloc_context3(pDecoder)));
     if (avcodec_parameters_to_context(pCodec.get(), stream.codecpar) < 0) {
         throw OpenFailure{Error::Corrupt};
@@ -46,9 +49,30 @@ CodecPtr openDecoder(const AVStream &stream, const std::function<void(AVCodecCon
     return pCodec;
 }
 
+bool isTooLarge(int width, int height)
+{
+    return width > kMostSide || height > kMostSide || std::int64_t{width} * height > kMostPixels;
+}
+
+bool isTooLarge(const AVPacket &packet, const AVStream &stream)
+{
+    AVCodecParserContext *pParser = av_parser_init(stream.codecpar->codec_id);
+    const CodecPtr pCodec(avcodec_alloc_context3(nullptr));
+    bool bLarge = false;
+    if (pParser && pCodec && avcodec_parameters_to_context(pCodec.get(), stream.codecpar) >= 0) {
+        pParser->flags |= PARSER_FLAG_COMPLETE_FRAMES;
+        std::uint8_t *pParsed = nullptr;
+        int size = 0;
+        av_parser_parse2(pParser, pCodec.get(), &pParsed, &size, packet.data, packet.size, packet.pts, packet.dts, -1);
+        bLarge = isTooLarge(pParser->width, pParser->height);
+    }
+    av_parser_close(pParser);
+    return bLarge;
+}
+
 int allocatePicture(AVCodecContext *pCodec, AVFrame *pFrame, int flags)
 {
-    if (pFrame->width > kMostSide || pFrame->height > kMostSide) {
+    if (isTooLarge(pFrame->width, pFrame->height)) {
         return AVERROR(EINVAL);
     }
     return avcodec_default_get_buffer2(pCodec, pFrame, flags);

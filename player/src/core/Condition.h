@@ -18,26 +18,26 @@ public:
 
     void notifyAll()
     {
-        m_clock.notify(m_condition);
+        m_clock.notify(m_queue);
     }
 
     template <typename Predicate>
     void wait(std::unique_lock<std::mutex> &lock, Predicate isMet)
     {
         while (!isMet()) {
-            m_clock.wait(m_condition, lock, std::nullopt);
+            m_clock.wait(m_queue, lock, std::nullopt);
         }
     }
 
     /** False once the deadline has passed. May return true for no reason. */
     bool waitUntil(std::unique_lock<std::mutex> &lock, Moment deadline)
     {
-        return m_clock.wait(m_condition, lock, deadline);
+        return m_clock.wait(m_queue, lock, deadline);
     }
 
 private:
     Clock &m_clock;
-    std::condition_variable m_condition;
+    WaitQueue m_queue;
 };
 
 } // namespace player

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 namespace player
 {
@@ -24,6 +25,8 @@ struct Picture {
     bool afterGap = false;
     /** Live only: when it was taken or, where nobody tells, when it came; microseconds since 1970, UTC. */
     std::int64_t utc = 0;
+    /** Live only: its time as the container tells it, which the sound's times compare with; empty where it does not. */
+    std::optional<std::int64_t> streamTime;
 
     explicit operator bool() const
     {

@@ -6,12 +6,15 @@
 #include "player/src/core/Picture.h"
 #include "player/src/metadata/AnalysisTrack.h"
 #include "player/src/picture/PixelRect.h"
+#include "player/src/sound/SoundOutput.h"
 
 #include <functional>
 #include <memory>
 
 namespace player
 {
+
+class SoundPlayer;
 
 /** A window of the caller's, as the platform knows it. */
 using WindowHandle = void *;
@@ -62,6 +65,12 @@ public:
                               const PixelRect & /*region*/)
     {
     }
+    /** Whether there is a device to play sound on. Any thread may ask; the answer is there at once. */
+    [[nodiscard]] virtual bool hasSoundDevice() = 0;
+    /** The device that programs play on by default, for the calling thread; null without one. May take its time. */
+    virtual std::unique_ptr<SoundOutput> makeSoundOutput() = 0;
+    /** The one port that sounds. */
+    [[nodiscard]] virtual SoundPlayer &sound() = 0;
 };
 
 } // namespace player

@@ -299,11 +299,11 @@ Overlay Playback::overlayOf(const Picture &picture, const PixelRect &region)
     };
 }
 
-void Playback::presentHere()
+void Playback::presentHere(Moment::duration most)
 {
     {
         std::unique_lock lock(m_mutex);
-        if (m_pRun && m_showing == std::thread::id() && m_took <= kQuick) {
+        if (m_pRun && m_showing == std::thread::id() && m_took <= most) {
             const Moment now = m_clock.now();
             adoptPictures(now);
             if (m_bFresh && isPresentationDue(now)) {

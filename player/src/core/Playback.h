@@ -91,17 +91,18 @@ protected:
     static constexpr std::chrono::milliseconds kSoon{15};
     /** More pictures than anybody can see fall due at high speed, and after a delay. */
     static constexpr std::chrono::milliseconds kLeastInterval{10};
-    /** Showing that takes longer is left to the presenting thread, so that decoding goes on beside it. */
+    /** Showing that takes longer is left to the presenting thread, so that decoding goes on beside it … */
     static constexpr std::chrono::milliseconds kQuick{10};
+    /** … and showing that takes no longer than waking that thread is not, even where decoding has to wait for it. */
+    static constexpr std::chrono::milliseconds kVeryQuick{3};
 
     Playback(Platform &platform, std::shared_ptr<PortCallbacks> pCallbacks);
 
     /**
-     * On a decoding thread that has no picture to decode: takes over what has fallen due and presents it, which saves
-     * waking the presenting thread. That one is told instead while it shows, or where showing takes so long that the
-     * next picture would have to wait to be decoded.
+     * On a decoding thread: takes over what has fallen due and presents it, which saves waking the presenting thread.
+     * That one is told instead while it shows, or where showing takes longer than it may hold up decoding.
      */
-    void presentHere();
+    void presentHere(Moment::duration most);
     /** Whoever is about to wait for m_changed has either seen what changed before this call, or is woken. */
     void tellChanged();
     /** Waits for presenting threads that left from inside their callbacks. Only from destructors. */
@@ -141,6 +142,8 @@ protected:
     /** The picture on display, its region or its window has not been presented yet. */
     bool m_bFresh = false;
     Moment m_presented;
+    /** How long the last presentation took, the draw callback included. */
+    Moment::duration m_took{};
 
 private:
     /** One presenting thread, from play to stop. */
@@ -173,9 +176,6 @@ private:
     int m_nAwaitingTurn = 0;
     /** When the presenting thread looks again by itself. */
     Moment m_wake;
-    /** How long the last presentation took, the draw callback included. */
-    Moment::duration m_took{};
-
     // The thread whose turn it is.
     std::unique_ptr<Presenter> m_pPresenter;
     WindowHandle m_shownIn = nullptr;

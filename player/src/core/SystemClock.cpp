@@ -24,19 +24,14 @@ void SystemClock::join(std::thread &thread)
     thread.join();
 }
 
-bool SystemClock::wait(std::condition_variable &condition, std::unique_lock<std::mutex> &lock,
-                       const std::optional<Moment> &deadline)
+bool SystemClock::wait(WaitQueue &queue, std::unique_lock<std::mutex> &lock, const std::optional<Moment> &deadline)
 {
-    if (deadline) {
-        return condition.wait_until(lock, *deadline) == std::cv_status::no_timeout;
-    }
-    condition.wait(lock);
-    return true;
+    return queue.wait(lock, deadline);
 }
 
-void SystemClock::notify(std::condition_variable &condition)
+void SystemClock::notify(WaitQueue &queue)
 {
-    condition.notify_all();
+    queue.wakeAll();
 }
 
 } // namespace player

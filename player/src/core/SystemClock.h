@@ -14,9 +14,8 @@ public:
     [[nodiscard]] std::int64_t utc() override;
     [[nodiscard]] std::thread startThread(std::function<void()> body) override;
     void join(std::thread &thread) override;
-    bool wait(std::condition_variable &condition, std::unique_lock<std::mutex> &lock,
-              const std::optional<Moment> &deadline) override;
-    void notify(std::condition_variable &condition) override;
+    bool wait(WaitQueue &queue, std::unique_lock<std::mutex> &lock, const std::optional<Moment> &deadline) override;
+    void notify(WaitQueue &queue) override;
 };
 
 } // namespace player

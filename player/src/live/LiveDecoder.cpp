@@ -131,6 +131,7 @@ bool LiveDecoder::enters(const LivePacket &packet, const CodedUnits &units)
     m_nRecoversAfter = bKey ? 0 : std::max(units.recoversAfter.value_or(0), 0);
     m_bMayLead = true;
     m_bLeftOut = false;
+    m_bListsOld = !bKey && m_codec == AV_CODEC_ID_HEVC;
     return true;
 }
 
@@ -164,11 +165,18 @@ void LiveDecoder::decode(const AVPacket &packet, const CodedUnits &units)
     // Pictures that the decoder makes up stand for those that are missing, and whatever refers to them is broken. The
     // other decoders ask for none, or for pictures that are never shown.
     const bool bCounts = m_codec == AV_CODEC_ID_H264 || m_codec == AV_CODEC_ID_HEVC;
-    const bool bMadeUp = bCounts && m_nAllocated > 1 && m_nNumber != m_nKeyNumber && !std::exchange(m_bLeftOut, false);
+    const bool bAnyMadeUp = bCounts && m_nAllocated > 1 && m_nNumber != m_nKeyNumber;
+    const bool bMadeUp = bAnyMadeUp && !std::exchange(m_bLeftOut, false) && !m_bListsOld;
+    m_bListsOld = m_bListsOld && (bAnyMadeUp || m_nNumber == m_nKeyNumber) && m_nNumber - m_nKeyNumber < kMostReordered;
     const bool bBroken = (units.picture && !bSent) || !bTaken || bMadeUp;
     if (m_nNumber == m_nKeyNumber) {
         m_nKeysFailed = bBroken ? m_nKeysFailed + 1 : 0;
         m_pCodec->err_recognition = m_nKeysFailed < kMostKeysFailed ? m_pCodec->err_recognition : 0;
+        // One that says so may be damaged, and later ones may be smaller: where pictures were shown they are waited
+        // for.
+        if (m_nKeysFailed >= kMostKeysFailed && !m_bAnyTime && isTooLarge(packet, *m_pStream)) {
+            throw OpenFailure{Error::Unsupported};
+        }
     }
     if (bBroken && (m_state == State::Showing || (m_state == State::Entering && !m_bRefresh))) {
         if (!m_ready.empty() && m_ready.back().number >= m_nNumber) {
@@ -234,6 +242,9 @@ Picture LiveDecoder::stamped(FramePtr pFrame, std::int64_t utc)
     Picture picture;
     picture.shape = shapeOf(*pFrame, m_pStream);
     picture.time = timeOf(*pFrame);
+    if (pFrame->best_effort_timestamp != AV_NOPTS_VALUE && !m_bWithoutTimes) {
+        picture.streamTime = microsecondsBetween(0, pFrame->best_effort_timestamp, m_pStream->time_base);
+    }
     picture.duration = kUsualDuration;
     picture.utc = utc;
     picture.hold(std::move(pFrame));

@@ -22,7 +22,8 @@ namespace player
  * Threads: one.
  * Owns:    the decoder and the few pictures that came out together.
  * Units:   microseconds from the first picture.
- * Errors:  feed() throws OpenFailure where the codec is not supported; damage costs pictures only.
+ * Errors:  feed() throws OpenFailure where the codec is not supported or its pictures are too large; damage costs
+ *          pictures only.
  */
 class LiveDecoder
 {
@@ -98,6 +99,11 @@ private:
     bool m_bIntraEntry = false;
     bool m_bMayLead = false;
     bool m_bLeftOut = false;
+    /**
+     * H.265, where showing began at something less than a key picture: pictures list those before it among their
+     * references, which they need not use. Until one does not, it is no loss that the decoder makes them up.
+     */
+    bool m_bListsOld = false;
     /** Key pictures in a row that a strict decoder could not decode. */
     int m_nKeysFailed = 0;
 

@@ -57,11 +57,12 @@ bool hasStartCode(const std::vector<std::uint8_t> &bytes)
 } // namespace
 
 LiveDemuxer::LiveDemuxer(Clock &clock, std::vector<std::uint8_t> header, LiveBuffer &buffer,
-                         std::function<void()> onIdle)
+                         std::function<void()> onIdle, OtherStreams *pOthers)
     : m_clock(clock),
       m_header(std::move(header)),
       m_buffer(buffer),
       m_onIdle(std::move(onIdle)),
+      m_pOthers(pOthers),
       m_lostWay(buffer.capacity())
 {
 }
@@ -241,6 +242,9 @@ void LiveDemuxer::openFormat()
             m_utcOfZero = time;
         }
     }
+    if (m_pOthers) {
+        m_pOthers->opened(*m_pFormat);
+    }
 }
 
 bool LiveDemuxer::isOfPictureStream(const AVPacket &packet)
@@ -325,8 +329,8 @@ std::optional<LivePacket> LiveDemuxer::read()
             packet.afterGap = packet.afterGap || bLost;
             return packet;
         }
-        if (m_onOther) {
-            m_onOther(*pPacket, *m_pFormat->streams[pPacket->stream_index]);
+        if (m_pOthers) {
+            m_pOthers->took(std::move(pPacket), *m_pFormat);
         }
     }
     return std::nullopt;

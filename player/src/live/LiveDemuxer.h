@@ -14,6 +14,21 @@
 namespace player
 {
 
+/** Takes what a pushed stream holds besides its pictures. Called on the reading thread, inside open() and read(). */
+class OtherStreams
+{
+public:
+    OtherStreams() = default;
+    virtual ~OtherStreams() = default;
+    OtherStreams(const OtherStreams &) = delete;
+    OtherStreams &operator=(const OtherStreams &) = delete;
+
+    /** The container's header has been read, for the first time or anew: the streams before are gone. */
+    virtual void opened(const AVFormatContext &format) = 0;
+    /** A packet of one of the streams, which may be new. */
+    virtual void took(PacketPtr pPacket, const AVFormatContext &format) = 0;
+};
+
 /** One coded picture of a pushed stream. */
 struct LivePacket {
     PacketPtr pPacket;
@@ -38,7 +53,7 @@ struct LivePacket {
  * header, at the position that was reached.
  *
  * Threads: the reading thread of the buffer.
- * Owns:    FFmpeg's reading context, a copy of the header. Borrows the clock and the buffer.
+ * Owns:    FFmpeg's reading context, a copy of the header. Borrows the clock, the buffer and whoever takes the rest.
  * Errors:  open() and read() throw OpenFailure for a stream that cannot be played.
  */
 class LiveDemuxer
@@ -46,18 +61,11 @@ class LiveDemuxer
 public:
     /** `onIdle` is called on the reading thread, inside open() and read(), whenever these are about to wait for bytes.
      */
-    LiveDemuxer(Clock &clock, std::vector<std::uint8_t> header, LiveBuffer &buffer, std::function<void()> onIdle);
+    LiveDemuxer(Clock &clock, std::vector<std::uint8_t> header, LiveBuffer &buffer, std::function<void()> onIdle,
+                OtherStreams *pOthers = nullptr);
     ~LiveDemuxer();
     LiveDemuxer(const LiveDemuxer &) = delete;
     LiveDemuxer &operator=(const LiveDemuxer &) = delete;
-
-    /** Is given the packets of all other streams, inside read(), before the picture that read() returns. */
-    using Others = std::function<void(const AVPacket &packet, const AVStream &stream)>;
-    /** Before open(). */
-    void setOthers(Others others)
-    {
-        m_onOther = std::move(others);
-    }
 
     /** Waits for the whole header of the container; false when it was interrupted. */
     bool open();
@@ -97,7 +105,7 @@ private:
     const std::vector<std::uint8_t> m_header;
     LiveBuffer &m_buffer;
     const std::function<void()> m_onIdle;
-    Others m_onOther;
+    OtherStreams *const m_pOthers;
     bool m_bInterrupted = false;
 
     const AVInputFormat *m_pInput = nullptr;

@@ -4,6 +4,7 @@
 #include "player/src/live/LiveBuffer.h"
 #include "player/src/live/LiveDecoder.h"
 #include "player/src/live/LiveDemuxer.h"
+#include "player/src/live/LiveSound.h"
 #include "player/src/live/PacketGroup.h"
 #include "player/src/metadata/AnalysisTrack.h"
 
@@ -34,13 +35,17 @@ enum class StreamMode { RealTime, File };
  * Owns:    the decoding thread, the source buffer, demuxer and decoder, and at most the queue of pictures.
  * Errors:  failure(), once the stream has turned out not to be playable; nothing more is taken then.
  */
-class LiveFeed
+class LiveFeed : private OtherStreams
 {
 public:
-    /** What the stream says about its pictures goes to `pAnalysis`, if there is one; it must outlive this. */
+    /**
+     * The sound goes to its track as it comes, and what the stream says about its pictures to `pAnalysis`, where there
+     * is one; that must outlive this.
+     */
     LiveFeed(Clock &clock, std::vector<std::uint8_t> header, std::size_t bufferSize, StreamMode mode,
-             std::function<void()> changed, AnalysisTrack *pAnalysis = nullptr);
-    ~LiveFeed();
+             std::function<void()> changed, std::shared_ptr<SoundTrack> pSound = nullptr,
+             AnalysisTrack *pAnalysis = nullptr);
+    ~LiveFeed() override;
     LiveFeed(const LiveFeed &) = delete;
     LiveFeed &operator=(const LiveFeed &) = delete;
 
@@ -76,7 +81,8 @@ private:
     void playStream();
     std::optional<LivePacket> read();
     void onIdle();
-    void takeAnalysis(const AVPacket &packet, const AVStream &stream);
+    void opened(const AVFormatContext &format) override;
+    void took(PacketPtr pPacket, const AVFormatContext &format) override;
     [[nodiscard]] bool isToDecode() const;
     void giveUpGroup();
     void decodeGroup();
@@ -96,6 +102,7 @@ private:
     std::atomic<bool> m_bRestart{false};
 
     // Decoding thread only.
+    LiveSound m_sound;
     LiveDemuxer m_demuxer;
     LiveDecoder m_decoder;
     PacketGroup m_group;

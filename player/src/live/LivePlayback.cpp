@@ -1,5 +1,7 @@
 #include "player/src/live/LivePlayback.h"
 
+#include "player/src/sound/SoundPlayer.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -29,8 +31,10 @@ LivePlayback::LivePlayback(Platform &platform, std::vector<std::uint8_t> header,
                            StreamMode mode, std::shared_ptr<PortCallbacks> pCallbacks)
     : Playback(platform, std::move(pCallbacks)),
       m_mode(mode),
+      m_pSound(std::make_shared<SoundTrack>(platform.clock(), SoundTrack::Kind::Live,
+                                            [&platform] { platform.sound().wake(); })),
       m_feed(
-          platform.clock(), std::move(header), bufferSize, mode, [this] { feedChanged(); }, &m_analysis)
+          platform.clock(), std::move(header), bufferSize, mode, [this] { feedChanged(); }, m_pSound, &m_analysis)
 {
 }
 
@@ -47,12 +51,17 @@ void LivePlayback::start()
 
 void LivePlayback::feedChanged()
 {
-    // By the stream's times a picture is shown later than it is decoded.
-    if (m_mode == StreamMode::RealTime && m_feed.isIdle()) {
-        presentHere();
-    } else {
+    if (m_mode == StreamMode::File) {
+        // By the stream's times a picture is shown later than it is decoded.
         tellChanged();
+        return;
     }
+    const bool bBehind = !m_feed.isIdle();
+    {
+        const std::lock_guard lock(m_mutex);
+        m_bBehind = bBehind;
+    }
+    presentHere(bBehind ? kVeryQuick : kQuick);
 }
 
 Error LivePlayback::push(const std::uint8_t *pData, std::size_t size)
@@ -75,6 +84,7 @@ void LivePlayback::begin(Moment)
     m_state = State::Playing;
     m_feed.setOpen(true);
     m_feed.hold(false);
+    m_pSound->run();
 }
 
 void LivePlayback::end(Moment)
@@ -83,11 +93,17 @@ void LivePlayback::end(Moment)
     m_feed.hold(false);
     m_zero.reset();
     m_nextDue.reset();
+    m_pSound->silence();
 }
 
 void LivePlayback::hold(Moment)
 {
     m_feed.hold(m_state == State::Paused);
+    if (m_state == State::Paused) {
+        m_pSound->silence();
+    } else {
+        m_pSound->run();
+    }
     // The stream's clock stood still meanwhile.
     m_zero.reset();
     m_nextDue.reset();
@@ -123,6 +139,9 @@ void LivePlayback::adopt(Picture picture, Moment now)
     m_adopted = now;
     m_current = std::move(picture);
     m_bFresh = true;
+    if (m_current.streamTime) {
+        m_pSound->pictureShown(*m_current.streamTime, now);
+    }
 }
 
 Moment LivePlayback::dueTime(std::int64_t time, Moment now)
@@ -149,12 +168,21 @@ Moment LivePlayback::redrawAt() const
     return bSoon ? expected + kJitter : redraw;
 }
 
+Moment LivePlayback::showAt() const
+{
+    if (!m_bFresh) {
+        return redrawAt();
+    }
+    // A picture behind which nothing waits is shown however soon it comes after another one: two that the network has
+    // pushed together are both to be seen. Left out is only what would hold up the pictures behind it.
+    const bool bNew = m_adopted >= m_presented;
+    const bool bAtOnce = bNew && m_mode == StreamMode::RealTime && !m_bBehind && m_took <= kQuick;
+    return bAtOnce ? m_adopted : m_presented + kLeastInterval;
+}
+
 bool LivePlayback::isPresentationDue(Moment now) const
 {
-    if (!m_current) {
-        return false;
-    }
-    return now >= (m_bFresh ? m_presented + kLeastInterval : redrawAt());
+    return m_current && now >= showAt();
 }
 
 bool LivePlayback::areComing(Moment now) const
@@ -167,7 +195,7 @@ Moment LivePlayback::nextWake(Moment now) const
 {
     Moment wake = now + kIdle;
     if (m_current) {
-        wake = m_bFresh ? m_presented + kLeastInterval : redrawAt();
+        wake = showAt();
         if (!m_bFresh && areComing(now)) {
             // The decoding thread shows them. This one only looks now and then whether it still does.
             wake = std::max(wake, m_adopted + kMostMissing * m_interval);

@@ -25,6 +25,10 @@ public:
 
     /** Begins to look at the stream. */
     void start();
+    [[nodiscard]] const std::shared_ptr<SoundTrack> &sound() const
+    {
+        return m_pSound;
+    }
     Error push(const std::uint8_t *pData, std::size_t size);
 
     void setCapacity(std::size_t pictures) override;
@@ -52,14 +56,19 @@ private:
     /** By the stream's times: when a picture is to be shown; the clock is set anew where these make no sense. */
     Moment dueTime(std::int64_t time, Moment now);
     [[nodiscard]] Moment redrawAt() const;
+    /** When what is on display is to be presented. */
+    [[nodiscard]] Moment showAt() const;
 
     const StreamMode m_mode;
+    const std::shared_ptr<SoundTrack> m_pSound;
     LiveFeed m_feed;
 
     // Guarded by m_mutex.
     Moment m_adopted;
     /** Between the last two pictures. */
     Moment::duration m_interval{};
+    /** Behind the newest picture there was more to be decoded. */
+    bool m_bBehind = false;
     /** By the stream's times: the moment at which its time was nought, and the last picture's time. */
     std::optional<Moment> m_zero;
     std::int64_t m_nLatestTime = 0;

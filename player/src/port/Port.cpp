@@ -1,6 +1,7 @@
 #include "player/src/port/Port.h"
 
 #include "player/src/picture/JpegEncoder.h"
+#include "player/src/sound/SoundPlayer.h"
 
 #include <algorithm>
 
@@ -127,6 +128,7 @@ Error Port::openStream(const std::uint8_t *pHeader, std::size_t headerSize, std:
         return Error::Order;
     }
     pStream->setCapacity(m_nDisplayBuffers);
+    pStream->sound()->setVolume(m_nVolume);
     pStream->start();
     m_pStream = std::move(pStream);
     return Error::None;
@@ -142,6 +144,7 @@ Error Port::closeStream()
     if (!pStream) {
         return Error::Order;
     }
+    m_platform.sound().stop(*pStream->sound());
     pStream->close();
     return Error::None;
 }
@@ -321,14 +324,31 @@ Error Port::setDisplayRegion(const std::optional<DisplayRegion> &region)
     return pPlayback ? pPlayback->setRegion(region) : Error::Order;
 }
 
+std::shared_ptr<SoundTrack> Port::soundLocked() const
+{
+    return m_pStream ? m_pStream->sound() : nullptr;
+}
+
 Error Port::playSound() const
 {
-    return playback() ? Error::NoSound : Error::Order;
+    std::shared_ptr<SoundTrack> pSound;
+    {
+        const std::lock_guard lock(m_mutex);
+        if (!m_pStream && !m_pFile) {
+            return Error::Order;
+        }
+        pSound = soundLocked();
+    }
+    return pSound ? m_platform.sound().play(pSound) : Error::NoSound;
 }
 
 void Port::setVolume(unsigned short volume)
 {
+    const std::lock_guard lock(m_mutex);
     m_nVolume = volume;
+    if (const auto pSound = soundLocked()) {
+        pSound->setVolume(volume);
+    }
 }
 
 unsigned short Port::volume() const

@@ -71,6 +71,7 @@ public:
     Error jpeg(const std::optional<PixelRect> &region, int quality, std::vector<std::uint8_t> &file) const;
     Error setDisplayRegion(const std::optional<DisplayRegion> &region);
 
+    /** This port's is the sound that is heard from now on, while something plays in it. */
     Error playSound() const;
     void setVolume(unsigned short volume);
     [[nodiscard]] unsigned short volume() const;
@@ -85,6 +86,8 @@ private:
     [[nodiscard]] std::shared_ptr<Playback> playback() const;
     [[nodiscard]] std::shared_ptr<FilePlayback> file() const;
     [[nodiscard]] std::shared_ptr<LivePlayback> stream() const;
+    /** With m_mutex held: of what is open, null when nothing is. */
+    [[nodiscard]] std::shared_ptr<SoundTrack> soundLocked() const;
 
     Platform &m_platform;
     const std::int32_t m_nNumber;

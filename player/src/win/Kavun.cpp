@@ -21,12 +21,17 @@ constexpr int kNoSlot = -1;
 constexpr int kDefaultQuality = 85;
 
 /** Made by the first call and never destroyed: threads of the host may call until the process is gone. */
-player::PortTable &ports()
+player::Platform &platform()
 {
     static auto *pPlatform = new player::WindowsPlatform;
+    return *pPlatform;
+}
+
+player::PortTable &ports()
+{
     // What is wrong with a file is told by error codes; the host's standard error is its own.
     [[maybe_unused]] static const bool bQuiet = (av_log_set_level(AV_LOG_QUIET), true);
-    static auto *pTable = new player::PortTable(*pPlatform);
+    static auto *pTable = new player::PortTable(platform());
     return *pTable;
 }
 
@@ -324,7 +329,10 @@ int Kavun_PlaySound(long port)
 
 int Kavun_StopSound(void)
 {
-    return keep(kNoSlot, -1, Error::None);
+    return keep(kNoSlot, -1, guarded([] {
+                    platform().sound().stop();
+                    return Error::None;
+                }));
 }
 
 int Kavun_SetVolume(long port, unsigned short volume)

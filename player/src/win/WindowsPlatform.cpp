@@ -2,6 +2,8 @@
 
 #include "player/src/metadata/AnalysisPainter.h"
 #include "player/src/win/FileBytes.h"
+#include "player/src/win/WasapiOutput.h"
+#include "player/src/win/WaveOutOutput.h"
 #include "player/src/win/WindowPresenter.h"
 
 namespace player
@@ -26,6 +28,30 @@ void WindowsPlatform::drawAnalysis(void *pContext, const AnalysisFrames &frames,
                                    const PixelRect &region)
 {
     AnalysisPainter(static_cast<HDC>(pContext)).draw(frames, shape, region);
+}
+
+bool WindowsPlatform::hasSoundDevice()
+{
+    return waveOutGetNumDevs() > 0;
+}
+
+std::unique_ptr<SoundOutput> WindowsPlatform::makeSoundOutput()
+{
+    // Nobody waits for the thread that plays: a host that unloads the library must not take the code away from it.
+    static const bool bPinned = [] {
+        HMODULE hSelf = nullptr;
+        constexpr DWORD kHow = GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN;
+        return GetModuleHandleExW(kHow, reinterpret_cast<LPCWSTR>(&WasapiOutput::open), &hSelf) != 0;
+    }();
+    if (!bPinned) {
+        return nullptr;
+    }
+    // Little to do, and in time.
+    SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_TIME_CRITICAL);
+    if (auto pShared = WasapiOutput::open()) {
+        return pShared;
+    }
+    return WaveOutOutput::open();
 }
 
 } // namespace player

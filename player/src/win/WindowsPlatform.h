@@ -3,11 +3,12 @@
 
 #include "player/src/core/Platform.h"
 #include "player/src/core/SystemClock.h"
+#include "player/src/sound/SoundPlayer.h"
 
 namespace player
 {
 
-/** Windows' time, files and windows. Threads: any. */
+/** Windows' time, files, windows and sound. Threads: any. */
 class WindowsPlatform : public Platform
 {
 public:
@@ -21,9 +22,17 @@ public:
     std::unique_ptr<Presenter> makePresenter(WindowHandle window) override;
     void drawAnalysis(void *pContext, const AnalysisFrames &frames, const PictureShape &shape,
                       const PixelRect &region) override;
+    [[nodiscard]] bool hasSoundDevice() override;
+    /** By the shared audio or, where that fails, by waveOut. The calling thread is one that does nothing but this. */
+    std::unique_ptr<SoundOutput> makeSoundOutput() override;
+    [[nodiscard]] SoundPlayer &sound() override
+    {
+        return m_sound;
+    }
 
 private:
     SystemClock m_clock;
+    SoundPlayer m_sound{*this};
 };
 
 } // namespace player

@@ -413,6 +413,49 @@ TEST_F(LivePlaybackTest, AfterABurstTheNewestPictureIsOnTheScreen)
     EXPECT_TRUE(std::is_sorted(shown.begin(), shown.end()));
 }
 
+TEST_F(LivePlaybackTest, ShowsEachPictureAtOnceHoweverSoonItComesAfterTheOneBefore)
+{
+    const PushedStream stream = liveMatroska("h264.avi");
+    open(stream);
+    for (std::size_t i = 0; i < 40; ++i) {
+        m_clock.advance(i % 2 == 0 ? 77ms : 3ms);
+        ASSERT_EQ(stream.push(*m_port, i, i + 1), Error::None);
+        m_clock.settle();
+        ASSERT_EQ(m_platform.number(), stream.records[i].number);
+    }
+}
+
+TEST_F(LivePlaybackTest, ShowsAPictureAtOnceThatComesSoonAfterADrawingAnew)
+{
+    const PushedStream stream = liveMatroska("h264.avi");
+    open(stream);
+    showEach(stream, 0, 2);
+    m_clock.advance(200ms);
+    for (std::size_t i = 2; i < 12; ++i) {
+        const std::size_t before = m_platform.shown().size();
+        ASSERT_TRUE(m_clock.advanceUntil([&] { return m_platform.shown().size() > before; }));
+        m_clock.advance(2ms);
+        ASSERT_EQ(stream.push(*m_port, i, i + 1), Error::None);
+        m_clock.settle();
+        ASSERT_EQ(m_platform.number(), stream.records[i].number);
+    }
+}
+
+TEST_F(LivePlaybackTest, ANewRegionIsNotShownSoonerThanAnybodyCanSee)
+{
+    const PushedStream stream = liveMatroska("h264.avi");
+    open(stream);
+    showEach(stream, 0, 2);
+    m_clock.advance(5ms);
+    m_platform.forget();
+    for (int i = 0; i < 100; ++i) {
+        ASSERT_EQ(m_port->setDisplayRegion(DisplayRegion{{0, 0, 100 + i, 100}, false}), Error::None);
+        m_clock.advance(1ms);
+    }
+    EXPECT_GE(m_platform.shown().size(), 9u);
+    EXPECT_LE(m_platform.shown().size(), 11u);
+}
+
 TEST_F(LivePlaybackTest, ASlowWindowLosesPicturesAndNeverFallsBehind)
 {
     const PushedStream stream = liveMatroska("h264.avi");

@@ -15,10 +15,10 @@ namespace
 {
 
 using namespace std::chrono_literals;
-using player::test::apart;
 using player::test::Bytes;
 using player::test::CodedPicture;
 using player::test::Collector;
+using player::test::expectWhole;
 using player::test::liveFlash;
 using player::test::liveFragments;
 using player::test::liveMatroska;
@@ -29,6 +29,7 @@ using player::test::liveTransport;
 using player::test::place;
 using player::test::PushedStream;
 using player::test::range;
+using player::test::unitsOf;
 using testing::ElementsAreArray;
 
 /** As Pellora opens a stream. */
@@ -235,37 +236,6 @@ INSTANTIATE_TEST_SUITE_P(Files, APacedFile,
                                          "mpeg4.ts", "raw.h264", "raw.h265"),
                          [](const auto &row) { return player::test::testName(row.param); });
 
-/** Units of a picture in H.264 or H.265, with the start codes or lengths before them. */
-std::vector<Bytes> unitsOf(const CodedPicture &picture)
-{
-    std::vector<Bytes> units;
-    const Bytes &bytes = picture.bytes;
-    if (picture.lengths) {
-        for (std::size_t at = 0; at + 4 <= bytes.size();) {
-            std::size_t size = 0;
-            for (std::size_t i = 0; i < 4; ++i) {
-                size = size << 8 | bytes[at + i];
-            }
-            const auto begin = bytes.begin() + static_cast<std::ptrdiff_t>(at + 4);
-            units.emplace_back(begin, begin + static_cast<std::ptrdiff_t>(size));
-            at += 4 + size;
-        }
-        return units;
-    }
-    constexpr std::uint8_t kCode[] = {0, 0, 1};
-    auto at = std::search(bytes.begin(), bytes.end(), std::begin(kCode), std::end(kCode));
-    while (at != bytes.end()) {
-        const auto next = std::search(at + 3, bytes.end(), std::begin(kCode), std::end(kCode));
-        auto end = next;
-        while (next != bytes.end() && *(end - 1) == 0) {
-            --end;
-        }
-        units.emplace_back(at + 3, end);
-        at = next;
-    }
-    return units;
-}
-
 template <typename Predicate>
 void removeUnits(CodedPicture &picture, const Predicate &unwanted)
 {
@@ -281,22 +251,6 @@ void removeUnits(CodedPicture &picture, const Predicate &unwanted)
 bool isInformation264(const Bytes &unit)
 {
     return (unit.front() & 31) == 6;
-}
-
-/** The pictures are those of the whole stream, pixel by pixel. */
-void expectWhole(Collector &collector, const PushedStream &whole)
-{
-    Collector all(whole.header);
-    all.push(whole, 0, whole.records.size());
-    const auto &expected = all.pictures();
-    const auto numbers = all.numbers();
-    const auto shown = collector.numbers();
-    for (std::size_t i = 0; i < shown.size(); ++i) {
-        const auto found = std::find(numbers.begin(), numbers.end(), shown[i]);
-        ASSERT_NE(found, numbers.end()) << shown[i];
-        EXPECT_EQ(apart(collector.pictures()[i], expected[static_cast<std::size_t>(found - numbers.begin())]), 0)
-            << shown[i];
-    }
 }
 
 /** What a camera sends that never sends a picture at which decoders may begin, or does not say so. */

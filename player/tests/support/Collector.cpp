@@ -115,4 +115,19 @@ int apart(const Picture &left, const Picture &right)
     return most;
 }
 
+void expectWhole(Collector &collector, const PushedStream &whole)
+{
+    Collector all(whole.header);
+    all.push(whole, 0, whole.records.size());
+    const auto &expected = all.pictures();
+    const auto numbers = all.numbers();
+    const auto shown = collector.numbers();
+    for (std::size_t i = 0; i < shown.size(); ++i) {
+        const auto found = std::find(numbers.begin(), numbers.end(), shown[i]);
+        ASSERT_NE(found, numbers.end()) << shown[i];
+        EXPECT_EQ(apart(collector.pictures()[i], expected[static_cast<std::size_t>(found - numbers.begin())]), 0)
+            << shown[i];
+    }
+}
+
 } // namespace player::test

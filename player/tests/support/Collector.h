@@ -58,6 +58,9 @@ private:
 /** The greatest difference between two pictures' brightness; those of different sizes are as different as can be. */
 [[nodiscard]] int apart(const Picture &left, const Picture &right);
 
+/** The pictures are those of the whole stream, pixel by pixel. */
+void expectWhole(Collector &collector, const PushedStream &whole);
+
 } // namespace player::test
 
 #endif

@@ -80,10 +80,9 @@ void FakeClock::leaveBusy()
     m_changed.notify_all();
 }
 
-bool FakeClock::wait(std::condition_variable &condition, std::unique_lock<std::mutex> &lock,
-                     const std::optional<Moment> &deadline)
+bool FakeClock::wait(WaitQueue &queue, std::unique_lock<std::mutex> &lock, const std::optional<Moment> &deadline)
 {
-    Waiter waiter{&condition, deadline, t_pClock == this};
+    Waiter waiter{&queue, deadline, t_pClock == this};
     {
         std::unique_lock own(m_mutex);
         if (deadline && *deadline <= m_now) {
@@ -116,11 +115,11 @@ void FakeClock::wake(Waiter &waiter, bool bNotified)
     m_changed.notify_all();
 }
 
-void FakeClock::notify(std::condition_variable &condition)
+void FakeClock::notify(WaitQueue &queue)
 {
     const std::lock_guard lock(m_mutex);
     for (Waiter *pWaiter : std::vector<Waiter *>(m_waiters)) {
-        if (pWaiter->pCondition == &condition) {
+        if (pWaiter->pQueue == &queue) {
             wake(*pWaiter, true);
         }
     }
@@ -197,7 +196,7 @@ int FakeClock::wakes()
 void FakeClock::spend(std::chrono::microseconds duration)
 {
     std::mutex mutex;
-    std::condition_variable never;
+    WaitQueue never;
     std::unique_lock lock(mutex);
     const Moment end = now() + duration;
     while (wait(never, lock, end)) {

@@ -3,6 +3,7 @@
 
 #include "player/src/core/Clock.h"
 
+#include <condition_variable>
 #include <functional>
 #include <set>
 #include <vector>
@@ -30,9 +31,8 @@ public:
     [[nodiscard]] std::int64_t utc() override;
     [[nodiscard]] std::thread startThread(std::function<void()> body) override;
     void join(std::thread &thread) override;
-    bool wait(std::condition_variable &condition, std::unique_lock<std::mutex> &lock,
-              const std::optional<Moment> &deadline) override;
-    void notify(std::condition_variable &condition) override;
+    bool wait(WaitQueue &queue, std::unique_lock<std::mutex> &lock, const std::optional<Moment> &deadline) override;
+    void notify(WaitQueue &queue) override;
 
     // The test's side.
     /** Waits until all of the player's threads wait, or have ended. No time passes. */
@@ -48,7 +48,7 @@ public:
 
 private:
     struct Waiter {
-        const std::condition_variable *pCondition;
+        const WaitQueue *pQueue;
         std::optional<Moment> deadline;
         bool ofPlayer;
         bool bWoken = false;

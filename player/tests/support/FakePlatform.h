@@ -2,6 +2,8 @@
 #define PLAYER_FAKEPLATFORM_H
 
 #include "player/src/core/Platform.h"
+#include "player/src/sound/SoundPlayer.h"
+#include "player/tests/support/FakeSpeaker.h"
 
 #include <atomic>
 #include <mutex>
@@ -24,14 +26,15 @@ struct Shown {
 };
 
 /**
- * Files by way of the C library, a screen that writes down what it is shown, and the test's own clock.
+ * Files by way of the C library, a screen that writes down what it is shown, a loudspeaker that does so with what it
+ * plays, and the test's own clock.
  *
  * Threads: any.
  */
 class FakePlatform : public Platform
 {
 public:
-    explicit FakePlatform(Clock &clock) : m_clock(clock) {}
+    explicit FakePlatform(Clock &clock) : m_clock(clock), m_speaker(clock), m_sound(*this) {}
 
     [[nodiscard]] Clock &clock() override
     {
@@ -43,6 +46,27 @@ public:
     std::unique_ptr<Presenter> makePresenter(WindowHandle window) override;
     void drawAnalysis(void *pContext, const AnalysisFrames &frames, const PictureShape &shape,
                       const PixelRect &region) override;
+
+    [[nodiscard]] bool hasSoundDevice() override
+    {
+        return m_speaker.isThere();
+    }
+
+    std::unique_ptr<SoundOutput> makeSoundOutput() override
+    {
+        return m_speaker.open();
+    }
+
+    [[nodiscard]] SoundPlayer &sound() override
+    {
+        return m_sound;
+    }
+
+    /** What sound is played on; it is there at first. */
+    [[nodiscard]] FakeSpeaker &speaker()
+    {
+        return m_speaker;
+    }
 
     /** A window handle to play into; never used as an address. */
     WindowHandle window()
@@ -79,6 +103,8 @@ private:
     std::atomic<bool> m_bSeen{true};
     mutable std::mutex m_mutex;
     std::vector<Shown> m_shown;
+    FakeSpeaker m_speaker;
+    SoundPlayer m_sound;
 };
 
 } // namespace player::test

@@ -139,7 +139,14 @@ public:
 
     Bytes write(AVPacket &packet)
     {
+        const int index = packet.stream_index;
         check(av_write_frame(m_pFormat, &packet), "packet");
+        if (m_pFormat->streams[index]->codecpar->codec_type == AVMEDIA_TYPE_AUDIO) {
+            // The muxer keeps a packet of sound back until the next one comes, which an empty one may be.
+            const PacketPtr pEmpty(av_packet_clone(&packet));
+            pEmpty->size = 0;
+            check(av_write_frame(m_pFormat, pEmpty.get()), "empty packet");
+        }
         check(av_write_frame(m_pFormat, nullptr), "flush");
         return take();
     }
@@ -393,11 +400,11 @@ PushedStream liveMatroska(const std::string &file, const LiveOptions &options)
             stream.records.push_back({writer.write(*pText), -1, false});
         }
         const bool bKey = (pPacket->flags & AV_PKT_FLAG_KEY) != 0;
-        stream.records.push_back({writer.write(*pPacket), number, number >= 0 && bKey});
+        const std::int64_t duration =
+            av_rescale_q(pRead->duration, clip.stream(pRead->stream_index).time_base, milliseconds);
+        const std::int64_t time = pPacket->pts;
+        stream.records.push_back({writer.write(*pPacket), number, number >= 0 && bKey, time, duration});
     }
-    // The muxer keeps one packet of sound back to see what follows.
-    const auto isEmpty = [](const Record &record) { return record.bytes.empty(); };
-    stream.records.erase(std::remove_if(stream.records.begin(), stream.records.end(), isEmpty), stream.records.end());
     return stream;
 }
 
@@ -460,6 +467,36 @@ void appendUnit(CodedPicture &picture, const Bytes &unit)
 {
     appendNumber(picture.bytes, picture.lengths ? unit.size() : 1, 4);
     picture.bytes.insert(picture.bytes.end(), unit.begin(), unit.end());
+}
+
+std::vector<Bytes> unitsOf(const CodedPicture &picture)
+{
+    std::vector<Bytes> units;
+    const Bytes &bytes = picture.bytes;
+    if (picture.lengths) {
+        for (std::size_t at = 0; at + 4 <= bytes.size();) {
+            std::size_t size = 0;
+            for (std::size_t i = 0; i < 4; ++i) {
+                size = size << 8 | bytes[at + i];
+            }
+            const auto begin = bytes.begin() + static_cast<std::ptrdiff_t>(at + 4);
+            units.emplace_back(begin, begin + static_cast<std::ptrdiff_t>(size));
+            at += 4 + size;
+        }
+        return units;
+    }
+    constexpr std::uint8_t kCode[] = {0, 0, 1};
+    auto at = std::search(bytes.begin(), bytes.end(), std::begin(kCode), std::end(kCode));
+    while (at != bytes.end()) {
+        const auto next = std::search(at + 3, bytes.end(), std::begin(kCode), std::end(kCode));
+        auto end = next;
+        while (next != bytes.end() && *(end - 1) == 0) {
+            --end;
+        }
+        units.emplace_back(at + 3, end);
+        at = next;
+    }
+    return units;
 }
 
 Bytes filler(std::size_t size)

@@ -19,6 +19,9 @@ struct Record {
     /** Of the picture in it, in the order of showing; -1 for sound and for pieces without regard to pictures. */
     int number = -1;
     bool key = false;
+    /** What its packet's time says, in milliseconds, and how long its sound lasts; Matroska alone. */
+    std::int64_t time = 0;
+    std::int64_t duration = 0;
 };
 
 /** A stream to be pushed. */
@@ -87,6 +90,8 @@ struct LiveOptions {
 
 /** Puts a unit behind a coded picture. */
 void appendUnit(CodedPicture &picture, const Bytes &unit);
+/** The units of a picture of H.264 or H.265, without the start codes or lengths before them. */
+[[nodiscard]] std::vector<Bytes> unitsOf(const CodedPicture &picture);
 /** A unit of H.264 that means nothing, of about that size. */
 [[nodiscard]] Bytes filler(std::size_t size);
 

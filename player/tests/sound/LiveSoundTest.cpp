@@ -1,0 +1,434 @@
+// The sound of pushed streams through a port: what is heard, how loud, and when.
+#include "player/src/port/Port.h"
+#include "player/tests/support/Clips.h"
+#include "player/tests/support/FakeClock.h"
+#include "player/tests/support/FakePlatform.h"
+#include "player/tests/support/PushedStream.h"
+#include "tests/support/SoundMeter.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+#include <vector>
+
+namespace
+{
+
+using namespace std::chrono_literals;
+using player::Error;
+using player::Moment;
+using player::Port;
+using player::test::Bytes;
+using player::test::FakeClock;
+using player::test::FakePlatform;
+using player::test::FakeSpeaker;
+using player::test::liveMatroska;
+using player::test::LiveOptions;
+using player::test::PushedStream;
+using player::test::Record;
+using std::chrono::milliseconds;
+using testsupport::clicksIn;
+using testsupport::frequencyOf;
+using testsupport::levelOf;
+using testsupport::soundingOf;
+
+/** The sine in every clip, and how loud it is where it is not shared out between two channels. */
+constexpr double kHertz = 440;
+constexpr double kMonoLevel = 0.125;
+constexpr double kStereoLevel = 0.0884;
+
+PushedStream withSound(const char *file)
+{
+    LiveOptions options;
+    options.sound = true;
+    return liveMatroska(file, options);
+}
+
+/** When a camera can send a record: a picture at its time, sound when its last sample was taken. */
+milliseconds sentAt(const Record &record)
+{
+    return milliseconds(record.number < 0 ? record.time + record.duration : record.time);
+}
+
+class LiveSoundTest : public testing::Test
+{
+protected:
+    void TearDown() override
+    {
+        m_other->close();
+        m_port->close();
+        m_clock.settle();
+        EXPECT_EQ(m_platform.presenters(), 0);
+        EXPECT_EQ(m_platform.speaker().outputs(), 0);
+    }
+
+    void open(const PushedStream &stream)
+    {
+        m_pStream = &stream;
+        ASSERT_EQ(stream.openOn(*m_port, m_platform.window()), Error::None);
+        m_zero = m_clock.now();
+        m_sent.assign(stream.records.size(), false);
+    }
+
+    void openAndListen(const PushedStream &stream)
+    {
+        open(stream);
+        ASSERT_EQ(m_port->playSound(), Error::None);
+    }
+
+    /** The camera goes on up to a time of the stream. */
+    void playUpTo(milliseconds time)
+    {
+        std::vector<std::pair<milliseconds, std::size_t>> order;
+        milliseconds latestPicture{};
+        for (std::size_t i = 0; i < m_sent.size(); ++i) {
+            const Record &record = m_pStream->records[i];
+            // Pictures are sent in the order of their coding.
+            latestPicture = record.number < 0 ? latestPicture : std::max(latestPicture, sentAt(record));
+            const milliseconds at = record.number < 0 ? sentAt(record) + m_soundLate : latestPicture;
+            if (!m_sent[i] && at <= time) {
+                order.emplace_back(at, i);
+            }
+        }
+        std::sort(order.begin(), order.end());
+        for (const auto &[at, place] : order) {
+            goTo(m_zero + at);
+            m_sent[place] = true;
+            static_cast<void>(player::test::push(*m_port, m_pStream->records[place].bytes));
+        }
+        goTo(m_zero + time);
+    }
+
+    void goTo(Moment moment)
+    {
+        if (moment > m_clock.now()) {
+            m_clock.advance(std::chrono::duration_cast<std::chrono::microseconds>(moment - m_clock.now()));
+        }
+    }
+
+    [[nodiscard]] std::vector<float> heard(milliseconds from, milliseconds to)
+    {
+        return m_platform.speaker().heard(m_zero + from, to - from);
+    }
+
+    FakeClock m_clock;
+    FakePlatform m_platform{m_clock};
+    std::shared_ptr<Port> m_port = std::make_shared<Port>(m_platform, 0, 0);
+    std::shared_ptr<Port> m_other = std::make_shared<Port>(m_platform, 1, 1);
+    const PushedStream *m_pStream = nullptr;
+    Moment m_zero;
+    std::vector<bool> m_sent;
+    milliseconds m_soundLate{0};
+};
+
+struct Codec {
+    const char *file;
+    double level;
+};
+
+void PrintTo(const Codec &codec, std::ostream *pStream)
+{
+    *pStream << codec.file;
+}
+
+class EverySoundCodec : public LiveSoundTest, public testing::WithParamInterface<Codec>
+{
+};
+
+TEST_P(EverySoundCodec, IsHeardAtItsPitchAndItsLevelWithoutAGap)
+{
+    const PushedStream stream = withSound(GetParam().file);
+    openAndListen(stream);
+    playUpTo(2900ms);
+    const std::vector<float> second = heard(1500ms, 2500ms);
+    EXPECT_NEAR(frequencyOf(second), kHertz, 3);
+    EXPECT_NEAR(levelOf(second), GetParam().level, GetParam().level * 0.06);
+    // A sine is close to nought for a few samples in each turn; a gap is longer.
+    for (std::size_t at = 0; at + 480 <= second.size(); at += 480) {
+        const std::vector<float> part(second.begin() + static_cast<std::ptrdiff_t>(at),
+                                      second.begin() + static_cast<std::ptrdiff_t>(at + 480));
+        EXPECT_GT(levelOf(part), GetParam().level * 0.7) << at;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Clips, EverySoundCodec,
+                         testing::Values(Codec{"h264.mp4", kStereoLevel}, Codec{"mpeg2.mp4", kStereoLevel},
+                                         Codec{"h264.avi", kStereoLevel}, Codec{"av1.mkv", kMonoLevel},
+                                         Codec{"h264-alaw.mkv", kMonoLevel}, Codec{"h265-mulaw.mkv", kMonoLevel},
+                                         Codec{"mpeg2.mkv", kMonoLevel}, Codec{"h264.mov", kMonoLevel},
+                                         Codec{"mjpeg-g722.mkv", kMonoLevel}, Codec{"h264-g726.mkv", kMonoLevel},
+                                         Codec{"vp8.mkv", kStereoLevel}),
+                         [](const auto &row) { return player::test::testName(row.param.file); });
+
+/** The clip with a flash and a click at each full second, over a quiet hum. */
+constexpr const char *kFlashAndClick = "flash-click.mkv";
+constexpr int kPicturesPerSecond = 25;
+constexpr float kClick = 0.3F;
+/** Of the clip's twenty seconds. */
+constexpr double kHum = 0.05;
+
+class FlashAndClick : public LiveSoundTest
+{
+protected:
+    /** How much later than its flash each click was heard, in milliseconds, in that span of the stream. */
+    std::vector<double> lags(std::chrono::seconds from, std::chrono::seconds to)
+    {
+        std::vector<double> lags;
+        const std::vector<double> clicks = clicksIn(heard(from - 500ms, to + 500ms), kClick);
+        for (const auto &shown : m_platform.changes()) {
+            const auto since = shown.moment - (m_zero + from - 500ms);
+            const double at = std::chrono::duration<double>(since).count();
+            if (shown.number % kPicturesPerSecond != 0 || at < 0 ||
+                at > static_cast<double>((to - from).count()) + 0.9) {
+                continue;
+            }
+            const auto click = std::min_element(clicks.begin(), clicks.end(), [&](double left, double right) {
+                return std::fabs(left - at) < std::fabs(right - at);
+            });
+            lags.push_back(click == clicks.end() ? 1e6 : (*click - at) * 1000);
+        }
+        return lags;
+    }
+
+    void expectInStep(std::chrono::seconds from, std::chrono::seconds to)
+    {
+        const std::vector<double> all = lags(from, to);
+        EXPECT_GE(all.size(), static_cast<std::size_t>((to - from).count()));
+        for (const double lag : all) {
+            EXPECT_LE(std::fabs(lag), 80) << "ms";
+        }
+    }
+
+    /** The hum is heard in each hundredth of a second of that span. */
+    void expectNoGap(milliseconds from, milliseconds to)
+    {
+        for (milliseconds at = from; at < to; at += 10ms) {
+            EXPECT_GT(levelOf(heard(at, at + 10ms)), kHum / 2) << at.count();
+        }
+    }
+
+    const PushedStream m_clip = withSound(kFlashAndClick);
+};
+
+TEST_F(FlashAndClick, AreWithinEightyMilliseconds)
+{
+    openAndListen(m_clip);
+    playUpTo(6500ms);
+    expectInStep(1s, 6s);
+    expectNoGap(1s, 6s);
+}
+
+TEST_F(FlashAndClick, StayInStepOnADeviceThatIsTooFast)
+{
+    m_platform.speaker().setDrift(4000);
+    openAndListen(m_clip);
+    playUpTo(19900ms);
+    expectInStep(1s, 19s);
+    expectNoGap(1s, 19s);
+}
+
+TEST_F(FlashAndClick, StayInStepOnADeviceThatIsTooSlow)
+{
+    m_platform.speaker().setDrift(-4000);
+    openAndListen(m_clip);
+    playUpTo(19900ms);
+    expectInStep(1s, 19s);
+    expectNoGap(1s, 19s);
+}
+
+TEST_F(FlashAndClick, SoundThatHasBeenLateIsBackInStepWhenItComesInTimeAgain)
+{
+    m_soundLate = 300ms;
+    openAndListen(m_clip);
+    playUpTo(4500ms);
+    const std::vector<double> late = lags(2s, 4s);
+    ASSERT_FALSE(late.empty());
+    EXPECT_GT(late.front(), 250);
+    m_soundLate = 0ms;
+    playUpTo(10500ms);
+    expectInStep(7s, 10s);
+}
+
+TEST_F(FlashAndClick, AfterAStandstillOfTheNetworkSoundAndPicturesGoOnTogether)
+{
+    openAndListen(m_clip);
+    playUpTo(3200ms);
+    // What was sent meanwhile comes at once.
+    m_clock.advance(700ms);
+    playUpTo(9500ms);
+    expectInStep(6s, 9s);
+}
+
+TEST_F(FlashAndClick, SoundThatComesEarlyWaitsForItsPictures)
+{
+    openAndListen(m_clip);
+    m_soundLate = -200ms;
+    playUpTo(6500ms);
+    expectInStep(3s, 6s);
+}
+
+TEST_F(LiveSoundTest, OnlyThePortThatWasToldSounds)
+{
+    const PushedStream stream = withSound("h264-alaw.mkv");
+    open(stream);
+    playUpTo(1000ms);
+    EXPECT_EQ(m_platform.speaker().opened(), 0);
+    EXPECT_EQ(m_port->playSound(), Error::None);
+    playUpTo(2000ms);
+    EXPECT_GT(soundingOf(heard(1500ms, 2000ms)), 20000u);
+}
+
+TEST_F(LiveSoundTest, AnotherPortTakesOverAndTheFirstIsSilent)
+{
+    const PushedStream stream = withSound("h264-alaw.mkv");
+    openAndListen(stream);
+    playUpTo(1000ms);
+    ASSERT_EQ(stream.openOn(*m_other, m_platform.window()), Error::None);
+    ASSERT_EQ(m_other->playSound(), Error::None);
+    playUpTo(2000ms);
+    EXPECT_EQ(soundingOf(heard(1100ms, 2000ms)), 0u);
+    EXPECT_EQ(m_platform.speaker().opened(), 1);
+    // Closing one that does not sound changes nothing for the one that does.
+    ASSERT_EQ(m_port->playSound(), Error::None);
+    m_other->close();
+    playUpTo(3000ms);
+    EXPECT_GT(soundingOf(heard(2500ms, 3000ms)), 20000u);
+}
+
+TEST_F(LiveSoundTest, StoppingTheSoundIsHeardAtOnceAndGivesTheDeviceBack)
+{
+    const PushedStream stream = withSound("h264-alaw.mkv");
+    openAndListen(stream);
+    playUpTo(1500ms);
+    EXPECT_GT(soundingOf(heard(1000ms, 1500ms)), 20000u);
+    m_platform.sound().stop();
+    playUpTo(2500ms);
+    EXPECT_EQ(soundingOf(heard(1510ms, 2500ms)), 0u);
+    EXPECT_EQ(m_platform.speaker().outputs(), 0);
+}
+
+TEST_F(LiveSoundTest, APausedPortIsSilentAtOnceAndSoundsAgainWhenItGoesOn)
+{
+    const PushedStream stream = withSound("h264-alaw.mkv");
+    openAndListen(stream);
+    playUpTo(1500ms);
+    ASSERT_EQ(m_port->pause(1), Error::None);
+    playUpTo(2000ms);
+    EXPECT_EQ(soundingOf(heard(1510ms, 2000ms)), 0u);
+    ASSERT_EQ(m_port->pause(0), Error::None);
+    playUpTo(3500ms);
+    EXPECT_NEAR(levelOf(heard(3000ms, 3500ms)), kMonoLevel, 0.01);
+}
+
+TEST_F(LiveSoundTest, AStoppedPortIsSilentAndSoundsAgainWhenItPlays)
+{
+    const PushedStream stream = withSound("h264-alaw.mkv");
+    openAndListen(stream);
+    playUpTo(1500ms);
+    ASSERT_EQ(m_port->stop(), Error::None);
+    playUpTo(2000ms);
+    EXPECT_EQ(soundingOf(heard(1510ms, 2000ms)), 0u);
+    ASSERT_EQ(m_port->play(nullptr), Error::None);
+    playUpTo(3500ms);
+    EXPECT_NEAR(levelOf(heard(3000ms, 3500ms)), kMonoLevel, 0.01);
+}
+
+TEST_F(LiveSoundTest, VolumeIsLinearAndStaysWithThePort)
+{
+    const PushedStream stream = withSound("h264-alaw.mkv");
+    m_port->setVolume(0x8000);
+    openAndListen(stream);
+    playUpTo(1500ms);
+    EXPECT_NEAR(levelOf(heard(1000ms, 1500ms)), kMonoLevel / 2, 0.005);
+    m_port->setVolume(0);
+    playUpTo(2500ms);
+    EXPECT_EQ(soundingOf(heard(2000ms, 2500ms)), 0u);
+    m_port->setVolume(0x4000);
+    m_port->close();
+    openAndListen(stream);
+    playUpTo(1500ms);
+    EXPECT_EQ(m_port->volume(), 0x4000);
+    EXPECT_NEAR(levelOf(heard(1000ms, 1500ms)), kMonoLevel / 4, 0.005);
+}
+
+TEST_F(LiveSoundTest, ADeviceThatGoesCostsNothingButTheSoundAndOneThatComesIsFound)
+{
+    const PushedStream stream = withSound("h264-alaw.mkv");
+    openAndListen(stream);
+    playUpTo(1000ms);
+    m_platform.speaker().setThere(false);
+    const int before = m_platform.number();
+    playUpTo(2000ms);
+    EXPECT_GE(m_platform.number(), before + 23);
+    EXPECT_EQ(soundingOf(heard(1200ms, 2000ms)), 0u);
+    EXPECT_EQ(m_other->playSound(), Error::Order);
+    EXPECT_EQ(m_port->playSound(), Error::NoSound);
+    m_platform.speaker().setThere(true);
+    playUpTo(3800ms);
+    EXPECT_NEAR(levelOf(heard(3300ms, 3800ms)), kMonoLevel, 0.01);
+}
+
+TEST_F(LiveSoundTest, WhenAnotherDeviceIsToBePlayedOnSoundGoesOnThere)
+{
+    const PushedStream stream = withSound("h264-alaw.mkv");
+    openAndListen(stream);
+    playUpTo(1500ms);
+    m_platform.speaker().change();
+    playUpTo(2500ms);
+    EXPECT_EQ(m_platform.speaker().opened(), 2);
+    EXPECT_NEAR(levelOf(heard(2000ms, 2500ms)), kMonoLevel, 0.01);
+}
+
+TEST_F(LiveSoundTest, WithoutADeviceOrASoundStreamThereIsNoSound)
+{
+    EXPECT_EQ(m_port->playSound(), Error::Order);
+    m_platform.speaker().setThere(false);
+    const PushedStream stream = withSound("h264-alaw.mkv");
+    open(stream);
+    EXPECT_EQ(m_port->playSound(), Error::NoSound);
+    m_platform.speaker().setThere(true);
+    EXPECT_EQ(m_port->playSound(), Error::None);
+    const PushedStream silent = liveMatroska("h264.avi");
+    ASSERT_EQ(silent.openOn(*m_other, m_platform.window()), Error::None);
+    ASSERT_EQ(silent.push(*m_other, 0, 1), Error::None);
+    m_clock.settle();
+    EXPECT_EQ(m_other->playSound(), Error::NoSound);
+    // The failure has taken nothing from the one that sounds.
+    playUpTo(1500ms);
+    EXPECT_GT(soundingOf(heard(1000ms, 1500ms)), 20000u);
+}
+
+TEST_F(LiveSoundTest, DamageCostsTheSoundThatItHitAndNothingElse)
+{
+    PushedStream stream = withSound("h264.avi");
+    for (Record &record : stream.records) {
+        if (record.number < 0 && record.time >= 1000 && record.time < 1400) {
+            std::fill(record.bytes.end() - static_cast<std::ptrdiff_t>(record.bytes.size() / 2), record.bytes.end(),
+                      std::uint8_t{0xA5});
+        }
+    }
+    openAndListen(stream);
+    playUpTo(2900ms);
+    EXPECT_GE(m_platform.numbers().size(), 72u);
+    const std::vector<float> after = heard(2000ms, 2800ms);
+    EXPECT_NEAR(levelOf(after), kStereoLevel, 0.006);
+    EXPECT_NEAR(frequencyOf(after), kHertz, 3);
+}
+
+TEST_F(LiveSoundTest, MissingPacketsAreSilence)
+{
+    PushedStream stream = withSound(kFlashAndClick);
+    stream.records.erase(std::remove_if(stream.records.begin(), stream.records.end(),
+                                        [](const Record &record) {
+                                            return record.number < 0 && record.time >= 2300 && record.time < 2600;
+                                        }),
+                         stream.records.end());
+    openAndListen(stream);
+    playUpTo(3500ms);
+    EXPECT_NEAR(static_cast<double>(soundingOf(heard(2000ms, 3000ms))), 0.7 * FakeSpeaker::kRate, 1500);
+    EXPECT_EQ(soundingOf(heard(2420ms, 2580ms)), 0u);
+}
+
+} // namespace
