@@ -44,6 +44,15 @@ CONTAINERS = {
     "av1.obu": "-c:v libaom-av1 -cpu-used 8 -crf 60 -g 8 -frames:v 6 -f obu",
 }
 
+# Opened as files; with an index, which streams have not.
+FILES = {
+    "h264-index.mp4": "-c:v libx264 -preset veryfast -crf 40 -g 4 -bf 1 -frames:v 8",
+    "h264-cues.mkv": "-c:v libx264 -preset veryfast -crf 40 -g 4 -bf 1 -frames:v 8",
+    "mpeg4-index.avi": "-c:v mpeg4 -q:v 31 -g 4 -frames:v 8",
+    "h264.ts": "-c:v libx264 -preset veryfast -crf 40 -g 4 -frames:v 8 -f mpegts",
+    "h265.h265": "-c:v libx265 -preset veryfast -crf 40 -x265-params log-level=error:keyint=4 -frames:v 8 -f hevc",
+}
+
 # Codings that ffmpeg packs into RTP: the number in device/fuzz/FuzzedTrack.h, the payload type, ffmpeg's arguments.
 SENT = {
     "mjpeg": (4, 26, "-c:v mjpeg -q:v 31 -pix_fmt yuvj420p -huffman default -frames:v 3"),
@@ -203,6 +212,10 @@ def main():
         ffmpeg(arguments, str(WORK / name))
         # The header that a host gives is the first kilobyte.
         write("player", "pushed_stream", name, (WORK / name).read_bytes()[:MOST], [0, 4, 0])
+    for name, arguments in FILES.items():
+        ffmpeg(arguments, str(WORK / name))
+        # Seek, step, seek back, capture, behind six steps in all.
+        write("player", "file", name, (WORK / name).read_bytes()[:MOST], [6, 0x20, 3, 8, 6, 0x85, 7])
     for name, text in ADDRESSES.items():
         write("device", "address", name, text.encode(), [0])
     write_texts("redirect", REDIRECTS)

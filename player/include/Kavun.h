@@ -118,8 +118,13 @@ int Kavun_CloseStream(long port);
  * a loss: nothing is shown up to the next key picture. Error 2 while the port is stopped.
  */
 int Kavun_InputData(long port, unsigned char *data, unsigned long size);
-/** Opens a file; the path is UTF-8 or, if that names no file, in the system's ANSI code page. */
+/**
+ * Opens a file; the path is UTF-8 or, if that names no file, in the system's ANSI code page. A server that is gone may keep
+ * the caller for minutes, unless another thread ends it by Kavun_CloseFile or Kavun_FreePort: then it fails with 4. Pictures
+ * of more than 16,384 pixels on a side or 64 megapixels are not supported (5), as they are not in streams.
+ */
 int Kavun_OpenFile(long port, char *path);
+/** Also ends the opening of a file that is under way on another thread. Waits for no server. */
 int Kavun_CloseFile(long port);
 /** Number of decoded pictures kept ready. */
 int Kavun_SetDisplayBuf(long port, unsigned long frames);

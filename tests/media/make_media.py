@@ -327,8 +327,24 @@ def picture_clips():
                + FASTSTART, frames=250, width=1920, height=1080, noise=4, notes="benchmark: 10 s of 4 Mb/s")
 
 
+def small_clips():
+    """A few kilobytes of each container, for damage at one place after the other."""
+    h264 = "-c:v libx264 -preset veryfast -crf 40 -g 4 -bf 1 "
+    h265 = "-c:v libx265 -preset ultrafast -crf 40 -x265-params log-level=none:keyint=4:bframes=1:pools=none:info=0 "
+    for file, codec, options, sound in (
+            ("small.mp4", "h264", h264, "aac"), ("small.mov", "mjpeg", MJPEG, "alaw"),
+            ("small-fragmented.mp4", "h264", h264 + "-movflags +frag_keyframe+empty_moov+default_base_moof ", "aac"),
+            ("small.mkv", "h264", h264, "alaw"), ("small.webm", "vp8", VP8, "opus"),
+            ("small.avi", "mpeg4", "-c:v mpeg4 -q:v 12 -g 4 -bf 0 -vtag XVID ", "pcm"),
+            ("small.ts", "h264", h264 + "-f mpegts ", "mp2"), ("small.mpg", "mpeg2video", MPEG2 + "-f vob ", "mp2"),
+            ("small.flv", "h264", h264, "mulaw"), ("small.h264", "h264", h264, ""),
+            ("small.h265", "hevc", h265 + "-f hevc ", "")):
+        yield Clip(file, codec, options, sound, frames=8, width=64, height=48,
+                   pixel_format=FULL_420 if codec == "mjpeg" else "yuv420p", traits="small")
+
+
 def all_clips():
-    return [*picture_clips(), *ordinary_clips(), *container_clips()]
+    return [*picture_clips(), *ordinary_clips(), *container_clips(), *small_clips()]
 
 
 MANIFEST_HEAD = ["file", "container", "codec", "width", "height", "frames", "fps", "sound", "pixel_format", "traits",

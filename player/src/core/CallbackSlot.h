@@ -45,6 +45,7 @@ public:
         return m_pFunction != nullptr;
     }
 
+    /** Throws what the function throws. */
     void call(Arguments... arguments)
     {
         std::shared_ptr<const Function> pFunction;
@@ -57,15 +58,33 @@ public:
             m_caller = std::this_thread::get_id();
             ++m_nCall;
         }
+        const Call call(*this);
         (*pFunction)(arguments...);
-        {
-            const std::lock_guard lock(m_mutex);
-            m_caller = std::thread::id();
-        }
-        m_returned.notifyAll();
     }
 
 private:
+    /** A call that runs; it ends however the function is left. */
+    class Call
+    {
+    public:
+        explicit Call(CallbackSlot &slot) : m_slot(slot) {}
+
+        ~Call()
+        {
+            {
+                const std::lock_guard lock(m_slot.m_mutex);
+                m_slot.m_caller = std::thread::id();
+            }
+            m_slot.m_returned.notifyAll();
+        }
+
+        Call(const Call &) = delete;
+        Call &operator=(const Call &) = delete;
+
+    private:
+        CallbackSlot &m_slot;
+    };
+
     mutable std::mutex m_mutex;
     Condition m_returned;
     std::shared_ptr<const Function> m_pFunction;

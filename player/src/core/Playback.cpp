@@ -10,16 +10,14 @@ namespace player
 
 PixelRect DisplayRegion::on(const PictureShape &shape) const
 {
-    PixelRect area = rect;
-    if (fromBottom) {
-        area.top = shape.height - rect.top;
-        area.bottom = shape.height - rect.bottom;
-    }
-    area.left = std::clamp(area.left, 0, shape.width);
-    area.right = std::clamp(area.right, 0, shape.width);
-    area.top = std::clamp(area.top, 0, shape.height);
-    area.bottom = std::clamp(area.bottom, 0, shape.height);
-    return area;
+    // Hosts give any numbers: wider ones, lest a difference overflows.
+    const auto within = [](std::int64_t place, int length) {
+        return static_cast<int>(std::clamp<std::int64_t>(place, 0, length));
+    };
+    const auto row = [&](int place) {
+        return within(fromBottom ? std::int64_t{shape.height} - place : std::int64_t{place}, shape.height);
+    };
+    return {within(rect.left, shape.width), row(rect.top), within(rect.right, shape.width), row(rect.bottom)};
 }
 
 Playback::Playback(Platform &platform, std::shared_ptr<PortCallbacks> pCallbacks)
@@ -160,9 +158,9 @@ Error Playback::setRegion(const std::optional<DisplayRegion> &region)
         if (region) {
             const auto shape = shapeLocked();
             // While the size of the picture is not known, only a region without an area can be refused.
-            const int turn = region->fromBottom ? -1 : 1;
-            const bool bArea =
-                region->rect.left < region->rect.right && turn * region->rect.top < turn * region->rect.bottom;
+            const PixelRect &rect = region->rect;
+            const bool bRows = region->fromBottom ? rect.top > rect.bottom : rect.top < rect.bottom;
+            const bool bArea = rect.left < rect.right && bRows;
             if (!bArea || (shape && region->on(*shape).isEmpty())) {
                 return Error::Argument;
             }
@@ -181,50 +179,6 @@ void Playback::tellChanged()
         const std::lock_guard lock(m_mutex);
     }
     m_changed.notifyAll();
-}
-
-void Playback::presentLoop(const std::shared_ptr<Run> &pRun)
-{
-    std::unique_lock lock(m_mutex);
-    try {
-        showUntilQuit(*pRun, lock);
-    } catch (...) {
-        // Nothing may leave a thread, or the process ends. This one gives up; the port can still be stopped.
-    }
-    // Before the port counts as stopped. A decoding thread may be showing in it at this moment.
-    awaitTurn(lock);
-    const auto pPresenter = std::exchange(m_pPresenter, nullptr);
-    lock.unlock();
-}
-
-void Playback::showUntilQuit(const Run &run, std::unique_lock<std::mutex> &lock)
-{
-    while (!run.quit) {
-        if (m_showing != std::thread::id()) {
-            awaitTurn(lock);
-            continue;
-        }
-        const Moment now = m_clock.now();
-        adoptPictures(now);
-        // The end comes before redrawing: in a slow window a redraw is always due.
-        if (!m_bFresh && reachedEnd(now)) {
-            lock.unlock();
-            m_pCallbacks->fileEnd.call();
-            lock.lock();
-        } else if (isPresentationDue(now)) {
-            showOnce(lock);
-        } else {
-            m_wake = nextWake(now);
-            m_changed.waitUntil(lock, m_wake);
-        }
-    }
-}
-
-void Playback::awaitTurn(std::unique_lock<std::mutex> &lock)
-{
-    ++m_nAwaitingTurn;
-    m_changed.wait(lock, [this] { return m_showing == std::thread::id(); });
-    --m_nAwaitingTurn;
 }
 
 class Playback::Turn
@@ -252,6 +206,50 @@ private:
     Playback &m_playback;
     std::unique_lock<std::mutex> &m_lock;
 };
+
+void Playback::presentLoop(const std::shared_ptr<Run> &pRun)
+{
+    std::unique_lock lock(m_mutex);
+    try {
+        showUntilQuit(*pRun, lock);
+    } catch (...) {
+        // Nothing may leave a thread, or the process ends. This one gives up; the port can still be stopped.
+    }
+    // Before the port counts as stopped. A decoding thread may be showing in it at this moment.
+    awaitTurn(lock);
+    const auto pPresenter = std::exchange(m_pPresenter, nullptr);
+    lock.unlock();
+}
+
+void Playback::showUntilQuit(const Run &run, std::unique_lock<std::mutex> &lock)
+{
+    while (!run.quit) {
+        if (m_showing != std::thread::id()) {
+            awaitTurn(lock);
+            continue;
+        }
+        const Moment now = m_clock.now();
+        adoptPictures(now);
+        // The end comes before redrawing: in a slow window a redraw is always due.
+        if (!m_bFresh && reachedEnd(now)) {
+            // Played again from inside the callback, another thread may come to the end before this one is back.
+            const Turn turn(*this, lock);
+            m_pCallbacks->fileEnd.call();
+        } else if (isPresentationDue(now)) {
+            showOnce(lock);
+        } else {
+            m_wake = nextWake(now);
+            m_changed.waitUntil(lock, m_wake);
+        }
+    }
+}
+
+void Playback::awaitTurn(std::unique_lock<std::mutex> &lock)
+{
+    ++m_nAwaitingTurn;
+    m_changed.wait(lock, [this] { return m_showing == std::thread::id(); });
+    --m_nAwaitingTurn;
+}
 
 void Playback::showOnce(std::unique_lock<std::mutex> &lock)
 {

@@ -11,7 +11,9 @@ namespace
 
 using std::chrono::milliseconds;
 
-/** Longest wait of a caller for the decoder, far beyond what a sound file takes. */
+/** How long callers wait for a seek that runs. */
+constexpr milliseconds kPatience{500};
+/** How long they wait for what they asked for themselves, such as a group of pictures to be decoded for a step back. */
 constexpr std::chrono::seconds kDecoderPatience{5};
 
 } // namespace
@@ -99,14 +101,14 @@ Error FilePlayback::stepForward()
 
 Error FilePlayback::stepLocked(std::unique_lock<std::mutex> &lock)
 {
-    if (!waitForPictures(lock)) {
-        return Error::Order;
+    if (!waitForPictures(lock, m_clock.now() + kPatience)) {
+        return Error::NoPicture;
     }
     if (m_current && m_feed.nextIsAfterGap()) {
         // Pictures were left out to keep up with the clock; the next one of the file has to be fetched.
         seekLocked(m_current.time, m_clock.now());
-        if (!waitForPictures(lock)) {
-            return Error::Order;
+        if (!waitForPictures(lock, m_clock.now() + kDecoderPatience)) {
+            return Error::NoPicture;
         }
     }
     Picture picture = m_feed.take();
@@ -119,9 +121,8 @@ Error FilePlayback::stepLocked(std::unique_lock<std::mutex> &lock)
     return Error::None;
 }
 
-bool FilePlayback::waitForPictures(std::unique_lock<std::mutex> &lock)
+bool FilePlayback::waitForPictures(std::unique_lock<std::mutex> &lock, Moment deadline)
 {
-    const Moment deadline = m_clock.now() + kDecoderPatience;
     for (;;) {
         if (m_state == State::Stopped) {
             return false;
@@ -171,11 +172,11 @@ std::int64_t FilePlayback::position() const
 Error FilePlayback::onDisplay(Picture &picture)
 {
     std::unique_lock lock(m_mutex);
-    const Moment deadline = m_clock.now() + kDecoderPatience;
+    const Moment deadline = m_clock.now() + kPatience;
     while (m_bAwaitSeek && m_state != State::Stopped) {
         adoptPictures(m_clock.now());
         if (m_bAwaitSeek && !m_changed.waitUntil(lock, deadline)) {
-            break;
+            return Error::NoPicture;
         }
     }
     if (!m_current) {
@@ -197,12 +198,12 @@ Error FilePlayback::timeOnDisplay(std::int64_t &time)
     if (!m_facts.recordingTime) {
         return Error::NoTime;
     }
-    Picture picture;
-    const Error error = onDisplay(picture);
-    if (error == Error::None) {
-        time = *m_facts.recordingTime + picture.time;
+    const std::lock_guard lock(m_mutex);
+    if (!m_current) {
+        return Error::NoPicture;
     }
-    return error;
+    time = *m_facts.recordingTime + m_current.time;
+    return Error::None;
 }
 
 std::optional<PictureShape> FilePlayback::shapeLocked() const

@@ -55,7 +55,7 @@ private:
     void seekLocked(std::int64_t time, Moment now);
     void updateClock(Moment now);
     Error stepLocked(std::unique_lock<std::mutex> &lock);
-    bool waitForPictures(std::unique_lock<std::mutex> &lock);
+    bool waitForPictures(std::unique_lock<std::mutex> &lock, Moment deadline);
 
     const FileFacts m_facts;
     FileFeed m_feed;

@@ -58,8 +58,9 @@ const std::uint8_t *startCode(const std::uint8_t *p, const std::uint8_t *pEnd)
     return pEnd;
 }
 
+/** False where a unit is longer than what is left of the packet. */
 template <typename Visitor>
-void forEachUnit(Bytes packet, int lengthSize, const Visitor &visit)
+bool forEachUnit(Bytes packet, int lengthSize, const Visitor &visit)
 {
     const std::uint8_t *p = packet.pBegin;
     if (lengthSize == 0) {
@@ -69,7 +70,7 @@ void forEachUnit(Bytes packet, int lengthSize, const Visitor &visit)
             visit(Bytes{p + 3, pNext});
             p = pNext;
         }
-        return;
+        return true;
     }
     while (packet.pEnd - p > lengthSize) {
         std::int64_t length = 0;
@@ -77,11 +78,12 @@ void forEachUnit(Bytes packet, int lengthSize, const Visitor &visit)
             length = length << 8 | *p++;
         }
         if (length > packet.pEnd - p) {
-            return;
+            return false;
         }
         visit(Bytes{p, p + length});
         p += length;
     }
+    return true;
 }
 
 /** A unit's own bytes behind its head: an encoder puts a 3 after each two zeros, lest they look like a start code. */
@@ -240,12 +242,14 @@ CodedUnits CodedUnits::of(const AVPacket &packet, const AVCodecParameters &param
     }
     units.picture = false;
     bool bAllIntra = true;
-    forEachUnit({packet.data, packet.data + packet.size}, lengthBytes(parameters), [&](Bytes unit) {
+    const bool bWhole = forEachUnit({packet.data, packet.data + packet.size}, lengthBytes(parameters), [&](Bytes unit) {
         if (unit.size() >= 3) {
             b264 ? lookAt264(unit, units, bAllIntra) : lookAt265(unit, units, bAllIntra);
         }
     });
-    units.intra = units.picture && bAllIntra;
+    units.intra = units.picture && bAllIntra && bWhole;
+    // What is torn was most likely a slice.
+    units.picture = units.picture || !bWhole;
     return units;
 }
 

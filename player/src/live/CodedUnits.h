@@ -14,7 +14,8 @@ namespace player
  * Threads: any; nothing is kept.
  */
 struct CodedUnits {
-    /** There is a picture in it, not just parameter sets or supplementary information. Other codecs: always. */
+    /** There is a picture in it, or something torn, not just parameter sets or supplementary information. Other codecs:
+     *  always. */
     bool picture = true;
     /** Joined here, the pictures are whole after so many more of them (a recovery point). */
     std::optional<int> recoversAfter;

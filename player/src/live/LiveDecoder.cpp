@@ -52,8 +52,9 @@ void LiveDecoder::open(const AVStream &stream)
             // The MPEG decoders would take it for a promise that no picture is sent out of its order.
             codec.flags |= AV_CODEC_FLAG_LOW_DELAY;
         }
-        if (m_codec == AV_CODEC_ID_HEVC) {
-            // Otherwise FFmpeg's decoder leaves out slices that it cannot read, and says nothing.
+        if (m_codec == AV_CODEC_ID_HEVC || m_codec == AV_CODEC_ID_MPEG1VIDEO || m_codec == AV_CODEC_ID_MPEG2VIDEO) {
+            // Otherwise FFmpeg's decoder of H.265 leaves out slices that it cannot read, and says nothing. Those of
+            // MPEG say so when the picture is shown, which is after pictures that are made of it.
             codec.err_recognition = AV_EF_EXPLODE;
         }
         // Film grain would be put on in a second picture, which would count as one that the decoder made up.

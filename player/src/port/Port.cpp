@@ -21,26 +21,6 @@ unsigned long wholeSeconds(std::int64_t microseconds)
     return static_cast<unsigned long>((std::max<std::int64_t>(microseconds, 0) + 500) / 1000000);
 }
 
-/** Says that a port is being opened, until it goes. */
-class Opening
-{
-public:
-    Opening(std::mutex &mutex, bool &flag) : m_mutex(mutex), m_flag(flag) {}
-
-    ~Opening()
-    {
-        const std::lock_guard lock(m_mutex);
-        m_flag = false;
-    }
-
-    Opening(const Opening &) = delete;
-    Opening &operator=(const Opening &) = delete;
-
-private:
-    std::mutex &m_mutex;
-    bool &m_flag;
-};
-
 } // namespace
 
 Port::Port(Platform &platform, std::int32_t number, int slot) : m_platform(platform), m_nNumber(number), m_nSlot(slot)
@@ -75,38 +55,60 @@ Error Port::openFile(const char *path)
     if (!path) {
         return Error::Argument;
     }
-    std::size_t capacity = 0;
+    const auto pOpening = std::make_shared<FileOpening>(m_platform);
     {
         const std::lock_guard lock(m_mutex);
-        if (m_pFile || m_pStream || m_bOpening) {
+        if (m_pFile || m_pStream || m_pOpening) {
             return Error::Order;
         }
-        m_bOpening = true;
-        capacity = m_nDisplayBuffers;
+        m_pOpening = pOpening;
     }
-    const Opening opening(m_mutex, m_bOpening);
-    std::unique_ptr<ByteSource> pBytes = m_platform.openFile(path);
-    if (!pBytes) {
-        return Error::Open;
-    }
+    const auto isStillWanted = [&] {
+        const bool bWanted = m_pOpening == pOpening;
+        m_pOpening = bWanted ? nullptr : m_pOpening;
+        return bWanted;
+    };
     try {
-        auto pDecoder = std::make_unique<FileDecoder>(std::move(pBytes));
-        auto pPlayback = std::make_shared<FilePlayback>(m_platform, std::move(pDecoder), m_pCallbacks);
-        pPlayback->setCapacity(capacity);
+        auto pPlayback = openPlayback(path, *pOpening);
         const std::lock_guard lock(m_mutex);
+        if (!isStillWanted()) {
+            return Error::Open;
+        }
+        pPlayback->setCapacity(m_nDisplayBuffers);
         m_pFile = std::move(pPlayback);
+        return Error::None;
     } catch (const OpenFailure &failure) {
-        return failure.error;
+        const std::lock_guard lock(m_mutex);
+        return isStillWanted() ? failure.error : Error::Open;
+    } catch (...) {
+        const std::lock_guard lock(m_mutex);
+        static_cast<void>(isStillWanted());
+        throw;
     }
-    return Error::None;
+}
+
+std::shared_ptr<FilePlayback> Port::openPlayback(const char *path, FileOpening &opening)
+{
+    std::unique_ptr<ByteSource> pBytes = opening.open(path);
+    if (!pBytes) {
+        throw OpenFailure{Error::Open};
+    }
+    auto pDecoder = std::make_unique<FileDecoder>(std::move(pBytes));
+    return std::make_shared<FilePlayback>(m_platform, std::move(pDecoder), m_pCallbacks);
 }
 
 Error Port::closeFile()
 {
     std::shared_ptr<FilePlayback> pFile;
+    std::shared_ptr<FileOpening> pOpening;
     {
         const std::lock_guard lock(m_mutex);
         pFile.swap(m_pFile);
+        pOpening.swap(m_pOpening);
+    }
+    if (pOpening) {
+        pOpening->cancel();
+        return Error::None;
     }
     if (!pFile) {
         return Error::Order;
@@ -124,7 +126,7 @@ Error Port::openStream(const std::uint8_t *pHeader, std::size_t headerSize, std:
     auto pStream = std::make_shared<LivePlayback>(m_platform, std::vector<std::uint8_t>(pHeader, pHeader + headerSize),
                                                   bufferSize, mode, m_pCallbacks);
     const std::lock_guard lock(m_mutex);
-    if (m_pFile || m_pStream || m_bOpening) {
+    if (m_pFile || m_pStream || m_pOpening) {
         return Error::Order;
     }
     pStream->setCapacity(m_nDisplayBuffers);

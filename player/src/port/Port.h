@@ -3,6 +3,7 @@
 
 #include "player/src/file/FilePlayback.h"
 #include "player/src/live/LivePlayback.h"
+#include "player/src/port/FileOpening.h"
 
 #include <atomic>
 #include <cstdint>
@@ -41,7 +42,9 @@ public:
         return m_nSlot;
     }
 
+    /** Error::Open once closeFile() or close() on another thread has ended it. */
     Error openFile(const char *path);
+    /** Ends the opening of a file, too, and waits for neither it nor the file's server. */
     Error closeFile();
     /** Copies the header; that it makes no sense shows later. */
     Error openStream(const std::uint8_t *pHeader, std::size_t headerSize, std::size_t bufferSize);
@@ -83,6 +86,7 @@ public:
     }
 
 private:
+    [[nodiscard]] std::shared_ptr<FilePlayback> openPlayback(const char *path, FileOpening &opening);
     [[nodiscard]] std::shared_ptr<Playback> playback() const;
     [[nodiscard]] std::shared_ptr<FilePlayback> file() const;
     [[nodiscard]] std::shared_ptr<LivePlayback> stream() const;
@@ -102,7 +106,8 @@ private:
     /** One of the two at most. */
     std::shared_ptr<FilePlayback> m_pFile;
     std::shared_ptr<LivePlayback> m_pStream;
-    bool m_bOpening = false;
+    /** While a file is being opened; whoever takes it away has cancelled that. */
+    std::shared_ptr<FileOpening> m_pOpening;
     std::size_t m_nDisplayBuffers = 6;
 };
 

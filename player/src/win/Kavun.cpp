@@ -4,6 +4,7 @@
 #include "player/src/core/Ffmpeg.h"
 #include "player/src/port/ErrorStore.h"
 #include "player/src/port/PortTable.h"
+#include "player/src/win/SystemTime.h"
 #include "player/src/win/WindowsPlatform.h"
 
 #include <cstring>
@@ -68,16 +69,15 @@ int onPort(long port, Operation operation) noexcept
     return keep(pPort->slot(), port, guarded([&] { return operation(*pPort); }));
 }
 
-KAVUN_SYSTEM_TIME systemTime(std::int64_t microseconds)
+/** Error 10 where no date of Windows can tell it. */
+Error deliver(std::int64_t microseconds, KAVUN_SYSTEM_TIME &time)
 {
-    // FILETIME counts tenths of microseconds since 1601.
-    constexpr std::int64_t kFrom1601To1970 = 11644473600000000;
-    ULARGE_INTEGER ticks;
-    ticks.QuadPart = static_cast<ULONGLONG>((microseconds + kFrom1601To1970) * 10);
-    const FILETIME fileTime{ticks.LowPart, ticks.HighPart};
-    SYSTEMTIME time{};
-    FileTimeToSystemTime(&fileTime, &time);
-    return {time.wYear, time.wMonth, time.wDay, time.wHour, time.wMinute, time.wSecond, time.wMilliseconds};
+    const auto date = player::systemTime(microseconds);
+    if (!date) {
+        return Error::NoTime;
+    }
+    time = *date;
+    return Error::None;
 }
 
 Error deliver(const std::vector<std::uint8_t> &file, unsigned char *buffer, unsigned long bufferSize,
@@ -244,11 +244,16 @@ int Kavun_GetFileTotalTime(long port, KAVUN_SYSTEM_TIME *start, KAVUN_SYSTEM_TIM
         std::int64_t first = 0;
         std::int64_t last = 0;
         const Error error = p.recordingTimes(first, last);
-        if (error == Error::None) {
-            *start = systemTime(first);
-            *end = systemTime(last);
+        if (error != Error::None) {
+            return error;
         }
-        return error;
+        KAVUN_SYSTEM_TIME began{};
+        const Error beginning = deliver(first, began);
+        const Error ending = beginning == Error::None ? deliver(last, *end) : beginning;
+        if (ending == Error::None) {
+            *start = began;
+        }
+        return ending;
     });
 }
 
@@ -260,10 +265,7 @@ int Kavun_GetSystemTime(long port, KAVUN_SYSTEM_TIME *time)
         }
         std::int64_t shown = 0;
         const Error error = p.timeOnDisplay(shown);
-        if (error == Error::None) {
-            *time = systemTime(shown);
-        }
-        return error;
+        return error == Error::None ? deliver(shown, *time) : error;
     });
 }
 

@@ -14,6 +14,14 @@ std::unique_ptr<ByteSource> WindowsPlatform::openFile(const char *path)
     return FileBytes::open(path);
 }
 
+void WindowsPlatform::keepCode()
+{
+    static const char anchor = 0;
+    HMODULE module = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
+                       reinterpret_cast<LPCWSTR>(&anchor), &module);
+}
+
 bool WindowsPlatform::isWindow(WindowHandle window)
 {
     return IsWindow(static_cast<HWND>(window)) != 0;

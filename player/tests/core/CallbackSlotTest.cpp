@@ -82,4 +82,19 @@ TEST_F(CallbackSlotTest, WhatIsSetFromInsideIsCalledNext)
     EXPECT_EQ(second, 1);
 }
 
+TEST_F(CallbackSlotTest, IsFreeAgainAfterACallThatThrows)
+{
+    auto pSlot = std::make_shared<CallbackSlot<>>(m_clock);
+    pSlot->set([] { throw 1; });
+    EXPECT_THROW(pSlot->call(), int);
+    // On a thread that a failure leaves behind.
+    auto pSet = std::make_shared<std::promise<void>>();
+    std::thread([=] {
+        pSlot->set(nullptr);
+        pSet->set_value();
+    }).detach();
+    ASSERT_EQ(pSet->get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    pSlot->call();
+}
+
 } // namespace

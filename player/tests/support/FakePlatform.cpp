@@ -57,7 +57,7 @@ void FakePlatform::drawAnalysis(void *pContext, const AnalysisFrames &frames, co
 
 std::unique_ptr<ByteSource> FakePlatform::openFile(const char *path)
 {
-    return StdioBytes::open(path);
+    return m_open ? m_open(path) : StdioBytes::open(path);
 }
 
 bool FakePlatform::isWindow(WindowHandle window)

@@ -6,6 +6,7 @@
 #include "player/tests/support/FakeSpeaker.h"
 
 #include <atomic>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -62,6 +63,12 @@ public:
         return m_sound;
     }
 
+    /** Opens files in this way from now on. */
+    void openBy(std::function<std::unique_ptr<ByteSource>(const char *path)> open)
+    {
+        m_open = std::move(open);
+    }
+
     /** What sound is played on; it is there at first. */
     [[nodiscard]] FakeSpeaker &speaker()
     {
@@ -101,6 +108,7 @@ private:
     int m_window = 0;
     std::atomic<int> m_nPresenters{0};
     std::atomic<bool> m_bSeen{true};
+    std::function<std::unique_ptr<ByteSource>(const char *path)> m_open;
     mutable std::mutex m_mutex;
     std::vector<Shown> m_shown;
     FakeSpeaker m_speaker;

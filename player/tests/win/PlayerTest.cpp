@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <climits>
 #include <cstdio>
 #include <fstream>
 #include <functional>
@@ -84,6 +85,32 @@ TEST_F(PlayerTest, SeeksExactlyWhilePaused)
     EXPECT_TRUE(window.waitForNumber(50));
     ASSERT_TRUE(Kavun_SetPlayedTimeEx(m_nPort, 999));
     EXPECT_TRUE(window.waitForNumber(24));
+}
+
+TEST_F(PlayerTest, TakesOrRefusesRectanglesOfAnyNumbers)
+{
+    const TestWindow window;
+    holdAt("h264.mp4", window.handle(), 1000);
+    ASSERT_TRUE(window.waitForNumber(25));
+    constexpr LONG kNumbers[] = {LONG_MIN, LONG_MIN + 1, -1, 0, 1, 100, LONG_MAX - 1, LONG_MAX};
+    std::vector<unsigned char> buffer(1 << 20);
+    for (const LONG top : kNumbers) {
+        for (const LONG bottom : kNumbers) {
+            RECT rect{LONG_MIN, top, LONG_MAX, bottom};
+            if (!Kavun_SetDisplayRegion(m_nPort, 0, &rect, nullptr, 1)) {
+                EXPECT_EQ(lastError(), KAVUN_ERROR_ARGUMENT);
+            }
+            unsigned long crop[] = {0, static_cast<unsigned long>(top), 100, static_cast<unsigned long>(bottom)};
+            CROP_PIC_INFO info{};
+            info.pBuf = buffer.data();
+            info.dwBufSize = static_cast<unsigned long>(buffer.size());
+            info.pCropRect = crop;
+            const bool bArea = crop[1] < 240 && crop[1] < crop[3];
+            EXPECT_EQ(Kavun_GetCropJPEG(m_nPort, &info), bArea ? 1 : 0) << top << " " << bottom;
+        }
+    }
+    ASSERT_TRUE(Kavun_SetDisplayRegion(m_nPort, 0, nullptr, nullptr, 1));
+    EXPECT_TRUE(window.waitForNumber(25));
 }
 
 TEST_F(PlayerTest, StepsForwardToTheEnd)
