@@ -9,9 +9,11 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace
 {
@@ -116,6 +118,80 @@ void showing1080pIn640x360(benchmark::State &state)
 }
 
 BENCHMARK(showing1080pIn640x360)->Iterations(1)->Repetitions(3)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+/** A file held at a time, the index complete. */
+class HeldFile
+{
+public:
+    HeldFile(const std::string &name, HWND hWnd) : m_hComplete(CreateEventW(nullptr, TRUE, FALSE, nullptr))
+    {
+        const char *folder = std::getenv("PELLORA_TEST_MEDIA");
+        std::string path = std::string(folder ? folder : "build/media") + "/" + name;
+        Kavun_GetPort(&m_nPort);
+        Kavun_SetFileRefCallBack(
+            m_nPort, [](long, void *user) { SetEvent(static_cast<HANDLE>(user)); }, m_hComplete);
+        m_bOpen = Kavun_OpenFile(m_nPort, path.data()) && Kavun_Play(m_nPort, hWnd) && Kavun_Pause(m_nPort, 1) &&
+                  WaitForSingleObject(m_hComplete, 60000) == WAIT_OBJECT_0;
+    }
+
+    ~HeldFile()
+    {
+        Kavun_FreePort(m_nPort);
+        CloseHandle(m_hComplete);
+    }
+
+    HeldFile(const HeldFile &) = delete;
+    HeldFile &operator=(const HeldFile &) = delete;
+
+    [[nodiscard]] bool isOpen() const
+    {
+        return m_bOpen;
+    }
+
+    /** Seconds for a hundred steps from there; 0 when one failed. The seek is over before they begin. */
+    double stepFrom(unsigned long milliseconds, int (*step)(long port))
+    {
+        std::vector<unsigned char> jpeg(1024 * 1024);
+        unsigned long size = 0;
+        Kavun_SetPlayedTimeEx(m_nPort, milliseconds);
+        Kavun_GetJPEG(m_nPort, jpeg.data(), static_cast<unsigned long>(jpeg.size()), &size);
+        const auto begun = std::chrono::steady_clock::now();
+        for (int i = 0; i < 100; ++i) {
+            if (!step(m_nPort)) {
+                return 0;
+            }
+        }
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - begun).count();
+    }
+
+private:
+    long m_nPort = -1;
+    HANDLE m_hComplete;
+    bool m_bOpen = false;
+};
+
+/** A single group of 300 pictures: a hundred steps on from its middle, then a hundred back from its end. */
+void stepping(benchmark::State &state)
+{
+    const HWND hWnd = CreateWindowExW(0, L"STATIC", L"", WS_POPUP | WS_VISIBLE, 0, 0, kWidth, kHeight, nullptr, nullptr,
+                                      nullptr, nullptr);
+    for ([[maybe_unused]] auto round : state) {
+        HeldFile file("one-gop.mp4", hWnd);
+        const double on = file.isOpen() ? file.stepFrom(150 * 40, &Kavun_OneByOne) : 0;
+        const double backFromTheEnd = file.isOpen() ? file.stepFrom(299 * 40, &Kavun_OneByOneBack) : 0;
+        const double backFromTheMiddle = file.isOpen() ? file.stepFrom(200 * 40, &Kavun_OneByOneBack) : 0;
+        if (on <= 0 || backFromTheEnd <= 0 || backFromTheMiddle <= 0) {
+            state.SkipWithError("a step failed");
+            break;
+        }
+        state.counters["on_ms"] = 10 * on;
+        state.counters["ratio_end"] = backFromTheEnd / on;
+        state.counters["ratio_middle"] = backFromTheMiddle / on;
+    }
+    DestroyWindow(hWnd);
+}
+
+BENCHMARK(stepping)->Iterations(1)->Repetitions(3)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 } // namespace
 

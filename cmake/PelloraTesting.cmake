@@ -44,13 +44,12 @@ endfunction()
 
 # pellora_add_sound_test(NAME name [WITHOUT_DEVICE] COMMAND program [ARGUMENT…])
 #
-# A Windows program that opens windows and finds a sound device of its own, or none: tools/with-sound.sh. The sound comes
+# A command that opens windows and finds a sound device of its own, or none: tools/with-sound.sh. The sound comes
 # at its own pace, so that no other test with windows runs beside it.
 function(pellora_add_sound_test)
     cmake_parse_arguments(arg "WITHOUT_DEVICE" "NAME" "COMMAND" ${ARGN})
     set(test ${PELLORA_PRESET}.${arg_NAME})
-    add_test(NAME ${test}
-        COMMAND ${CMAKE_SOURCE_DIR}/tools/with-sound.sh ${CMAKE_SOURCE_DIR}/tools/wine-run.sh ${arg_COMMAND})
+    add_test(NAME ${test} COMMAND ${CMAKE_SOURCE_DIR}/tools/with-sound.sh ${arg_COMMAND})
     set_tests_properties(${test} PROPERTIES TIMEOUT 300)
     set_property(TEST ${test} APPEND PROPERTY ENVIRONMENT
         "PELLORA_TEST_MEDIA=${CMAKE_SOURCE_DIR}/build/media" "PELLORA_BIN=${CMAKE_BINARY_DIR}/bin"

@@ -46,6 +46,12 @@ public:
         return m_pWaker != nullptr ? m_pWaker->socket() : nullptr;
     }
 
+    /** Likewise, for reads that were begun; only where there is a stop socket, too. */
+    [[nodiscard]] void *stopEvent() const
+    {
+        return stopSocket() != nullptr ? m_pWaker->event() : nullptr;
+    }
+
     /** The same stop flag with a deadline of its own, for what must not fail only because this one is over. */
     [[nodiscard]] Patience fresh(Milliseconds duration) const
     {

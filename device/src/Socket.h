@@ -66,8 +66,14 @@ public:
     /** Whether one of them can be read, before the patience is over. */
     [[nodiscard]] static bool waitReadable(const std::vector<const Socket *> &sockets, const Patience &patience);
 
-private:
     using Handle = unsigned long long;
+    /** The system's, for SocketReader. */
+    [[nodiscard]] Handle handle() const
+    {
+        return m_handle;
+    }
+
+private:
     static constexpr Handle kInvalid = ~Handle(0);
 
     explicit Socket(Handle handle) : m_handle(handle) {}

@@ -2,6 +2,10 @@
 
 #include "device/src/Socket.h"
 
+#ifdef _WIN32
+#include <windows.h>
+#endif
+
 #include <thread>
 
 namespace selvik
@@ -9,6 +13,9 @@ namespace selvik
 
 StopFlag::StopFlag()
 {
+#ifdef _WIN32
+    m_hEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+#endif
     try {
         Socket socket = Socket::toItself();
         if (socket.isValid()) {
@@ -19,11 +26,26 @@ StopFlag::StopFlag()
     }
 }
 
-StopFlag::~StopFlag() = default;
+StopFlag::~StopFlag()
+{
+#ifdef _WIN32
+    if (m_hEvent != nullptr) {
+        CloseHandle(m_hEvent);
+    }
+#endif
+}
 
 StopFlag &StopFlag::operator=(bool stop)
 {
-    if (stop && !m_bSet.exchange(true) && m_socket) {
+    if (!stop || m_bSet.exchange(true)) {
+        return *this;
+    }
+#ifdef _WIN32
+    if (m_hEvent != nullptr) {
+        SetEvent(m_hEvent);
+    }
+#endif
+    if (m_socket) {
         m_socket->sendToItself();
     }
     return *this;

@@ -14,9 +14,10 @@ class Socket;
  * Says stop to a thread that waits, also while it waits for the network.
  *
  * Besides the flag there is a datagram socket on loopback, connected to itself, which can be read from once the flag is
- * set. It is waited for together with the others, so that no wait has to look at the flag now and then.
+ * set. It is waited for together with the others, so that no wait has to look at the flag now and then. On Windows
+ * there is an event as well, for reads that were begun.
  *
- * Threads: any. Owns: the socket. Without one to be had, waits look at the flag many times a second.
+ * Threads: any. Owns: socket and event. Without one to be had, waits look at the flag many times a second.
  */
 class StopFlag
 {
@@ -45,12 +46,18 @@ public:
     {
         return m_socket.get();
     }
+    /** A Windows event that is set with the flag; null elsewhere, and where there is none to be had. */
+    [[nodiscard]] void *event() const
+    {
+        return m_hEvent;
+    }
     /** Returns when the time is over, or the flag is set. */
     void sleep(std::chrono::milliseconds duration) const;
 
 private:
     std::atomic<bool> m_bSet{false};
     std::unique_ptr<Socket> m_socket;
+    void *m_hEvent = nullptr;
 };
 
 } // namespace selvik

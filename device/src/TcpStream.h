@@ -2,6 +2,7 @@
 #define DEVICE_TCPSTREAM_H
 
 #include "device/src/ByteStream.h"
+#include "device/src/SocketReader.h"
 
 #include <utility>
 
@@ -16,17 +17,7 @@ public:
 
     [[nodiscard]] std::size_t receive(std::uint8_t *pBuffer, std::size_t capacity, const Patience &patience) override
     {
-        // Where the last read did not fill its buffer there was no more, and asking again would only cost a call.
-        bool bMayHaveMore = std::exchange(m_bMayHaveMore, true) || patience.isOver();
-        for (;;) {
-            const std::size_t received = bMayHaveMore ? m_socket.receive(pBuffer, capacity) : 0;
-            if (received > 0 || (bMayHaveMore && patience.isOver())) {
-                m_bMayHaveMore = received == capacity;
-                return received;
-            }
-            (void)Socket::waitReadable({&m_socket}, patience);
-            bMayHaveMore = true;
-        }
+        return m_reader.receive(m_socket, pBuffer, capacity, patience);
     }
 
     void send(const std::uint8_t *pData, std::size_t size, const Patience &patience) override
@@ -41,7 +32,7 @@ public:
 
 private:
     Socket m_socket;
-    bool m_bMayHaveMore = true;
+    SocketReader m_reader;
 };
 
 } // namespace selvik

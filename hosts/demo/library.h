@@ -34,6 +34,10 @@ typedef struct {
     int (*Slow)(long);
     int (*OneByOne)(long);
     int (*OneByOneBack)(long);
+    int (*OpenSound)(long);
+    int (*CloseSound)(long);
+    int (*SetVolume)(long, unsigned short);
+    unsigned short (*GetVolume)(long);
     int (*SetPlayPos)(long, unsigned long);
     unsigned long (*GetPlayPos)(long);
     unsigned long (*GetFileTime)(long);

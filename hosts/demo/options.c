@@ -36,6 +36,7 @@ static const char help[] =
     "  down, up         one picture on, back        home        to the beginning\n"
     "  1  4  9          panes                       F, esc      full screen, back\n"
     "  C                save a capture              R           loop on, off (all panes)\n"
+    "  M                sound on, off               page up, page down   volume\n"
     "  S                stop, start a camera        Q           quit\n"
     "\n"
     "With --rules:\n"

@@ -85,7 +85,8 @@ static void on_status(tagPELLORA_PREVIEW_STATUS status)
 
 bool wall_open(Wall *wall, HWND host, const Library *library, const Options *options)
 {
-    *wall = (Wall){.library = library, .options = options, .window = PELLORA_NO_WINDOW, .loop = options->loop};
+    *wall = (Wall){
+        .library = library, .options = options, .window = PELLORA_NO_WINDOW, .loop = options->loop, .sounding = -1};
     wall->window = library->CreateWindow_(host, PELLORA_EMBED_PLAIN);
     if (wall->window == PELLORA_NO_WINDOW)
         return false;
@@ -183,6 +184,29 @@ static void toggle_preview(Wall *wall, wchar_t *message, size_t size)
         wall->paused = false;
     else
         swprintf(message, size, L"It cannot be started now");
+}
+
+/** One pane sounds at a time: to switch it on in one takes it from another. */
+static void toggle_sound(Wall *wall, wchar_t *message, size_t size)
+{
+    const bool on = wall->sounding != wall->selected;
+    const bool done = on ? wall->library->OpenSound(wall->window) : wall->library->CloseSound(wall->window);
+    if (done)
+        wall->sounding = on ? wall->selected : -1;
+    if (done)
+        swprintf(message, size, L"Sound %ls", on ? L"on" : L"off");
+    else
+        swprintf(message, size, L"No sound here, or no sound device");
+}
+
+/** Louder or softer by a tenth of full volume. */
+static void change_volume(const Wall *wall, int tenths, wchar_t *message, size_t size)
+{
+    enum { FULL = 0xFFFF, TENTHS = 10 };
+    const int now = (wall->library->GetVolume(wall->window) * TENTHS + FULL / 2) / FULL;
+    const int next = now + tenths < 0 ? 0 : now + tenths > TENTHS ? TENTHS : now + tenths;
+    if (wall->library->SetVolume(wall->window, (unsigned short)(next * FULL / TENTHS)))
+        swprintf(message, size, L"Volume %d %%", next * 100 / TENTHS);
 }
 
 static bool write_file(const wchar_t *name, const unsigned char *bytes, size_t size)
@@ -297,6 +321,13 @@ bool wall_on_key(Wall *wall, WPARAM key, wchar_t *message, size_t size)
         return true;
     case 'R':
         toggle_loop(wall, message, size);
+        return true;
+    case 'M':
+        toggle_sound(wall, message, size);
+        return true;
+    case VK_PRIOR:
+    case VK_NEXT:
+        change_volume(wall, key == VK_PRIOR ? 1 : -1, message, size);
         return true;
     case 'S':
         message[0] = L'\0'; /* what becomes of it is part of the description */

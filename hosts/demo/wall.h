@@ -23,6 +23,7 @@ typedef struct {
     bool loop;
     bool paused; /**< by the space bar */
     bool fullScreen;
+    int sounding; /**< the pane whose sound is on, as far as the host has to do with it; -1: none */
     int captures; /**< saved so far */
 } Wall;
 

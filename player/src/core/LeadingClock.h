@@ -25,8 +25,11 @@ public:
 
     /** Where it stands; empty while nothing is heard, and the file goes by the computer's time. */
     [[nodiscard]] virtual std::optional<std::int64_t> position(Moment now) const = 0;
-    /** Whether the file's clock runs, and at which speed: two to the power of the step. Told at each change. */
-    virtual void paceChanged(bool running, int speedStep) = 0;
+    /**
+     * Whether the file's clock runs, at which speed (two to the power of the step), and where it stands now. Told at
+     * each change but those to this clock's own position.
+     */
+    virtual void paceChanged(bool running, int speedStep, std::int64_t position) = 0;
 };
 
 } // namespace player

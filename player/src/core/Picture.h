@@ -21,6 +21,12 @@ struct Picture {
     PictureShape shape;
     std::int64_t time = 0;
     std::int64_t duration = 0;
+    /** Files only, and the same whichever way led to it: what its container calls it, in ticks of the stream. */
+    std::int64_t stamp = AV_NOPTS_VALUE;
+    /** How many pictures are shown before it; negative while nobody has counted them. Files only. */
+    std::int64_t ordinal = -1;
+    /** The container says that decoding may begin at it. Files only. */
+    bool key = false;
     /** Pictures between this one and the one before it were left out to keep up with the clock. */
     bool afterGap = false;
     /** Live only: when it was taken or, where nobody tells, when it came; microseconds since 1970, UTC. */

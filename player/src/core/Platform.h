@@ -60,6 +60,8 @@ public:
     virtual std::unique_ptr<ByteSource> openFile(const char *path) = 0;
     /** The library stays loaded from now on: a thread that nobody can wait for still runs in it. */
     virtual void keepCode() {}
+    /** On a thread whose work can wait: it yields processor and disk to every other. */
+    virtual void yieldToOthers() {}
     [[nodiscard]] virtual bool isWindow(WindowHandle window) = 0;
     virtual std::unique_ptr<Presenter> makePresenter(WindowHandle window) = 0;
     /** Draws what was found in a picture, of which a region fills the window, inside an overlay and on its context. */

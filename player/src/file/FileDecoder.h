@@ -2,8 +2,11 @@
 #define PLAYER_FILEDECODER_H
 
 #include "player/src/core/Picture.h"
-#include "player/src/file/FileDemuxer.h"
+#include "player/src/file/FileIndex.h"
+#include "player/src/file/FileReader.h"
+#include "player/src/file/PictureDecoder.h"
 
+#include <deque>
 #include <functional>
 #include <optional>
 
@@ -17,6 +20,14 @@ struct FileFacts {
     std::optional<std::int64_t> length;
     std::optional<std::int64_t> recordingTime;
     std::int64_t pictureDuration = 0;
+    /** The packet of the picture at position 0, and its stamp in ticks. */
+    std::int64_t firstNumber = 0;
+    std::int64_t firstTick = 0;
+    /** What a picture lasts where nothing tells; and the bytes that a decoded one takes. */
+    std::int64_t nominalDuration = 0;
+    std::int64_t pictureBytes = 0;
+    /** Its stamps may start over or leap. */
+    bool mayLeap = false;
 };
 
 /**
@@ -35,7 +46,7 @@ public:
     using Superseded = std::function<bool()>;
 
     /** Opens the source and decodes its first picture. */
-    explicit FileDecoder(std::unique_ptr<ByteSource> pBytes);
+    FileDecoder(Clock &clock, std::unique_ptr<ByteSource> pBytes);
     ~FileDecoder();
     FileDecoder(const FileDecoder &) = delete;
     FileDecoder &operator=(const FileDecoder &) = delete;
@@ -43,6 +54,31 @@ public:
     [[nodiscard]] const FileFacts &facts() const
     {
         return m_facts;
+    }
+
+    /** From now on the source is read ahead, on a thread of its own. Throws std::system_error. */
+    void startReading()
+    {
+        m_reader.start();
+    }
+    /** What reads it; its sinks may be attached and want more from any thread. */
+    [[nodiscard]] FileReader &reader()
+    {
+        return m_reader;
+    }
+
+    /** What is known of every picture from now on, as far as it has grown. */
+    void setIndex(std::shared_ptr<const FileIndex> pIndex)
+    {
+        m_decoder.setIndex(pIndex);
+        m_pIndex = std::move(pIndex);
+    }
+    /** Those who wait for the index to grow look whether they were superseded. From any thread. */
+    void wake() const
+    {
+        if (m_pIndex) {
+            m_pIndex->wake();
+        }
     }
 
     /** The next picture; empty at the end. */
@@ -53,6 +89,12 @@ public:
      */
     Picture seek(std::int64_t time, const Superseded &superseded);
 
+    /**
+     * A picture by its ordinal, which the index has to know, and as many in front of it as fit into so many bytes and
+     * come without another seek. Reading goes on behind it. Empty like seek().
+     */
+    std::deque<Picture> collect(std::int64_t ordinal, std::int64_t bytes, const Superseded &superseded);
+
     /** Leaves out pictures on which no other depends. */
     void leaveOutUnneeded(bool leaveOut);
     /** Goes on at a key picture nearer to the time, if there is one; what lies between is never decoded. */
@@ -61,50 +103,34 @@ public:
     /** From any thread: reading ends at once. */
     void interrupt()
     {
-        m_demuxer.interrupt();
+        m_reader.interrupt();
     }
 
 private:
-    void openDecoder();
-    void decodeFirst();
     void learnFacts(std::optional<std::int64_t> endTick);
-    Picture decode();
-    bool feedDecoder();
-    bool isToBeFed(const AVPacket &packet);
-    Picture stamped(FramePtr pFrame);
-    [[nodiscard]] std::int64_t durationOf(const AVFrame &frame) const;
-    [[nodiscard]] std::int64_t nominalDuration() const;
-    std::int64_t timeOf(const AVFrame &frame);
     [[nodiscard]] std::int64_t tickOf(std::int64_t time) const;
     [[nodiscard]] bool canReachForward(std::int64_t time) const;
+    [[nodiscard]] bool canReachForward(const FileIndex::Key &key, std::int64_t ordinal) const;
+    void awaitIndex(std::int64_t time, const Superseded &superseded) const;
+    Picture seekWithoutIndex(std::int64_t time, const Superseded &superseded);
+    /** Each picture on the way is handed out; the last one is the one that was wanted, or the nearest ahead of it. */
+    using Visitor = std::function<void(const Picture &picture)>;
+    bool goToPicture(std::int64_t ordinal, std::int64_t from, const Visitor &visit, const Superseded &superseded);
+    bool decodeUpToOrdinal(std::int64_t ordinal, const Visitor &visit, const Superseded &superseded);
     bool goBefore(std::int64_t time, std::int64_t back);
-    bool goToStart();
-    void restartDecoder(bool atKey);
+    bool goToStart(std::int64_t time);
+    void restart(bool atKey);
     Picture decodeUpTo(std::int64_t time, Picture best, const Superseded &superseded);
 
-    FileDemuxer m_demuxer;
-    CodecPtr m_pCodec;
-    PacketPtr m_pPacket;
+    Clock &m_clock;
+    FileReader m_reader;
+    PictureDecoder m_decoder;
+    std::shared_ptr<const FileIndex> m_pIndex;
     FileFacts m_facts;
 
     /** Decoded ahead of the picture that was returned last. */
     Picture m_pending;
     Picture m_latest;
-    std::optional<std::int64_t> m_firstTick;
-    std::optional<std::int64_t> m_latestTime;
-    /** What has to be added to the source's times since they jumped back. */
-    std::int64_t m_nShift = 0;
-    bool m_bWaitForKey = false;
-    /** After a seek nothing can be counted from: pictures without a time of their own are of no use. */
-    bool m_bWaitForTime = false;
-    bool m_bDrained = false;
-    bool m_bAfterGap = false;
-    /** Set by the first key packet after a seek: pictures shown before it may lack what they refer to. */
-    std::optional<std::int64_t> m_keyTick;
-    std::optional<std::int64_t> m_keyNotBefore;
-    /** Longest distance of key pictures so far, in ticks, and the last one seen. */
-    std::int64_t m_nKeyDistance = 0;
-    std::optional<std::int64_t> m_latestKeyTick;
 };
 
 } // namespace player

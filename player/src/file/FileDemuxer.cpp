@@ -6,169 +6,243 @@
 #include <algorithm>
 #include <vector>
 
+extern "C" {
+#include <libavutil/common.h>
+}
+
 namespace player
 {
 
 namespace
 {
 
-constexpr int kIoBufferBytes = 64 * 1024;
 /** How far from the end a live recording is looked at for its last picture. */
 constexpr std::int64_t kEndLookBytes = 4 * 1024 * 1024;
 
-Error errorOfOpening(int result)
+/** After 1970, when most clocks that were never set begin, and in a year of four digits. */
+bool isDate(std::int64_t utc)
 {
-    switch (result) {
-    case AVERROR(ENOMEM):
-        return Error::Resources;
-    case AVERROR_PATCHWELCOME:
-        return Error::Unsupported;
-    default:
-        return Error::Corrupt;
-    }
-}
-
-/** FFmpeg's analysis, in which decoders of its own look at the first pictures, within the bounds of ours. */
-bool findStreamInfo(AVFormatContext &format)
-{
-    std::vector<AVDictionary *> options(format.nb_streams, nullptr);
-    for (AVDictionary *&pOptions : options) {
-        av_dict_set_int(&pOptions, "max_pixels", kMostPixels, 0);
-    }
-    const bool bFound = avformat_find_stream_info(&format, options.data()) >= 0;
-    for (AVDictionary *&pOptions : options) {
-        av_dict_free(&pOptions);
-    }
-    return bFound;
+    constexpr std::int64_t kYear10000 = std::int64_t{253402300800} * 1000000;
+    return utc > 0 && utc < kYear10000;
 }
 
 } // namespace
 
-FileDemuxer::FileDemuxer(std::unique_ptr<ByteSource> pBytes) : m_pBytes(std::move(pBytes)) {}
+FileDemuxer::FileDemuxer(std::unique_ptr<ByteSource> pBytes) : m_container(std::move(pBytes)) {}
 
 FileDemuxer::~FileDemuxer() = default;
 
-int FileDemuxer::readBytes(void *pSelf, std::uint8_t *pBuffer, int size)
-{
-    auto &self = *static_cast<FileDemuxer *>(pSelf);
-    if (self.m_bInterrupted) {
-        return AVERROR_EXIT;
-    }
-    const int count = self.m_pBytes->read(pBuffer, size);
-    if (count < 0) {
-        return AVERROR(EIO);
-    }
-    self.m_nBytePosition += count;
-    return count == 0 ? AVERROR_EOF : count;
-}
-
-std::int64_t FileDemuxer::seekBytes(void *pSelf, std::int64_t offset, int whence)
-{
-    auto &self = *static_cast<FileDemuxer *>(pSelf);
-    const std::int64_t size = self.m_pBytes->size();
-    switch (whence & ~AVSEEK_FORCE) {
-    case AVSEEK_SIZE:
-        return size < 0 ? AVERROR(ENOSYS) : size;
-    case SEEK_CUR:
-        offset += self.m_nBytePosition;
-        break;
-    case SEEK_END:
-        offset += size;
-        break;
-    default:
-        break;
-    }
-    if (offset < 0 || !self.m_pBytes->seek(offset)) {
-        return AVERROR(EIO);
-    }
-    self.m_nBytePosition = offset;
-    return offset;
-}
-
-int FileDemuxer::isInterrupted(void *pSelf)
-{
-    return static_cast<FileDemuxer *>(pSelf)->m_bInterrupted ? 1 : 0;
-}
-
 void FileDemuxer::interrupt()
 {
-    m_bInterrupted = true;
-    m_pBytes->interrupt();
+    m_container.interrupt();
 }
 
 void FileDemuxer::open()
 {
-    openFormat();
-    choosePictureStream();
-    useOnlyPictureStream();
+    m_container.use(m_container.open());
+    chooseStreams();
+    discardUnused();
 }
 
-void FileDemuxer::openFormat()
+void FileDemuxer::chooseStreams()
 {
-    m_pIo = makeIo(this, kIoBufferBytes, readBytes, m_pBytes->size() >= 0 ? seekBytes : nullptr);
-    if (m_pBytes->size() == 0) {
-        throw OpenFailure{Error::Corrupt};
-    }
-    const AVInputFormat *pInput = nullptr;
-    if (av_probe_input_buffer2(m_pIo.get(), &pInput, "", nullptr, 0, 0) < 0 || !pInput ||
-        !isAmong(*pInput, kContainers)) {
-        throw OpenFailure{Error::Unsupported};
-    }
-    AVFormatContext *pFormat = makeFormat(*m_pIo, kContainers, {isInterrupted, this});
-    // On failure the context is freed by the function itself.
-    const int result = avformat_open_input(&pFormat, "", pInput, nullptr);
-    if (result < 0) {
-        throw OpenFailure{errorOfOpening(result)};
-    }
-    m_pFormat.reset(pFormat);
-    if (!findStreamInfo(*m_pFormat)) {
-        throw OpenFailure{Error::Corrupt};
-    }
-}
-
-void FileDemuxer::choosePictureStream()
-{
-    const int index = av_find_best_stream(m_pFormat.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+    AVFormatContext &format = m_container.format();
+    const int pictures = av_find_best_stream(&format, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
     // The cover of a piece of music is a picture stream to FFmpeg, but nothing that plays.
-    if (index < 0 || (m_pFormat->streams[index]->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0) {
+    if (pictures < 0 || (format.streams[pictures]->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0) {
         throw OpenFailure{Error::Unsupported};
     }
-    m_pStream = m_pFormat->streams[index];
+    m_pTold.reset(avformat_alloc_context());
+    if (!m_pTold) {
+        throw OpenFailure{Error::Resources};
+    }
+    tellOf(*format.streams[pictures]);
+    const int sound = av_find_best_stream(&format, AVMEDIA_TYPE_AUDIO, -1, pictures, nullptr, 0);
+    if (sound >= 0) {
+        m_sound.number = m_places.size();
+        tellOf(*format.streams[sound]);
+    }
+    for (unsigned i = 0; i < format.nb_streams && m_metadata.number == 0; ++i) {
+        const AVMediaType type = format.streams[i]->codecpar->codec_type;
+        if (type == AVMEDIA_TYPE_SUBTITLE || type == AVMEDIA_TYPE_DATA) {
+            m_metadata.number = m_places.size();
+            tellOf(*format.streams[i]);
+        }
+    }
+    m_bWithoutTimes = player::isWithoutTimes(*format.iformat);
+    m_bTellsOrderOfDecoding = isNamed(*format.iformat, "avi");
+    m_bByBytes = m_bWithoutTimes || isNamed(*format.iformat, "mpegts") || isNamed(*format.iformat, "mpeg");
+    m_bLacksStamps = m_bWithoutTimes || m_bTellsOrderOfDecoding || isNamed(*format.iformat, "mpeg");
+    m_bLearns = isNamed(*format.iformat, "matroska") || isNamed(*format.iformat, "flv");
+    m_bMayLeap = (format.iformat->flags & AVFMT_TS_DISCONT) != 0;
 }
 
-void FileDemuxer::useOnlyPictureStream()
+void FileDemuxer::tellOf(const AVStream &stream)
 {
-    for (unsigned i = 0; i < m_pFormat->nb_streams; ++i) {
-        AVStream *pStream = m_pFormat->streams[i];
-        pStream->discard = pStream == m_pStream ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
+    AVStream *pCopy = avformat_new_stream(m_pTold.get(), nullptr);
+    if (!pCopy || avcodec_parameters_copy(pCopy->codecpar, stream.codecpar) < 0) {
+        throw OpenFailure{Error::Resources};
+    }
+    pCopy->id = stream.id;
+    pCopy->time_base = stream.time_base;
+    pCopy->start_time = stream.start_time;
+    pCopy->duration = stream.duration;
+    pCopy->disposition = stream.disposition;
+    pCopy->sample_aspect_ratio = stream.sample_aspect_ratio;
+    pCopy->avg_frame_rate = stream.avg_frame_rate;
+    pCopy->r_frame_rate = stream.r_frame_rate;
+    m_places.push_back(stream.index);
+}
+
+const AVStream *FileDemuxer::sideStream(SideStream kind) const
+{
+    const std::size_t number = (kind == SideStream::Sound ? m_sound : m_metadata).number;
+    return number == 0 ? nullptr : m_pTold->streams[number];
+}
+
+void FileDemuxer::use(SideStream kind, bool used)
+{
+    (kind == SideStream::Sound ? m_sound : m_metadata).used = used;
+    discardUnused();
+}
+
+void FileDemuxer::discardUnused()
+{
+    AVFormatContext &format = m_container.format();
+    for (unsigned i = 0; i < format.nb_streams; ++i) {
+        format.streams[i]->discard = AVDISCARD_ALL;
+    }
+    stream().discard = AVDISCARD_DEFAULT;
+    for (const Side &side : {m_sound, m_metadata}) {
+        if (side.number != 0 && side.used) {
+            format.streams[m_places[side.number]]->discard = AVDISCARD_DEFAULT;
+        }
     }
 }
 
-bool FileDemuxer::read(AVPacket &packet)
+AVStream &FileDemuxer::stream() const
 {
-    while (av_read_frame(m_pFormat.get(), &packet) >= 0) {
-        if (packet.stream_index == m_pStream->index) {
-            return true;
+    return *m_container.format().streams[m_places[0]];
+}
+
+FileDemuxer::Found FileDemuxer::read(AVPacket &packet)
+{
+    while (!m_bBroken && av_read_frame(&m_container.format(), &packet) >= 0) {
+        if (packet.stream_index == m_places[0]) {
+            return Found::Picture;
+        }
+        if (m_sound.used && packet.stream_index == m_places[m_sound.number]) {
+            return Found::Sound;
+        }
+        if (m_metadata.used && packet.stream_index == m_places[m_metadata.number]) {
+            return Found::Metadata;
         }
         av_packet_unref(&packet);
     }
-    return false;
+    return Found::End;
+}
+
+bool FileDemuxer::readPicture(AVPacket &packet)
+{
+    Found found = read(packet);
+    while (found == Found::Sound || found == Found::Metadata) {
+        av_packet_unref(&packet);
+        found = read(packet);
+    }
+    return found == Found::Picture;
 }
 
 bool FileDemuxer::seek(std::int64_t tick)
 {
-    return av_seek_frame(m_pFormat.get(), m_pStream->index, tick, AVSEEK_FLAG_BACKWARD) >= 0;
+    return (!m_bBroken || reopen()) &&
+           av_seek_frame(&m_container.format(), m_places[0], tick, AVSEEK_FLAG_BACKWARD) >= 0;
+}
+
+bool FileDemuxer::seek(const FileIndex::Key &key)
+{
+    if (m_bBroken && !reopen()) {
+        return false;
+    }
+    AVFormatContext *pFormat = &m_container.format();
+    if (m_bByBytes) {
+        return av_seek_frame(pFormat, -1, key.bytePosition, AVSEEK_FLAG_BYTE) >= 0;
+    }
+    if (m_bLearns && key.entryPosition >= 0) {
+        av_add_index_entry(&stream(), key.entryPosition, key.entryStamp, 0, 0, AVINDEX_KEYFRAME);
+    }
+    const std::int64_t stamp = key.pts != AV_NOPTS_VALUE ? key.pts : key.dts;
+    return av_seek_frame(pFormat, m_places[0], stamp, AVSEEK_FLAG_BACKWARD) >= 0;
+}
+
+std::optional<FileIndex::Key> FileDemuxer::keyOf(const AVPacket &packet) const
+{
+    FileIndex::Key key;
+    key.pts = packet.pts;
+    key.dts = packet.dts;
+    key.bytePosition = packet.pos;
+    key.size = packet.size;
+    const std::int64_t stamp = packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts;
+    if (m_bByBytes ? packet.pos < 0 : stamp == AV_NOPTS_VALUE) {
+        return std::nullopt;
+    }
+    if (m_bLearns) {
+        const AVIndexEntry *pEntry = avformat_index_get_entry_from_timestamp(&stream(), stamp, AVSEEK_FLAG_BACKWARD);
+        if (pEntry && pEntry->timestamp <= stamp) {
+            key.entryPosition = pEntry->pos;
+            key.entryStamp = pEntry->timestamp;
+        }
+    }
+    return key;
+}
+
+FileDemuxer::Match FileDemuxer::match(const AVPacket &packet, const FileIndex::Key &key) const
+{
+    const bool bKey = (packet.flags & AV_PKT_FLAG_KEY) != 0;
+    if (m_bByBytes) {
+        // Reading began where its first byte is, or a little ahead of it; what lies between may stick to it.
+        const bool bSame = m_bWithoutTimes || packet.pts == AV_NOPTS_VALUE || packet.pts == key.pts;
+        return !bKey ? Match::Before : bSame && packet.size >= key.size ? Match::Here : Match::Behind;
+    }
+    if (bKey && packet.pts == key.pts && packet.dts == key.dts) {
+        return Match::Here;
+    }
+    const bool bByPts = key.pts != AV_NOPTS_VALUE;
+    const std::int64_t stamp = bByPts ? packet.pts : packet.dts;
+    const std::int64_t wanted = bByPts ? key.pts : key.dts;
+    if (stamp == AV_NOPTS_VALUE || !bKey || stamp < wanted) {
+        return Match::Before;
+    }
+    // Only the pts can be relied on: a first dts after a seek may be unknown.
+    return stamp == wanted ? Match::Here : Match::Behind;
+}
+
+TimeLine FileDemuxer::timeLine() const
+{
+    return {pictureStream().time_base, m_bMayLeap, nominalTicks()};
+}
+
+std::int64_t FileDemuxer::nominalTicks() const
+{
+    constexpr int kUsualPicturesPerSecond = 25;
+    const AVRational rate = pictureStream().avg_frame_rate;
+    const bool bTold = rate.num > 0 && rate.den > 0;
+    const AVRational picture = bTold ? av_inv_q(rate) : AVRational{1, kUsualPicturesPerSecond};
+    return std::clamp<std::int64_t>(av_rescale_q(1, picture, pictureStream().time_base), 1, INT32_MAX);
 }
 
 bool FileDemuxer::rewind()
 {
+    if (m_bBroken) {
+        return reopen();
+    }
+    AVFormatContext *pFormat = &m_container.format();
     // Formats without an index find their first packet by its place, the others by a time before all times.
-    const bool bByBytes = isWithoutTimes() || (m_pFormat->iformat->flags & AVFMT_TS_DISCONT) != 0;
-    if (bByBytes && av_seek_frame(m_pFormat.get(), -1, 0, AVSEEK_FLAG_BYTE) >= 0) {
+    const bool bByBytes = m_bWithoutTimes || m_bMayLeap;
+    if (bByBytes && av_seek_frame(pFormat, -1, 0, AVSEEK_FLAG_BYTE) >= 0) {
         return true;
     }
-    const std::int64_t start = m_pStream->start_time == AV_NOPTS_VALUE ? 0 : m_pStream->start_time;
-    if (!bByBytes && avformat_seek_file(m_pFormat.get(), m_pStream->index, INT64_MIN, start, start, 0) >= 0) {
+    const std::int64_t start = stream().start_time == AV_NOPTS_VALUE ? 0 : stream().start_time;
+    if (!bByBytes && avformat_seek_file(pFormat, m_places[0], INT64_MIN, start, start, 0) >= 0) {
         return true;
     }
     return reopen();
@@ -176,35 +250,41 @@ bool FileDemuxer::rewind()
 
 bool FileDemuxer::reopen()
 {
-    const int index = m_pStream->index;
-    m_pStream = nullptr;
-    m_pFormat.reset();
-    m_pIo.reset();
-    m_nBytePosition = 0;
+    // What was open stays until there is something to take its place: others may be looking at its streams.
+    m_bBroken = true;
     try {
-        if (!m_pBytes->seek(0)) {
+        auto opened = m_container.open();
+        if (!isSame(*opened.pFormat)) {
             return false;
         }
-        openFormat();
-        choosePictureStream();
+        m_container.use(std::move(opened));
     } catch (const OpenFailure &) {
         return false;
     }
-    useOnlyPictureStream();
-    return m_pStream->index == index;
+    m_bBroken = false;
+    discardUnused();
+    return true;
 }
 
-bool FileDemuxer::isWithoutTimes() const
+bool FileDemuxer::isSame(const AVFormatContext &format) const
 {
-    return player::isWithoutTimes(*m_pFormat->iformat);
+    // Somebody may have put another file in its place.
+    for (std::size_t i = 0; i < m_places.size(); ++i) {
+        const auto place = static_cast<unsigned>(m_places[i]);
+        if (place >= format.nb_streams ||
+            format.streams[place]->codecpar->codec_id != m_pTold->streams[i]->codecpar->codec_id) {
+            return false;
+        }
+    }
+    return true;
 }
 
 std::optional<bool> FileDemuxer::keyBetween(std::int64_t after, std::int64_t upTo) const
 {
-    const AVIndexEntry *pEntry = avformat_index_get_entry_from_timestamp(m_pStream, upTo, AVSEEK_FLAG_BACKWARD);
-    const int count = avformat_index_get_entries_count(m_pStream);
+    const AVIndexEntry *pEntry = avformat_index_get_entry_from_timestamp(&stream(), upTo, AVSEEK_FLAG_BACKWARD);
+    const int count = avformat_index_get_entries_count(&stream());
     // An index that grows with reading knows nothing of what lies ahead.
-    if (!pEntry || count == 0 || avformat_index_get_entry(m_pStream, count - 1)->timestamp <= after) {
+    if (!pEntry || count == 0 || avformat_index_get_entry(&stream(), count - 1)->timestamp <= after) {
         return std::nullopt;
     }
     return pEntry->timestamp > after;
@@ -212,45 +292,46 @@ std::optional<bool> FileDemuxer::keyBetween(std::int64_t after, std::int64_t upT
 
 std::optional<std::int64_t> FileDemuxer::headerEndTick() const
 {
-    const AVFormatContext &format = *m_pFormat;
+    const AVFormatContext &format = m_container.format();
     if (isWithoutTimes() || format.duration_estimation_method == AVFMT_DURATION_FROM_BITRATE) {
         return std::nullopt;
     }
-    const AVRational tick = m_pStream->time_base;
+    const AVRational tick = stream().time_base;
     // Matroska writes one length, counted from nought; FFmpeg's length of the stream is guessed from it.
-    if (!isNamed(*format.iformat, "matroska") && m_pStream->duration != AV_NOPTS_VALUE && m_pStream->duration > 0) {
-        const std::int64_t start = m_pStream->start_time == AV_NOPTS_VALUE ? 0 : m_pStream->start_time;
-        return start + m_pStream->duration;
+    if (!isNamed(*format.iformat, "matroska") && stream().duration != AV_NOPTS_VALUE && stream().duration > 0) {
+        const std::int64_t start = stream().start_time == AV_NOPTS_VALUE ? 0 : stream().start_time;
+        return av_sat_add64(start, stream().duration);
     }
     if (format.duration == AV_NOPTS_VALUE || format.duration <= 0) {
         return std::nullopt;
     }
     const bool bFromNought = isNamed(*format.iformat, "matroska") || format.start_time == AV_NOPTS_VALUE;
-    return av_rescale_q((bFromNought ? 0 : format.start_time) + format.duration, AV_TIME_BASE_Q, tick);
+    return av_rescale_q(av_sat_add64(bFromNought ? 0 : format.start_time, format.duration), AV_TIME_BASE_Q, tick);
 }
 
 std::optional<std::int64_t> FileDemuxer::endTick()
 {
     const auto told = headerEndTick();
-    return told || !isNamed(*m_pFormat->iformat, "matroska") ? told : lookAtTheEnd();
+    return told || !isNamed(*m_container.format().iformat, "matroska") ? told : lookAtTheEnd();
 }
 
 std::optional<std::int64_t> FileDemuxer::lookAtTheEnd()
 {
-    const std::int64_t size = m_pBytes->size();
+    const std::int64_t size = m_container.size();
     if (size <= 0) {
         return std::nullopt;
     }
     // The demuxer finds the next cluster by itself when reading goes on in the middle of one.
-    if (avio_seek(m_pIo.get(), std::max<std::int64_t>(size - kEndLookBytes, 0), SEEK_SET) < 0) {
+    if (avio_seek(&m_container.io(), std::max<std::int64_t>(size - kEndLookBytes, 0), SEEK_SET) < 0) {
         return std::nullopt;
     }
-    avformat_flush(m_pFormat.get());
+    avformat_flush(&m_container.format());
     std::optional<std::int64_t> end;
     const PacketPtr pPacket(av_packet_alloc());
-    while (pPacket && read(*pPacket)) {
+    while (pPacket && readPicture(*pPacket)) {
         if (pPacket->pts != AV_NOPTS_VALUE) {
-            end = std::max(end.value_or(INT64_MIN), pPacket->pts + std::max<std::int64_t>(pPacket->duration, 0));
+            const std::int64_t ends = av_sat_add64(pPacket->pts, std::max<std::int64_t>(pPacket->duration, 0));
+            end = std::max(end.value_or(INT64_MIN), ends);
         }
         av_packet_unref(pPacket.get());
     }
@@ -259,17 +340,15 @@ std::optional<std::int64_t> FileDemuxer::lookAtTheEnd()
 
 std::optional<std::int64_t> FileDemuxer::recordingTime() const
 {
-    for (const AVDictionary *pTags : {m_pFormat->metadata, m_pStream->metadata}) {
+    for (const AVDictionary *pTags : {m_container.format().metadata, stream().metadata}) {
         const AVDictionaryEntry *pEntry = av_dict_get(pTags, "creation_time", nullptr, 0);
         std::int64_t time = 0;
-        if (pEntry && av_parse_time(&time, pEntry->value, 0) >= 0) {
+        if (pEntry && av_parse_time(&time, pEntry->value, 0) >= 0 && isDate(time)) {
             return time;
         }
     }
-    if (m_pFormat->start_time_realtime != AV_NOPTS_VALUE && m_pFormat->start_time_realtime > 0) {
-        return m_pFormat->start_time_realtime;
-    }
-    return std::nullopt;
+    const std::int64_t start = m_container.format().start_time_realtime;
+    return start != AV_NOPTS_VALUE && isDate(start) ? std::optional(start) : std::nullopt;
 }
 
 } // namespace player

@@ -10,6 +10,8 @@ namespace
 
 /** Very large pictures would fill the memory long before the queue is full. */
 constexpr std::int64_t kMostQueuedBytes = 192 * 1024 * 1024;
+/** For steps back a group of pictures is kept, as far as it fits. */
+constexpr std::int64_t kMostKeptBytes = 128 * 1024 * 1024;
 /** Behind the clock by so much of a second, pictures that no other needs are left out … */
 constexpr std::int64_t kLateDivisor = 10;
 /** … and by so much, decoding goes on at a later key picture. */
@@ -30,7 +32,8 @@ FileFeed::~FileFeed()
 void FileFeed::start()
 {
     const std::lock_guard lock(m_mutex);
-    if (!m_thread.joinable()) {
+    if (!m_thread.joinable() && !m_bStop) {
+        m_pDecoder->startReading();
         m_thread = m_clock.startThread([this] { run(); });
     }
 }
@@ -45,10 +48,12 @@ void FileFeed::stop()
     }
     m_bSuperseded = true;
     m_pDecoder->interrupt();
+    m_pDecoder->wake();
     m_wake.notifyAll();
     if (thread.joinable()) {
         m_clock.join(thread);
     }
+    m_pDecoder->reader().stop();
 }
 
 void FileFeed::setCapacity(std::size_t pictures)
@@ -60,24 +65,78 @@ void FileFeed::setCapacity(std::size_t pictures)
     m_wake.notifyAll();
 }
 
+void FileFeed::setIndex(std::shared_ptr<const FileIndex> pIndex)
+{
+    m_pDecoder->setIndex(std::move(pIndex));
+}
+
 void FileFeed::seek(std::int64_t time)
+{
+    begin([this, time] { m_seekTarget = time; });
+}
+
+void FileFeed::seekBack(std::int64_t ordinal)
+{
+    begin([this, ordinal] { m_backTarget = ordinal; });
+}
+
+void FileFeed::begin(const std::function<void()> &command)
 {
     {
         const std::lock_guard lock(m_mutex);
         m_queue.clear();
         m_nQueuedBytes = 0;
+        m_behind.clear();
+        m_nBehindBytes = 0;
         m_sought = {};
-        m_seekTarget = time;
+        m_seekTarget.reset();
+        m_backTarget.reset();
+        command();
         m_bAtEnd = false;
+        m_bFilling = true;
         m_bSuperseded = true;
     }
     m_wake.notifyAll();
+    m_pDecoder->wake();
 }
 
 bool FileFeed::isSeeking() const
 {
     const std::lock_guard lock(m_mutex);
-    return m_seekTarget || m_bSeekRunning;
+    return m_seekTarget || m_backTarget || m_bSeekRunning;
+}
+
+Picture FileFeed::takeBefore(std::int64_t ordinal, Picture onDisplay)
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_behind.empty() || m_behind.back().ordinal != ordinal) {
+        return {};
+    }
+    Picture picture = std::move(m_behind.back());
+    m_behind.pop_back();
+    m_nBehindBytes -= picture.bytes();
+    onDisplay.afterGap = false;
+    m_nQueuedBytes += onDisplay.bytes();
+    m_queue.push_front(std::move(onDisplay));
+    return picture;
+}
+
+void FileFeed::keepBehind(Picture onDisplay)
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_queue.empty() || m_queue.front().ordinal != onDisplay.ordinal + 1 || onDisplay.ordinal < 0) {
+        return;
+    }
+    if (!m_behind.empty() && m_behind.back().ordinal + 1 != onDisplay.ordinal) {
+        m_behind.clear();
+        m_nBehindBytes = 0;
+    }
+    m_nBehindBytes += onDisplay.bytes();
+    m_behind.push_back(std::move(onDisplay));
+    while (m_nBehindBytes > kMostKeptBytes) {
+        m_nBehindBytes -= m_behind.front().bytes();
+        m_behind.pop_front();
+    }
 }
 
 Picture FileFeed::takeSought()
@@ -101,6 +160,7 @@ bool FileFeed::nextIsAfterGap() const
 Picture FileFeed::take()
 {
     Picture picture;
+    bool bWake = false;
     {
         const std::lock_guard lock(m_mutex);
         if (m_queue.empty()) {
@@ -109,8 +169,11 @@ Picture FileFeed::take()
         picture = std::move(m_queue.front());
         m_queue.pop_front();
         m_nQueuedBytes -= picture.bytes();
+        bWake = m_bWaits && isToDecode();
     }
-    m_wake.notifyAll();
+    if (bWake) {
+        m_wake.notifyAll();
+    }
     return picture;
 }
 
@@ -120,13 +183,19 @@ Picture FileFeed::takeDue(std::int64_t time)
     for (auto next = nextTime(); next && *next <= time; next = nextTime()) {
         due = take();
     }
+    if (due) {
+        // Playing needs no way back.
+        const std::lock_guard lock(m_mutex);
+        m_behind.clear();
+        m_nBehindBytes = 0;
+    }
     return due;
 }
 
 bool FileFeed::isDrained() const
 {
     const std::lock_guard lock(m_mutex);
-    return m_bAtEnd && m_queue.empty() && !m_seekTarget && !m_bSeekRunning && !m_sought;
+    return m_bAtEnd && m_queue.empty() && !m_seekTarget && !m_backTarget && !m_bSeekRunning && !m_sought;
 }
 
 std::optional<std::int64_t> FileFeed::endTime() const
@@ -135,40 +204,88 @@ std::optional<std::int64_t> FileFeed::endTime() const
     return m_end;
 }
 
-bool FileFeed::hasRoom() const
+bool FileFeed::isToDecode()
 {
-    return m_queue.empty() || (m_queue.size() < m_nCapacity && m_nQueuedBytes < kMostQueuedBytes);
+    if (m_bAtEnd) {
+        return false;
+    }
+    if (m_queue.size() <= m_nCapacity / 2 && m_nQueuedBytes <= kMostQueuedBytes / 2) {
+        m_bFilling = true;
+    } else if (m_queue.size() >= m_nCapacity || m_nQueuedBytes >= kMostQueuedBytes) {
+        m_bFilling = m_queue.empty();
+    }
+    return m_bFilling;
 }
 
 void FileFeed::run()
 {
     std::unique_lock lock(m_mutex);
     while (!m_bStop) {
-        if (m_seekTarget) {
-            doSeek(lock);
-        } else if (!m_bAtEnd && hasRoom()) {
-            decodeOne(lock);
-        } else {
-            m_wake.wait(lock, [this] { return m_bStop || m_seekTarget || (!m_bAtEnd && hasRoom()); });
+        try {
+            workOnce(lock);
+        } catch (...) {
+            // Nothing may leave a thread. Memory is all that can be lacking: the file ends here until it is sought in.
+            giveUp(lock);
         }
     }
 }
 
+void FileFeed::workOnce(std::unique_lock<std::mutex> &lock)
+{
+    if (m_seekTarget || m_backTarget) {
+        doSeek(lock);
+    } else if (isToDecode()) {
+        decodeOne(lock);
+    } else {
+        m_bWaits = true;
+        m_wake.wait(lock, [this] { return hasCommand() || isToDecode(); });
+        m_bWaits = false;
+    }
+}
+
+void FileFeed::giveUp(std::unique_lock<std::mutex> &lock)
+{
+    if (!lock.owns_lock()) {
+        lock.lock();
+    }
+    m_bSeekRunning = false;
+    m_bAtEnd = true;
+    m_end = m_nDecodedUpTo;
+    lock.unlock();
+    m_client.feedChanged();
+    lock.lock();
+}
+
 void FileFeed::doSeek(std::unique_lock<std::mutex> &lock)
 {
-    const std::int64_t target = *std::exchange(m_seekTarget, std::nullopt);
+    const auto time = std::exchange(m_seekTarget, std::nullopt);
+    const auto ordinal = std::exchange(m_backTarget, std::nullopt);
     m_bSeekRunning = true;
-    m_bSuperseded = false;
+    m_bSuperseded = m_bStop;
     lock.unlock();
-    Picture picture = m_pDecoder->seek(target, [this] { return m_bSuperseded.load(); });
+    const auto superseded = [this] { return m_bSuperseded.load(); };
+    std::deque<Picture> pictures;
+    if (time) {
+        pictures.push_back(m_pDecoder->seek(*time, superseded));
+    } else {
+        pictures = m_pDecoder->collect(*ordinal, kMostKeptBytes, superseded);
+    }
     lock.lock();
     m_bSeekRunning = false;
-    if (m_seekTarget || m_bStop) {
+    if (hasCommand()) {
         return;
     }
-    if (!picture) {
-        m_bAtEnd = true;
+    Picture picture;
+    if (!pictures.empty()) {
+        picture = std::move(pictures.back());
+        pictures.pop_back();
     }
+    m_behind = std::move(pictures);
+    m_nBehindBytes = 0;
+    for (const Picture &behind : m_behind) {
+        m_nBehindBytes += behind.bytes();
+    }
+    m_bAtEnd = !picture;
     m_nDecodedUpTo = picture.time + picture.duration;
     m_sought = std::move(picture);
     lock.unlock();
@@ -185,7 +302,7 @@ void FileFeed::decodeOne(std::unique_lock<std::mutex> &lock)
         keepUp(picture, pace);
     }
     lock.lock();
-    if (m_seekTarget || m_bStop) {
+    if (hasCommand()) {
         return;
     }
     // Whoever shows the pictures knows when the one after the next is due without being told of each that is ready.

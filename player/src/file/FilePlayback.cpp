@@ -15,6 +15,8 @@ using std::chrono::milliseconds;
 constexpr milliseconds kPatience{500};
 /** How long they wait for what they asked for themselves, such as a group of pictures to be decoded for a step back. */
 constexpr std::chrono::seconds kDecoderPatience{5};
+/** Sound cards tell where they are in steps of some milliseconds, which pictures need not follow. */
+constexpr std::int64_t kLeaderSlack = 5000;
 
 } // namespace
 
@@ -29,7 +31,69 @@ FilePlayback::FilePlayback(Platform &platform, std::unique_ptr<FileDecoder> pDec
 FilePlayback::~FilePlayback()
 {
     joinLeft();
+    stopIndexer();
     m_feed.stop();
+}
+
+void FilePlayback::buildIndex(std::unique_ptr<ByteSource> pBytes)
+{
+    if (!pBytes) {
+        return;
+    }
+    m_pIndex = std::make_shared<FileIndex>(m_clock);
+    const FileIndexer::Beginning beginning{m_facts.firstNumber, m_facts.firstTick, m_facts.nominalDuration};
+    m_pIndexer = std::make_shared<FileIndexer>(m_platform, std::move(pBytes), beginning, m_pIndex,
+                                               [pCallbacks = m_pCallbacks] { pCallbacks->fileIndex.call(); });
+    m_feed.setIndex(m_pIndex);
+    m_pIndexer->start();
+}
+
+void FilePlayback::stopIndexer()
+{
+    if (m_pIndexer) {
+        m_pIndexer->stop();
+    }
+}
+
+std::optional<std::int64_t> FilePlayback::length() const
+{
+    const auto indexed = m_pIndex ? m_pIndex->end() : std::nullopt;
+    // Containers that are made of cuts tell no more than when their last packet says it is shown.
+    return indexed && (!m_facts.length || m_facts.mayLeap) ? indexed : m_facts.length;
+}
+
+std::optional<std::int64_t> FilePlayback::lastTime() const
+{
+    const auto indexed = m_pIndex ? m_pIndex->lastTime() : std::nullopt;
+    if (indexed || !m_facts.length) {
+        return indexed;
+    }
+    return std::max<std::int64_t>(*m_facts.length - m_facts.pictureDuration, 0);
+}
+
+void FilePlayback::attach(SideStream kind, std::shared_ptr<PacketSink> pSink)
+{
+    m_feed.reader().attach(kind, std::move(pSink));
+}
+
+bool FilePlayback::has(SideStream kind) const
+{
+    return m_feed.reader().has(kind);
+}
+
+void FilePlayback::moreWanted()
+{
+    m_feed.reader().moreWanted();
+}
+
+void FilePlayback::setLeader(std::shared_ptr<LeadingClock> pLeader)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_pLeader = std::move(pLeader);
+        tellLeader();
+    }
+    m_changed.notifyAll();
 }
 
 void FilePlayback::setCapacity(std::size_t pictures)
@@ -39,6 +103,7 @@ void FilePlayback::setCapacity(std::size_t pictures)
 
 void FilePlayback::endFeed()
 {
+    stopIndexer();
     m_feed.stop();
 }
 
@@ -65,6 +130,8 @@ void FilePlayback::end(Moment now)
 
 void FilePlayback::hold(Moment now)
 {
+    // What has fallen due up to now is what is held.
+    adoptPictures(now);
     updateClock(now);
 }
 
@@ -78,6 +145,7 @@ Error FilePlayback::changeSpeed(int steps)
         if (!m_fileClock.setSpeedStep(m_fileClock.speedStep() + steps, m_clock.now())) {
             return Error::Limit;
         }
+        tellLeader();
     }
     m_changed.notifyAll();
     return Error::None;
@@ -111,6 +179,7 @@ Error FilePlayback::stepLocked(std::unique_lock<std::mutex> &lock)
             return Error::NoPicture;
         }
     }
+    m_feed.keepBehind(m_current);
     Picture picture = m_feed.take();
     if (!picture) {
         return Error::End;
@@ -118,6 +187,51 @@ Error FilePlayback::stepLocked(std::unique_lock<std::mutex> &lock)
     m_fileClock.setPosition(picture.time, m_clock.now());
     m_current = std::move(picture);
     m_bFresh = true;
+    return Error::None;
+}
+
+Error FilePlayback::stepBack()
+{
+    Error error = Error::None;
+    {
+        std::unique_lock lock(m_mutex);
+        if (m_state == State::Stopped) {
+            return Error::Order;
+        }
+        if (!m_pIndex || !m_pIndex->isComplete()) {
+            return Error::NoIndex;
+        }
+        m_state = State::Paused;
+        updateClock(m_clock.now());
+        error = stepBackLocked(lock);
+    }
+    m_changed.notifyAll();
+    return error;
+}
+
+Error FilePlayback::stepBackLocked(std::unique_lock<std::mutex> &lock)
+{
+    if (!waitForPictures(lock, m_clock.now() + kPatience) || !m_current) {
+        return Error::NoPicture;
+    }
+    const auto ordinal =
+        m_current.ordinal >= 0 ? std::optional(m_current.ordinal) : m_pIndex->ordinalAt(m_current.time);
+    if (!ordinal || *ordinal == 0) {
+        return ordinal ? Error::End : Error::NoPicture;
+    }
+    Picture before = m_feed.takeBefore(*ordinal - 1, m_current);
+    if (before) {
+        m_current = std::move(before);
+        m_bFresh = true;
+    } else {
+        m_feed.seekBack(*ordinal - 1);
+        m_bAwaitSeek = true;
+        if (!waitForPictures(lock, m_clock.now() + kDecoderPatience) || m_current.ordinal >= *ordinal) {
+            return Error::NoPicture;
+        }
+    }
+    m_bEnded = false;
+    m_fileClock.setPosition(m_current.time, m_clock.now());
     return Error::None;
 }
 
@@ -158,15 +272,15 @@ void FilePlayback::seekLocked(std::int64_t time, Moment now)
     m_bAwaitSeek = true;
     m_feed.seek(time);
     updateClock(now);
-    m_fileClock.setPosition(m_facts.length ? std::min(time, *m_facts.length) : time, now);
+    m_fileClock.setPosition(std::min(time, length().value_or(time)), now);
 }
 
 std::int64_t FilePlayback::position() const
 {
     const std::lock_guard lock(m_mutex);
     const std::int64_t position = m_fileClock.position(m_clock.now());
-    const auto end = m_feed.endTime();
-    return end || m_facts.length ? std::min(position, end ? *end : *m_facts.length) : position;
+    const auto end = m_feed.endTime() ? m_feed.endTime() : length();
+    return std::min(position, end.value_or(position));
 }
 
 Error FilePlayback::onDisplay(Picture &picture)
@@ -230,6 +344,25 @@ void FilePlayback::feedChanged()
 void FilePlayback::updateClock(Moment now)
 {
     m_fileClock.run(m_state == State::Playing && !m_bEnded && !m_bAwaitSeek, now);
+    tellLeader();
+}
+
+void FilePlayback::tellLeader()
+{
+    if (m_pLeader) {
+        m_pLeader->paceChanged(m_fileClock.isRunning(), m_fileClock.speedStep(), m_fileClock.position(m_clock.now()));
+    }
+}
+
+void FilePlayback::followLeader(Moment now)
+{
+    if (!m_pLeader || !m_fileClock.isRunning() || m_fileClock.speedStep() != 0) {
+        return;
+    }
+    const auto position = m_pLeader->position(now);
+    if (position && std::abs(*position - m_fileClock.position(now)) > kLeaderSlack) {
+        m_fileClock.setPosition(*position, now);
+    }
 }
 
 void FilePlayback::adoptPictures(Moment now)
@@ -237,6 +370,7 @@ void FilePlayback::adoptPictures(Moment now)
     if (m_state == State::Stopped) {
         return;
     }
+    followLeader(now);
     Picture picture;
     if (m_bAwaitSeek) {
         if (m_feed.isSeeking()) {

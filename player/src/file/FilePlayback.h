@@ -1,9 +1,11 @@
 #ifndef PLAYER_FILEPLAYBACK_H
 #define PLAYER_FILEPLAYBACK_H
 
+#include "player/src/core/LeadingClock.h"
 #include "player/src/core/Playback.h"
 #include "player/src/file/FileClock.h"
 #include "player/src/file/FileFeed.h"
+#include "player/src/file/FileIndexer.h"
 
 namespace player
 {
@@ -26,13 +28,37 @@ public:
         return m_facts;
     }
 
+    /**
+     * Builds the index in the background, from bytes of its own; null: there will be none. The file-ref callback is
+     * called once it is complete. Before anything else is.
+     */
+    void buildIndex(std::unique_ptr<ByteSource> pBytes);
+    /** How long the file plays; empty while that is not known. */
+    [[nodiscard]] std::optional<std::int64_t> length() const;
+    /** When its last picture begins; empty while that is not known. */
+    [[nodiscard]] std::optional<std::int64_t> lastTime() const;
+
+    /**
+     * A sink takes the file's sound or metadata from now on; null: nobody does. Attached before the first play or
+     * seek, it gets them from the file's beginning. Returns when the sink before is called no more; waits for a read
+     * that is under way. Not from inside a sink.
+     */
+    void attach(SideStream kind, std::shared_ptr<PacketSink> pSink);
+    [[nodiscard]] bool has(SideStream kind) const;
+    /** A sink has come to want more. Called with no lock of the sink's held. */
+    void moreWanted();
+    /** What the file's clock follows while it tells a position and the speed is 1; null: the computer's time. */
+    void setLeader(std::shared_ptr<LeadingClock> pLeader);
+
     void setCapacity(std::size_t pictures) override;
     /** +1 doubles the speed, -1 halves it. */
     Error changeSpeed(int steps);
     Error stepForward();
+    /** Error::NoIndex until the index is complete. */
+    Error stepBack();
     Error seek(std::int64_t time);
     [[nodiscard]] std::int64_t position() const override;
-    /** A seek that runs is waited for, within reason. */
+    /** A seek that runs is waited for, for half a second. */
     Error onDisplay(Picture &picture) override;
     Error shape(PictureShape &shape) const override;
     Error timeOnDisplay(std::int64_t &time) override;
@@ -54,10 +80,17 @@ private:
     [[nodiscard]] std::int64_t endPosition() const;
     void seekLocked(std::int64_t time, Moment now);
     void updateClock(Moment now);
+    void followLeader(Moment now);
+    void tellLeader();
     Error stepLocked(std::unique_lock<std::mutex> &lock);
+    Error stepBackLocked(std::unique_lock<std::mutex> &lock);
     bool waitForPictures(std::unique_lock<std::mutex> &lock, Moment deadline);
+    void stopIndexer();
 
     const FileFacts m_facts;
+    // Set before anybody else knows this object.
+    std::shared_ptr<FileIndex> m_pIndex;
+    std::shared_ptr<FileIndexer> m_pIndexer;
     FileFeed m_feed;
 
     // Guarded by m_mutex.
@@ -67,6 +100,7 @@ private:
     /** A seek was asked for whose picture is not there yet; the clock waits for it. */
     bool m_bAwaitSeek = false;
     FileClock m_fileClock;
+    std::shared_ptr<LeadingClock> m_pLeader;
 };
 
 } // namespace player

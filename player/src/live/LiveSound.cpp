@@ -36,7 +36,7 @@ void LiveSound::opened(const AVFormatContext &format)
 void LiveSound::choose(int index, const AVFormatContext &format)
 {
     m_nStream = index;
-    m_pTrack->setStream(format.streams[index]);
+    m_pTrack->setStream(format.streams[index]->codecpar);
 }
 
 void LiveSound::took(PacketPtr pPacket, const AVFormatContext &format)

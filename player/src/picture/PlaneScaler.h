@@ -4,6 +4,8 @@
 #include "player/src/picture/RowShrinker.h"
 #include "player/src/picture/ScratchBuffer.h"
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 
 namespace player
@@ -23,7 +25,7 @@ struct Plane {
  * libyuv's box filter for other ratios takes one pass, but rounds down (one level in each plane is three in the
  * colour), divides to zero for boxes of more than 65,536 samples, and is not used where only one side shrinks.
  *
- * Threads: one thread at a time. Owns two halved planes and a row.
+ * Threads: one thread at a time. Owns two halved planes, a row and two tables.
  */
 class PlaneScaler
 {
@@ -39,11 +41,15 @@ public:
     }
 
 private:
+    /** Prepared for such rows; null for lack of memory. */
+    [[nodiscard]] const RowShrinker *shrinkerFor(int from, int to);
     [[nodiscard]] bool shrink(const Plane &source, std::uint8_t *pTarget, int stride, int width, int height);
 
     ScratchBuffer m_halved[2];
     ScratchBuffer m_row;
-    RowShrinker m_shrinker;
+    // Luma and chroma take turns.
+    std::array<RowShrinker, 2> m_shrinkers;
+    std::size_t m_nLatest = 0;
 };
 
 } // namespace player

@@ -51,7 +51,7 @@ bool RowShrinker::isAvailable()
 
 bool RowShrinker::prepare(int from, int to) noexcept
 {
-    if (from == m_nFrom && to == m_nTo) {
+    if (isFor(from, to)) {
         return true;
     }
     m_nFrom = 0;

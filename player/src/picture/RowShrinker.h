@@ -36,6 +36,10 @@ public:
 
     /** False for lack of memory. from / 2 <= to <= from. */
     [[nodiscard]] bool prepare(int from, int to) noexcept;
+    [[nodiscard]] bool isFor(int from, int to) const
+    {
+        return from == m_nFrom && to == m_nTo;
+    }
     /** Where the middle of a sample of the narrower row lies in the wider one, in 256ths of a sample. */
     [[nodiscard]] static int placeOf(int index, int from, int to);
     void shrink(const std::uint8_t *pSource, std::uint8_t *pTarget) const;

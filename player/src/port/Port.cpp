@@ -1,6 +1,7 @@
 #include "player/src/port/Port.h"
 
 #include "player/src/picture/JpegEncoder.h"
+#include "player/src/sound/FileSound.h"
 #include "player/src/sound/SoundPlayer.h"
 
 #include <algorithm>
@@ -70,11 +71,14 @@ Error Port::openFile(const char *path)
     };
     try {
         auto pPlayback = openPlayback(path, *pOpening);
+        auto pSound = addSound(*pPlayback);
         const std::lock_guard lock(m_mutex);
         if (!isStillWanted()) {
             return Error::Open;
         }
         pPlayback->setCapacity(m_nDisplayBuffers);
+        pSound->setVolume(m_nVolume);
+        m_pFileSound = std::move(pSound);
         m_pFile = std::move(pPlayback);
         return Error::None;
     } catch (const OpenFailure &failure) {
@@ -93,17 +97,21 @@ std::shared_ptr<FilePlayback> Port::openPlayback(const char *path, FileOpening &
     if (!pBytes) {
         throw OpenFailure{Error::Open};
     }
-    auto pDecoder = std::make_unique<FileDecoder>(std::move(pBytes));
-    return std::make_shared<FilePlayback>(m_platform, std::move(pDecoder), m_pCallbacks);
+    auto pDecoder = std::make_unique<FileDecoder>(m_platform.clock(), std::move(pBytes));
+    auto pPlayback = std::make_shared<FilePlayback>(m_platform, std::move(pDecoder), m_pCallbacks);
+    pPlayback->buildIndex(opening.open(path));
+    return pPlayback;
 }
 
 Error Port::closeFile()
 {
     std::shared_ptr<FilePlayback> pFile;
     std::shared_ptr<FileOpening> pOpening;
+    std::shared_ptr<SoundTrack> pSound;
     {
         const std::lock_guard lock(m_mutex);
         pFile.swap(m_pFile);
+        pSound.swap(m_pFileSound);
         pOpening.swap(m_pOpening);
     }
     if (pOpening) {
@@ -113,6 +121,7 @@ Error Port::closeFile()
     if (!pFile) {
         return Error::Order;
     }
+    m_platform.sound().stop(*pSound);
     pFile->close();
     return Error::None;
 }
@@ -226,7 +235,8 @@ Error Port::stepForward()
 
 Error Port::stepBack()
 {
-    return file() ? Error::NoIndex : Error::Order;
+    const auto pFile = file();
+    return pFile ? pFile->stepBack() : Error::Order;
 }
 
 Error Port::seek(unsigned long milliseconds)
@@ -251,10 +261,11 @@ Error Port::lengthSeconds(unsigned long &seconds) const
     if (!pFile) {
         return Error::Order;
     }
-    if (!pFile->facts().length) {
+    const auto length = pFile->length();
+    if (!length) {
         return Error::NoIndex;
     }
-    seconds = wholeSeconds(*pFile->facts().length);
+    seconds = wholeSeconds(*length);
     return Error::None;
 }
 
@@ -268,11 +279,12 @@ Error Port::recordingTimes(std::int64_t &first, std::int64_t &last) const
     if (!facts.recordingTime) {
         return Error::NoTime;
     }
-    if (!facts.length) {
+    const auto lastTime = pFile->lastTime();
+    if (!lastTime) {
         return Error::NoIndex;
     }
     first = *facts.recordingTime;
-    last = first + std::max<std::int64_t>(*facts.length - facts.pictureDuration, 0);
+    last = first + *lastTime;
     return Error::None;
 }
 
@@ -328,20 +340,41 @@ Error Port::setDisplayRegion(const std::optional<DisplayRegion> &region)
 
 std::shared_ptr<SoundTrack> Port::soundLocked() const
 {
-    return m_pStream ? m_pStream->sound() : nullptr;
+    return m_pStream ? m_pStream->sound() : m_pFileSound;
+}
+
+std::shared_ptr<SoundTrack> Port::addSound(FilePlayback &file) const
+{
+    Clock &clock = m_platform.clock();
+    auto pTrack = std::make_shared<SoundTrack>(clock, SoundTrack::Kind::File,
+                                               [&platform = m_platform] { platform.sound().wake(); });
+    if (!file.has(SideStream::Sound)) {
+        pTrack->setStream(nullptr);
+        return pTrack;
+    }
+    const auto pSound = std::make_shared<FileSound>(clock, pTrack);
+    file.attach(SideStream::Sound, pSound);
+    file.setLeader(pSound);
+    return pTrack;
 }
 
 Error Port::playSound() const
 {
     std::shared_ptr<SoundTrack> pSound;
+    std::shared_ptr<FilePlayback> pFile;
     {
         const std::lock_guard lock(m_mutex);
-        if (!m_pStream && !m_pFile) {
-            return Error::Order;
-        }
         pSound = soundLocked();
+        pFile = m_pFile;
     }
-    return pSound ? m_platform.sound().play(pSound) : Error::NoSound;
+    if (!pSound) {
+        return Error::Order;
+    }
+    const Error error = m_platform.sound().play(pSound);
+    if (error == Error::None && pFile) {
+        pFile->moreWanted();
+    }
+    return error;
 }
 
 void Port::setVolume(unsigned short volume)

@@ -92,6 +92,8 @@ private:
     [[nodiscard]] std::shared_ptr<LivePlayback> stream() const;
     /** With m_mutex held: of what is open, null when nothing is. */
     [[nodiscard]] std::shared_ptr<SoundTrack> soundLocked() const;
+    /** Lets a file's sound be read, and lead its clock while it is heard. */
+    [[nodiscard]] std::shared_ptr<SoundTrack> addSound(FilePlayback &file) const;
 
     Platform &m_platform;
     const std::int32_t m_nNumber;
@@ -105,6 +107,7 @@ private:
     mutable std::mutex m_mutex;
     /** One of the two at most. */
     std::shared_ptr<FilePlayback> m_pFile;
+    std::shared_ptr<SoundTrack> m_pFileSound;
     std::shared_ptr<LivePlayback> m_pStream;
     /** While a file is being opened; whoever takes it away has cancelled that. */
     std::shared_ptr<FileOpening> m_pOpening;

@@ -17,6 +17,8 @@ constexpr std::size_t kMostBytes = 2 * 1024 * 1024;
 constexpr int kMostPacketBytes = 256 * 1024;
 /** A file's packets are behind its clock for good after this; they may be long themselves. */
 constexpr std::int64_t kPassed = 1000000;
+/** A file is read so far ahead for the sake of its sound. */
+constexpr std::int64_t kEnough = 1000000;
 
 std::shared_ptr<const AVCodecParameters> copyOf(const AVCodecParameters &parameters)
 {
@@ -34,13 +36,12 @@ SoundTrack::SoundTrack(Clock &clock, Kind kind, std::function<void()> wake)
 {
 }
 
-void SoundTrack::setStream(const AVStream *pStream)
+void SoundTrack::setStream(const AVCodecParameters *pParameters)
 {
-    const bool bSound = pStream && SoundDecoder::canDecode(*pStream->codecpar);
-    const auto pParameters = bSound ? copyOf(*pStream->codecpar) : nullptr;
+    const auto pCopy = pParameters && SoundDecoder::canDecode(*pParameters) ? copyOf(*pParameters) : nullptr;
     const std::lock_guard lock(m_mutex);
     m_bKnown = true;
-    m_pParameters = pParameters;
+    m_pParameters = pCopy;
 }
 
 void SoundTrack::push(PacketPtr pPacket, std::int64_t time)
@@ -96,6 +97,15 @@ void SoundTrack::flush()
         clearPackets();
     }
     m_wake();
+}
+
+bool SoundTrack::hasEnough() const
+{
+    const std::lock_guard lock(m_mutex);
+    if (!m_bWanted || !m_bRunning || m_packets.size() >= kMostPackets / 2 || m_nBytes >= kMostBytes / 2) {
+        return true;
+    }
+    return m_packets.size() > 1 && m_packets.back().time - m_packets.front().time >= kEnough;
 }
 
 void SoundTrack::run()
@@ -200,6 +210,10 @@ void SoundTrack::setHeard(const std::optional<HeardSound> &heard)
 {
     const std::lock_guard lock(m_mutex);
     m_heard = m_bRunning ? heard : std::nullopt;
+    if (m_heard) {
+        // The file's clock keeps to it.
+        m_nFileZero = microsecondsOf(m_heard->moment) - m_heard->time;
+    }
 }
 
 } // namespace player

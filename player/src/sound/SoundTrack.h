@@ -44,22 +44,25 @@ public:
     SoundTrack &operator=(const SoundTrack &) = delete;
 
     // The thread that reads the source.
-    /** What is known of the streams by now: which one the sound is, null where there is none. */
-    void setStream(const AVStream *pStream);
+    /** What is known of the streams by now: what the sound's is, null where there is none. */
+    void setStream(const AVCodecParameters *pParameters);
     /** Of the stream that was set last; the oldest ones make room where there is none. */
     void push(PacketPtr pPacket, std::int64_t time);
     /** What is pushed next does not continue what was pushed before. */
     void flush();
 
+    /** A file: a second of it waits, or more, or nobody listens. */
+    [[nodiscard]] bool hasEnough() const;
+
     // Whoever shows the pictures.
     /** Live: the source plays; its sound follows its pictures. */
     void run();
-    /** A file: it plays at its own speed; its time 0 was or will be at that moment. */
+    /** A file: it plays at its own speed; its time 0 was or will be at that moment, as long as nothing is heard. */
     void run(Moment zero);
     /** It is paused, stopped, seeking, or faster or slower than it should be. */
     void silence();
     void pictureShown(std::int64_t time, Moment moment);
-    /** A file: what is heard, once it is in step. */
+    /** A file: what is heard, while it is in step. */
     [[nodiscard]] std::optional<HeardSound> heard() const;
 
     // The port.

@@ -1,7 +1,6 @@
 #include "player/src/win/WasapiOutput.h"
 
-#include <ks.h>
-#include <ksmedia.h>
+#include <mmreg.h>
 
 #include <algorithm>
 #include <cmath>
@@ -109,16 +108,16 @@ bool WasapiOutput::openDefault()
 
 bool WasapiOutput::readFormat(const WAVEFORMATEX &format)
 {
-    GUID kind = GUID_NULL;
+    DWORD kind = format.wFormatTag;
     DWORD speakers = 0;
     if (format.wFormatTag == WAVE_FORMAT_EXTENSIBLE) {
         const auto &extended = reinterpret_cast<const WAVEFORMATEXTENSIBLE &>(format);
-        kind = extended.SubFormat;
+        // These identifiers are the old numbers with the same bytes behind them.
+        kind = extended.SubFormat.Data1;
         speakers = extended.dwChannelMask;
     }
-    const bool bFloat = format.wFormatTag == WAVE_FORMAT_IEEE_FLOAT || kind == KSDATAFORMAT_SUBTYPE_IEEE_FLOAT;
-    const bool bInteger = format.wFormatTag == WAVE_FORMAT_PCM || kind == KSDATAFORMAT_SUBTYPE_PCM;
-    if (bFloat && format.wBitsPerSample == 32) {
+    const bool bInteger = kind == WAVE_FORMAT_PCM;
+    if (kind == WAVE_FORMAT_IEEE_FLOAT && format.wBitsPerSample == 32) {
         m_sample = Sample::Float;
     } else if (bInteger && format.wBitsPerSample == 16) {
         m_sample = Sample::Int16;

@@ -32,7 +32,7 @@ private:
     static constexpr int kRate = 48000;
     static constexpr int kChannels = 2;
     static constexpr std::size_t kBlockFrames = kRate / 50;
-    static constexpr std::size_t kBlocks = 16;
+    static constexpr std::size_t kBlocks = 64;
 
     /** Some samples on their way through the device, which must not move meanwhile. */
     struct Block {

@@ -22,6 +22,12 @@ void WindowsPlatform::keepCode()
                        reinterpret_cast<LPCWSTR>(&anchor), &module);
 }
 
+void WindowsPlatform::yieldToOthers()
+{
+    // Reads of a thread in this mode also stand behind those of every other thread.
+    SetThreadPriority(GetCurrentThread(), THREAD_MODE_BACKGROUND_BEGIN);
+}
+
 bool WindowsPlatform::isWindow(WindowHandle window)
 {
     return IsWindow(static_cast<HWND>(window)) != 0;

@@ -19,6 +19,7 @@ public:
 
     std::unique_ptr<ByteSource> openFile(const char *path) override;
     void keepCode() override;
+    void yieldToOthers() override;
     [[nodiscard]] bool isWindow(WindowHandle window) override;
     std::unique_ptr<Presenter> makePresenter(WindowHandle window) override;
     void drawAnalysis(void *pContext, const AnalysisFrames &frames, const PictureShape &shape,

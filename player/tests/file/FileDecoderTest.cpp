@@ -1,5 +1,6 @@
 #include "player/src/file/FileDecoder.h"
 
+#include "player/src/core/SystemClock.h"
 #include "player/tests/support/Clips.h"
 #include "player/tests/support/MemoryBytes.h"
 #include "player/tests/support/PictureNumber.h"
@@ -9,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <random>
 #include <string_view>
 
@@ -32,9 +34,11 @@ double toleranceOf(const Clip &clip)
     return clip.file.rfind(".avi") == std::string::npos ? kRounding : static_cast<double>(clip.timeOf(1));
 }
 
+player::SystemClock g_clock;
+
 std::unique_ptr<FileDecoder> open(const std::string &path)
 {
-    return std::make_unique<FileDecoder>(player::test::StdioBytes::open(path));
+    return std::make_unique<FileDecoder>(g_clock, player::test::StdioBytes::open(path));
 }
 
 bool never()
@@ -266,8 +270,8 @@ std::vector<int> counted(int first, int end, int again = 0)
 TEST(FileDecoder, FollowsASizeThatChangesInTheMiddle)
 {
     using player::test::mediaPath;
-    FileDecoder reader(std::make_unique<MemoryBytes>(
-        player::test::codedPicturesOf({mediaPath("mjpeg.avi"), mediaPath("odd-321x243.avi")})));
+    FileDecoder reader(g_clock, std::make_unique<MemoryBytes>(player::test::codedPicturesOf(
+                                    {mediaPath("mjpeg.avi"), mediaPath("odd-321x243.avi")})));
     EXPECT_EQ(reader.facts().shape.width, 320);
     for (int i = 0; i < 100; ++i) {
         const Picture picture = reader.next();
@@ -288,7 +292,7 @@ TEST(FileDecoder, GoesOnThroughJoinedFilesWhoseTimesStartOver)
     std::vector<std::uint8_t> bytes = player::test::bytesOf(player::test::mediaPath("h264.ts"));
     const std::vector<std::uint8_t> once = bytes;
     bytes.insert(bytes.end(), once.begin(), once.end());
-    FileDecoder reader(std::make_unique<MemoryBytes>(bytes));
+    FileDecoder reader(g_clock, std::make_unique<MemoryBytes>(bytes));
     EXPECT_EQ(numbersOf(reader), counted(0, 100, 100));
 }
 
@@ -313,12 +317,114 @@ TEST(FileDecoder, LeavesOutWhatTheEditListLeavesOut)
 {
     // 512 ticks a picture; the first one is at 1024. Picture 30 is no key picture.
     const auto bytes = clipWithEditList(1024 + 30 * 512, 2000);
-    FileDecoder reader(std::make_unique<MemoryBytes>(bytes));
+    FileDecoder reader(g_clock, std::make_unique<MemoryBytes>(bytes));
     EXPECT_EQ(reader.facts().length, 2000000);
     EXPECT_EQ(numbersOf(reader), counted(30, 80));
     EXPECT_EQ(numberOf(reader.seek(0, never)), 30);
     EXPECT_EQ(numberOf(reader.seek(1000000, never)), 55);
     EXPECT_EQ(numberOf(reader.seek(3600000000, never)), 79);
+}
+
+/** A file that can be taken away, as where a share is gone. */
+class LostBytes : public MemoryBytes
+{
+public:
+    using MemoryBytes::MemoryBytes;
+
+    int read(std::uint8_t *pBuffer, int size) override
+    {
+        return s_bLost ? -1 : MemoryBytes::read(pBuffer, size);
+    }
+
+    bool seek(std::int64_t position) override
+    {
+        return !s_bLost && MemoryBytes::seek(position);
+    }
+
+    static inline std::atomic<bool> s_bLost{false};
+};
+
+/** A file that is lost after so many reads. */
+class FleetingBytes : public MemoryBytes
+{
+public:
+    FleetingBytes(const std::string &file, int reads)
+        : MemoryBytes(player::test::bytesOf(player::test::mediaPath(file))), m_nReads(reads)
+    {
+    }
+
+    int read(std::uint8_t *pBuffer, int size) override
+    {
+        return m_nReads-- > 0 ? MemoryBytes::read(pBuffer, size) : -1;
+    }
+
+private:
+    int m_nReads;
+};
+
+TEST(FileDecoder, SurvivesAFileThatIsLostAtAnyMoment)
+{
+    for (const char *file : {"live.mkv", "h264.flv", "h264.ts"}) {
+        for (int reads = 0; reads < 12; ++reads) {
+            try {
+                FileDecoder reader(g_clock, std::make_unique<FleetingBytes>(file, reads));
+                reader.seek(3000000, never);
+                reader.seek(0, never);
+            } catch (const OpenFailure &) {
+                continue;
+            }
+        }
+    }
+}
+
+class ALostFile : public testing::TestWithParam<const char *>
+{
+};
+
+TEST_P(ALostFile, IsSoughtInForNothingAndPlaysAgainWhenItIsBack)
+{
+    FileDecoder reader(g_clock,
+                       std::make_unique<LostBytes>(player::test::bytesOf(player::test::mediaPath(GetParam()))));
+    LostBytes::s_bLost = true;
+    for (const std::int64_t time : {0, 3000000, 0, 1000000}) {
+        reader.seek(time, never);
+        reader.next();
+    }
+    LostBytes::s_bLost = false;
+    const std::int64_t time = timesOf(player::test::clip(GetParam()))[50];
+    EXPECT_EQ(numberOf(reader.seek(time, never)), 50);
+    EXPECT_EQ(numberOf(reader.next()), 51);
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, ALostFile,
+                         testing::Values("h264.mp4", "live.mkv", "h264.ts", "raw.h264", "fragmented.mp4", "h264.avi",
+                                         "h264.flv", "h264.mpg"),
+                         [](const auto &row) { return player::test::testName(row.param); });
+
+/** A recording whose second cluster claims to begin at the end of all times. */
+std::vector<std::uint8_t> clipOfHostileTimes(std::uint8_t first)
+{
+    const std::vector<std::uint8_t> bytes = player::test::bytesOf(player::test::mediaPath("live.mkv"));
+    const std::uint8_t clusterId[] = {0x1F, 0x43, 0xB6, 0x75};
+    auto found = std::search(bytes.begin(), bytes.end(), std::begin(clusterId), std::end(clusterId));
+    found = std::search(found + 4, bytes.end(), std::begin(clusterId), std::end(clusterId));
+    const auto stamp = std::find(found, bytes.end(), 0xE7);
+    std::vector<std::uint8_t> edited(bytes.begin(), stamp);
+    edited.insert(edited.end(), {0xE7, 0x88, first, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xF0, 0x00});
+    edited.insert(edited.end(), stamp + 2 + (stamp[1] & 0x0F), bytes.end());
+    return edited;
+}
+
+TEST(FileDecoder, SurvivesHostileTimes)
+{
+    for (const std::uint8_t first : {0x7F, 0x3F, 0x0F, 0x01, 0x80, 0xFF}) {
+        FileDecoder reader(g_clock, std::make_unique<MemoryBytes>(clipOfHostileTimes(first)));
+        EXPECT_GT(numbersOf(reader).size(), 20u);
+        for (const std::int64_t time : {std::int64_t{0}, std::int64_t{3000000}, std::int64_t{0xFFFFFFFF} * 1000}) {
+            reader.seek(time, never);
+            reader.next();
+        }
+    }
 }
 
 } // namespace

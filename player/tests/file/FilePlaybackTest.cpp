@@ -347,8 +347,8 @@ TEST_F(FilePlaybackTest, RefusesWhatComesInTheWrongOrder)
     EXPECT_EQ(m_port->stepForward(), Error::Order);
     EXPECT_EQ(m_port->stop(), Error::Order);
     EXPECT_EQ(m_port->play(nullptr), Error::Argument);
-    EXPECT_EQ(m_port->stepBack(), Error::NoIndex);
-    EXPECT_EQ(m_port->playSound(), Error::NoSound);
+    EXPECT_EQ(m_port->stepBack(), Error::Order);
+    EXPECT_EQ(m_port->playSound(), Error::None);
     std::vector<std::uint8_t> file;
     EXPECT_EQ(m_port->jpeg(std::nullopt, 85, file), Error::NoPicture);
 }

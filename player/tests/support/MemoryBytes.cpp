@@ -44,7 +44,7 @@ std::vector<std::uint8_t> codedPicturesOf(const std::vector<std::string> &paths)
         FileDemuxer source(StdioBytes::open(path));
         source.open();
         const PacketPtr pPacket(av_packet_alloc());
-        while (source.read(*pPacket)) {
+        while (source.readPicture(*pPacket)) {
             bytes.insert(bytes.end(), pPacket->data, pPacket->data + pPacket->size);
             av_packet_unref(pPacket.get());
         }

@@ -1,0 +1,133 @@
+#include "player/src/file/FileContainer.h"
+
+#include "player/src/core/Codec.h"
+#include "player/src/core/Container.h"
+#include "player/src/core/Error.h"
+
+#include <utility>
+#include <vector>
+
+namespace player
+{
+
+namespace
+{
+
+constexpr int kIoBufferBytes = 64 * 1024;
+
+Error errorOfOpening(int result)
+{
+    switch (result) {
+    case AVERROR(ENOMEM):
+        return Error::Resources;
+    case AVERROR_PATCHWELCOME:
+        return Error::Unsupported;
+    default:
+        return Error::Corrupt;
+    }
+}
+
+/** FFmpeg's analysis, in which decoders of its own look at the first pictures, within the bounds of ours. */
+bool findStreamInfo(AVFormatContext &format)
+{
+    std::vector<AVDictionary *> options(format.nb_streams, nullptr);
+    for (AVDictionary *&pOptions : options) {
+        av_dict_set_int(&pOptions, "max_pixels", kMostPixels, 0);
+    }
+    const bool bFound = avformat_find_stream_info(&format, options.data()) >= 0;
+    for (AVDictionary *&pOptions : options) {
+        av_dict_free(&pOptions);
+    }
+    return bFound;
+}
+
+} // namespace
+
+FileContainer::FileContainer(std::unique_ptr<ByteSource> pBytes) : m_pBytes(std::move(pBytes)) {}
+
+FileContainer::~FileContainer() = default;
+
+int FileContainer::readBytes(void *pSelf, std::uint8_t *pBuffer, int size)
+{
+    auto &self = *static_cast<FileContainer *>(pSelf);
+    if (self.m_bInterrupted) {
+        return AVERROR_EXIT;
+    }
+    const int count = self.m_pBytes->read(pBuffer, size);
+    if (count < 0) {
+        return AVERROR(EIO);
+    }
+    self.m_nBytePosition += count;
+    return count == 0 ? AVERROR_EOF : count;
+}
+
+std::int64_t FileContainer::seekBytes(void *pSelf, std::int64_t offset, int whence)
+{
+    auto &self = *static_cast<FileContainer *>(pSelf);
+    const std::int64_t size = self.m_pBytes->size();
+    switch (whence & ~AVSEEK_FORCE) {
+    case AVSEEK_SIZE:
+        return size < 0 ? AVERROR(ENOSYS) : size;
+    case SEEK_CUR:
+        offset += self.m_nBytePosition;
+        break;
+    case SEEK_END:
+        offset += size;
+        break;
+    default:
+        break;
+    }
+    if (offset < 0 || !self.m_pBytes->seek(offset)) {
+        return AVERROR(EIO);
+    }
+    self.m_nBytePosition = offset;
+    return offset;
+}
+
+int FileContainer::isInterrupted(void *pSelf)
+{
+    return static_cast<FileContainer *>(pSelf)->m_bInterrupted ? 1 : 0;
+}
+
+void FileContainer::interrupt()
+{
+    m_bInterrupted = true;
+    m_pBytes->interrupt();
+}
+
+FileContainer::Opened FileContainer::open()
+{
+    Opened opened;
+    m_nBytePosition = 0;
+    if (m_opened.pFormat && !m_pBytes->seek(0)) {
+        throw OpenFailure{Error::Corrupt};
+    }
+    opened.pIo = makeIo(this, kIoBufferBytes, readBytes, m_pBytes->size() >= 0 ? seekBytes : nullptr);
+    if (m_pBytes->size() == 0) {
+        throw OpenFailure{Error::Corrupt};
+    }
+    const AVInputFormat *pInput = nullptr;
+    if (av_probe_input_buffer2(opened.pIo.get(), &pInput, "", nullptr, 0, 0) < 0 || !pInput ||
+        !isAmong(*pInput, kContainers)) {
+        throw OpenFailure{Error::Unsupported};
+    }
+    AVFormatContext *pFormat = makeFormat(*opened.pIo, kContainers, {isInterrupted, this});
+    // On failure the context is freed by the function itself.
+    const int result = avformat_open_input(&pFormat, "", pInput, nullptr);
+    if (result < 0) {
+        throw OpenFailure{errorOfOpening(result)};
+    }
+    opened.pFormat.reset(pFormat);
+    if (!findStreamInfo(*opened.pFormat)) {
+        throw OpenFailure{Error::Corrupt};
+    }
+    return opened;
+}
+
+void FileContainer::use(Opened opened)
+{
+    m_opened.pFormat = std::move(opened.pFormat);
+    m_opened.pIo = std::move(opened.pIo);
+}
+
+} // namespace player

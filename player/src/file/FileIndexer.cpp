@@ -1,0 +1,166 @@
+#include "player/src/file/FileIndexer.h"
+
+#include "player/src/core/Codec.h"
+
+#include <algorithm>
+#include <utility>
+
+extern "C" {
+#include <libavutil/common.h>
+}
+
+namespace player
+{
+
+namespace
+{
+
+/** Those who wait for the index to grow are told after so many packets. */
+constexpr std::int64_t kTellInterval = 256;
+/** Between pictures whose times are the same. */
+constexpr std::int64_t kLeastDistance = 1000;
+
+} // namespace
+
+FileIndexer::FileIndexer(Platform &platform, std::unique_ptr<ByteSource> pBytes, const Beginning &beginning,
+                         std::shared_ptr<FileIndex> pIndex, std::function<void()> done)
+    : m_platform(platform),
+      m_beginning(beginning),
+      m_pIndex(std::move(pIndex)),
+      m_done(std::move(done)),
+      m_demuxer(std::move(pBytes))
+{
+}
+
+FileIndexer::~FileIndexer() = default;
+
+void FileIndexer::start()
+{
+    const std::lock_guard lock(m_mutex);
+    m_thread = m_platform.clock().startThread([pSelf = shared_from_this()] { pSelf->run(); });
+}
+
+void FileIndexer::stop()
+{
+    m_bStop = true;
+    m_demuxer.interrupt();
+    std::thread thread;
+    {
+        const std::lock_guard lock(m_mutex);
+        thread.swap(m_thread);
+    }
+    if (!thread.joinable()) {
+        return;
+    }
+    if (thread.get_id() == std::this_thread::get_id()) {
+        // From inside the callback, which is the last thing that the thread does.
+        thread.detach();
+    } else {
+        m_platform.clock().join(thread);
+    }
+}
+
+void FileIndexer::run()
+{
+    m_platform.yieldToOthers();
+    try {
+        build();
+    } catch (...) {
+        // A file that cannot be opened a second time, or no memory left: it plays on without an index.
+    }
+    if (!m_pIndex->isComplete()) {
+        m_pIndex->giveUp();
+    } else if (!m_bStop) {
+        m_done();
+    }
+}
+
+void FileIndexer::build()
+{
+    m_demuxer.open();
+    m_timeLine.emplace(m_demuxer.timeLine());
+    DisplayOrder order(m_demuxer.pictureStream(), m_demuxer.lacksStamps());
+    const PacketPtr pPacket = makePacket();
+    while (!m_bStop && m_demuxer.readPicture(*pPacket)) {
+        read(order, *pPacket);
+        av_packet_unref(pPacket.get());
+        if (m_nNumber % kTellInterval == 0) {
+            m_pIndex->tellGrown();
+        }
+    }
+    order.end();
+    while (const auto entry = order.take()) {
+        tell(*entry);
+    }
+    if (!m_bStop) {
+        m_pIndex->complete(m_nEnd);
+    }
+}
+
+void FileIndexer::read(DisplayOrder &order, const AVPacket &packet)
+{
+    const std::int64_t shift = m_timeLine->place(packet);
+    DisplayOrder::Entry entry;
+    entry.number = m_nNumber++;
+    entry.duration = packet.duration;
+    entry.shown = (packet.flags & AV_PKT_FLAG_DISCARD) == 0;
+    if (packet.pts != AV_NOPTS_VALUE && !m_demuxer.isWithoutTimes()) {
+        entry.stamp = av_sat_add64(packet.pts, shift);
+    }
+    if (m_demuxer.tellsOrderOfDecoding() && packet.dts != AV_NOPTS_VALUE) {
+        m_stamps.push_back(av_sat_add64(packet.dts, shift));
+    }
+    if ((packet.flags & AV_PKT_FLAG_KEY) != 0) {
+        auto key = m_demuxer.keyOf(packet);
+        if (key) {
+            key->number = entry.number;
+            key->shift = shift;
+            entry.key = true;
+            m_keys.emplace(entry.number, *key);
+        }
+    }
+    order.add(entry, packet);
+    while (const auto next = order.take()) {
+        tell(*next);
+    }
+}
+
+std::optional<std::int64_t> FileIndexer::stampOf(const DisplayOrder::Entry &entry)
+{
+    if (!m_demuxer.tellsOrderOfDecoding() || m_stamps.empty()) {
+        return entry.stamp;
+    }
+    const std::int64_t stamp = m_stamps.front();
+    m_stamps.pop_front();
+    return stamp;
+}
+
+void FileIndexer::tell(const DisplayOrder::Entry &entry)
+{
+    if (entry.key) {
+        const auto found = m_keys.find(entry.number);
+        m_pIndex->addKey(found->second);
+        m_keys.erase(found);
+    }
+    const auto stamp = stampOf(entry);
+    // What is shown ahead of the first picture that can be decoded is not.
+    if (!entry.shown || (m_nPictures == 0 && entry.number != m_beginning.number)) {
+        return;
+    }
+    const AVRational tick = m_demuxer.pictureStream().time_base;
+    std::int64_t time = m_nPictures == 0 ? 0 : m_nLatestTime + m_beginning.nominal;
+    if (stamp) {
+        time = std::max<std::int64_t>(microsecondsBetween(m_beginning.tick, *stamp, tick), 0);
+        if (m_nPictures > 0 && time <= m_nLatestTime) {
+            time = m_nLatestTime + kLeastDistance;
+        }
+    }
+    m_pIndex->addPicture(entry.number, time);
+    ++m_nPictures;
+    m_nLatestTime = time;
+    const bool bTold = entry.duration > 0 && !m_demuxer.isWithoutTimes();
+    m_nEnd = time + (bTold ? std::min(microsecondsBetween(0, entry.duration, tick), std::int64_t{3600000000})
+                           : m_beginning.nominal);
+}
+
+} // namespace player
