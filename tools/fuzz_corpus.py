@@ -124,6 +124,27 @@ PROBE_MATCH = (
     "</d:XAddrs></d:ProbeMatch></d:ProbeMatches></s:Body></s:Envelope>")
 
 
+def metadata(inside):
+    """A document of ONVIF's metadata stream."""
+    return ('<?xml version="1.0" encoding="UTF-8"?><tt:MetadataStream xmlns:tt="http://www.onvif.org/ver10/schema">'
+            f"<tt:VideoAnalytics>{inside}</tt:VideoAnalytics></tt:MetadataStream>")
+
+
+ANALYSIS = {
+    "box": metadata(
+        '<tt:Frame UtcTime="2024-05-06T07:08:09.25Z" Source="motion"><tt:Transformation><tt:Translate x="-1.0" y="1.0"/>'
+        '<tt:Scale x="0.003" y="-0.005"/></tt:Transformation><tt:Object ObjectId="12"><tt:Appearance><tt:Shape>'
+        '<tt:BoundingBox left="20" top="30" right="100" bottom="80"/><tt:CenterOfGravity x="60" y="50"/></tt:Shape><tt:Class>'
+        '<tt:Type Likelihood="0.7">Human</tt:Type></tt:Class></tt:Appearance></tt:Object></tt:Frame>'),
+    "polygon": metadata(
+        '<tt:Frame UtcTime="2024-05-06T07:08:09Z"><tt:Object><tt:Appearance><tt:Transformation><tt:Scale x="0.5" y="0.5"/>'
+        '</tt:Transformation><tt:Shape><tt:Polygon><tt:Point x="0" y="0"/><tt:Point x="0.5" y="0"/><tt:Point x="0" y="1"/>'
+        '</tt:Polygon></tt:Shape><tt:Class><tt:ClassCandidate><tt:Type>Vehicle</tt:Type><tt:Likelihood>0.9</tt:Likelihood>'
+        '</tt:ClassCandidate></tt:Class></tt:Appearance></tt:Object></tt:Frame><tt:Frame UtcTime="2024-05-06T07:08:10Z"/>'),
+    "document-type": '<!DOCTYPE a [<!ENTITY b "c">]>' + metadata("<tt:Frame>&b;</tt:Frame>"),
+}
+
+
 def http(body, chunked=False):
     """An answer as a device writes it."""
     if chunked:
@@ -207,6 +228,8 @@ def main():
         "faults": "".join(http(SOAP.format(FAULT)) for _ in range(4)),
     })
     write_texts("discovery", {"one-device": PROBE_MATCH})
+    for name, text in ANALYSIS.items():
+        write("player", "analysis", name, text.encode(), [20])
     for name, text in CHALLENGES.items():
         write("device", "challenge", name, text.encode(), [0])
     files = [f for folder in ("device", "player") for f in (ROOT / folder / "fuzz" / "corpus").rglob("*") if f.is_file()]

@@ -4,6 +4,7 @@
 #include "player/src/core/ByteSource.h"
 #include "player/src/core/Clock.h"
 #include "player/src/core/Picture.h"
+#include "player/src/metadata/AnalysisTrack.h"
 #include "player/src/picture/PixelRect.h"
 #include "player/src/sound/SoundOutput.h"
 
@@ -63,6 +64,11 @@ public:
     virtual void yieldToOthers() {}
     [[nodiscard]] virtual bool isWindow(WindowHandle window) = 0;
     virtual std::unique_ptr<Presenter> makePresenter(WindowHandle window) = 0;
+    /** Draws what was found in a picture, of which a region fills the window, inside an overlay and on its context. */
+    virtual void drawAnalysis(void * /*pContext*/, const AnalysisFrames & /*frames*/, const PictureShape & /*shape*/,
+                              const PixelRect & /*region*/)
+    {
+    }
     /** Whether there is a device to play sound on. Any thread may ask; the answer is there at once. */
     [[nodiscard]] virtual bool hasSoundDevice() = 0;
     /** The device that programs play on by default, for the calling thread; null without one. May take its time. */

@@ -1,5 +1,7 @@
 #include "player/src/core/Playback.h"
 
+#include "player/src/core/Notice.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -19,7 +21,11 @@ PixelRect DisplayRegion::on(const PictureShape &shape) const
 }
 
 Playback::Playback(Platform &platform, std::shared_ptr<PortCallbacks> pCallbacks)
-    : m_platform(platform), m_clock(platform.clock()), m_pCallbacks(std::move(pCallbacks)), m_changed(m_clock)
+    : m_platform(platform),
+      m_clock(platform.clock()),
+      m_pCallbacks(std::move(pCallbacks)),
+      m_analysis(notice),
+      m_changed(m_clock)
 {
 }
 
@@ -272,11 +278,23 @@ void Playback::present(const Picture &picture, const PixelRect &region, WindowHa
     if (!m_pPresenter->canBeSeen()) {
         return;
     }
-    Overlay overlay;
-    if (m_pCallbacks->draw.isSet()) {
-        overlay = [this](void *pContext) { m_pCallbacks->draw.call(pContext); };
+    m_pPresenter->present(picture, region, overlayOf(picture, region));
+}
+
+Overlay Playback::overlayOf(const Picture &picture, const PixelRect &region)
+{
+    const bool bDraw = m_pCallbacks->draw.isSet();
+    AnalysisFrames frames = m_pCallbacks->analysisShown ? m_analysis.at(picture.time) : AnalysisFrames();
+    if (frames.empty()) {
+        return bDraw ? Overlay([this](void *pContext) { m_pCallbacks->draw.call(pContext); }) : Overlay();
     }
-    m_pPresenter->present(picture, region, overlay);
+    // The host draws over what the camera says.
+    return [this, bDraw, frames = std::move(frames), shape = picture.shape, region](void *pContext) {
+        m_platform.drawAnalysis(pContext, frames, shape, region);
+        if (bDraw) {
+            m_pCallbacks->draw.call(pContext);
+        }
+    };
 }
 
 void Playback::presentHere(Moment::duration most)

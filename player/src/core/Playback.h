@@ -6,7 +6,9 @@
 #include "player/src/core/Error.h"
 #include "player/src/core/Picture.h"
 #include "player/src/core/Platform.h"
+#include "player/src/metadata/AnalysisTrack.h"
 
+#include <atomic>
 #include <chrono>
 #include <memory>
 #include <mutex>
@@ -17,13 +19,17 @@
 namespace player
 {
 
-/** The host's callbacks of one port. They outlive what is played, and running ones outlive the port. */
+/**
+ * The host's callbacks of one port, and whether it wants to see what cameras have found in their pictures. They outlive
+ * what is played, and running ones outlive the port.
+ */
 struct PortCallbacks {
     explicit PortCallbacks(Clock &clock) : draw(clock), fileEnd(clock), fileIndex(clock) {}
 
     CallbackSlot<void *> draw;
     CallbackSlot<> fileEnd;
     CallbackSlot<> fileIndex;
+    std::atomic<bool> analysisShown{false};
 };
 
 /** A part of the picture, in the form in which the host gave it. */
@@ -124,6 +130,8 @@ protected:
     Platform &m_platform;
     Clock &m_clock;
     const std::shared_ptr<PortCallbacks> m_pCallbacks;
+    /** What the source says about its pictures. */
+    AnalysisTrack m_analysis;
 
     // Guarded by m_mutex.
     mutable std::mutex m_mutex;
@@ -155,6 +163,7 @@ private:
     void awaitTurn(std::unique_lock<std::mutex> &lock);
     void showOnce(std::unique_lock<std::mutex> &lock);
     void present(const Picture &picture, const PixelRect &region, WindowHandle window);
+    [[nodiscard]] Overlay overlayOf(const Picture &picture, const PixelRect &region);
 
     // Guarded by m_mutex.
     std::optional<DisplayRegion> m_region;

@@ -253,6 +253,14 @@ Picture LiveDecoder::stamped(FramePtr pFrame, std::int64_t utc)
     return picture;
 }
 
+std::optional<std::int64_t> LiveDecoder::timeAt(std::int64_t tick, AVRational tickLength) const
+{
+    if (!m_firstTick || m_bWithoutTimes || tick == AV_NOPTS_VALUE) {
+        return std::nullopt;
+    }
+    return microsecondsBetween(0, tick, tickLength) - m_nFirstTime;
+}
+
 std::int64_t LiveDecoder::timeOf(const AVFrame &frame)
 {
     const std::int64_t tick = frame.best_effort_timestamp;
@@ -262,7 +270,10 @@ std::int64_t LiveDecoder::timeOf(const AVFrame &frame)
         m_bMadeUpTime = true;
         return m_nLatestTime;
     }
-    m_firstTick = m_firstTick.value_or(tick);
+    if (!m_firstTick) {
+        m_firstTick = tick;
+        m_nFirstTime = microsecondsBetween(0, tick, m_pStream->time_base);
+    }
     m_bAnyTime = true;
     const std::int64_t told = microsecondsBetween(*m_firstTick, tick, m_pStream->time_base);
     if (tick == m_nLatestTick) {

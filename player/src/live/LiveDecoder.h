@@ -36,6 +36,11 @@ public:
     void feed(const LivePacket &packet, const AVStream &stream, bool withoutTimes);
     /** The next picture in the order of showing; empty when more has to be fed. */
     Picture take();
+    /**
+     * Where a time of another stream of the same container is on the line of the pictures' times; empty before the
+     * first picture, and where the stream has no times.
+     */
+    [[nodiscard]] std::optional<std::int64_t> timeAt(std::int64_t tick, AVRational tickLength) const;
     /** What is fed next does not continue what was fed before. */
     void waitForKey();
     /** Leaves out pictures on which no other depends. */
@@ -103,6 +108,8 @@ private:
     int m_nKeysFailed = 0;
 
     std::optional<std::int64_t> m_firstTick;
+    /** The same in microseconds. The stream may be gone by the time that other streams' times are asked for. */
+    std::int64_t m_nFirstTime = 0;
     std::int64_t m_nLatestTick = AV_NOPTS_VALUE;
     std::int64_t m_nLatestTime = 0;
     bool m_bAnyTime = false;

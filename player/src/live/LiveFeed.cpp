@@ -21,14 +21,15 @@ constexpr std::int64_t kMostQueuedBytes = 192 * 1024 * 1024;
 } // namespace
 
 LiveFeed::LiveFeed(Clock &clock, std::vector<std::uint8_t> header, std::size_t bufferSize, StreamMode mode,
-                   std::function<void()> changed, std::shared_ptr<SoundTrack> pSound)
+                   std::function<void()> changed, std::shared_ptr<SoundTrack> pSound, AnalysisTrack *pAnalysis)
     : m_clock(clock),
       m_mode(mode),
       m_changed(std::move(changed)),
+      m_pAnalysis(pAnalysis),
       m_buffer(clock, bufferSize),
       m_sound(clock, std::move(pSound)),
       m_demuxer(
-          clock, std::move(header), m_buffer, [this] { onIdle(); }, &m_sound),
+          clock, std::move(header), m_buffer, [this] { onIdle(); }, this),
       m_decoder(clock),
       m_room(clock)
 {
@@ -206,6 +207,25 @@ void LiveFeed::onIdle()
     // While the container is being begun anew there is nothing that tells what the pictures are.
     if (isToDecode() && m_demuxer.hasPictureStream()) {
         decodeGroup();
+    }
+}
+
+void LiveFeed::opened(const AVFormatContext &format)
+{
+    m_sound.opened(format);
+}
+
+void LiveFeed::took(PacketPtr pPacket, const AVFormatContext &format)
+{
+    const AVStream &stream = *format.streams[pPacket->stream_index];
+    if (!m_pAnalysis || !isAnalysisStream(stream)) {
+        m_sound.took(std::move(pPacket), format);
+        return;
+    }
+    const auto time = m_decoder.timeAt(pPacket->pts, stream.time_base);
+    if (time && pPacket->size > 0) {
+        const auto *pText = reinterpret_cast<const char *>(pPacket->data);
+        m_pAnalysis->add(*time, {pText, static_cast<std::size_t>(pPacket->size)});
     }
 }
 

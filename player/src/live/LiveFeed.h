@@ -6,6 +6,7 @@
 #include "player/src/live/LiveDemuxer.h"
 #include "player/src/live/LiveSound.h"
 #include "player/src/live/PacketGroup.h"
+#include "player/src/metadata/AnalysisTrack.h"
 
 #include <atomic>
 #include <deque>
@@ -34,13 +35,17 @@ enum class StreamMode { RealTime, File };
  * Owns:    the decoding thread, the source buffer, demuxer and decoder, and at most the queue of pictures.
  * Errors:  failure(), once the stream has turned out not to be playable; nothing more is taken then.
  */
-class LiveFeed
+class LiveFeed : private OtherStreams
 {
 public:
-    /** The sound goes to the track as it comes, where there is one. */
+    /**
+     * The sound goes to its track as it comes, and what the stream says about its pictures to `pAnalysis`, where there
+     * is one; that must outlive this.
+     */
     LiveFeed(Clock &clock, std::vector<std::uint8_t> header, std::size_t bufferSize, StreamMode mode,
-             std::function<void()> changed, std::shared_ptr<SoundTrack> pSound = nullptr);
-    ~LiveFeed();
+             std::function<void()> changed, std::shared_ptr<SoundTrack> pSound = nullptr,
+             AnalysisTrack *pAnalysis = nullptr);
+    ~LiveFeed() override;
     LiveFeed(const LiveFeed &) = delete;
     LiveFeed &operator=(const LiveFeed &) = delete;
 
@@ -76,6 +81,8 @@ private:
     void playStream();
     std::optional<LivePacket> read();
     void onIdle();
+    void opened(const AVFormatContext &format) override;
+    void took(PacketPtr pPacket, const AVFormatContext &format) override;
     [[nodiscard]] bool isToDecode() const;
     void giveUpGroup();
     void decodeGroup();
@@ -87,6 +94,7 @@ private:
     Clock &m_clock;
     const StreamMode m_mode;
     const std::function<void()> m_changed;
+    AnalysisTrack *const m_pAnalysis;
     LiveBuffer m_buffer;
     std::thread m_thread;
     std::atomic<bool> m_bHeld{false};

@@ -34,7 +34,7 @@ LivePlayback::LivePlayback(Platform &platform, std::vector<std::uint8_t> header,
       m_pSound(std::make_shared<SoundTrack>(platform.clock(), SoundTrack::Kind::Live,
                                             [&platform] { platform.sound().wake(); })),
       m_feed(
-          platform.clock(), std::move(header), bufferSize, mode, [this] { feedChanged(); }, m_pSound)
+          platform.clock(), std::move(header), bufferSize, mode, [this] { feedChanged(); }, m_pSound, &m_analysis)
 {
 }
 

@@ -385,7 +385,7 @@ void Port::showPrivateData(long type, bool show)
 {
     // Other types are switches that nothing depends on yet.
     if (type == kAnalysisData || type == kEveryType) {
-        m_bAnalysisShown = show;
+        m_pCallbacks->analysisShown = show;
     }
 }
 

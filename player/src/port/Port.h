@@ -102,7 +102,6 @@ private:
     std::atomic<unsigned short> m_nVolume{0xFFFF};
     /** 0 real time, 1 file; only a stream makes a difference between them. */
     std::atomic<unsigned long> m_nOpenMode{0};
-    std::atomic<bool> m_bAnalysisShown{false};
 
     // Guarded by m_mutex, which is never held while anything else is waited for.
     mutable std::mutex m_mutex;

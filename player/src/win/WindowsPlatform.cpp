@@ -1,5 +1,6 @@
 #include "player/src/win/WindowsPlatform.h"
 
+#include "player/src/metadata/AnalysisPainter.h"
 #include "player/src/win/FileBytes.h"
 #include "player/src/win/WasapiOutput.h"
 #include "player/src/win/WaveOutOutput.h"
@@ -35,6 +36,12 @@ bool WindowsPlatform::isWindow(WindowHandle window)
 std::unique_ptr<Presenter> WindowsPlatform::makePresenter(WindowHandle window)
 {
     return std::make_unique<WindowPresenter>(static_cast<HWND>(window));
+}
+
+void WindowsPlatform::drawAnalysis(void *pContext, const AnalysisFrames &frames, const PictureShape &shape,
+                                   const PixelRect &region)
+{
+    AnalysisPainter(static_cast<HDC>(pContext)).draw(frames, shape, region);
 }
 
 bool WindowsPlatform::hasSoundDevice()

@@ -22,6 +22,8 @@ public:
     void yieldToOthers() override;
     [[nodiscard]] bool isWindow(WindowHandle window) override;
     std::unique_ptr<Presenter> makePresenter(WindowHandle window) override;
+    void drawAnalysis(void *pContext, const AnalysisFrames &frames, const PictureShape &shape,
+                      const PixelRect &region) override;
     [[nodiscard]] bool hasSoundDevice() override;
     /** By the shared audio or, where that fails, by waveOut. The calling thread is one that does nothing but this. */
     std::unique_ptr<SoundOutput> makeSoundOutput() override;

@@ -88,6 +88,57 @@ TEST_F(LivePlaybackTest, ShowsEachPictureAsSoonAsItsRecordHasCome)
     EXPECT_EQ(m_platform.numbers().size(), 40u);
 }
 
+/** A metadata document with one object, whose label is the picture's number. */
+std::string documentOf(int number)
+{
+    return "<tt:MetadataStream><tt:VideoAnalytics><tt:Frame><tt:Object><tt:Appearance><tt:Shape>"
+           "<tt:BoundingBox left='-0.5' top='0.5' right='0.5' bottom='-0.5'/></tt:Shape><tt:Class><tt:Type>" +
+           std::to_string(number) +
+           "</tt:Type></tt:Class></tt:Appearance></tt:Object></tt:Frame></tt:VideoAnalytics></tt:MetadataStream>";
+}
+
+TEST_F(LivePlaybackTest, DrawsTheAnalysisOfEachPictureOverItWhereTheHostWantsThat)
+{
+    constexpr long kAnalysis = 1;
+    LiveOptions options;
+    options.metadata = true;
+    options.document = documentOf;
+    const PushedStream stream = liveMatroska("h264.avi", options);
+    open(stream);
+    showEach(stream, 0, 20);
+    for (const Shown &shown : m_platform.shown()) {
+        EXPECT_TRUE(shown.labels.empty());
+    }
+    m_port->showPrivateData(kAnalysis, true);
+    m_platform.forget();
+    showEach(stream, 20, 60);
+    EXPECT_GE(m_platform.shown().size(), 20U);
+    for (const Shown &shown : m_platform.shown()) {
+        if (shown.moment > m_clock.now() - 20 * kInterval) {
+            EXPECT_EQ(shown.labels, std::vector<std::string>{std::to_string(shown.number)});
+        }
+    }
+    m_port->showPrivateData(kAnalysis, false);
+    m_platform.forget();
+    showEach(stream, 60, 64);
+    EXPECT_TRUE(m_platform.shown().back().labels.empty());
+}
+
+TEST_F(LivePlaybackTest, ShowsPicturesWhoseAnalysisMakesNoSense)
+{
+    LiveOptions options;
+    options.metadata = true;
+    options.document = [](int number) { return number % 2 == 0 ? "<!DOCTYPE a>" : std::string(300000, '<'); };
+    const PushedStream stream = liveMatroska("h264.avi", options);
+    open(stream);
+    m_port->showPrivateData(0xff, true);
+    testing::internal::CaptureStderr();
+    showEach(stream, 0, 40);
+    const std::string told = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(std::count(told.begin(), told.end(), '\n'), 1) << told;
+    EXPECT_EQ(m_platform.numbers().size(), 20U);
+}
+
 struct FirstPicture {
     const char *file;
     /** Pictures that have to come besides the first, for the order of showing. */

@@ -28,18 +28,32 @@ public:
 
     void present(const Picture &picture, const PixelRect &region, const Overlay &overlay) override
     {
+        m_labels.clear();
         if (overlay) {
             overlay(this);
         }
-        const Shown shown{numberOf(picture), picture.time, region, m_platform.m_clock.now(),
-                          std::this_thread::get_id()};
+        const Shown shown{numberOf(picture),          picture.time, region, m_platform.m_clock.now(),
+                          std::this_thread::get_id(), m_labels};
         const std::lock_guard lock(m_platform.m_mutex);
         m_platform.m_shown.push_back(shown);
     }
 
+    /** What an overlay has drawn of the picture's analysis. */
+    std::vector<std::string> m_labels;
+
 private:
     FakePlatform &m_platform;
 };
+
+void FakePlatform::drawAnalysis(void *pContext, const AnalysisFrames &frames, const PictureShape & /*shape*/,
+                                const PixelRect & /*region*/)
+{
+    for (const auto &pFrame : frames) {
+        for (const AnalysisObject &object : pFrame->objects) {
+            static_cast<FakePresenter *>(pContext)->m_labels.push_back(object.label);
+        }
+    }
+}
 
 std::unique_ptr<ByteSource> FakePlatform::openFile(const char *path)
 {

@@ -8,6 +8,7 @@
 #include <atomic>
 #include <functional>
 #include <mutex>
+#include <string>
 #include <vector>
 
 namespace player::test
@@ -21,6 +22,8 @@ struct Shown {
     /** When it was shown, its overlay included. */
     Moment moment;
     std::thread::id thread{};
+    /** Of what its analysis has found, as far as it was drawn. */
+    std::vector<std::string> labels{};
 };
 
 /**
@@ -42,6 +45,8 @@ public:
     std::unique_ptr<ByteSource> openFile(const char *path) override;
     [[nodiscard]] bool isWindow(WindowHandle window) override;
     std::unique_ptr<Presenter> makePresenter(WindowHandle window) override;
+    void drawAnalysis(void *pContext, const AnalysisFrames &frames, const PictureShape &shape,
+                      const PixelRect &region) override;
 
     [[nodiscard]] bool hasSoundDevice() override
     {

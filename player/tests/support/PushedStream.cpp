@@ -390,8 +390,9 @@ PushedStream liveMatroska(const std::string &file, const LiveOptions &options)
         pPacket->stream_index = number >= 0 || !options.pictures ? 0 : 1;
         if (number >= 0 && options.metadata) {
             const PacketPtr pText(av_packet_alloc());
-            check(av_new_packet(pText.get(), 40), "metadata");
-            std::fill_n(pText->data, 40, ' ');
+            const std::string document = options.document ? options.document(number) : std::string(40, ' ');
+            check(av_new_packet(pText.get(), static_cast<int>(document.size())), "metadata");
+            std::copy(document.begin(), document.end(), pText->data);
             pText->stream_index = metadata;
             pText->pts = pPacket->pts;
             pText->dts = pPacket->pts;

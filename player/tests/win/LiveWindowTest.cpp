@@ -93,6 +93,71 @@ TEST(LiveWindowTest, ShowsEachPictureWhenItsRecordHasCome)
     EXPECT_GT(size, 1000u);
 }
 
+/** What AnalysisPainter draws with. */
+constexpr COLORREF kAnalysisColour = RGB(0, 230, 255);
+
+/** Which columns of a row have that colour. */
+std::vector<int> drawnIn(const TestWindow &window, int top)
+{
+    const std::vector<COLORREF> row = window.row(top);
+    std::vector<int> columns;
+    for (std::size_t x = 0; x < row.size(); ++x) {
+        if (row[x] == kAnalysisColour) {
+            columns.push_back(static_cast<int>(x));
+        }
+    }
+    return columns;
+}
+
+std::vector<unsigned char> captured(long port)
+{
+    std::vector<unsigned char> file(200000);
+    unsigned long size = 0;
+    EXPECT_TRUE(Kavun_GetJPEG(port, file.data(), static_cast<unsigned long>(file.size()), &size));
+    file.resize(size);
+    return file;
+}
+
+TEST(LiveWindowTest, DrawsWhatACameraHasFoundWhereTheHostWantsThatAndNeverIntoCaptures)
+{
+    constexpr long kAnalysis = 1;
+    const TestWindow window;
+    LiveOptions options;
+    options.metadata = true;
+    options.document = [](int) {
+        return "<MetadataStream><VideoAnalytics><Frame><Object><Appearance><Shape><BoundingBox left='-0.5' top='0.5' "
+               "right='0.5' bottom='-0.5'/></Shape></Appearance></Object></Frame></VideoAnalytics></MetadataStream>";
+    };
+    PushedStream stream = liveMatroska("h264.avi", options);
+    LivePort port;
+    ASSERT_TRUE(port.open(stream, window.handle()));
+    for (std::size_t i = 0; i < 10; ++i) {
+        ASSERT_TRUE(port.input(stream, i)) << port.lastError();
+    }
+    ASSERT_TRUE(window.waitForNumber(4));
+    EXPECT_EQ(drawnIn(window, 120), std::vector<int>());
+    const auto before = captured(port.number());
+
+    ASSERT_TRUE(Kavun_RenderPrivateData(port.number(), kAnalysis, 1));
+    // Lines of two pixels at a quarter and three quarters of the width, and nothing in between.
+    EXPECT_TRUE(pumpUntil([&] { return drawnIn(window, 120).size() == 4; }));
+    for (const int x : drawnIn(window, 120)) {
+        EXPECT_TRUE((x >= 79 && x <= 81) || (x >= 239 && x <= 241)) << x;
+    }
+    EXPECT_EQ(drawnIn(window, 30), std::vector<int>());
+    EXPECT_EQ(captured(port.number()), before);
+
+    // The right half of the picture: the line at three quarters is in the middle.
+    RECT region{160, 0, 320, 240};
+    ASSERT_TRUE(Kavun_SetDisplayRegion(port.number(), 0, &region, nullptr, 1));
+    EXPECT_TRUE(pumpUntil([&] {
+        const std::vector<int> columns = drawnIn(window, 120);
+        return columns.size() == 2 && columns.front() >= 159 && columns.back() <= 161;
+    }));
+    ASSERT_TRUE(Kavun_RenderPrivateData(port.number(), kAnalysis, 0));
+    EXPECT_TRUE(pumpUntil([&] { return drawnIn(window, 120).empty(); }));
+}
+
 /** A window in a window, and a way in which nothing of it can be seen. */
 struct OutOfSight {
     const char *name;
