@@ -63,7 +63,7 @@ public:
     {
         thread.join();
     }
-    bool wait(std::condition_variable & /*condition*/, std::unique_lock<std::mutex> &lock,
+    bool wait(player::WaitQueue & /*queue*/, std::unique_lock<std::mutex> &lock,
               const std::optional<player::Moment> & /*deadline*/) override
     {
         lock.unlock();
@@ -71,7 +71,7 @@ public:
         lock.lock();
         return true;
     }
-    void notify(std::condition_variable & /*condition*/) override {}
+    void notify(player::WaitQueue & /*queue*/) override {}
 
 private:
     player::Moment m_now{std::chrono::hours(1)};
