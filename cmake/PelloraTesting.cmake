@@ -50,7 +50,7 @@ function(pellora_add_sound_test)
     cmake_parse_arguments(arg "WITHOUT_DEVICE" "NAME" "COMMAND" ${ARGN})
     set(test ${PELLORA_PRESET}.${arg_NAME})
     add_test(NAME ${test} COMMAND ${CMAKE_SOURCE_DIR}/tools/with-sound.sh ${arg_COMMAND})
-    set_tests_properties(${test} PROPERTIES TIMEOUT 300)
+    set_tests_properties(${test} PROPERTIES TIMEOUT 600)
     set_property(TEST ${test} APPEND PROPERTY ENVIRONMENT
         "PELLORA_TEST_MEDIA=${CMAKE_SOURCE_DIR}/build/media" "PELLORA_BIN=${CMAKE_BINARY_DIR}/bin"
         "PELLORA_KEEP_OUTPUT=1")

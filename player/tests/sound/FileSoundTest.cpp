@@ -85,6 +85,8 @@ protected:
 
     void play()
     {
+        // What is there when the clock begins to run is heard from its first sample on.
+        read();
         m_fileClock.run(true, m_clock.now());
         tellPace();
     }
