@@ -34,7 +34,7 @@ private:
     [[nodiscard]] std::size_t receiveByPolling(Socket &socket, std::uint8_t *pBuffer, std::size_t capacity,
                                                const Patience &patience);
 
-    void *m_hEvent = nullptr; /**< Windows; null where there is none to be had */
+    [[maybe_unused]] void *m_hEvent = nullptr; /**< Windows; null where there is none to be had */
     bool m_bMayHaveMore = true;
 };
 
