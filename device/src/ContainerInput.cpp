@@ -2,6 +2,7 @@
 
 #include "Selvikdcm.h"
 #include "device/src/LiveMuxer.h"
+#include "ffmpeg/AllocationLimit.h"
 
 #include <atomic>
 #include <cstdlib>
@@ -116,6 +117,7 @@ void ContainerInput::openFormat()
         options.set("fpsprobesize", "0");
         options.set("analyzeduration", "500000");
     }
+    ffmpeg::limitAllocations();
     AVFormatContext *pFormat = required(avformat_alloc_context());
     pFormat->interrupt_callback = {&Patience::interrupts, &m_patience};
     pFormat->pb = m_io.get();

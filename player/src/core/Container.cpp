@@ -1,5 +1,6 @@
 #include "player/src/core/Container.h"
 
+#include "ffmpeg/AllocationLimit.h"
 #include "player/src/core/Error.h"
 
 extern "C" {
@@ -58,6 +59,7 @@ IoPtr makeIo(void *pOwner, int bufferBytes, ReadFunction read, SeekFunction seek
 
 AVFormatContext *makeFormat(AVIOContext &io, const char *containers, AVIOInterruptCB interrupt)
 {
+    ffmpeg::limitAllocations();
     FormatPtr pFormat(avformat_alloc_context());
     if (!pFormat) {
         throw OpenFailure{Error::Resources};

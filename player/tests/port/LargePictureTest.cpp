@@ -1,4 +1,6 @@
 // Pictures that are larger than any that is played: refused, in bounded memory, and the port plays what comes next.
+#include "ffmpeg/AllocationLimit.h"
+#include "player/src/core/Container.h"
 #include "player/src/port/Port.h"
 #include "player/tests/support/Clips.h"
 #include "player/tests/support/FakeClock.h"
@@ -8,6 +10,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cstdlib>
 #include <fstream>
 #include <string>
@@ -146,6 +149,15 @@ TEST_F(ATooLargePicture, InTheMiddleOfAStreamIsLeftOut)
     }
     EXPECT_GE(m_platform.number(), 95);
     expectLittleMemory();
+}
+
+TEST(ATableThatIsAnnounced, TakesNoMoreMemoryThanTheLargestPicture)
+{
+    av_max_alloc(INT_MAX);
+    const player::IoPtr pIo = player::makeIo(nullptr, 4096, nullptr, nullptr);
+    const ffmpeg::FormatPtr pFormat(player::makeFormat(*pIo, player::kPushedContainers, {}));
+    ASSERT_TRUE(pFormat);
+    EXPECT_EQ(av_malloc(ffmpeg::kMostAllocation + 1), nullptr);
 }
 
 } // namespace
