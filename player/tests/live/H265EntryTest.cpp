@@ -24,12 +24,12 @@ using player::test::LiveOptions;
 using player::test::liveProgram;
 using player::test::liveRaw;
 using player::test::liveTransport;
-using player::test::operator+;
+// clang-tidy does not see that it joins the bytes below.
+using player::test::operator+; // NOLINT(misc-unused-using-decls)
 using player::test::place;
 using player::test::PushedStream;
 using player::test::range;
 using player::test::unitsOf;
-using testing::Each;
 using testing::ElementsAreArray;
 
 // Types of units of ITU-T H.265, table 7-1.

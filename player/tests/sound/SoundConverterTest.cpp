@@ -15,7 +15,6 @@ namespace
 {
 
 using player::FramePtr;
-using player::SoundChunk;
 using player::SoundConverter;
 using player::SoundFormat;
 using testsupport::frequencyOf;
