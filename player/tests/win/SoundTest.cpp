@@ -70,7 +70,8 @@ std::size_t playSine(SoundOutput &output, double hertz, unsigned milliseconds)
         const std::size_t count = state && state->waiting < waiting ? waiting - state->waiting : 0;
         samples.resize(count * channels);
         for (std::size_t i = 0; i < samples.size(); ++i) {
-            const double at = static_cast<double>(written + i / channels) / format.rate;
+            const std::size_t frame = written + i / channels;
+            const double at = static_cast<double>(frame) / format.rate;
             samples[i] = static_cast<float>(0.5 * std::sin(2 * kPi * hertz * at));
         }
         written += output.write(samples.data(), count);
