@@ -7,8 +7,6 @@
 #include <cmath>
 #include <string>
 
-using pellora::test::FuzzInput;
-using pellora::test::FuzzTime;
 using pellora::test::mustHold;
 using Bounds = player::AnalysisBounds;
 
