@@ -18,7 +18,8 @@ namespace selvik
 [[nodiscard]] std::vector<std::string> split(const std::string &text, char separator);
 /** Lines, whether they end with CR LF or LF alone. */
 [[nodiscard]] std::vector<std::string> lines(const std::string &text);
-/** With a blank for each control character but the tab: what a device says cannot end a line of ours (RFC 9110, 5.5). */
+/** With a blank for each control character but the tab: what a device says cannot end a line of ours (RFC 9110, 5.5).
+ */
 [[nodiscard]] std::string onOneLine(std::string text);
 [[nodiscard]] bool startsWith(const std::string &text, const std::string &beginning);
 /** With each "%41" as the byte that it stands for; a "%" that begins no such thing stays. */

@@ -177,9 +177,9 @@ int Kavun_SetDisplayRegion(long port, unsigned long region, RECT *rect, HWND hWn
 /* ---- sound ---- */
 
 /**
- * One port sounds at a time: takes over from another. Silent while paused, stepped, or at another speed than 1. Ends when
- * what is open on the port is closed. Error 13 without a sound stream or device; a live stream whose header has not been
- * read yet is taken at its word. Waits for no device.
+ * One port sounds at a time: takes over from another. Silent while paused, stepped, or at another speed than 1. Ends
+ * when what is open on the port is closed. Error 13 without a sound stream or device; a live stream whose header has
+ * not been read yet is taken at its word. Waits for no device.
  */
 int Kavun_PlaySound(long port);
 int Kavun_StopSound(void);
