@@ -1,6 +1,8 @@
 #ifndef FFMPEG_ALLOCATIONLIMIT_H
 #define FFMPEG_ALLOCATIONLIMIT_H
 
+#include "ffmpeg/PictureBounds.h"
+
 extern "C" {
 #include <libavutil/mem.h>
 }
@@ -11,10 +13,10 @@ namespace ffmpeg
 {
 
 /**
- * The largest single piece of memory that FFmpeg gets in this process: a picture of 64 megapixels, which is the largest
- * that is played, with four bytes each, and what is laid around it.
+ * The largest single piece of memory that FFmpeg gets in this process: the largest picture that is played, with four
+ * bytes a pixel, and what is laid around it.
  */
-inline constexpr std::size_t kMostAllocation = (256 + 8) * std::size_t{1024} * 1024;
+inline constexpr std::size_t kMostAllocation = 4 * static_cast<std::size_t>(kMostPixels) + (std::size_t{8} << 20);
 
 /**
  * Sets that bound. Containers announce how many entries their tables have, and FFmpeg makes room for all of them before

@@ -3,6 +3,7 @@
 #include "Selvikdcm.h"
 #include "device/src/LiveMuxer.h"
 #include "ffmpeg/AllocationLimit.h"
+#include "ffmpeg/PictureBounds.h"
 
 #include <atomic>
 #include <cstdlib>
@@ -18,9 +19,6 @@ namespace
 constexpr char kContainers[] =
     "mov,matroska,avi,mpegts,mpeg,mpegvideo,flv,h264,hevc,m4v,mjpeg,mpjpeg,ivf,obu,wav,aac,mp3";
 constexpr int kBufferSize = 32 * 1024;
-// Nobody's camera has larger pictures, and whoever claims so wants memory.
-constexpr int kLongestSide = 16384;
-constexpr std::int64_t kMostPixels = 64LL << 20;
 // Microseconds: how long a packet lasts that does not say so, and the largest step that is no break in the source's
 // time.
 constexpr std::int64_t kAssumedDuration = 40000;
@@ -47,12 +45,6 @@ unsigned long errorOf(int result)
     default:
         return SELVIK_ERROR_HOST;
     }
-}
-
-bool isTooLarge(const AVCodecParameters &parameters)
-{
-    return parameters.width > kLongestSide || parameters.height > kLongestSide ||
-           static_cast<std::int64_t>(parameters.width) * parameters.height > kMostPixels;
 }
 
 std::int64_t microseconds(std::int64_t time, AVRational base)
@@ -132,17 +124,7 @@ void ContainerInput::openFormat()
 
 void ContainerInput::probe()
 {
-    // For each stream that is known so far.
-    std::vector<Options> options(m_format->nb_streams);
-    std::vector<AVDictionary *> pointers;
-    for (Options &ofStream : options) {
-        ofStream.set("max_pixels", std::to_string(kMostPixels).c_str());
-        pointers.push_back(*ofStream.get());
-    }
-    const int result = avformat_find_stream_info(m_format.get(), pointers.empty() ? nullptr : pointers.data());
-    for (std::size_t i = 0; i < pointers.size(); ++i) {
-        *options[i].get() = pointers[i];
-    }
+    const int result = ffmpeg::findStreamInfo(*m_format);
     if (result < 0) {
         fail(result);
     }
@@ -162,8 +144,11 @@ void ContainerInput::chooseTracks()
     m_trackOfStream.assign(m_format->nb_streams, -1);
     for (const AVMediaType type : {AVMEDIA_TYPE_VIDEO, AVMEDIA_TYPE_AUDIO}) {
         const int nStream = av_find_best_stream(m_format.get(), type, -1, -1, nullptr, 0);
-        if (nStream < 0 || isTooLarge(*m_format->streams[nStream]->codecpar) ||
-            !LiveMuxer::canCarry(*m_format->streams[nStream]->codecpar)) {
+        if (nStream < 0) {
+            continue;
+        }
+        const AVCodecParameters &found = *m_format->streams[nStream]->codecpar;
+        if (ffmpeg::isTooLarge(found.width, found.height) || !LiveMuxer::canCarry(found)) {
             continue;
         }
         m_trackOfStream[static_cast<std::size_t>(nStream)] = static_cast<int>(m_parameters.size());

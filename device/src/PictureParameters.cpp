@@ -8,6 +8,7 @@
 #include "device/src/ParameterSets.h"
 #include "device/src/Text.h"
 #include "device/src/UnitScanner.h"
+#include "ffmpeg/PictureBounds.h"
 
 #include <cstring>
 
@@ -48,7 +49,7 @@ void setSize(AVCodecParameters &parameters, std::int64_t nWidth, std::int64_t nH
 
 void requireSizeAllowed(std::int64_t nWidth, std::int64_t nHeight)
 {
-    if (!isSizeAllowed(nWidth, nHeight)) {
+    if (ffmpeg::isTooLarge(nWidth, nHeight)) {
         notice("The camera's pictures have " + std::to_string(nWidth) + " x " + std::to_string(nHeight) +
                " pixels. That is more than can be shown.");
         throw Failure(SELVIK_ERROR_MEDIA);
@@ -115,7 +116,7 @@ bool probeSize(AVCodecParameters &parameters, ByteView picture)
         return false;
     }
     context->thread_count = 1;
-    context->max_pixels = kMaxPicturePixels;
+    context->max_pixels = ffmpeg::kMostPixels;
     if (avcodec_open2(context.get(), pDecoder, nullptr) < 0) {
         return false;
     }

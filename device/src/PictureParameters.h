@@ -10,16 +10,7 @@
 namespace selvik
 {
 
-// What is larger is not shown: its decoding would take more memory than a preview may.
-constexpr std::int64_t kMaxPictureSide = 16384;
-constexpr std::int64_t kMaxPicturePixels = 64 << 20;
-
-[[nodiscard]] constexpr bool isSizeAllowed(std::int64_t nWidth, std::int64_t nHeight)
-{
-    return nWidth <= kMaxPictureSide && nHeight <= kMaxPictureSide && nWidth * nHeight <= kMaxPicturePixels;
-}
-
-/** Throws Failure(SELVIK_ERROR_MEDIA), and says why, where pictures of that size are too large. */
+/** Throws Failure(SELVIK_ERROR_MEDIA), and says why, where pictures of that size are too large to be shown. */
 void requireSizeAllowed(std::int64_t nWidth, std::int64_t nHeight);
 
 /** A copy of these bytes becomes the track's extradata. */

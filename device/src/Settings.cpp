@@ -1,6 +1,6 @@
 #include "device/src/Settings.h"
 
-#include "settings/SettingsFile.h"
+#include "companion/SettingsFile.h"
 
 namespace selvik
 {
@@ -10,7 +10,7 @@ namespace
 
 constexpr char kSection[] = "device";
 
-std::vector<settings::Switch> switchesOf(Settings &settings)
+std::vector<companion::Switch> switchesOf(Settings &settings)
 {
     return {{"verify_certificates", &settings.bVerifyCertificates}};
 }
@@ -20,14 +20,15 @@ std::vector<settings::Switch> switchesOf(Settings &settings)
 Settings Settings::parse(ByteView bytes)
 {
     Settings settings;
-    settings.complaints = settings::parse(std::string(bytes.begin(), bytes.end()), kSection, switchesOf(settings));
+    settings.complaints =
+        companion::parseSettings(std::string(bytes.begin(), bytes.end()), kSection, switchesOf(settings));
     return settings;
 }
 
 Settings Settings::read(const std::string &fileName)
 {
     Settings settings;
-    settings.complaints = settings::readFile(fileName, kSection, switchesOf(settings));
+    settings.complaints = companion::readSettingsFile(fileName, kSection, switchesOf(settings));
     return settings;
 }
 
@@ -35,7 +36,7 @@ bool verifyCertificates()
 {
     static const bool bVerify = [] {
         Settings settings;
-        settings::read("Selvikdcm", kSection, switchesOf(settings));
+        companion::readSettings("Selvikdcm", kSection, switchesOf(settings));
         return settings.bVerifyCertificates;
     }();
     return bVerify;

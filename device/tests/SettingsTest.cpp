@@ -1,6 +1,6 @@
 #include "device/src/Settings.h"
 
-#include "settings/SettingsFile.h"
+#include "companion/OwnModule.h"
 
 #include <gtest/gtest.h>
 
@@ -112,8 +112,8 @@ TEST(Settings, AreReadFromAFileOfAnyName)
 TEST(Settings, AreLookedForBesideTheLibrary)
 {
     // Here the library's objects are in the test program itself.
-    EXPECT_TRUE(std::filesystem::exists(std::filesystem::u8path(settings::libraryFolder() + "/device_tests.exe")))
-        << settings::libraryFolder();
+    EXPECT_TRUE(std::filesystem::exists(std::filesystem::u8path(companion::libraryFolder() + "/device_tests.exe")))
+        << companion::libraryFolder();
 }
 #endif
 

@@ -13,8 +13,8 @@ import camera_clips  # noqa: E402
 import make_media  # noqa: E402
 
 CODE = {".h", ".c", ".cpp", ".py", ".sh", ".txt", ".cmake"}
-FOLDERS = ["base", "bench", "cmake", "device", "Drovel", "ffmpeg", "gdi", "hosts", "interface", "logging", "player", "preview",
-           "rules", "settings", "tests", "threadpool", "tools", "VideoWindow"]
+FOLDERS = ["base", "bench", "cmake", "companion", "device", "Drovel", "ffmpeg", "gdi", "hosts", "interface", "logging", "player", "preview",
+           "rules", "tests", "threadpool", "tools", "VideoWindow"]
 # FFmpeg's decoders of pictures by the codec's name where it is another one.
 CODEC_OF_DECODER = {"libdav1d": "av1"}
 # Old formats in which nobody records any more; FFmpeg's encoders no longer know the first one.

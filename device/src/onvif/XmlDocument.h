@@ -1,7 +1,7 @@
 #ifndef DEVICE_ONVIF_XMLDOCUMENT_H
 #define DEVICE_ONVIF_XMLDOCUMENT_H
 
-#include <pugixml.hpp>
+#include "companion/BoundedXml.h"
 
 #include <string>
 #include <vector>
@@ -31,16 +31,12 @@ public:
     }
 
 private:
-    void checkShape() const;
-
     pugi::xml_document m_document;
 };
 
-// Elements are found by their local names: which prefix stands for which namespace is each device's own choice, and
-// some declare their namespaces wrongly. Within one answer no local name means two things at the same place.
+// Elements are found by their local names. Within one answer none means two things at the same place.
 
-/** The first child of that local name; none of a null node. */
-[[nodiscard]] pugi::xml_node childOf(const pugi::xml_node &node, const char *pName);
+using companion::childOf;
 /** The node that a path of local names leads to. */
 [[nodiscard]] pugi::xml_node descendantOf(pugi::xml_node node, const std::vector<const char *> &path);
 /** All children of that local name, `most` of them at most. */

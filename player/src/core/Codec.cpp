@@ -1,5 +1,6 @@
 #include "player/src/core/Codec.h"
 
+#include "ffmpeg/PictureBounds.h"
 #include "player/src/core/Error.h"
 #include "player/src/core/HardwareDecoding.h"
 
@@ -33,7 +34,7 @@ CodecPtr openDecoder(const AVStream &stream, const std::function<void(AVCodecCon
     if (!pDecoder) {
         throw OpenFailure{Error::Unsupported};
     }
-    if (isTooLarge(stream.codecpar->width, stream.codecpar->height)) {
+    if (ffmpeg::isTooLarge(stream.codecpar->width, stream.codecpar->height)) {
         throw OpenFailure{Error::Unsupported};
     }
     CodecPtr pCodec = orFailure(CodecPtr(avcodec_alloc_context3(pDecoder)));
@@ -41,7 +42,7 @@ CodecPtr openDecoder(const AVStream &stream, const std::function<void(AVCodecCon
         throw OpenFailure{Error::Corrupt};
     }
     pCodec->pkt_timebase = stream.time_base;
-    pCodec->max_pixels = kMostPixels;
+    pCodec->max_pixels = ffmpeg::kMostPixels;
     pCodec->get_buffer2 = allocatePicture;
     useHardware(*pCodec);
     configure(*pCodec);
@@ -49,11 +50,6 @@ CodecPtr openDecoder(const AVStream &stream, const std::function<void(AVCodecCon
         throw OpenFailure{Error::Unsupported};
     }
     return pCodec;
-}
-
-bool isTooLarge(int width, int height)
-{
-    return width > kMostSide || height > kMostSide || std::int64_t{width} * height > kMostPixels;
 }
 
 bool isTooLarge(const AVPacket &packet, const AVStream &stream)
@@ -66,7 +62,7 @@ bool isTooLarge(const AVPacket &packet, const AVStream &stream)
         std::uint8_t *pParsed = nullptr;
         int size = 0;
         av_parser_parse2(pParser, pCodec.get(), &pParsed, &size, packet.data, packet.size, packet.pts, packet.dts, -1);
-        bLarge = isTooLarge(pParser->width, pParser->height);
+        bLarge = ffmpeg::isTooLarge(pParser->width, pParser->height);
     }
     av_parser_close(pParser);
     return bLarge;
@@ -74,7 +70,7 @@ bool isTooLarge(const AVPacket &packet, const AVStream &stream)
 
 int allocatePicture(AVCodecContext *pCodec, AVFrame *pFrame, int flags)
 {
-    if (isTooLarge(pFrame->width, pFrame->height)) {
+    if (ffmpeg::isTooLarge(pFrame->width, pFrame->height)) {
         return AVERROR(EINVAL);
     }
     return avcodec_default_get_buffer2(pCodec, pFrame, flags);

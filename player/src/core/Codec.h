@@ -15,11 +15,7 @@ namespace player
  * receivePicture().
  */
 [[nodiscard]] CodecPtr openDecoder(const AVStream &stream, const std::function<void(AVCodecContext &codec)> &configure);
-/** Rows and columns of the largest picture, and its pixels: memory is asked for none that is larger. */
-inline constexpr int kMostSide = 16384;
-inline constexpr std::int64_t kMostPixels = 64 * 1024 * 1024;
-[[nodiscard]] bool isTooLarge(int width, int height);
-/** What a coded picture itself says, where its codec has a parser that reads it. */
+/** What a coded picture itself says, where its codec has a parser that reads it; see ffmpeg::isTooLarge(). */
 [[nodiscard]] bool isTooLarge(const AVPacket &packet, const AVStream &stream);
 /** Memory for a picture, as every decoder asks for it. Refuses one that is too large. */
 int allocatePicture(AVCodecContext *pCodec, AVFrame *pFrame, int flags);

@@ -1,14 +1,18 @@
 #ifndef PLAYER_NOTICE_H
 #define PLAYER_NOTICE_H
 
+#include "companion/Notice.h"
+
+#include <string>
+
 namespace player
 {
 
-/**
- * One line for whoever looks into why something does not play: to the debugger's output and to standard error. It must
- * hold nothing that is secret. Any thread; never throws.
- */
-void notice(const char *pText) noexcept;
+/** One line for whoever looks into why something does not play; see companion::notice(). */
+inline void notice(const std::string &text) noexcept
+{
+    companion::notice("Drovel", text);
+}
 
 } // namespace player
 

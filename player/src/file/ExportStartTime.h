@@ -13,8 +13,9 @@ namespace player
  * When an MP4 file that was exported by ONVIF's rules was recorded: its time line's beginning, in microseconds since
  * 1970, UTC; empty where nothing tells.
  *
- * The StartTimeBox of the ONVIF Export File Format Specification, "Timing"; boxes as in ISO/IEC 14496-12. The one of
- * the track counts, else the first. Looks at the heads of a bounded number of boxes, and leaves the source anywhere.
+ * That is the StartTimeBox ("cstb") which ONVIF's export file format adds: for each track its number and tenths of
+ * microseconds since 1601. Boxes as in ISO/IEC 14496-12. The one of the track counts, else the first. Looks at the
+ * heads of a bounded number of boxes, and leaves the source anywhere.
  */
 [[nodiscard]] std::optional<std::int64_t> exportStartTime(ByteSource &bytes, std::uint32_t track);
 

@@ -1,12 +1,11 @@
 #include "player/src/file/FileContainer.h"
 
-#include "player/src/core/Codec.h"
+#include "ffmpeg/PictureBounds.h"
 #include "player/src/core/Container.h"
 #include "player/src/core/Error.h"
 #include "player/src/file/ExportStartTime.h"
 
 #include <utility>
-#include <vector>
 
 namespace player
 {
@@ -26,20 +25,6 @@ Error errorOfOpening(int result)
     default:
         return Error::Corrupt;
     }
-}
-
-/** FFmpeg's analysis, in which decoders of its own look at the first pictures, within the bounds of ours. */
-bool findStreamInfo(AVFormatContext &format)
-{
-    std::vector<AVDictionary *> options(format.nb_streams, nullptr);
-    for (AVDictionary *&pOptions : options) {
-        av_dict_set_int(&pOptions, "max_pixels", kMostPixels, 0);
-    }
-    const bool bFound = avformat_find_stream_info(&format, options.data()) >= 0;
-    for (AVDictionary *&pOptions : options) {
-        av_dict_free(&pOptions);
-    }
-    return bFound;
 }
 
 } // namespace
@@ -119,7 +104,7 @@ FileContainer::Opened FileContainer::open()
         throw OpenFailure{errorOfOpening(result)};
     }
     opened.pFormat.reset(pFormat);
-    if (!findStreamInfo(*opened.pFormat)) {
+    if (ffmpeg::findStreamInfo(*opened.pFormat) < 0) {
         throw OpenFailure{Error::Corrupt};
     }
     return opened;

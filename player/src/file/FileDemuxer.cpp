@@ -2,6 +2,7 @@
 
 #include "player/src/core/Codec.h"
 #include "player/src/core/Container.h"
+#include "player/src/core/DeviceTime.h"
 
 #include <algorithm>
 #include <cstring>
@@ -9,7 +10,6 @@
 
 extern "C" {
 #include <libavutil/common.h>
-#include <libavutil/intreadwrite.h>
 }
 
 namespace player
@@ -364,15 +364,10 @@ std::optional<std::int64_t> FileDemuxer::recordingTime()
 
 std::int64_t FileDemuxer::recordingTimeOf(const AVPacket &packet)
 {
-    // The device library adds the time of day to each block, as eight bytes under the identifier 1, and a stream of it
-    // may have been saved.
-    constexpr std::uint64_t kIdentifier = 1;
-    std::size_t size = 0;
-    const std::uint8_t *pAdded = av_packet_get_side_data(&packet, AV_PKT_DATA_MATROSKA_BLOCKADDITIONAL, &size);
-    if (pAdded && size == 16 && AV_RB64(pAdded) == kIdentifier) {
-        const auto time = static_cast<std::int64_t>(AV_RB64(pAdded + 8));
-        return isDate(time) ? time : 0;
+    if (const auto time = deviceTimeOf(packet)) {
+        return isDate(*time) ? *time : 0;
     }
+    std::size_t size = 0;
     // MP4 from live encoders: when the picture was taken or sent, ISO/IEC 14496-12, 8.16.5.
     const std::uint8_t *pClock = av_packet_get_side_data(&packet, AV_PKT_DATA_PRFT, &size);
     if (pClock && size >= sizeof(AVProducerReferenceTime)) {

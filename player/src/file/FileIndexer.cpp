@@ -1,8 +1,8 @@
 #include "player/src/file/FileIndexer.h"
 
 #include "player/src/core/Codec.h"
+#include "player/src/file/PictureTimes.h"
 
-#include <algorithm>
 #include <utility>
 
 extern "C" {
@@ -17,8 +17,6 @@ namespace
 
 /** Those who wait for the index to grow are told after so many packets. */
 constexpr std::int64_t kTellInterval = 256;
-/** Between pictures whose times are the same. */
-constexpr std::int64_t kLeastDistance = 1000;
 
 } // namespace
 
@@ -155,24 +153,17 @@ void FileIndexer::tell(const DisplayOrder::Entry &entry)
     }
     const auto stamp = stampOf(entry);
     // What is shown ahead of the first picture that can be decoded is not.
-    if (!entry.shown || (m_nPictures == 0 && entry.number != m_beginning.number)) {
+    if (!entry.shown || (!m_latestTime && entry.number != m_beginning.number)) {
         return;
     }
     const AVRational tick = m_demuxer.pictureStream().time_base;
-    std::int64_t time = m_nPictures == 0 ? 0 : m_nLatestTime + m_beginning.nominal;
-    if (stamp) {
-        time = std::max<std::int64_t>(microsecondsBetween(m_beginning.tick, *stamp, tick), 0);
-        if (m_nPictures > 0 && time <= m_nLatestTime) {
-            time = m_nLatestTime + kLeastDistance;
-        }
-    }
+    const auto fromFirst = stamp ? std::optional(microsecondsBetween(m_beginning.tick, *stamp, tick)) : std::nullopt;
+    const std::int64_t time = nextPictureTime(m_latestTime, fromFirst, m_beginning.nominal);
     m_batch.push_back({entry.number, time});
-    ++m_nPictures;
-    m_nLatestTime = time;
+    m_latestTime = time;
     m_nLatestUtc = entry.utc;
     const bool bTold = entry.duration > 0 && !m_demuxer.isWithoutTimes();
-    m_nEnd = time + (bTold ? std::min(microsecondsBetween(0, entry.duration, tick), std::int64_t{3600000000})
-                           : m_beginning.nominal);
+    m_nEnd = time + (bTold ? toldDuration(entry.duration, tick) : m_beginning.nominal);
 }
 
 } // namespace player

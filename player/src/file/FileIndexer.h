@@ -67,10 +67,10 @@ private:
     FileDemuxer m_demuxer;
     std::optional<TimeLine> m_timeLine;
     std::int64_t m_nNumber = 0;
-    std::int64_t m_nPictures = 0;
     /** Told and not handed to the index yet. */
     std::vector<FileIndex::Shown> m_batch;
-    std::int64_t m_nLatestTime = 0;
+    /** Empty before the first picture. */
+    std::optional<std::int64_t> m_latestTime;
     std::int64_t m_nEnd = 0;
     std::int64_t m_nLatestUtc = 0;
     /** Keys that have not been shown yet. */

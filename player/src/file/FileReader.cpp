@@ -260,8 +260,7 @@ bool FileReader::readPacket(CodedPicture &picture)
 void FileReader::putFirst(CodedPicture picture)
 {
     const std::lock_guard lock(m_mutex);
-    m_nQueuedBytes += picture.pPacket->size;
-    m_queue.push_back(std::move(picture));
+    putLast(std::move(picture));
 }
 
 std::optional<bool> FileReader::keyBetween(std::int64_t after, std::int64_t upTo)
@@ -375,8 +374,7 @@ void FileReader::readOne(std::unique_lock<std::mutex> &lock)
     }
     lock.lock();
     if (picture.pPacket) {
-        m_nQueuedBytes += picture.pPacket->size;
-        m_queue.push_back(std::move(picture));
+        putLast(std::move(picture));
     }
     m_bEnd = !bMore;
     if (m_bDecoderWaits && (!m_queue.empty() || m_bEnd)) {

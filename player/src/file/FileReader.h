@@ -137,7 +137,14 @@ private:
     [[nodiscard]] CodedPicture nextPicture();
     /** A picture is given back, everything else goes to its sink; false at the end. */
     bool readPacket(CodedPicture &picture);
+    /** Into an empty queue. */
     void putFirst(CodedPicture picture);
+    /** With m_mutex held. */
+    void putLast(CodedPicture picture)
+    {
+        m_nQueuedBytes += picture.pPacket->size;
+        m_queue.push_back(std::move(picture));
+    }
 
     /** Runs it where reading goes on, and waits for it. */
     void onReader(const std::function<void()> &task);

@@ -1,8 +1,7 @@
 #include "player/src/file/FrameStamps.h"
 
 #include "player/src/core/Codec.h"
-
-#include <algorithm>
+#include "player/src/file/PictureTimes.h"
 
 extern "C" {
 #include <libavutil/common.h>
@@ -10,14 +9,6 @@ extern "C" {
 
 namespace player
 {
-
-namespace
-{
-
-/** Between pictures whose times are the same. */
-constexpr std::int64_t kLeastDistance = 1000;
-
-} // namespace
 
 void FrameStamps::begin(AVRational tick, bool withoutTimes, bool inOrder)
 {
@@ -85,16 +76,13 @@ std::int64_t FrameStamps::stampOf(const AVFrame &frame, const Companion &compani
 
 std::int64_t FrameStamps::timeOf(std::int64_t stamp, std::int64_t usualDuration)
 {
-    std::int64_t time = m_latestTime ? *m_latestTime + usualDuration : 0;
+    std::optional<std::int64_t> fromFirst;
     if (stamp != AV_NOPTS_VALUE) {
         m_firstTick = m_firstTick.value_or(stamp);
-        time = std::max<std::int64_t>(microsecondsBetween(*m_firstTick, stamp, m_tick), 0);
-        if (m_latestTime && time <= *m_latestTime) {
-            time = *m_latestTime + kLeastDistance;
-        }
+        fromFirst = microsecondsBetween(*m_firstTick, stamp, m_tick);
     }
-    m_latestTime = time;
-    return time;
+    m_latestTime = nextPictureTime(m_latestTime, fromFirst, usualDuration);
+    return *m_latestTime;
 }
 
 } // namespace player

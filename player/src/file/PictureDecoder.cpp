@@ -2,6 +2,7 @@
 
 #include "player/src/core/Codec.h"
 #include "player/src/core/HardwareDecoding.h"
+#include "player/src/file/PictureTimes.h"
 
 #include <algorithm>
 #include <utility>
@@ -19,8 +20,6 @@ namespace
 constexpr AVRational kMicroseconds{1, 1000000};
 constexpr std::int64_t kSecond = 1000000;
 constexpr std::int64_t kUsualDuration = 40000;
-/** Whatever a file says, its end is not waited for longer than that. */
-constexpr std::int64_t kLongestPicture = 3600 * kSecond;
 /** No coder lets pictures overtake more than sixteen others. */
 constexpr std::uint64_t kMostReordered = 32;
 /** Packets tried for the first picture, so that a broken file does not have to be read to its end. */
@@ -212,7 +211,7 @@ std::int64_t PictureDecoder::nominalDuration() const
 std::int64_t PictureDecoder::durationOf(const AVFrame &frame) const
 {
     if (frame.duration > 0 && !m_reader.isWithoutTimes()) {
-        return std::min(microsecondsBetween(0, frame.duration, m_reader.pictureStream().time_base), kLongestPicture);
+        return toldDuration(frame.duration, m_reader.pictureStream().time_base);
     }
     return nominalDuration();
 }

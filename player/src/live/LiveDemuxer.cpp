@@ -2,12 +2,9 @@
 
 #include "player/src/core/Codec.h"
 #include "player/src/core/Container.h"
+#include "player/src/core/DeviceTime.h"
 
 #include <algorithm>
-
-extern "C" {
-#include <libavutil/intreadwrite.h>
-}
 
 namespace player
 {
@@ -358,12 +355,8 @@ LivePacket LiveDemuxer::described(PacketPtr pPacket)
 
 std::optional<std::int64_t> LiveDemuxer::stampedTime(const AVPacket &packet) const
 {
-    // The device library adds the time of day to each block, as eight bytes under the identifier 1.
-    constexpr std::uint64_t kIdentifier = 1;
-    std::size_t size = 0;
-    const std::uint8_t *pSide = av_packet_get_side_data(&packet, AV_PKT_DATA_MATROSKA_BLOCKADDITIONAL, &size);
-    if (pSide && size == 16 && AV_RB64(pSide) == kIdentifier) {
-        return static_cast<std::int64_t>(AV_RB64(pSide + 8));
+    if (const auto time = deviceTimeOf(packet)) {
+        return time;
     }
     if (m_utcOfZero && packet.pts != AV_NOPTS_VALUE) {
         return *m_utcOfZero + microsecondsBetween(0, packet.pts, m_pStream->time_base);

@@ -1,8 +1,7 @@
 #include "player/src/metadata/AnalysisDocument.h"
 
+#include "companion/BoundedXml.h"
 #include "player/src/core/Ffmpeg.h"
-
-#include <pugixml.hpp>
 
 #include <algorithm>
 #include <cmath>
@@ -19,47 +18,11 @@ namespace
 {
 
 using Bounds = AnalysisBounds;
+using companion::childOf;
+using companion::forEachChild;
 
 /** Nothing is drawn so far outside the picture, and what is computed from it stays small. */
 constexpr float kFarthest = 16;
-
-bool isNamed(const pugi::xml_node &node, const char *pName)
-{
-    const char *const pColon = std::strrchr(node.name(), ':');
-    return std::strcmp(pColon ? pColon + 1 : node.name(), pName) == 0;
-}
-
-pugi::xml_node childOf(const pugi::xml_node &node, const char *pName)
-{
-    return node.find_child([pName](const pugi::xml_node &child) { return isNamed(child, pName); });
-}
-
-/** Calls `take` for the children of that name, `most` of them at most. */
-template <typename Take>
-void forEach(const pugi::xml_node &node, const char *pName, std::size_t most, Take take)
-{
-    for (const pugi::xml_node &child : node.children()) {
-        if (isNamed(child, pName)) {
-            if (most-- == 0) {
-                return;
-            }
-            take(child);
-        }
-    }
-}
-
-/** No document type, and no deeper than allowed. */
-bool hasGoodShape(pugi::xml_document &document)
-{
-    struct Walker : pugi::xml_tree_walker {
-        bool for_each(pugi::xml_node &node) override
-        {
-            return node.type() != pugi::node_doctype && depth() <= Bounds::kDepth;
-        }
-    } walker;
-    // From node to node, without recursion.
-    return document.traverse(walker);
-}
 
 /** Whole characters of UTF-8, none of which controls anything. */
 std::string shortText(const char *pText)
@@ -136,9 +99,9 @@ void readBox(const pugi::xml_node &box, const Place &place, AnalysisObject &obje
 void readShape(const pugi::xml_node &shape, const Place &place, AnalysisObject &object)
 {
     readBox(childOf(shape, "BoundingBox"), place, object);
-    forEach(shape, "Polygon", Bounds::kOutlines - 1, [&](const pugi::xml_node &polygon) {
+    forEachChild(shape, "Polygon", Bounds::kOutlines - 1, [&](const pugi::xml_node &polygon) {
         std::vector<AnalysisPoint> points;
-        forEach(polygon, "Point", Bounds::kPoints, [&](const pugi::xml_node &node) {
+        forEachChild(polygon, "Point", Bounds::kPoints, [&](const pugi::xml_node &node) {
             if (const auto point = place.of(node)) {
                 points.push_back(*point);
             }
@@ -161,9 +124,9 @@ std::string readClass(const pugi::xml_node &node)
             pBest = type.text().get();
         }
     };
-    forEach(node, "Type", Bounds::kObjects,
-            [&](const pugi::xml_node &type) { consider(type, type.attribute("Likelihood").as_float()); });
-    forEach(node, "ClassCandidate", Bounds::kObjects, [&](const pugi::xml_node &candidate) {
+    forEachChild(node, "Type", Bounds::kObjects,
+                 [&](const pugi::xml_node &type) { consider(type, type.attribute("Likelihood").as_float()); });
+    forEachChild(node, "ClassCandidate", Bounds::kObjects, [&](const pugi::xml_node &candidate) {
         consider(childOf(candidate, "Type"), childOf(candidate, "Likelihood").text().as_float());
     });
     return shortText(pBest);
@@ -191,8 +154,8 @@ AnalysisFrame readFrame(const pugi::xml_node &node)
     }
     frame.source = shortText(node.attribute("Source").value());
     const Transformation transformation = Transformation::of(node);
-    forEach(node, "Object", Bounds::kObjects,
-            [&](const pugi::xml_node &object) { readObject(object, transformation, frame); });
+    forEachChild(node, "Object", Bounds::kObjects,
+                 [&](const pugi::xml_node &object) { readObject(object, transformation, frame); });
     return frame;
 }
 
@@ -200,22 +163,15 @@ AnalysisFrame readFrame(const pugi::xml_node &node)
 
 std::optional<std::vector<AnalysisFrame>> readAnalysis(std::string_view text)
 {
-    // Counted before anything is made of them: a node takes some twenty times the memory of its shortest tag.
-    if (text.size() > Bounds::kDocumentBytes ||
-        static_cast<std::size_t>(std::count(text.begin(), text.end(), '<')) > Bounds::kTags) {
-        return std::nullopt;
-    }
     pugi::xml_document document;
-    // A document type becomes a node, which is then refused; its entities are not expanded in any case.
-    const unsigned options = pugi::parse_default | pugi::parse_doctype;
-    if (!document.load_buffer(text.data(), text.size(), options) || !hasGoodShape(document) ||
-        !isNamed(document.document_element(), "MetadataStream")) {
+    if (!companion::loadXml(document, text, {Bounds::kDocumentBytes, Bounds::kTags, Bounds::kDepth}) ||
+        !companion::isNamed(document.document_element(), "MetadataStream")) {
         return std::nullopt;
     }
     std::vector<AnalysisFrame> frames;
-    forEach(document.document_element(), "VideoAnalytics", Bounds::kFrames, [&](const pugi::xml_node &analytics) {
-        forEach(analytics, "Frame", Bounds::kFrames - frames.size(),
-                [&](const pugi::xml_node &frame) { frames.push_back(readFrame(frame)); });
+    forEachChild(document.document_element(), "VideoAnalytics", Bounds::kFrames, [&](const pugi::xml_node &analytics) {
+        forEachChild(analytics, "Frame", Bounds::kFrames - frames.size(),
+                     [&](const pugi::xml_node &frame) { frames.push_back(readFrame(frame)); });
     });
     return frames;
 }

@@ -26,7 +26,7 @@ struct AnalysisBounds {
 /**
  * The frames of a document of ONVIF's metadata stream, in its order; empty for one that is of events alone.
  *
- * The form is that of ONVIF's schema (http://www.onvif.org/ver10/schema) and its Analytics Service Specification:
+ * The form is that of ONVIF's schema (http://www.onvif.org/ver10/schema):
  * MetadataStream, VideoAnalytics, Frame, Object, Appearance, Shape with BoundingBox, CenterOfGravity and Polygon,
  * Class. A Transformation of the frame and of an appearance, first the inner one, multiplies by its Scale and adds its
  * Translate. Elements are found by their local names, whatever their prefixes.

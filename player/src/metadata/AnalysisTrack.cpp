@@ -137,7 +137,7 @@ void AnalysisTrack::read(Document &document)
     if (!frames) {
         if (!m_bTold) {
             m_bTold = true;
-            m_tell("analysis metadata that is no document of ONVIF's, or beyond all bounds, is left out");
+            m_tell("analysis metadata that is no document of ONVIF's, or beyond all bounds, is left out.");
         }
         return;
     }

@@ -7,7 +7,7 @@
 #include "player/src/port/PortTable.h"
 #include "player/src/win/SystemTime.h"
 #include "player/src/win/WindowsPlatform.h"
-#include "settings/SettingsFile.h"
+#include "companion/SettingsFile.h"
 
 #include <cstring>
 
@@ -27,7 +27,7 @@ constexpr int kDefaultQuality = 85;
 void readSettings()
 {
     bool bHardware = false;
-    settings::read("Drovel", "player", {{"hardware_decoding", &bHardware}});
+    companion::readSettings("Drovel", "player", {{"hardware_decoding", &bHardware}});
     player::allowHardwareDecoding(bHardware);
 }
 

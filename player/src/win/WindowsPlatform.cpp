@@ -1,5 +1,6 @@
 #include "player/src/win/WindowsPlatform.h"
 
+#include "companion/OwnModule.h"
 #include "player/src/metadata/AnalysisPainter.h"
 #include "player/src/win/FileBytes.h"
 #include "player/src/win/WasapiOutput.h"
@@ -16,10 +17,7 @@ std::unique_ptr<ByteSource> WindowsPlatform::openFile(const char *path)
 
 void WindowsPlatform::keepCode()
 {
-    static const char anchor = 0;
-    HMODULE module = nullptr;
-    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
-                       reinterpret_cast<LPCWSTR>(&anchor), &module);
+    companion::keepLoaded();
 }
 
 void WindowsPlatform::yieldToOthers()
@@ -52,12 +50,8 @@ bool WindowsPlatform::hasSoundDevice()
 std::unique_ptr<SoundOutput> WindowsPlatform::makeSoundOutput()
 {
     // Nobody waits for the thread that plays: a host that unloads the library must not take the code away from it.
-    static const bool bPinned = [] {
-        HMODULE hSelf = nullptr;
-        constexpr DWORD kHow = GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN;
-        return GetModuleHandleExW(kHow, reinterpret_cast<LPCWSTR>(&WasapiOutput::open), &hSelf) != 0;
-    }();
-    if (!bPinned) {
+    static const bool bKept = companion::keepLoaded();
+    if (!bKept) {
         return nullptr;
     }
     // Little to do, and in time.

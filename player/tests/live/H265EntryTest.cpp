@@ -2,6 +2,7 @@
 // whole.
 #include "player/tests/support/Clips.h"
 #include "player/tests/support/Collector.h"
+#include "player/tests/support/PushedContainer.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -27,6 +28,7 @@ using player::test::liveTransport;
 // clang-tidy does not see that it joins the bytes below.
 using player::test::operator+; // NOLINT(misc-unused-using-decls)
 using player::test::place;
+using player::test::PushedContainer;
 using player::test::PushedStream;
 using player::test::range;
 using player::test::unitsOf;
@@ -70,20 +72,7 @@ std::map<int, int> typesOf(const char *file)
     return types;
 }
 
-struct Container {
-    const char *name;
-    PushedStream (*make)(const std::string &file, const LiveOptions &options);
-    const char *file;
-    /** The last picture that comes out while the stream goes on. */
-    int last;
-};
-
-void PrintTo(const Container &container, std::ostream *pStream)
-{
-    *pStream << container.name;
-}
-
-class AStreamOfOpenGroups : public testing::TestWithParam<Container>
+class AStreamOfOpenGroups : public testing::TestWithParam<PushedContainer>
 {
 protected:
     void SetUp() override
@@ -175,11 +164,11 @@ TEST_P(AStreamOfOpenGroups, WithTheEndOfAGroupMissingShowsNothingThatLooksThere)
 }
 
 INSTANTIATE_TEST_SUITE_P(Containers, AStreamOfOpenGroups,
-                         testing::Values(Container{"matroska", liveMatroska, kOpenGroups, 97},
-                                         Container{"mp4", liveFragments, kOpenGroups, 97},
-                                         Container{"transport", liveTransport, "h265-open-gop.ts", 95},
-                                         Container{"program", liveProgram, "h265-open-gop.ts", 96},
-                                         Container{"raw", liveRaw, "h265-open-gop.ts", 96}),
+                         testing::Values(PushedContainer{"matroska", liveMatroska, kOpenGroups, 97},
+                                         PushedContainer{"mp4", liveFragments, kOpenGroups, 97},
+                                         PushedContainer{"transport", liveTransport, "h265-open-gop.ts", 95},
+                                         PushedContainer{"program", liveProgram, "h265-open-gop.ts", 96},
+                                         PushedContainer{"raw", liveRaw, "h265-open-gop.ts", 96}),
                          [](const auto &row) { return row.param.name; });
 
 // Messages of ITU-T H.265, D.2.8: recovery points whose pictures are whole ten pictures later, and at once.

@@ -3,6 +3,7 @@
 #include "player/tests/support/Clips.h"
 #include "player/tests/support/Collector.h"
 #include "player/tests/support/MemoryBytes.h"
+#include "player/tests/support/PushedContainer.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -27,6 +28,7 @@ using player::test::liveProgram;
 using player::test::liveRaw;
 using player::test::liveTransport;
 using player::test::place;
+using player::test::PushedContainer;
 using player::test::PushedStream;
 using player::test::range;
 using player::test::unitsOf;
@@ -47,20 +49,7 @@ LiveOptions largeKeys(std::size_t size)
     return options;
 }
 
-struct Muxer {
-    const char *name;
-    PushedStream (*make)(const std::string &file, const LiveOptions &options);
-    const char *file;
-    /** The last picture that comes out while the stream goes on. */
-    int last;
-};
-
-void PrintTo(const Muxer &muxer, std::ostream *pStream)
-{
-    *pStream << muxer.name;
-}
-
-class ALargeKeyPicture : public testing::TestWithParam<Muxer>
+class ALargeKeyPicture : public testing::TestWithParam<PushedContainer>
 {
 protected:
     /** From the middle of a group on, so that small pictures come before the first key picture. */
@@ -109,12 +98,14 @@ TEST_P(ALargeKeyPicture, IsShownWhereItTakesLongToCome)
     EXPECT_EQ(numbers.front(), kKey);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Containers, ALargeKeyPicture,
-    testing::Values(Muxer{"matroska", liveMatroska, "h264.avi", 99}, Muxer{"mp4", liveFragments, "h264.avi", 99},
-                    Muxer{"flv", liveFlash, "h264.mp4", 97}, Muxer{"transport", liveTransport, "h264.avi", 97},
-                    Muxer{"program", liveProgram, "h264.avi", 98}, Muxer{"raw", liveRaw, "h264.avi", 98}),
-    [](const auto &row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(Containers, ALargeKeyPicture,
+                         testing::Values(PushedContainer{"matroska", liveMatroska, "h264.avi", 99},
+                                         PushedContainer{"mp4", liveFragments, "h264.avi", 99},
+                                         PushedContainer{"flv", liveFlash, "h264.mp4", 97},
+                                         PushedContainer{"transport", liveTransport, "h264.avi", 97},
+                                         PushedContainer{"program", liveProgram, "h264.avi", 98},
+                                         PushedContainer{"raw", liveRaw, "h264.avi", 98}),
+                         [](const auto &row) { return row.param.name; });
 
 TEST(ALargeFirstPicture, IsShownAlthoughSoundComesBeforeIt)
 {
@@ -187,7 +178,7 @@ TEST(ALengthThatIsBroken, CostsTheRestOfTheGroupWhereTheNextTagTellsIt)
 }
 
 /** Pictures of which others are made last, pushed as a camera sends them. */
-class APacedStream : public testing::TestWithParam<Muxer>
+class APacedStream : public testing::TestWithParam<PushedContainer>
 {
 };
 
@@ -205,13 +196,13 @@ TEST_P(APacedStream, IsShownWithAllItsPicturesAlthoughTheNextOneTellsThatOneIsWh
 }
 
 INSTANTIATE_TEST_SUITE_P(Containers, APacedStream,
-                         testing::Values(Muxer{"matroska", liveMatroska, "h264.mp4", 97},
-                                         Muxer{"mp4", liveFragments, "h264.mp4", 97},
-                                         Muxer{"flv", liveFlash, "h264.mp4", 97},
-                                         Muxer{"transport", liveTransport, "h264.mp4", 95},
-                                         Muxer{"transport_mpeg2", liveTransport, "mpeg2.mkv", 96},
-                                         Muxer{"program_mpeg1", liveProgram, "mpeg1.mkv", 97},
-                                         Muxer{"program_mpeg2", liveProgram, "mpeg2.mkv", 97}),
+                         testing::Values(PushedContainer{"matroska", liveMatroska, "h264.mp4", 97},
+                                         PushedContainer{"mp4", liveFragments, "h264.mp4", 97},
+                                         PushedContainer{"flv", liveFlash, "h264.mp4", 97},
+                                         PushedContainer{"transport", liveTransport, "h264.mp4", 95},
+                                         PushedContainer{"transport_mpeg2", liveTransport, "mpeg2.mkv", 96},
+                                         PushedContainer{"program_mpeg1", liveProgram, "mpeg1.mkv", 97},
+                                         PushedContainer{"program_mpeg2", liveProgram, "mpeg2.mkv", 97}),
                          [](const auto &row) { return row.param.name; });
 
 /** A recorded file in pieces, as fast as it plays. */
@@ -369,7 +360,7 @@ TEST(TimesBeyondAllBounds, EndAtACenturyWhateverTheTick)
     EXPECT_EQ(microsecondsBetween(5, 10, {1, 1000}), 5000);
 }
 
-class ABadMessage : public testing::TestWithParam<Muxer>
+class ABadMessage : public testing::TestWithParam<PushedContainer>
 {
 };
 
@@ -394,9 +385,9 @@ TEST_P(ABadMessage, InThePicturesCostsNone)
 }
 
 INSTANTIATE_TEST_SUITE_P(Codecs, ABadMessage,
-                         testing::Values(Muxer{"h264", liveMatroska, "h264.mp4", 97},
-                                         Muxer{"h264_start_codes", liveMatroska, "h264.avi", 99},
-                                         Muxer{"h265", liveMatroska, "h265.mp4", 97}),
+                         testing::Values(PushedContainer{"h264", liveMatroska, "h264.mp4", 97},
+                                         PushedContainer{"h264_start_codes", liveMatroska, "h264.avi", 99},
+                                         PushedContainer{"h265", liveMatroska, "h265.mp4", 97}),
                          [](const auto &row) { return row.param.name; });
 
 } // namespace

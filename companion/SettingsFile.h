@@ -1,10 +1,10 @@
-#ifndef SETTINGS_SETTINGSFILE_H
-#define SETTINGS_SETTINGSFILE_H
+#ifndef COMPANION_SETTINGSFILE_H
+#define COMPANION_SETTINGSFILE_H
 
 #include <string>
 #include <vector>
 
-namespace settings
+namespace companion
 {
 
 /** A key of a section, and where what it says goes: yes or no (true, on, 1; false, off, 0). */
@@ -22,21 +22,17 @@ using Complaints = std::vector<std::string>;
  * Lines of "key = value", ";" and "#" before a remark. Other sections are others' business. What is wrong in this one
  * leaves the switch as it is. Threads: any.
  */
-[[nodiscard]] Complaints parse(std::string text, const std::string &section, const std::vector<Switch> &switches);
+[[nodiscard]] Complaints parseSettings(std::string text, const std::string &section,
+                                       const std::vector<Switch> &switches);
 /** Of a file, UTF-8; one that is not there is as good as an empty one. */
-[[nodiscard]] Complaints readFile(const std::string &fileName, const std::string &section,
-                                  const std::vector<Switch> &switches);
+[[nodiscard]] Complaints readSettingsFile(const std::string &fileName, const std::string &section,
+                                          const std::vector<Switch> &switches);
 /**
  * Of Pellora.ini beside the library that this code is in. What is wrong goes to standard error and to a debugger, with
  * the library's name before it.
  */
-void read(const char *pLibrary, const std::string &section, const std::vector<Switch> &switches);
+void readSettings(const char *pLibrary, const std::string &section, const std::vector<Switch> &switches);
 
-/** The folder that the library lies in, UTF-8; empty where it is not known, as in native test programs. */
-[[nodiscard]] std::string libraryFolder();
-/** One line for whoever sets the library up: to standard error, and to a debugger. */
-void tellDeveloper(const char *pLibrary, const std::string &line);
-
-} // namespace settings
+} // namespace companion
 
 #endif

@@ -1,15 +1,13 @@
-#include "settings/SettingsFile.h"
+#include "companion/SettingsFile.h"
 
-#ifdef _WIN32
-#include <windows.h>
-#endif
+#include "companion/Notice.h"
+#include "companion/OwnModule.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 
-namespace settings
+namespace companion
 {
 
 namespace
@@ -115,7 +113,7 @@ private:
 
 } // namespace
 
-Complaints parse(std::string text, const std::string &section, const std::vector<Switch> &switches)
+Complaints parseSettings(std::string text, const std::string &section, const std::vector<Switch> &switches)
 {
     if (text.size() > kMaxSize) {
         return {"Pellora.ini is larger than 64 KiB; it is left out."};
@@ -135,54 +133,26 @@ Complaints parse(std::string text, const std::string &section, const std::vector
     return parser.complaints;
 }
 
-Complaints readFile(const std::string &fileName, const std::string &section, const std::vector<Switch> &switches)
+Complaints readSettingsFile(const std::string &fileName, const std::string &section,
+                            const std::vector<Switch> &switches)
 {
     std::ifstream file(std::filesystem::u8path(fileName), std::ios::binary);
     // One more than is allowed, to see that there is more.
     std::string text(kMaxSize + 1, ' ');
     file.read(text.data(), static_cast<std::streamsize>(text.size()));
     text.resize(static_cast<std::size_t>(std::max<std::streamsize>(0, file.gcount())));
-    return parse(std::move(text), section, switches);
+    return parseSettings(std::move(text), section, switches);
 }
 
-void read(const char *pLibrary, const std::string &section, const std::vector<Switch> &switches)
+void readSettings(const char *pLibrary, const std::string &section, const std::vector<Switch> &switches)
 {
     const std::string folder = libraryFolder();
     if (folder.empty()) {
         return;
     }
-    for (const std::string &complaint : readFile(folder + "/Pellora.ini", section, switches)) {
-        tellDeveloper(pLibrary, complaint);
+    for (const std::string &complaint : readSettingsFile(folder + "/Pellora.ini", section, switches)) {
+        notice(pLibrary, complaint);
     }
 }
 
-std::string libraryFolder()
-{
-#ifdef _WIN32
-    static const char anchor = 0;
-    HMODULE module = nullptr;
-    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                       reinterpret_cast<LPCWSTR>(&anchor), &module);
-    // As long as a path can be.
-    std::wstring name(0x8000, L'\0');
-    const DWORD length = GetModuleFileNameW(module, name.data(), static_cast<DWORD>(name.size()));
-    if (length == 0 || length >= name.size()) {
-        return {};
-    }
-    name.resize(length);
-    return std::filesystem::path(name).parent_path().u8string();
-#else
-    return {};
-#endif
-}
-
-void tellDeveloper(const char *pLibrary, const std::string &line)
-{
-    const std::string text = std::string(pLibrary) + ": " + line + "\n";
-    std::fputs(text.c_str(), stderr);
-#ifdef _WIN32
-    OutputDebugStringA(text.c_str());
-#endif
-}
-
-} // namespace settings
+} // namespace companion

@@ -1,4 +1,4 @@
-#include "device/src/Notice.h"
+#include "companion/Notice.h"
 
 #ifdef _WIN32
 #include <windows.h>
@@ -6,13 +6,13 @@
 
 #include <cstdio>
 
-namespace selvik
+namespace companion
 {
 
-void notice(const std::string &text) noexcept
+void notice(const char *pLibrary, const std::string &text) noexcept
 {
     try {
-        const std::string line = "Selvikdcm: " + text + "\n";
+        const std::string line = std::string(pLibrary) + ": " + text + "\n";
 #ifdef _WIN32
         OutputDebugStringA(line.c_str());
 #endif
@@ -23,4 +23,4 @@ void notice(const std::string &text) noexcept
     }
 }
 
-} // namespace selvik
+} // namespace companion
