@@ -7,8 +7,11 @@
 namespace bench
 {
 
-/** Reads and decodes with FFmpeg's defaults until the condition says enough; how many pictures it decoded. */
-int decodeUntil(const std::string &address, const std::function<bool(int nPictures)> &isEnough);
+/**
+ * Reads and decodes with so many threads, and FFmpeg's defaults otherwise, until the condition says enough or the end
+ * is reached; how many pictures it decoded.
+ */
+int decodeUntil(const std::string &address, const std::function<bool(int nPictures)> &isEnough, int nThreads = 1);
 
 } // namespace bench
 

@@ -1,30 +1,51 @@
-// What showing a picture costs: processor time for each shown picture of a 1080p H.264 file in a window of 640 x 360,
-// against FFmpeg only decoding the same file in the same run. The ratio of the two is the figure to watch.
+// What playing a file costs, against FFmpeg only decoding the same file in the same run. The ratios are the figures to
+// watch.
+//
+// Decoding   processor time of decoding one picture, in one go: the codec's number and how many threads
+// Showing    processor time for each shown picture of a 1080p file, in a window of that width, against the better of
+//            decoding with one thread and with as many as the player takes
+// Fast       1080p at sixteen times its speed: cores that it takes, and how far the clock came against what it should
+// Ports      so many ports of 640 x 360 at once: processor time of each
+// Memory     private memory of each of four ports that play 1080p
+// Again      a port opened, played and freed a thousand times: private memory, threads and handles before and after
 #include "Kavun.h"
 
+#include "bench/FilePort.h"
+#include "bench/PlainFfmpeg.h"
 #include "bench/ProcessorTime.h"
-#include "player/src/core/Ffmpeg.h"
+#include "tests/support/ProcessMemory.h"
 
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
-#include <cstdlib>
+#include <list>
 #include <string>
 #include <thread>
-#include <vector>
 
 namespace
 {
 
-constexpr int kWidth = 640;
-constexpr int kHeight = 360;
+using bench::clipPath;
+using bench::FilePort;
+using bench::ShownWindow;
+using Clock = std::chrono::steady_clock;
 
-std::string clipPath()
+constexpr const char *kNoClip = "the clip could not be played; run tests/media/make-media.sh";
+
+double secondsSince(Clock::time_point begin)
 {
-    const char *folder = std::getenv("PELLORA_TEST_MEDIA");
-    return std::string(folder ? folder : "build/media") + "/bench-1080p.mp4";
+    return std::chrono::duration<double>(Clock::now() - begin).count();
+}
+
+double privateMegabytes()
+{
+    return static_cast<double>(support::privateBytes()) / (1024.0 * 1024.0);
+}
+
+std::string hdClip(std::int64_t codec)
+{
+    return clipPath(codec == 265 ? "bench-1080p-h265.mp4" : "bench-1080p.mp4");
 }
 
 /** As many as the player's decoder takes for pictures of this size. */
@@ -33,166 +54,190 @@ int threadsOfThePlayer()
     return std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, 4);
 }
 
-/** Decodes the whole file with as many threads as the player takes; the number of pictures. */
-int decodeWithFfmpegAlone(const std::string &path)
+/** Processor time of decoding one picture of the whole file; 0 where it cannot. */
+double secondsToDecodeOne(const std::string &path, int threads)
 {
-    AVFormatContext *pOpened = nullptr;
-    if (avformat_open_input(&pOpened, path.c_str(), nullptr, nullptr) < 0) {
-        return 0;
-    }
-    const player::FormatPtr pFormat(pOpened);
-    avformat_find_stream_info(pFormat.get(), nullptr);
-    const AVCodec *pDecoder = nullptr;
-    const int stream = av_find_best_stream(pFormat.get(), AVMEDIA_TYPE_VIDEO, -1, -1, &pDecoder, 0);
-    if (stream < 0) {
-        return 0;
-    }
-    const player::CodecPtr pCodec(avcodec_alloc_context3(pDecoder));
-    avcodec_parameters_to_context(pCodec.get(), pFormat->streams[stream]->codecpar);
-    pCodec->thread_count = threadsOfThePlayer();
-    avcodec_open2(pCodec.get(), pDecoder, nullptr);
-    const player::PacketPtr pPacket(av_packet_alloc());
-    const player::FramePtr pFrame(av_frame_alloc());
-    int pictures = 0;
-    for (bool more = true; more;) {
-        more = av_read_frame(pFormat.get(), pPacket.get()) >= 0;
-        if (!more || pPacket->stream_index == stream) {
-            avcodec_send_packet(pCodec.get(), more ? pPacket.get() : nullptr);
-        }
-        av_packet_unref(pPacket.get());
-        while (avcodec_receive_frame(pCodec.get(), pFrame.get()) >= 0) {
-            ++pictures;
-        }
-    }
-    return pictures;
+    const double before = bench::processorSeconds();
+    const int pictures = bench::decodeUntil(
+        path, [](int) { return false; }, threads);
+    return pictures > 0 ? (bench::processorSeconds() - before) / pictures : 0;
 }
 
-struct Played {
-    std::atomic<int> presented{0};
-    HANDLE hEnd = nullptr;
-};
-
-/** Plays the whole file at its own speed; the number of pictures presented. */
-int playInWindow(std::string path, HWND hWnd)
+void decoding(benchmark::State &state)
 {
-    Played played;
-    played.hEnd = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    long port = -1;
-    Kavun_GetPort(&port);
-    Kavun_SetFileEndCallback(
-        port, [](long, void *user) { SetEvent(static_cast<Played *>(user)->hEnd); }, &played);
-    Kavun_RegisterDrawFun(
-        port, [](long, HDC, void *user) { ++static_cast<Played *>(user)->presented; }, &played);
-    int presented = 0;
-    if (Kavun_OpenFile(port, path.data()) && Kavun_Play(port, hWnd)) {
-        WaitForSingleObject(played.hEnd, 60000);
-        presented = played.presented;
+    for ([[maybe_unused]] auto round : state) {
+        const double seconds = secondsToDecodeOne(hdClip(state.range(0)), static_cast<int>(state.range(1)));
+        state.SetIterationTime(seconds);
     }
-    Kavun_FreePort(port);
-    CloseHandle(played.hEnd);
-    return presented;
 }
 
-void showing1080pIn640x360(benchmark::State &state)
+void showing(benchmark::State &state)
 {
-    const std::string path = clipPath();
-    const HWND hWnd = CreateWindowExW(0, L"STATIC", L"", WS_POPUP | WS_VISIBLE, 0, 0, kWidth, kHeight, nullptr, nullptr,
-                                      nullptr, nullptr);
-    for ([[maybe_unused]] auto step : state) {
-        double before = bench::processorSeconds();
-        const int decoded = decodeWithFfmpegAlone(path);
-        const double decoding = bench::processorSeconds() - before;
-        before = bench::processorSeconds();
-        const int presented = playInWindow(path, hWnd);
-        const double playing = bench::processorSeconds() - before;
-        if (decoded == 0 || presented == 0) {
-            state.SkipWithError("the clip could not be played; run tests/media/make-media.sh");
-            break;
+    const std::string path = hdClip(state.range(0));
+    const auto width = static_cast<int>(state.range(1));
+    const ShownWindow window(width, width * 9 / 16);
+    for ([[maybe_unused]] auto round : state) {
+        const double one = secondsToDecodeOne(path, 1);
+        const double many = secondsToDecodeOne(path, threadsOfThePlayer());
+        const double before = bench::processorSeconds();
+        FilePort port(path);
+        if (!port.isOpen() || !port.play(window.handle()) || !port.waitForEnd() || one <= 0) {
+            state.SkipWithError(kNoClip);
+            return;
         }
-        state.counters["decoding_ms"] = 1000 * decoding / decoded;
-        state.counters["showing_ms"] = 1000 * playing / presented;
-        state.counters["presented"] = presented;
-        state.counters["ratio"] = (playing / presented) / (decoding / decoded);
+        const double shown = (bench::processorSeconds() - before) / port.presented();
+        state.counters["presented"] = port.presented();
+        state.counters["one_ms"] = 1000 * one;
+        state.counters["many_ms"] = 1000 * many;
+        state.counters["shown_ms"] = 1000 * shown;
+        state.counters["ratio"] = shown / std::min(one, many);
+        state.SetIterationTime(shown);
     }
-    DestroyWindow(hWnd);
 }
 
-BENCHMARK(showing1080pIn640x360)->Iterations(1)->Repetitions(3)->Unit(benchmark::kMillisecond)->UseRealTime();
-
-/** A file held at a time, the index complete. */
-class HeldFile
+void fast(benchmark::State &state)
 {
-public:
-    HeldFile(const std::string &name, HWND hWnd) : m_hComplete(CreateEventW(nullptr, TRUE, FALSE, nullptr))
-    {
-        const char *folder = std::getenv("PELLORA_TEST_MEDIA");
-        std::string path = std::string(folder ? folder : "build/media") + "/" + name;
-        Kavun_GetPort(&m_nPort);
-        Kavun_SetFileRefCallBack(
-            m_nPort, [](long, void *user) { SetEvent(static_cast<HANDLE>(user)); }, m_hComplete);
-        m_bOpen = Kavun_OpenFile(m_nPort, path.data()) && Kavun_Play(m_nPort, hWnd) && Kavun_Pause(m_nPort, 1) &&
-                  WaitForSingleObject(m_hComplete, 60000) == WAIT_OBJECT_0;
+    const ShownWindow window(640, 360);
+    for ([[maybe_unused]] auto round : state) {
+        FilePort port(hdClip(264));
+        if (!port.isOpen() || !port.play(window.handle()) || !port.waitForFirstPicture()) {
+            state.SkipWithError(kNoClip);
+            return;
+        }
+        for (int doubled = 1; doubled < 16; doubled *= 2) {
+            Kavun_Fast(port.number());
+        }
+        const auto began = Clock::now();
+        const double before = bench::processorSeconds();
+        const int presented = port.presented();
+        const auto playedBefore = Kavun_GetPlayedTime(port.number());
+        port.waitForEnd();
+        const double seconds = secondsSince(began);
+        state.counters["cores"] = (bench::processorSeconds() - before) / seconds;
+        state.counters["clock"] = (10.0 - playedBefore) / 16 / seconds;
+        state.counters["pictures_a_second"] = (port.presented() - presented) / seconds;
+        state.SetIterationTime(seconds);
     }
+}
 
-    ~HeldFile()
-    {
-        Kavun_FreePort(m_nPort);
-        CloseHandle(m_hComplete);
-    }
-
-    HeldFile(const HeldFile &) = delete;
-    HeldFile &operator=(const HeldFile &) = delete;
-
-    [[nodiscard]] bool isOpen() const
-    {
-        return m_bOpen;
-    }
-
-    /** Seconds for a hundred steps from there; 0 when one failed. The seek is over before they begin. */
-    double stepFrom(unsigned long milliseconds, int (*step)(long port))
-    {
-        std::vector<unsigned char> jpeg(1024 * 1024);
-        unsigned long size = 0;
-        Kavun_SetPlayedTimeEx(m_nPort, milliseconds);
-        Kavun_GetJPEG(m_nPort, jpeg.data(), static_cast<unsigned long>(jpeg.size()), &size);
-        const auto begun = std::chrono::steady_clock::now();
-        for (int i = 0; i < 100; ++i) {
-            if (!step(m_nPort)) {
-                return 0;
+void ports(benchmark::State &state)
+{
+    constexpr double kSeconds = 4;
+    const auto count = static_cast<int>(state.range(0));
+    const ShownWindow host(1280, 720);
+    for ([[maybe_unused]] auto round : state) {
+        std::list<ShownWindow> windows;
+        std::list<FilePort> playing;
+        for (int i = 0; i < count; ++i) {
+            windows.emplace_back(210, 118, i % 6 * 212, i / 6 * 120);
+            playing.emplace_back(clipPath("cameras/ch1.mkv"));
+            if (!playing.back().isOpen() || !playing.back().play(windows.back().handle()) ||
+                !playing.back().waitForFirstPicture()) {
+                state.SkipWithError(kNoClip);
+                return;
             }
         }
-        return std::chrono::duration<double>(std::chrono::steady_clock::now() - begun).count();
+        const auto presented = [&] {
+            int sum = 0;
+            for (const FilePort &port : playing) {
+                sum += port.presented();
+            }
+            return sum;
+        };
+        const int presentedBefore = presented();
+        const double before = bench::processorSeconds();
+        std::this_thread::sleep_for(std::chrono::duration<double>(kSeconds));
+        const double each = (bench::processorSeconds() - before) / kSeconds / count;
+        state.counters["cores_each"] = each;
+        state.counters["pictures_each"] = (presented() - presentedBefore) / kSeconds / count;
+        state.SetIterationTime(each);
     }
-
-private:
-    long m_nPort = -1;
-    HANDLE m_hComplete;
-    bool m_bOpen = false;
-};
-
-/** A single group of 300 pictures: a hundred steps on from its middle, then a hundred back from its end. */
-void stepping(benchmark::State &state)
-{
-    const HWND hWnd = CreateWindowExW(0, L"STATIC", L"", WS_POPUP | WS_VISIBLE, 0, 0, kWidth, kHeight, nullptr, nullptr,
-                                      nullptr, nullptr);
-    for ([[maybe_unused]] auto round : state) {
-        HeldFile file("one-gop.mp4", hWnd);
-        const double on = file.isOpen() ? file.stepFrom(150 * 40, &Kavun_OneByOne) : 0;
-        const double backFromTheEnd = file.isOpen() ? file.stepFrom(299 * 40, &Kavun_OneByOneBack) : 0;
-        const double backFromTheMiddle = file.isOpen() ? file.stepFrom(200 * 40, &Kavun_OneByOneBack) : 0;
-        if (on <= 0 || backFromTheEnd <= 0 || backFromTheMiddle <= 0) {
-            state.SkipWithError("a step failed");
-            break;
-        }
-        state.counters["on_ms"] = 10 * on;
-        state.counters["ratio_end"] = backFromTheEnd / on;
-        state.counters["ratio_middle"] = backFromTheMiddle / on;
-    }
-    DestroyWindow(hWnd);
 }
 
-BENCHMARK(stepping)->Iterations(1)->Repetitions(3)->Unit(benchmark::kMillisecond)->UseRealTime();
+void memory(benchmark::State &state)
+{
+    constexpr int kPorts = 4;
+    const auto width = static_cast<int>(state.range(1));
+    std::list<ShownWindow> windows;
+    for (int i = 0; i < kPorts; ++i) {
+        windows.emplace_back(width, width * 9 / 16);
+    }
+    for ([[maybe_unused]] auto round : state) {
+        const double before = privateMegabytes();
+        std::list<FilePort> playing;
+        for (const ShownWindow &window : windows) {
+            playing.emplace_back(hdClip(state.range(0)));
+            if (!playing.back().isOpen() || !playing.back().play(window.handle())) {
+                state.SkipWithError(kNoClip);
+                return;
+            }
+        }
+        double most = 0;
+        for (int i = 0; i < 12; ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(250));
+            most = std::max(most, privateMegabytes());
+        }
+        state.counters["MiB_each"] = (most - before) / kPorts;
+        state.SetIterationTime(1);
+    }
+}
+
+/** Wine does not count handles, but gives the lowest that is free. */
+double freshHandle()
+{
+    const HANDLE hFresh = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    CloseHandle(hFresh);
+    return static_cast<double>(reinterpret_cast<std::uintptr_t>(hFresh));
+}
+
+void again(benchmark::State &state)
+{
+    const ShownWindow window(320, 240);
+    for ([[maybe_unused]] auto round : state) {
+        double megabytes = 0;
+        double handle = 0;
+        for (int i = 0; i < 1100; ++i) {
+            if (i == 100) {
+                megabytes = privateMegabytes();
+                handle = freshHandle();
+            }
+            FilePort port(clipPath("small.mp4"));
+            if (!port.isOpen() || !port.play(window.handle()) || !port.waitForFirstPicture()) {
+                state.SkipWithError(kNoClip);
+                return;
+            }
+        }
+        state.counters["MiB_before"] = megabytes;
+        state.counters["MiB_after"] = privateMegabytes();
+        state.counters["handles_more"] = (freshHandle() - handle) / 4;
+        state.SetIterationTime(1);
+    }
+}
 
 } // namespace
+
+BENCHMARK(decoding)
+    ->Name("Decoding")
+    ->Args({264, 1})
+    ->Args({264, 2})
+    ->Args({265, 1})
+    ->Args({265, 2})
+    ->Iterations(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(showing)
+    ->Name("Showing")
+    ->Args({264, 640})
+    ->Args({265, 640})
+    ->Args({264, 1920})
+    ->Args({265, 1920})
+    ->Iterations(1)
+    ->Repetitions(3)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(fast)->Name("Fast")->Iterations(1)->Repetitions(3)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(ports)->Name("Ports")->Arg(1)->Arg(4)->Arg(9)->Arg(16)->Arg(25)->Arg(36)->Iterations(1)->UseManualTime();
+BENCHMARK(memory)->Name("Memory")->Args({264, 640})->Args({265, 640})->Args({264, 1920})->Iterations(1)->UseManualTime();
+BENCHMARK(again)->Name("Again")->Iterations(1)->UseManualTime();
 
 BENCHMARK_MAIN();

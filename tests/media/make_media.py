@@ -323,8 +323,15 @@ def picture_clips():
                    flat=True, traits="too-large", notes="more than 64 megapixels")
     yield Clip("too-wide.avi", "mjpeg", MJPEG, frames=6, width=16400, height=16, pixel_format=FULL_420, flat=True,
                traits="too-large", notes="wider than 16,384 pixels")
-    yield Clip("bench-1080p.mp4", "h264", "-c:v libx264 -preset veryfast -g 50 -bf 2 -b:v 4M -maxrate 5M -bufsize 8M "
-               + FASTSTART, frames=250, width=1920, height=1080, noise=4, notes="benchmark: 10 s of 4 Mb/s")
+    full = dict(frames=250, width=1920, height=1080, noise=4)
+    rate = "-b:v 4M -maxrate 5M -bufsize 8M "
+    yield Clip("bench-1080p.mp4", "h264", "-c:v libx264 -preset veryfast -g 50 -bf 2 " + rate + FASTSTART, **full,
+               notes="benchmark: 10 s of 4 Mb/s")
+    yield Clip("bench-1080p-one-group.mp4", "h264", "-c:v libx264 -preset veryfast -g 250 -bf 2 " + rate + FASTSTART,
+               **full, traits="benchmark", notes="a single key picture")
+    yield Clip("bench-1080p-h265.mp4", "hevc", "-c:v libx265 -preset ultrafast " + rate + "-tag:v hvc1 "
+               "-x265-params log-level=none:keyint=50:bframes=2:open-gop=0 " + FASTSTART, **full,
+               traits="benchmark", notes="10 s of 4 Mb/s")
 
 
 def small_clips():
