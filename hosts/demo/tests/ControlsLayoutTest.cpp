@@ -16,24 +16,24 @@ using Places = std::array<RECT, CONTROL_COUNT>;
 constexpr int kTop = 300;
 constexpr int kHeight = 32;
 
-Places layoutOf(int width)
+Places layout_of(int width)
 {
     Places places{};
     controls_layout({0, kTop, width, kTop + kHeight}, places.data());
     return places;
 }
 
-int widthOf(const RECT &rect)
+int width_of(const RECT &rect)
 {
     return static_cast<int>(rect.right - rect.left);
 }
 
-std::vector<Control> goneAt(int width)
+std::vector<Control> gone_at(int width)
 {
-    const Places places = layoutOf(width);
+    const Places places = layout_of(width);
     std::vector<Control> gone;
     for (int control = 0; control < CONTROL_COUNT; ++control) {
-        if (widthOf(places.at(control)) == 0) {
+        if (width_of(places.at(control)) == 0) {
             gone.push_back(static_cast<Control>(control));
         }
     }
@@ -44,11 +44,11 @@ TEST(ControlsLayout, KeepsControlsApartInsideTheStripInTheirOrderAtEveryWidth)
 {
     for (int width = 0; width <= 1400; ++width) {
         LONG end = 0;
-        for (const RECT &place : layoutOf(width)) {
-            if (widthOf(place) == 0) {
+        for (const RECT &place : layout_of(width)) {
+            if (width_of(place) == 0) {
                 continue;
             }
-            EXPECT_GT(widthOf(place), 0) << width;
+            EXPECT_GT(width_of(place), 0) << width;
             EXPECT_GE(place.left, end) << width;
             EXPECT_LE(place.right, width) << width;
             EXPECT_EQ(place.top, kTop) << width;
@@ -60,10 +60,10 @@ TEST(ControlsLayout, KeepsControlsApartInsideTheStripInTheirOrderAtEveryWidth)
 
 TEST(ControlsLayout, GivesThePositionBarWhatTheOthersLeave)
 {
-    EXPECT_TRUE(goneAt(1280).empty());
-    const int bar = widthOf(layoutOf(1280)[CONTROL_BAR]);
+    EXPECT_TRUE(gone_at(1280).empty());
+    const int bar = width_of(layout_of(1280)[CONTROL_BAR]);
     EXPECT_GT(bar, 900);
-    EXPECT_EQ(widthOf(layoutOf(1380)[CONTROL_BAR]), bar + 100);
+    EXPECT_EQ(width_of(layout_of(1380)[CONTROL_BAR]), bar + 100);
 }
 
 TEST(ControlsLayout, LeavesOutWhatCanBeDoneWithoutFirst)
@@ -71,8 +71,8 @@ TEST(ControlsLayout, LeavesOutWhatCanBeDoneWithoutFirst)
     using List = std::vector<Control>;
     std::vector<List> steps;
     for (int width = 1400; width >= 100; --width) {
-        if (steps.empty() || steps.back() != goneAt(width)) {
-            steps.push_back(goneAt(width));
+        if (steps.empty() || steps.back() != gone_at(width)) {
+            steps.push_back(gone_at(width));
         }
     }
     EXPECT_EQ(steps, (std::vector<List>{
@@ -83,13 +83,13 @@ TEST(ControlsLayout, LeavesOutWhatCanBeDoneWithoutFirst)
                          {CONTROL_BACK, CONTROL_ON, CONTROL_TIME, CONTROL_MUTE, CONTROL_VOLUME},
                          {CONTROL_PLAY, CONTROL_BACK, CONTROL_ON, CONTROL_TIME, CONTROL_MUTE, CONTROL_VOLUME}}));
     for (int width = 100; width <= 1400; ++width) {
-        EXPECT_GE(widthOf(layoutOf(width)[CONTROL_BAR]), 80) << width;
+        EXPECT_GE(width_of(layout_of(width)[CONTROL_BAR]), 80) << width;
     }
 }
 
 TEST(ControlsLayout, FindsTheControlAtAPoint)
 {
-    const Places places = layoutOf(800);
+    const Places places = layout_of(800);
     for (int control = 0; control < CONTROL_COUNT; ++control) {
         const RECT &place = places.at(control);
         EXPECT_EQ(controls_at(places.data(), {place.left, kTop}), control);
@@ -97,7 +97,7 @@ TEST(ControlsLayout, FindsTheControlAtAPoint)
         EXPECT_EQ(controls_at(places.data(), {place.right, kTop}), CONTROL_NONE);
         EXPECT_EQ(controls_at(places.data(), {place.left, kTop - 1}), CONTROL_NONE);
     }
-    const Places small = layoutOf(100);
+    const Places small = layout_of(100);
     EXPECT_EQ(controls_at(small.data(), {small[CONTROL_MUTE].left, kTop}), CONTROL_NONE);
 }
 

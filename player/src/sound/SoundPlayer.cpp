@@ -93,9 +93,9 @@ void SoundPlayer::settle()
     if (m_pAwaited && m_pAwaited->presence() == Presence::None) {
         m_pAwaited.reset();
     }
-    if (m_pAwaited && m_pAwaited->presence() == Presence::There) {
-        exchange(m_pAwaited);
-    } else if (m_pTrack && m_pTrack->presence() == Presence::None) {
+    const bool bCome = m_pAwaited && m_pAwaited->presence() == Presence::There;
+    const bool bSilent = m_pTrack && m_pTrack->presence() == Presence::None;
+    if (bCome || bSilent) {
         exchange(m_pAwaited);
     }
 }
