@@ -3,6 +3,7 @@
 #include "player/tests/support/Clips.h"
 #include "player/tests/support/FakeClock.h"
 #include "player/tests/support/FakePlatform.h"
+#include "player/tests/support/MemoryBytes.h"
 #include "player/tests/support/PushedStream.h"
 #include "tests/support/SoundMeter.h"
 
@@ -26,6 +27,7 @@ using player::test::FakePlatform;
 using player::test::FakeSpeaker;
 using player::test::liveMatroska;
 using player::test::LiveOptions;
+using player::test::mediaPath;
 using player::test::PushedStream;
 using player::test::Record;
 using std::chrono::milliseconds;
@@ -406,6 +408,43 @@ TEST_F(AwaitedSound, FollowsTheOneThatIsClosedMeanwhile)
     }
     // They are pushed in the order of the file, some of them a little late.
     EXPECT_GT(levelOf(heard(2500ms, 3500ms)), kMonoLevel * 0.7);
+}
+
+TEST_F(AwaitedSound, TakesOverInContainersThatTellItWithItsPacketsAlone)
+{
+    for (const char *file : {"h264.ts", "mpeg2.mpg", "h264-alaw.flv", "fragmented.mp4"}) {
+        SCOPED_TRACE(file);
+        openAndListen(m_sounding);
+        playUpTo(1000ms);
+        const PushedStream other = player::test::cut(player::test::bytesOf(mediaPath(file)), 1000);
+        openOther(other);
+        playUpTo(1500ms);
+        expectTheFirstIsHeard(900ms, 1500ms);
+        for (std::size_t i = 0; i < other.records.size() / 2; ++i) {
+            static_cast<void>(player::test::push(*m_other, other.records[i].bytes));
+            m_clock.settle();
+        }
+        m_clock.advance(50ms);
+        // The first is not wanted any more, whose packets still come.
+        m_other->close();
+        playUpTo(2900ms);
+        EXPECT_EQ(soundingOf(heard(1700ms, 2900ms)), 0u);
+        m_port->close();
+        m_clock.settle();
+    }
+}
+
+TEST_F(AwaitedSound, MayStillComeInATransportStreamThatHasNone)
+{
+    openAndListen(m_sounding);
+    playUpTo(1000ms);
+    const PushedStream other = player::test::liveTransport("h264.avi");
+    openOther(other);
+    ASSERT_EQ(other.push(*m_other, 0, 20), Error::None);
+    m_clock.settle();
+    EXPECT_EQ(m_other->playSound(), Error::None);
+    playUpTo(2900ms);
+    expectTheFirstIsHeard(900ms, 2800ms);
 }
 
 TEST_F(LiveSoundTest, StoppingTheSoundIsHeardAtOnceAndGivesTheDeviceBack)
