@@ -86,8 +86,11 @@ static void begin_drag(Controls *controls, int x)
 static void set_volume(Controls *controls, int x, wchar_t *message, size_t size)
 {
     const int percent = (int)controls_value_at(&controls->places[CONTROL_VOLUME], x, FULL_VOLUME);
-    if (percent != controls->view.playback.volume)
-        playback_set_volume(controls->wall, percent, message, size);
+    if (percent == controls->view.playback.volume || !controls->view.playback.playable)
+        return;
+    playback_set_volume(controls->wall, percent, message, size);
+    controls->view.playback.volume = percent;
+    InvalidateRect(controls->window, &controls->strip, FALSE);
 }
 
 static void press(Controls *controls, Control control, int x, wchar_t *message, size_t size)
@@ -128,25 +131,20 @@ bool controls_on_mouse(Controls *controls, UINT kind, LPARAM place, wchar_t *mes
             return false;
         controls_update(controls);
         press(controls, controls_at(controls->places, point), point.x, message, size);
-        break;
+        return true;
     case WM_MOUSEMOVE:
-        if (controls->held == CONTROL_NONE)
-            return false;
+        /* There are many of them, and each question to the library is a line of its log. */
         if (controls->held == CONTROL_BAR)
             drag_to(controls, point.x);
-        else
+        else if (controls->held == CONTROL_VOLUME)
             set_volume(controls, point.x, message, size);
-        break;
+        return false;
     case WM_LBUTTONUP:
-        if (controls->held == CONTROL_NONE)
-            return false;
         controls_let_go(controls);
-        break;
+        return true;
     default:
         return false;
     }
-    controls_update(controls);
-    return true;
 }
 
 void controls_on_timer(Controls *controls)

@@ -43,8 +43,8 @@ void controls_place(Controls *controls, RECT strip);
 void controls_update(Controls *controls);
 void controls_paint(const Controls *controls, HDC dc);
 /**
- * Takes a mouse message of the host's window; false: it is none of the controls'. *message is set to what was done, for
- * the status bar, or left alone.
+ * Takes a mouse message of the host's window. True: the status bar may have to tell something else at once. *message is
+ * set to what was done, for the status bar, or left alone.
  */
 bool controls_on_mouse(Controls *controls, UINT kind, LPARAM place, wchar_t *message, size_t size);
 /** The timer has come. */

@@ -79,6 +79,9 @@ static void end_by_itself(HWND window)
 static LRESULT CALLBACK on_message(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
 {
     switch (message) {
+    case WM_CREATE: /* before the first WM_SIZE */
+        controls_open(&state.controls, window, TIMER_CONTROLS, &state.wall);
+        return 0;
     case WM_SIZE:
         place_all(window, LOWORD(lParam), HIWORD(lParam));
         return 0;
@@ -160,7 +163,6 @@ int host_window_run(const Library *library, const Options *options)
 {
     state.wall.window = PELLORA_NO_WINDOW;
     const HWND window = create_window(options);
-    controls_open(&state.controls, window, TIMER_CONTROLS, &state.wall);
     if (window == NULL) {
         fprintf(stderr, "The host's window cannot be made: Windows error %lu.\n", GetLastError());
         return 1;
