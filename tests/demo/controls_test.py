@@ -15,7 +15,7 @@ import unittest
 from pathlib import Path
 
 import demo_screen_test as demo
-from live_wall_test import read_log
+from live_wall_test import pane_of, read_log
 
 sys.dont_write_bytecode = True  # the checkout holds sources only
 sys.path.append(str(demo.ROOT / "tests" / "media"))
@@ -273,6 +273,27 @@ class Controls(unittest.TestCase):
             seeks = calls("PELLORA_SetPlayPos") - before
             self.assertGreater(seeks, 10)
             self.assertLessEqual(seeks, took * 10 + 2)
+
+    def test_the_bar_is_that_of_the_pane_that_was_clicked(self):
+        with Player("--split", 4, "Z:" + str(self.clip)) as player:
+            before = player.screen.ring()
+            player.move(SIZE[0] * 3 // 4, (SIZE[1] - demo.BELOW_VIDEO) * 3 // 4)
+            xdotool("click", 1)
+            player.screen_when(lambda s: s.ring() not in (None, before), 20)
+            player.down(player.column_of(40))
+            screen = player.screen_when(lambda s: number_on(s) == 40 * RATE, 20)
+            # The others play on.
+            others = [number_in(screen, pane_of(screen, index)) for index in range(3)]
+
+            def others_go_on(seen):
+                now = [number_in(seen, pane_of(seen, index)) for index in range(3)]
+                return None not in now + others and all(a > b for a, b in zip(now, others))
+
+            screen = player.screen_when(others_go_on, 20)
+            self.assertLess(max(others), 30 * RATE)
+            self.assertEqual(number_on(screen), 40 * RATE)
+            player.up()
+            player.screen_when(lambda s: (number_on(s) or 0) > 41 * RATE, 20)
 
     def test_a_camera_is_live_and_cannot_be_sought(self):
         with Player("--cameras", 1, "Z:" + str(self.clip), live=True) as player:
