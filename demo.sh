@@ -16,9 +16,10 @@
 #     --seconds N    on the virtual display: play for so long (default: 8)
 #     --split N, --size WxH, --once, --rules, --library PATH: as the demo host's --help explains
 #
-# In the window S stops and starts the selected camera, Q quits. Without a display, and without --stay, a virtual one is
-# used: it plays for some seconds and leaves demo.png here. Complete on a bare Debian 12 (as root or with sudo), and
-# quick the second time.
+# In the window a click selects a pane; the bar below pauses it, steps, seeks by dragging, and has its sound and volume. S stops
+# and starts the selected camera, Q quits; --help of the demo host lists all keys. Without a display, and without --stay, a
+# virtual one is used: it plays for some seconds and leaves demo.png here, and ends with 1 when nothing was shown. Complete on
+# a bare Debian 12 (as root or with sudo), and quick the second time.
 set -euo pipefail
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
 

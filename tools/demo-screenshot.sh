@@ -21,6 +21,9 @@ wait "$host" || status=$?
 if [ "$status" -ne 0 ]; then
     echo "ERROR: the demo host ended with $status. What it said:" >&2
     tail -n 20 "$log" >&2
+else
+    # Some of several sources.
+    grep 'cannot be' "$log" >&2 || true
 fi
 rm -f "$log"
 exit "$status"

@@ -8,12 +8,13 @@ static const wchar_t *const words[] = {
     [CAMERA_STOPPED] = L"stopped",
     [CAMERA_STARTING] = L"starting",
     [CAMERA_PLAYING] = L"playing",
-    [CAMERA_FAILED] = L"failed; the log beside the library says why, S tries again",
+    [CAMERA_FAILED] = L"failed; S tries again",
 };
 
 static void set_state(Cameras *cameras, int pane, CameraState state)
 {
     cameras->cameras[pane].state = state;
+    cameras->cameras[pane].errorTold = false;
     printf("Pane %d: %ls.\n", pane + 1, words[state]);
     fflush(stdout);
 }
@@ -24,14 +25,17 @@ static void log_in(Cameras *cameras, int pane, const char *address)
     /* A name and a password in the address go before those given here. */
     camera->userID = cameras->library->Login(address, "", "");
     camera->state = camera->userID >= 0 ? CAMERA_STOPPED : CAMERA_FAILED;
-    if (camera->userID >= 0)
-        return;
-    const unsigned long error = cameras->library->GetLastError();
-    if (error == SELVIK_ERROR_ADDRESS)
-        printf("Pane %d: its camera's address is not understood.\n", pane + 1);
-    else
-        printf("Pane %d: no log-in to its camera, error %lu of the device library.\n", pane + 1, error);
-    fflush(stdout);
+    if (camera->userID < 0)
+        camera->error = (LONG)cameras->library->GetLastError();
+}
+
+/** Called by the device library, on a thread of its own. */
+static void on_state(const SELVIK_DCM_STATE *state, void *user)
+{
+    Cameras *cameras = user;
+    for (int pane = 0; pane < OPTIONS_MAX_SOURCES; ++pane)
+        if (state->userID >= 0 && cameras->cameras[pane].userID == state->userID)
+            InterlockedExchange(&cameras->cameras[pane].error, (LONG)state->error);
 }
 
 void cameras_log_in(Cameras *cameras, const Library *library, const Options *options)
@@ -43,6 +47,21 @@ void cameras_log_in(Cameras *cameras, const Library *library, const Options *opt
             cameras->cameras[pane].channel = options->sources[pane].channel;
             log_in(cameras, pane, options->sources[pane].place);
         }
+    }
+    library->SetStateCallback(on_state, cameras);
+}
+
+void cameras_tell_errors(Cameras *cameras)
+{
+    for (int pane = 0; pane < OPTIONS_MAX_SOURCES; ++pane) {
+        Camera *camera = &cameras->cameras[pane];
+        const LONG error = camera->error;
+        if (camera->state != CAMERA_FAILED || camera->errorTold || error == SELVIK_ERROR_NONE)
+            continue;
+        camera->errorTold = true;
+        fprintf(stderr, "The camera of pane %d cannot be shown: %s.\n", pane + 1,
+                cameras->library->GetErrorText((unsigned long)error));
+        fflush(stderr);
     }
 }
 
@@ -105,6 +124,7 @@ static DWORD WINAPI log_out(void *parameter)
 
 void cameras_log_out(Cameras *cameras, bool playing)
 {
+    cameras->library->SetStateCallback(NULL, NULL);
     HANDLE threads[OPTIONS_MAX_SOURCES];
     DWORD count = 0;
     for (int pane = 0; pane < OPTIONS_MAX_SOURCES; ++pane) {
@@ -147,6 +167,9 @@ void cameras_describe(const Cameras *cameras, int pane, wchar_t *text, size_t si
         all += cameras_has(cameras, i);
         playing += cameras_plays(cameras, i);
     }
-    swprintf(text, size, L"Pane %d: %ls    %d of %d cameras play", pane + 1, words[cameras->cameras[pane].state],
-             playing, all);
+    const Camera *camera = &cameras->cameras[pane];
+    const LONG error = camera->state == CAMERA_FAILED ? camera->error : SELVIK_ERROR_NONE;
+    swprintf(text, size, L"Pane %d: %ls%hs%hs    %d of %d cameras play", pane + 1, words[camera->state],
+             error != SELVIK_ERROR_NONE ? ": " : "",
+             error != SELVIK_ERROR_NONE ? cameras->library->GetErrorText((unsigned long)error) : "", playing, all);
 }

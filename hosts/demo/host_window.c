@@ -1,16 +1,20 @@
 #include "hosts/demo/host_window.h"
 
+#include "hosts/demo/controls.h"
 #include "hosts/demo/wall.h"
 
 #include <stdio.h>
 
-enum { STATUS_HEIGHT = 28, TIMER_STATUS = 1, TIMER_END = 2, STATUS_INTERVAL_MS = 200 };
+enum { STATUS_HEIGHT = 28, BELOW_VIDEO = CONTROLS_HEIGHT + STATUS_HEIGHT };
+enum { TIMER_STATUS = 1, TIMER_END = 2, TIMER_CONTROLS = 3, STATUS_INTERVAL_MS = 200 };
 
 /** One window in the process, so that one state is enough; only its thread touches it. */
 static struct {
     Wall wall;
-    wchar_t message[128]; /**< what the last key did */
-    wchar_t status[300];  /**< what the status bar shows now */
+    Controls controls;
+    wchar_t message[128]; /**< what the last command did */
+    wchar_t status[400];  /**< what the status bar shows now */
+    int exitCode;
 } state;
 
 static RECT status_rect(HWND window)
@@ -21,13 +25,15 @@ static RECT status_rect(HWND window)
     return rect;
 }
 
-/** Asks the library for the selected pane's times, and repaints the bar only when its text has changed. */
+/** Asks the library about the selected pane, and repaints only what has changed. */
 static void update_status(HWND window)
 {
-    wchar_t description[160];
-    wchar_t status[300];
-    wall_describe(&state.wall, description, 160);
-    swprintf(status, 300, L"%ls    %ls", description, state.message);
+    wchar_t description[260];
+    wchar_t status[400];
+    cameras_tell_errors(&state.wall.cameras);
+    controls_update(&state.controls);
+    playback_describe(&state.wall, &state.controls.view.playback, description, 260);
+    swprintf(status, 400, L"%ls    %ls", description, state.message);
     if (wcscmp(status, state.status) != 0) {
         wcscpy(state.status, status);
         const RECT rect = status_rect(window);
@@ -47,30 +53,63 @@ static void paint(HWND window)
     rect.left += 10;
     DrawTextW(dc, state.status, -1, &rect, DT_SINGLELINE | DT_VCENTER | DT_NOPREFIX);
     SelectObject(dc, font);
+    controls_paint(&state.controls, dc);
     EndPaint(window, &paint);
+}
+
+/** The video above, the controls and the status bar below it. */
+static void place_all(HWND window, int width, int height)
+{
+    wall_place(&state.wall, 0, 0, width, height - BELOW_VIDEO);
+    const RECT strip = {0, height - BELOW_VIDEO, width, height - STATUS_HEIGHT};
+    controls_place(&state.controls, strip);
+    InvalidateRect(window, NULL, FALSE);
+}
+
+/** The time that was given is over. */
+static void end_by_itself(HWND window)
+{
+    if (!wall_shows_something(&state.wall)) {
+        fputs("Nothing has been shown.\n", stderr);
+        state.exitCode = 1;
+    }
+    DestroyWindow(window);
 }
 
 static LRESULT CALLBACK on_message(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
 {
     switch (message) {
+    case WM_CREATE: /* before the first WM_SIZE */
+        controls_open(&state.controls, window, TIMER_CONTROLS, &state.wall);
+        return 0;
     case WM_SIZE:
-        wall_place(&state.wall, 0, 0, LOWORD(lParam), HIWORD(lParam) - STATUS_HEIGHT);
-        InvalidateRect(window, NULL, FALSE);
+        place_all(window, LOWORD(lParam), HIWORD(lParam));
         return 0;
     case WM_TIMER:
         if (wParam == TIMER_END)
-            DestroyWindow(window);
+            end_by_itself(window);
+        else if (wParam == TIMER_CONTROLS)
+            controls_on_timer(&state.controls);
         else
             update_status(window);
         return 0;
+    case WM_LBUTTONDOWN:
+    case WM_MOUSEMOVE:
+    case WM_LBUTTONUP:
+        if (controls_on_mouse(&state.controls, message, lParam, state.message, 128))
+            update_status(window);
+        return 0;
+    case WM_CAPTURECHANGED:
+        controls_let_go(&state.controls);
+        return 0;
     case WM_ERASEBKGND:
-        return 1; /* video and bar cover everything */
+        return 1; /* video, controls and status bar cover everything */
     case WM_PAINT:
         paint(window);
         return 0;
     case WM_DESTROY:
         wall_close(&state.wall);
-        PostQuitMessage(0);
+        PostQuitMessage(state.exitCode);
         return 0;
     default:
         return DefWindowProcW(window, message, wParam, lParam);
@@ -101,6 +140,7 @@ static bool on_key(HWND window, const MSG *message)
 {
     if (message->message != WM_KEYDOWN)
         return false;
+    controls_let_go(&state.controls); /* a key may select another pane */
     if (message->wParam == 'Q') {
         DestroyWindow(window);
         return true;
@@ -136,7 +176,7 @@ int host_window_run(const Library *library, const Options *options)
     ShowWindow(window, SW_SHOW);
     RECT client;
     GetClientRect(window, &client);
-    wall_place(&state.wall, 0, 0, client.right, client.bottom - STATUS_HEIGHT);
+    place_all(window, client.right, client.bottom);
     wall_play(&state.wall);
     SetTimer(window, TIMER_STATUS, STATUS_INTERVAL_MS, NULL);
     if (options->seconds > 0)

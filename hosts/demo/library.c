@@ -52,6 +52,15 @@ static const Function functionsOfDevices[] = {
     {"SELVIK_DCM_Login", offsetof(Library, Login)},
     {"SELVIK_DCM_Logout", offsetof(Library, Logout)},
     {"SELVIK_DCM_GetLastError", offsetof(Library, GetLastError)},
+    {"SELVIK_DCM_SetStateCallback", offsetof(Library, SetStateCallback)},
+    {"SELVIK_DCM_GetErrorText", offsetof(Library, GetErrorText)},
+};
+
+static const Function functionsOfPlayer[] = {
+    {"Kavun_GetPort", offsetof(Library, PlayerGetPort)},
+    {"Kavun_FreePort", offsetof(Library, PlayerFreePort)},
+    {"Kavun_OpenFile", offsetof(Library, PlayerOpenFile)},
+    {"Kavun_GetLastError", offsetof(Library, PlayerGetLastError)},
 };
 
 enum { PATH_SIZE = 32768 };
@@ -97,5 +106,8 @@ bool library_load(Library *library, const wchar_t *path)
         load(library, path, functionsOfPellora, sizeof functionsOfPellora / sizeof functionsOfPellora[0]);
     /* Log-ins are numbers of one copy of the device library: the one that Pellora.dll itself uses, beside it. */
     return module != NULL && path_beside(module, L"Selvikdcm.dll", beside) &&
-           load(library, beside, functionsOfDevices, sizeof functionsOfDevices / sizeof functionsOfDevices[0]) != NULL;
+           load(library, beside, functionsOfDevices, sizeof functionsOfDevices / sizeof functionsOfDevices[0]) !=
+               NULL &&
+           path_beside(module, L"Drovel.dll", beside) &&
+           load(library, beside, functionsOfPlayer, sizeof functionsOfPlayer / sizeof functionsOfPlayer[0]) != NULL;
 }

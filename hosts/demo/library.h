@@ -1,5 +1,5 @@
 /**
- * Pellora.dll and the device library beside it, loaded at run time: the functions that this host uses.
+ * Pellora.dll, the device library and the player beside it, loaded at run time: the functions that this host uses.
  *
  * A program may link the import libraries instead; loading by hand lets the libraries lie in a folder of their own.
  */
@@ -7,6 +7,8 @@
 #define HOSTS_DEMO_LIBRARY_H
 
 #include "interface/Pellora.h"
+
+#include "Selvikdcm.h"
 
 #include <stdbool.h>
 
@@ -51,10 +53,17 @@ typedef struct {
     long (*Login)(const char *, const char *, const char *);
     int (*Logout)(long);
     unsigned long (*GetLastError)(void);
+    int (*SetStateCallback)(SELVIK_DCM_STATE_CB, void *);
+    const char *(*GetErrorText)(unsigned long);
+    /* Of the player, where the names of others are alike. */
+    int (*PlayerGetPort)(long *);
+    int (*PlayerFreePort)(long);
+    int (*PlayerOpenFile)(long, char *);
+    unsigned long (*PlayerGetLastError)(long);
 } Library;
 
 /**
- * Loads the library from a path or, with null, from beside this program; the device library lies beside it.
+ * Loads the library from a path or, with null, from beside this program; the others lie beside it.
  * False, with a message on standard error, when one cannot be loaded or lacks a function.
  */
 bool library_load(Library *library, const wchar_t *path);

@@ -1,12 +1,11 @@
 #include "hosts/demo/wall.h"
 
+#include "hosts/demo/failure.h"
+#include "hosts/demo/playback.h"
 #include "hosts/demo/rules.h"
 
-#include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
-
-enum { SEEK_SECONDS = 5 };
 
 enum { CLICK_REPORT_MS = 2000 };
 
@@ -18,13 +17,19 @@ static void select_pane(Wall *wall, int pane)
 {
     wall->library->SetCurWnd(wall->window, pane);
     wall->selected = pane;
+    wall->volume = -1;
 }
 
-static void start_file(const Wall *wall, int pane)
+static void start_file(Wall *wall, int pane)
 {
     char *file = wall->options->sources[pane % wall->options->sourceCount].place;
-    if (!wall->library->PreviewFile(wall->window, file, wall->loop, wall->options->rules))
-        fprintf(stderr, "%s cannot be played; the log beside the library says why.\n", file);
+    wall->paused[pane] = false;
+    wall->failures[pane][0] = L'\0';
+    if (!wall->library->PreviewFile(wall->window, file, wall->loop, wall->options->rules)) {
+        failure_of_file(wall->library, file, wall->failures[pane], FAILURE_TEXT_SIZE);
+        fprintf(stderr, "%s cannot be played: %ls.\n", file, wall->failures[pane]);
+        fflush(stderr);
+    }
     if (wall->options->rules)
         rules_put(wall->library, wall->window, pane); /* the file before took its rules with it */
 }
@@ -75,6 +80,7 @@ static void on_status(tagPELLORA_PREVIEW_STATUS status)
     wall->clickUntil = 0;
     if (clicked)
         wall->selected = pane;
+    wall->volume = -1; /* of another pane, or of what has just begun */
     /* A clicked pane that does not play has not failed: its start may still be under way. */
     if (clicked && !status.byPlaying)
         return;
@@ -85,8 +91,12 @@ static void on_status(tagPELLORA_PREVIEW_STATUS status)
 
 bool wall_open(Wall *wall, HWND host, const Library *library, const Options *options)
 {
-    *wall = (Wall){
-        .library = library, .options = options, .window = PELLORA_NO_WINDOW, .loop = options->loop, .sounding = -1};
+    *wall = (Wall){.library = library,
+                   .options = options,
+                   .window = PELLORA_NO_WINDOW,
+                   .loop = options->loop,
+                   .sounding = -1,
+                   .volume = -1};
     wall->window = library->CreateWindow_(host, PELLORA_EMBED_PLAIN);
     if (wall->window == PELLORA_NO_WINDOW)
         return false;
@@ -133,31 +143,10 @@ void wall_place(const Wall *wall, int x, int y, int width, int height)
         wall->library->SetGeometry(wall->window, x, y, width, height);
 }
 
-static void seek_by(const Wall *wall, int seconds)
-{
-    const unsigned long position = wall->library->GetPlayPos(wall->window);
-    const unsigned long distance = (unsigned long)abs(seconds);
-    const unsigned long target = seconds >= 0 ? position + distance : position > distance ? position - distance : 0;
-    wall->library->SetPlayPos(wall->window, target);
-}
-
-/** The library does not tell whether a pane is paused, so the host remembers; a pane selected since may need a second
- *  press. */
-static void toggle_pause(Wall *wall, wchar_t *message, size_t size)
-{
-    wall->paused = !wall->paused;
-    if (wall->paused)
-        wall->library->Pause(wall->window);
-    else
-        wall->library->Restore(wall->window);
-    swprintf(message, size, L"%ls", wall->paused ? L"Paused" : L"Playing");
-}
-
 /** Looping is fixed when a file is started, so each of them is started anew and brought back to its position. */
 static void toggle_loop(Wall *wall, wchar_t *message, size_t size)
 {
     wall->loop = !wall->loop;
-    wall->paused = false;
     const int selected = wall->selected;
     for (int pane = 0; pane < wall->filled; ++pane) {
         if (cameras_has(&wall->cameras, pane))
@@ -181,32 +170,9 @@ static void toggle_preview(Wall *wall, wchar_t *message, size_t size)
     if (cameras_runs(&wall->cameras, wall->selected))
         cameras_stop(&wall->cameras, wall->window, wall->selected);
     else if (cameras_start(&wall->cameras, wall->window, wall->selected))
-        wall->paused = false;
+        wall->paused[wall->selected] = false;
     else
         swprintf(message, size, L"It cannot be started now");
-}
-
-/** One pane sounds at a time: to switch it on in one takes it from another. */
-static void toggle_sound(Wall *wall, wchar_t *message, size_t size)
-{
-    const bool on = wall->sounding != wall->selected;
-    const bool done = on ? wall->library->OpenSound(wall->window) : wall->library->CloseSound(wall->window);
-    if (done)
-        wall->sounding = on ? wall->selected : -1;
-    if (done)
-        swprintf(message, size, L"Sound %ls", on ? L"on" : L"off");
-    else
-        swprintf(message, size, L"No sound here, or no sound device");
-}
-
-/** Louder or softer by a tenth of full volume. */
-static void change_volume(const Wall *wall, int tenths, wchar_t *message, size_t size)
-{
-    enum { FULL = 0xFFFF, TENTHS = 10 };
-    const int now = (wall->library->GetVolume(wall->window) * TENTHS + FULL / 2) / FULL;
-    const int next = now + tenths < 0 ? 0 : now + tenths > TENTHS ? TENTHS : now + tenths;
-    if (wall->library->SetVolume(wall->window, (unsigned short)(next * FULL / TENTHS)))
-        swprintf(message, size, L"Volume %d %%", next * 100 / TENTHS);
 }
 
 static bool write_file(const wchar_t *name, const unsigned char *bytes, size_t size)
@@ -254,48 +220,18 @@ static void set_full_screen(Wall *wall, bool fullScreen)
         wall->library->NormalScreen(wall->window);
 }
 
-/** Keys for speed and position; false for others. */
-static bool on_playback_key(Wall *wall, WPARAM key, wchar_t *message, size_t size)
+bool wall_shows_something(Wall *wall)
 {
-    const Library *library = wall->library;
-    const long window = wall->window;
-    switch (key) {
-    case VK_SPACE:
-        toggle_pause(wall, message, size);
-        return true;
-    case VK_LEFT:
-        seek_by(wall, -SEEK_SECONDS);
-        return true;
-    case VK_RIGHT:
-        seek_by(wall, SEEK_SECONDS);
-        return true;
-    case VK_HOME:
-        library->SetPlayPos(window, 0);
-        return true;
-    case VK_DOWN:
-        wall->paused = library->OneByOne(window) || wall->paused; /* a step leaves the pane paused */
-        return true;
-    case VK_UP:
-        if (library->OneByOneBack(window))
-            wall->paused = true;
-        else
-            swprintf(message, size, L"Cannot step back");
-        return true;
-    case VK_ADD:
-    case VK_OEM_PLUS:
-        swprintf(message, size, L"%ls", library->Fast(window) ? L"Faster" : L"Fastest");
-        return true;
-    case VK_SUBTRACT:
-    case VK_OEM_MINUS:
-        swprintf(message, size, L"%ls", library->Slow(window) ? L"Slower" : L"Slowest");
-        return true;
-    case 'N':
-        library->Play(window);
-        wall->paused = false;
-        return true;
-    default:
-        return false;
+    for (int pane = 0; pane < wall->filled; ++pane) {
+        select_pane(wall, pane);
+        /* An empty buffer is too small for any picture, and so asks whether there is one. */
+        unsigned char nothing[1];
+        unsigned long needed = 0;
+        wall->library->Capture(wall->window, nothing, 0, &needed);
+        if (needed > 0)
+            return true;
     }
+    return false;
 }
 
 bool wall_on_key(Wall *wall, WPARAM key, wchar_t *message, size_t size)
@@ -322,53 +258,11 @@ bool wall_on_key(Wall *wall, WPARAM key, wchar_t *message, size_t size)
     case 'R':
         toggle_loop(wall, message, size);
         return true;
-    case 'M':
-        toggle_sound(wall, message, size);
-        return true;
-    case VK_PRIOR:
-    case VK_NEXT:
-        change_volume(wall, key == VK_PRIOR ? 1 : -1, message, size);
-        return true;
     case 'S':
         message[0] = L'\0'; /* what becomes of it is part of the description */
         toggle_preview(wall, message, size);
         return true;
     default:
-        return on_playback_key(wall, key, message, size);
+        return playback_on_key(wall, key, message, size);
     }
-}
-
-/** Appends to a text that has begun; what does not fit is left out. */
-static void append(wchar_t *text, size_t size, const wchar_t *format, ...)
-{
-    const size_t used = wcslen(text);
-    va_list arguments;
-    va_start(arguments, format);
-    if (vswprintf(text + used, size - used, format, arguments) < 0)
-        text[used] = L'\0';
-    va_end(arguments);
-}
-
-void wall_describe(const Wall *wall, wchar_t *text, size_t size)
-{
-    text[0] = L'\0';
-    if (cameras_has(&wall->cameras, wall->selected)) {
-        cameras_describe(&wall->cameras, wall->selected, text, size);
-        if (!cameras_plays(&wall->cameras, wall->selected))
-            return; /* to ask for a picture that cannot be there would only fill the log */
-    } else {
-        const unsigned long position = wall->library->GetPlayPos(wall->window);
-        const unsigned long length = wall->library->GetFileTime(wall->window);
-        append(text, size, L"%02lu:%02lu / %02lu:%02lu", position / 60, position % 60, length / 60, length % 60);
-    }
-    tagPELLORA_POINT picture = {0, 0};
-    wall->library->GetPictureSize(wall->window, &picture);
-    append(text, size, L"    %ld \u00d7 %ld", picture.x, picture.y);
-
-    /* This function returns 0 also when it filled the record; the year tells. */
-    tagPELLORA_SYSTEM_TIME time = {0};
-    wall->library->GetSystemTime(wall->window, &time);
-    if (time.dwYear != 0)
-        append(text, size, L"    %04lu-%02lu-%02lu %02lu:%02lu:%02lu UTC", time.dwYear, time.dwMonth, time.dwDay,
-               time.dwHour, time.dwMinute, time.dwSecond);
 }

@@ -12,6 +12,8 @@
 
 #include <stddef.h>
 
+enum { FAILURE_TEXT_SIZE = 96 };
+
 typedef struct {
     const Library *library;
     const Options *options;
@@ -21,10 +23,12 @@ typedef struct {
     int selected;         /**< the window's current pane */
     ULONGLONG clickUntil; /**< the next report of a pane's state, if it comes before this tick, is of a click */
     bool loop;
-    bool paused; /**< by the space bar */
+    bool paused[OPTIONS_MAX_SOURCES]; /**< by the host's commands; the library does not tell */
     bool fullScreen;
     int sounding; /**< the pane whose sound is on, as far as the host has to do with it; -1: none */
+    int volume;   /**< of the selected pane in percent; -1: to be asked for */
     int captures; /**< saved so far */
+    wchar_t failures[OPTIONS_MAX_SOURCES][FAILURE_TEXT_SIZE]; /**< why a pane's file cannot be played; empty: it can */
 } Wall;
 
 /**
@@ -47,7 +51,7 @@ void wall_place(const Wall *wall, int x, int y, int width, int height);
  * status bar, or left alone.
  */
 bool wall_on_key(Wall *wall, WPARAM key, wchar_t *message, size_t size);
-/** What the selected pane shows: a camera's state or a file's position and length; picture size and recording time. */
-void wall_describe(const Wall *wall, wchar_t *text, size_t size);
+/** Whether there is a picture in any of the panes. Selects one pane after the other, for use at the end. */
+bool wall_shows_something(Wall *wall);
 
 #endif

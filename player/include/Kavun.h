@@ -178,8 +178,12 @@ int Kavun_SetDisplayRegion(long port, unsigned long region, RECT *rect, HWND hWn
 
 /**
  * One port sounds at a time: takes over from another. Silent while paused, stepped, or at another speed than 1. Ends
- * when what is open on the port is closed. Error 13 without a sound stream or device; a live stream whose header has
- * not been read yet is taken at its word. Waits for no device.
+ * when what is open on the port is closed. Error 13 without a sound stream or device. Waits for no device.
+ *
+ * Of a live stream nothing is known before its header has been read, for which some of its data is needed: until then
+ * it is accepted, and whoever sounds goes on. It takes over when it turns out to have sound; where it has none nothing
+ * changes, and from then on the answer is 13. MPEG-TS, MPEG-PS and FLV may bring sound at any time: they are accepted,
+ * and take over with it.
  */
 int Kavun_PlaySound(long port);
 int Kavun_StopSound(void);

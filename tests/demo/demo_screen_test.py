@@ -15,7 +15,8 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parent.parent.parent
 PROGRAM = None
 TITLE = "Pellora demo host"
-STATUS_HEIGHT = 28
+# The controls and the status bar.
+BELOW_VIDEO = 32 + 28
 RING = (56, 109, 250)
 # What a decoder and a scaler may be off by in an even area of one colour.
 TOLERANCE = 4
@@ -189,7 +190,7 @@ class DemoOnScreen(unittest.TestCase):
     def tearDownClass(cls):
         cls.folder.cleanup()
 
-    def host(self, split, width=642, height=362 + STATUS_HEIGHT):
+    def host(self, split, width=642, height=362 + BELOW_VIDEO):
         return Host((width, height), "--split", split, "Z:" + str(self.clip))
 
     def check_ring(self, screen):
@@ -209,7 +210,7 @@ class DemoOnScreen(unittest.TestCase):
             screen = host.screen_when(selected_pane_plays)
             self.check_ring(screen)
             left, top, width, height = pane_in_ring(screen)
-            video_height = screen.height - STATUS_HEIGHT
+            video_height = screen.height - BELOW_VIDEO
             self.assertLessEqual(left, 3)
             self.assertLessEqual(top, 3)
             self.assertGreaterEqual(left + width, screen.width - 3)
@@ -246,7 +247,7 @@ class DemoOnScreen(unittest.TestCase):
                 left, top, width, height = pane
                 # Cells differ by a pixel at most, and lie a few pixels apart.
                 step_x = (screen.width - left * 2 - width) / (side - 1)
-                step_y = (screen.height - STATUS_HEIGHT - top * 2 - height) / (side - 1)
+                step_y = (screen.height - BELOW_VIDEO - top * 2 - height) / (side - 1)
                 return all(shows_picture(screen, round(left + step_x * (i % side)), round(top + step_y * (i // side)),
                                          width, height) for i in range(split))
 
@@ -257,7 +258,7 @@ class DemoOnScreen(unittest.TestCase):
             self.assertLessEqual(left, 3)
             self.assertLessEqual(top, 3)
             self.assertGreater(width * side, screen.width - 6 * (side + 1))
-            self.assertGreater(height * side, screen.height - STATUS_HEIGHT - 6 * (side + 1))
+            self.assertGreater(height * side, screen.height - BELOW_VIDEO - 6 * (side + 1))
 
     def test_four_panes_lie_two_by_two(self):
         self.check_grid(4, 2)
@@ -270,11 +271,11 @@ class DemoOnScreen(unittest.TestCase):
             screen = host.screen_when(selected_pane_plays)
             before = screen.ring()
             subprocess.run(["xdotool", "mousemove", str(screen.left + screen.width * 3 // 4),
-                            str(screen.top + (screen.height - STATUS_HEIGHT) * 3 // 4), "click", "1"], check=True)
+                            str(screen.top + (screen.height - BELOW_VIDEO) * 3 // 4), "click", "1"], check=True)
             after = host.screen_when(lambda s: s.ring() not in (None, before), 10)
             self.check_ring(after)
             self.assertGreater(after.ring()[0], screen.width // 2 - 4)
-            self.assertGreater(after.ring()[1], (screen.height - STATUS_HEIGHT) // 2 - 4)
+            self.assertGreater(after.ring()[1], (screen.height - BELOW_VIDEO) // 2 - 4)
 
 
 if __name__ == "__main__":

@@ -18,7 +18,7 @@ from urllib.parse import quote
 
 import demo_screen_test as demo
 
-SIZE = (642, 362 + demo.STATUS_HEIGHT)
+SIZE = (642, 362 + demo.BELOW_VIDEO)
 CAMERAS = 4
 # The colour of a pane without a picture, and of the first rectangle among the demo host's rules; its left side lies at
 # 430, from 100 to 260 thousandths.
@@ -41,7 +41,7 @@ def pane_of(screen, index):
     if pane is None or pane[2] < 100 or pane[3] < 100:
         return None
     left, top, width, height = pane
-    right, bottom = screen.width - left - width, screen.height - demo.STATUS_HEIGHT - top - height
+    right, bottom = screen.width - left - width, screen.height - demo.BELOW_VIDEO - top - height
     # Cells differ by a pixel at most, and the nearer edges are as far from the window's for each of them.
     margin_x, margin_y = min(left, right), min(top, bottom)
     return (max(left, right) if index % 2 else margin_x, max(top, bottom) if index // 2 else margin_y, width, height)
@@ -180,12 +180,15 @@ class LiveWall(unittest.TestCase):
                 self.assertEqual(wall.states(1)[0], "starting")
                 self.assertRegex(wall.states(1)[1], "^failed; ")
                 self.assertEqual(len(wall.states(1)), 2)
+                reason = "The camera of pane 2 cannot be shown: device not reached."
+                wall.wait_for(lambda: reason in wall.console(), "the reason")
                 # It can be tried again.
                 wall.focus()
                 wall.select(screen, 1)
                 wall.key("s")
                 wall.wait_for(lambda: len(wall.states(1)) == 4, "the second end")
                 self.assertRegex(wall.states(1)[3], "^failed; ")
+                wall.wait_for(lambda: wall.console().count(reason) == 2, "the reason again")
                 name = subprocess.run(["xdotool", "getwindowname", wall.window], capture_output=True, text=True,
                                       check=True).stdout
                 log = read_log()

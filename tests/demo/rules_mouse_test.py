@@ -21,7 +21,7 @@ import demo_screen_test as demo
 # on each side.
 WIDTH, HEIGHT = 1000, 500
 FRAME = 1
-SIZE = (WIDTH + 2 * FRAME, HEIGHT + 2 * FRAME + demo.STATUS_HEIGHT)
+SIZE = (WIDTH + 2 * FRAME, HEIGHT + 2 * FRAME + demo.BELOW_VIDEO)
 # Wine merges moves that follow each other too closely.
 PAUSE = 0.06
 
@@ -227,7 +227,10 @@ class RulesByMouse(unittest.TestCase):
                 host.up(150, 95, button=3)
                 self.expect(host, [])
             with self.subTest("a press in the status bar reaches no rule"):
-                host.drag((500, HEIGHT + 10), (500, 430), (480, 400))
+                host.drag((500, HEIGHT + demo.BELOW_VIDEO - 10), (500, 430), (480, 400))
+                self.expect(host, [])
+            with self.subTest("neither does a drag that begins in the controls"):
+                host.drag((500, HEIGHT + 16), (500, 430), (480, 400))
                 self.expect(host, [])
             with self.subTest("a release outside the window ends the drag where it happens"):
                 host.down(100, 90)
@@ -240,7 +243,7 @@ class RulesByMouse(unittest.TestCase):
                 self.expect(host, [])
             with self.subTest("a new rule waits while the mouse is used elsewhere"):
                 host.key("ctrl+3")
-                host.click(500, HEIGHT + 10)
+                host.click(500, HEIGHT + demo.BELOW_VIDEO - 10)
                 host.click(300, 300, button=3)
                 self.expect(host, [])
                 host.drag((100, 300), (200, 400))
@@ -249,7 +252,7 @@ class RulesByMouse(unittest.TestCase):
 
     def resizing(self, pictures):
         """Starts to give the window sizes such that its picture has these ones."""
-        sizes = [f"{width + 2 * FRAME}x{height + 2 * FRAME + demo.STATUS_HEIGHT}" for width, height in pictures]
+        sizes = [f"{width + 2 * FRAME}x{height + 2 * FRAME + demo.BELOW_VIDEO}" for width, height in pictures]
         return subprocess.Popen([demo.ROOT / "tools" / "wine-run.sh", RESIZER, demo.TITLE, "100", *sizes])
 
     def test_rules_are_edited_while_the_window_is_resized(self):

@@ -170,6 +170,7 @@ void LiveFeed::run()
         m_failure = failure;
     }
     m_buffer.discard();
+    m_sound.failed();
     m_changed();
 }
 

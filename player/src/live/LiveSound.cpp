@@ -1,6 +1,7 @@
 #include "player/src/live/LiveSound.h"
 
 #include "player/src/core/Codec.h"
+#include "player/src/sound/SoundDecoder.h"
 
 namespace player
 {
@@ -23,12 +24,25 @@ void LiveSound::opened(const AVFormatContext &format)
     m_pTrack->flush();
     const bool bStreamsKnown = (format.ctx_flags & AVFMTCTX_NOHEADER) == 0;
     for (unsigned i = 0; i < format.nb_streams; ++i) {
-        if (format.streams[i]->codecpar->codec_type == AVMEDIA_TYPE_AUDIO) {
-            choose(static_cast<int>(i), format);
-            return;
+        const AVCodecParameters &parameters = *format.streams[i]->codecpar;
+        if (parameters.codec_type != AVMEDIA_TYPE_AUDIO) {
+            continue;
         }
+        m_nStream = static_cast<int>(i);
+        // Where the header is not the last word, a codec that it does not tell may still be told by the packets.
+        if (bStreamsKnown || SoundDecoder::canDecode(parameters)) {
+            choose(m_nStream, format);
+        }
+        return;
     }
     if (bStreamsKnown) {
+        m_pTrack->setStream(nullptr);
+    }
+}
+
+void LiveSound::failed()
+{
+    if (m_pTrack) {
         m_pTrack->setStream(nullptr);
     }
 }

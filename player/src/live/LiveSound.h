@@ -21,6 +21,8 @@ public:
 
     void opened(const AVFormatContext &format) override;
     void took(PacketPtr pPacket, const AVFormatContext &format) override;
+    /** The stream cannot be read: there will be no sound. */
+    void failed();
 
 private:
     void choose(int index, const AVFormatContext &format);

@@ -6,7 +6,7 @@ namespace player
 bool FileSound::begin(const AVCodecParameters &parameters, AVRational)
 {
     m_pTrack->setStream(&parameters);
-    return m_pTrack->mayHaveSound();
+    return m_pTrack->presence() == SoundTrack::Presence::There;
 }
 
 void FileSound::take(SidePacket packet)

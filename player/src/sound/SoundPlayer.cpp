@@ -16,6 +16,8 @@ namespace
 constexpr std::chrono::milliseconds kInterval{10};
 constexpr std::chrono::seconds kRetryInterval{1};
 
+using Presence = SoundTrack::Presence;
+
 } // namespace
 
 SoundPlayer::SoundPlayer(Platform &platform)
@@ -42,7 +44,7 @@ SoundPlayer::~SoundPlayer()
 
 Error SoundPlayer::play(const std::shared_ptr<SoundTrack> &pTrack)
 {
-    if (!pTrack->mayHaveSound() || !m_platform.hasSoundDevice()) {
+    if (pTrack->presence() == Presence::None || !m_platform.hasSoundDevice()) {
         return Error::NoSound;
     }
     std::thread ended;
@@ -53,7 +55,15 @@ Error SoundPlayer::play(const std::shared_ptr<SoundTrack> &pTrack)
             ended = std::exchange(m_thread, std::move(thread));
             m_bRunning = true;
         }
-        exchange(pTrack);
+        // Of a file the container has told already.
+        const bool bUnknown = pTrack->kind() == SoundTrack::Kind::Live && pTrack->presence() == Presence::Unknown;
+        if (bUnknown && m_pTrack && m_pTrack != pTrack && m_pTrack->presence() == Presence::There) {
+            m_pAwaited = pTrack;
+            // It may have become known just now.
+            settle();
+        } else {
+            exchange(pTrack);
+        }
     }
     m_changed.notifyAll();
     if (ended.joinable()) {
@@ -65,6 +75,7 @@ Error SoundPlayer::play(const std::shared_ptr<SoundTrack> &pTrack)
 
 void SoundPlayer::exchange(std::shared_ptr<SoundTrack> pTrack)
 {
+    m_pAwaited.reset();
     if (pTrack != m_pTrack) {
         m_pTrack.swap(pTrack);
         if (pTrack) {
@@ -75,6 +86,18 @@ void SoundPlayer::exchange(std::shared_ptr<SoundTrack> pTrack)
         }
     }
     m_bWake = true;
+}
+
+void SoundPlayer::settle()
+{
+    if (m_pAwaited && m_pAwaited->presence() == Presence::None) {
+        m_pAwaited.reset();
+    }
+    const bool bCome = m_pAwaited && m_pAwaited->presence() == Presence::There;
+    const bool bSilent = m_pTrack && m_pTrack->presence() == Presence::None;
+    if (bCome || bSilent) {
+        exchange(m_pAwaited);
+    }
 }
 
 void SoundPlayer::stop()
@@ -90,10 +113,13 @@ void SoundPlayer::stop(const SoundTrack &track)
 {
     {
         const std::lock_guard lock(m_mutex);
+        if (m_pAwaited.get() == &track) {
+            m_pAwaited.reset();
+        }
         if (m_pTrack.get() != &track) {
             return;
         }
-        exchange(nullptr);
+        exchange(m_pAwaited);
     }
     m_changed.notifyAll();
 }
@@ -102,6 +128,7 @@ void SoundPlayer::wake()
 {
     {
         const std::lock_guard lock(m_mutex);
+        settle();
         m_bWake = true;
     }
     m_changed.notifyAll();

@@ -33,7 +33,11 @@ public:
     SoundPlayer(const SoundPlayer &) = delete;
     SoundPlayer &operator=(const SoundPlayer &) = delete;
 
-    /** Lets this one be heard, and no longer the one before. NoSound, and no change, where that cannot be. */
+    /**
+     * Lets this one be heard, and no longer the one before. NoSound, and no change, where that cannot be. While nobody
+     * knows whether a live one has any sound, the one before goes on; it is not known for ever where a stream never
+     * comes.
+     */
     Error play(const std::shared_ptr<SoundTrack> &pTrack);
     /** Whoever sounds. */
     void stop();
@@ -43,8 +47,10 @@ public:
     void wake();
 
 private:
-    /** With m_mutex held. */
+    /** With m_mutex held. Nobody is awaited any more. */
     void exchange(std::shared_ptr<SoundTrack> pTrack);
+    /** With m_mutex held: takes in what has become known of the tracks. */
+    void settle();
     void run();
     void playUntilStopped(std::unique_lock<std::mutex> &lock);
     void supply(const std::shared_ptr<SoundTrack> &pTrack);
@@ -57,6 +63,8 @@ private:
     std::mutex m_mutex;
     Condition m_changed;
     std::shared_ptr<SoundTrack> m_pTrack;
+    /** Takes over once it is known to have sound; only while another one sounds. */
+    std::shared_ptr<SoundTrack> m_pAwaited;
     std::thread m_thread;
     /** The thread plays; otherwise it has ended or is about to. */
     bool m_bRunning = false;

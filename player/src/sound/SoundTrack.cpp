@@ -39,9 +39,12 @@ SoundTrack::SoundTrack(Clock &clock, Kind kind, std::function<void()> wake)
 void SoundTrack::setStream(const AVCodecParameters *pParameters)
 {
     const auto pCopy = pParameters && SoundDecoder::canDecode(*pParameters) ? copyOf(*pParameters) : nullptr;
-    const std::lock_guard lock(m_mutex);
-    m_bKnown = true;
-    m_pParameters = pCopy;
+    {
+        const std::lock_guard lock(m_mutex);
+        m_bKnown = true;
+        m_pParameters = pCopy;
+    }
+    m_wake();
 }
 
 void SoundTrack::push(PacketPtr pPacket, std::int64_t time)
@@ -158,10 +161,10 @@ std::optional<HeardSound> SoundTrack::heard() const
     return m_heard;
 }
 
-bool SoundTrack::mayHaveSound() const
+SoundTrack::Presence SoundTrack::presence() const
 {
     const std::lock_guard lock(m_mutex);
-    return !m_bKnown || m_pParameters;
+    return !m_bKnown ? Presence::Unknown : m_pParameters ? Presence::There : Presence::None;
 }
 
 void SoundTrack::setWanted(bool wanted)

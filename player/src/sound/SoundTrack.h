@@ -44,7 +44,7 @@ public:
     SoundTrack &operator=(const SoundTrack &) = delete;
 
     // The thread that reads the source.
-    /** What is known of the streams by now: what the sound's is, null where there is none. */
+    /** What is known of the streams by now: what the sound's is, null where there is none. Wakes the player. */
     void setStream(const AVCodecParameters *pParameters);
     /** Of the stream that was set last; the oldest ones make room where there is none. */
     void push(PacketPtr pPacket, std::int64_t time);
@@ -70,8 +70,9 @@ public:
     {
         m_nVolume = volume;
     }
-    /** False once it is known that there is none that can be decoded. */
-    [[nodiscard]] bool mayHaveSound() const;
+    /** Whether there is sound that can be decoded: nobody knows before the source's header has been read. */
+    enum class Presence { Unknown, None, There };
+    [[nodiscard]] Presence presence() const;
     /** The port's sound is the one that is heard, or no longer. */
     void setWanted(bool wanted);
 

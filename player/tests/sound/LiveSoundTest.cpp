@@ -3,6 +3,7 @@
 #include "player/tests/support/Clips.h"
 #include "player/tests/support/FakeClock.h"
 #include "player/tests/support/FakePlatform.h"
+#include "player/tests/support/MemoryBytes.h"
 #include "player/tests/support/PushedStream.h"
 #include "tests/support/SoundMeter.h"
 
@@ -26,6 +27,7 @@ using player::test::FakePlatform;
 using player::test::FakeSpeaker;
 using player::test::liveMatroska;
 using player::test::LiveOptions;
+using player::test::mediaPath;
 using player::test::PushedStream;
 using player::test::Record;
 using std::chrono::milliseconds;
@@ -286,6 +288,8 @@ TEST_F(LiveSoundTest, AnotherPortTakesOverAndTheFirstIsSilent)
     openAndListen(stream);
     playUpTo(1000ms);
     ASSERT_EQ(stream.openOn(*m_other, m_platform.window()), Error::None);
+    ASSERT_EQ(stream.push(*m_other, 0, 1), Error::None);
+    m_clock.settle();
     ASSERT_EQ(m_other->playSound(), Error::None);
     playUpTo(2000ms);
     EXPECT_EQ(soundingOf(heard(1100ms, 2000ms)), 0u);
@@ -295,6 +299,152 @@ TEST_F(LiveSoundTest, AnotherPortTakesOverAndTheFirstIsSilent)
     m_other->close();
     playUpTo(3000ms);
     EXPECT_GT(soundingOf(heard(2500ms, 3000ms)), 20000u);
+}
+
+// A stream that has been asked to sound before its header was read.
+class AwaitedSound : public LiveSoundTest
+{
+protected:
+    /** Without a header, so that nothing is known of it before its first record. */
+    void openOther(const PushedStream &stream)
+    {
+        ASSERT_EQ(stream.openOn(*m_other, m_platform.window()), Error::None);
+        m_clock.settle();
+        ASSERT_EQ(m_other->playSound(), Error::None);
+    }
+
+    void pushToOther(const PushedStream &stream)
+    {
+        ASSERT_EQ(stream.push(*m_other, 0, 1), Error::None);
+        m_clock.settle();
+    }
+
+    void expectTheFirstIsHeard(milliseconds from, milliseconds to)
+    {
+        for (milliseconds at = from; at < to; at += 10ms) {
+            EXPECT_GT(levelOf(heard(at, at + 10ms)), kMonoLevel * 0.7) << at.count();
+        }
+    }
+
+    const PushedStream m_sounding = withSound("h264-alaw.mkv");
+    const PushedStream m_silent = liveMatroska("h264.avi");
+};
+
+TEST_F(AwaitedSound, TakesOverWhenItIsKnownAndNotBefore)
+{
+    openAndListen(m_sounding);
+    playUpTo(1000ms);
+    openOther(m_sounding);
+    playUpTo(2000ms);
+    expectTheFirstIsHeard(900ms, 2000ms);
+    pushToOther(m_sounding);
+    playUpTo(2900ms);
+    EXPECT_EQ(soundingOf(heard(2050ms, 2900ms)), 0u);
+    EXPECT_EQ(m_platform.speaker().opened(), 1);
+}
+
+TEST_F(AwaitedSound, ThatTurnsOutNotToBeThereHasTakenNothingAndFailsFromThenOn)
+{
+    openAndListen(m_sounding);
+    playUpTo(1000ms);
+    openOther(m_silent);
+    pushToOther(m_silent);
+    EXPECT_EQ(m_other->playSound(), Error::NoSound);
+    playUpTo(2900ms);
+    expectTheFirstIsHeard(900ms, 2800ms);
+}
+
+TEST_F(AwaitedSound, OfAStreamThatCannotBeReadHasTakenNothingAndFailsFromThenOn)
+{
+    openAndListen(m_sounding);
+    playUpTo(1000ms);
+    const PushedStream garbage{Bytes(40, 0xA5), {{Bytes(3000000, 0xA5)}}};
+    openOther(garbage);
+    pushToOther(garbage);
+    EXPECT_EQ(m_other->playSound(), Error::NoSound);
+    playUpTo(2000ms);
+    expectTheFirstIsHeard(900ms, 1900ms);
+}
+
+TEST_F(AwaitedSound, ThatIsNotThereGivesTheDeviceBack)
+{
+    openOther(m_silent);
+    m_clock.advance(100ms);
+    EXPECT_EQ(m_platform.speaker().outputs(), 1);
+    pushToOther(m_silent);
+    m_clock.advance(100ms);
+    EXPECT_EQ(m_platform.speaker().outputs(), 0);
+    openAndListen(m_sounding);
+    playUpTo(2000ms);
+    expectTheFirstIsHeard(1000ms, 1900ms);
+}
+
+TEST_F(AwaitedSound, IsNotAwaitedAnyMoreOnceSoundIsStoppedOrAnotherIsAskedFor)
+{
+    openAndListen(m_sounding);
+    playUpTo(1000ms);
+    openOther(m_sounding);
+    ASSERT_EQ(m_port->playSound(), Error::None);
+    pushToOther(m_sounding);
+    playUpTo(2000ms);
+    expectTheFirstIsHeard(900ms, 1900ms);
+    m_other->close();
+    openOther(m_sounding);
+    m_platform.sound().stop();
+    pushToOther(m_sounding);
+    m_clock.advance(100ms);
+    EXPECT_EQ(m_platform.speaker().outputs(), 0);
+}
+
+TEST_F(AwaitedSound, FollowsTheOneThatIsClosedMeanwhile)
+{
+    openAndListen(m_sounding);
+    playUpTo(500ms);
+    openOther(m_sounding);
+    m_port->close();
+    for (const Record &record : m_sounding.records) {
+        goTo(m_zero + 1000ms + sentAt(record));
+        ASSERT_EQ(player::test::push(*m_other, record.bytes), Error::None);
+    }
+    // They are pushed in the order of the file, some of them a little late.
+    EXPECT_GT(levelOf(heard(2500ms, 3500ms)), kMonoLevel * 0.7);
+}
+
+TEST_F(AwaitedSound, TakesOverInContainersThatTellItWithItsPacketsAlone)
+{
+    for (const char *file : {"h264.ts", "mpeg2.mpg", "h264-alaw.flv", "fragmented.mp4"}) {
+        SCOPED_TRACE(file);
+        openAndListen(m_sounding);
+        playUpTo(1000ms);
+        const PushedStream other = player::test::cut(player::test::bytesOf(mediaPath(file)), 1000);
+        openOther(other);
+        playUpTo(1500ms);
+        expectTheFirstIsHeard(900ms, 1500ms);
+        for (std::size_t i = 0; i < other.records.size() / 2; ++i) {
+            static_cast<void>(player::test::push(*m_other, other.records[i].bytes));
+            m_clock.settle();
+        }
+        m_clock.advance(50ms);
+        // The first is not wanted any more, whose packets still come.
+        m_other->close();
+        playUpTo(2900ms);
+        EXPECT_EQ(soundingOf(heard(1700ms, 2900ms)), 0u);
+        m_port->close();
+        m_clock.settle();
+    }
+}
+
+TEST_F(AwaitedSound, MayStillComeInATransportStreamThatHasNone)
+{
+    openAndListen(m_sounding);
+    playUpTo(1000ms);
+    const PushedStream other = player::test::liveTransport("h264.avi");
+    openOther(other);
+    ASSERT_EQ(other.push(*m_other, 0, 20), Error::None);
+    m_clock.settle();
+    EXPECT_EQ(m_other->playSound(), Error::None);
+    playUpTo(2900ms);
+    expectTheFirstIsHeard(900ms, 2800ms);
 }
 
 TEST_F(LiveSoundTest, StoppingTheSoundIsHeardAtOnceAndGivesTheDeviceBack)
