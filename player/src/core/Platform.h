@@ -3,6 +3,7 @@
 
 #include "player/src/core/ByteSource.h"
 #include "player/src/core/Clock.h"
+#include "player/src/core/DecoderThreads.h"
 #include "player/src/core/Picture.h"
 #include "player/src/metadata/AnalysisTrack.h"
 #include "player/src/picture/PixelRect.h"
@@ -60,6 +61,11 @@ public:
     virtual std::unique_ptr<ByteSource> openFile(const char *path) = 0;
     /** The library stays loaded from now on: a thread that nobody can wait for still runs in it. */
     virtual void keepCode() {}
+    /** For coded pictures of that size; see DecoderThreads. */
+    [[nodiscard]] virtual DecoderThreads decoderThreads(int width, int height)
+    {
+        return DecoderThreads::forPictures(width, height);
+    }
     /** On a thread whose work can wait: it yields processor and disk to every other. */
     virtual void yieldToOthers() {}
     [[nodiscard]] virtual bool isWindow(WindowHandle window) = 0;

@@ -29,11 +29,12 @@ constexpr std::int64_t kBacks[] = {0, kSecond, 3 * kSecond, 10 * kSecond, 30 * k
 
 } // namespace
 
-FileDecoder::FileDecoder(Clock &clock, std::unique_ptr<ByteSource> pBytes)
+FileDecoder::FileDecoder(Clock &clock, std::unique_ptr<ByteSource> pBytes,
+                         const std::function<DecoderThreads(int, int)> &threads)
     : m_clock(clock), m_reader(clock, std::move(pBytes)), m_decoder(m_reader)
 {
     m_reader.open();
-    m_decoder.open();
+    m_decoder.open(threads);
     m_pending = m_decoder.decodeFirst();
     if (!m_pending) {
         throw OpenFailure{Error::Corrupt};
@@ -242,6 +243,8 @@ bool FileDecoder::goToStart(std::int64_t time)
 
 void FileDecoder::restart(bool atKey)
 {
+    // Somebody waits for what comes next; what plays on from there asks for less again.
+    m_decoder.setHurried(true);
     m_decoder.restart(atKey);
     m_pending = {};
     m_latest = {};

@@ -47,7 +47,8 @@ public:
     using Superseded = std::function<bool()>;
 
     /** Opens the source and decodes its first picture. */
-    FileDecoder(Clock &clock, std::unique_ptr<ByteSource> pBytes);
+    FileDecoder(Clock &clock, std::unique_ptr<ByteSource> pBytes,
+                const std::function<DecoderThreads(int, int)> &threads = &DecoderThreads::forPictures);
     ~FileDecoder();
     FileDecoder(const FileDecoder &) = delete;
     FileDecoder &operator=(const FileDecoder &) = delete;
@@ -98,6 +99,16 @@ public:
 
     /** Leaves out pictures on which no other depends. */
     void leaveOutUnneeded(bool leaveOut);
+    /** The clock is faster than a single thread may be, or does so no more. Seeks hurry by themselves. */
+    void setHurried(bool hurried)
+    {
+        m_decoder.setHurried(hurried);
+    }
+    /** That decode at the moment. */
+    [[nodiscard]] int threads() const
+    {
+        return m_decoder.threads();
+    }
     /** Goes on at a key picture nearer to the time, if there is one; what lies between is never decoded. */
     void hurryTo(std::int64_t time);
 

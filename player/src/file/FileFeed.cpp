@@ -326,7 +326,11 @@ void FileFeed::decodeOne(std::unique_lock<std::mutex> &lock)
 void FileFeed::keepUp(const Picture &picture, const FeedClient::Pace &pace)
 {
     const std::int64_t late = pace.running ? pace.position - picture.time : 0;
-    m_pDecoder->leaveOutUnneeded(late > pace.perSecond / kLateDivisor);
+    const bool bLate = late > pace.perSecond / kLateDivisor;
+    m_pDecoder->leaveOutUnneeded(bLate);
+    const bool bFast = pace.perSecond > FeedClient::Pace().perSecond;
+    m_bIsSlow = m_bIsSlow || (bLate && !bFast);
+    m_pDecoder->setHurried(pace.running && (bFast || m_bIsSlow));
     if (late > pace.perSecond / kVeryLateDivisor) {
         m_pDecoder->hurryTo(pace.position);
     }

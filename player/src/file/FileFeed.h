@@ -109,6 +109,8 @@ private:
 
     // Decoding thread only.
     std::unique_ptr<FileDecoder> m_pDecoder;
+    /** A single thread was too slow once at normal speed. */
+    bool m_bIsSlow = false;
 
     // Guarded by m_mutex.
     mutable std::mutex m_mutex;

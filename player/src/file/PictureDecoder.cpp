@@ -1,7 +1,7 @@
 #include "player/src/file/PictureDecoder.h"
 
 #include "player/src/core/Codec.h"
-#include "player/src/core/HardwareDecoding.h"
+#include "player/src/core/CodedUnits.h"
 #include "player/src/file/PictureTimes.h"
 
 #include <algorithm>
@@ -25,29 +25,15 @@ constexpr std::uint64_t kMostReordered = 32;
 /** Packets tried for the first picture, so that a broken file does not have to be read to its end. */
 constexpr int kFirstPicturePackets = 600;
 
-int decoderThreads(const AVCodecParameters &parameters)
-{
-    // Nine panes share the machine, and each thread of a decoder holds pictures: small pictures need no help.
-    constexpr int kMost = 4;
-    constexpr std::int64_t kSmall = 720 * 576;
-    if (std::int64_t{parameters.width} * parameters.height <= kSmall) {
-        return 1;
-    }
-    return processorThreads(kMost);
-}
-
 } // namespace
 
 PictureDecoder::~PictureDecoder() = default;
 
-void PictureDecoder::open()
+void PictureDecoder::open(const std::function<DecoderThreads(int, int)> &threads)
 {
     const AVStream &stream = m_reader.pictureStream();
     m_stamps.begin(stream.time_base, m_reader.isWithoutTimes(), m_reader.tellsOrderOfDecoding());
-    m_pCodec = player::openDecoder(stream, [&](AVCodecContext &codec) {
-        codec.thread_count = decoderThreads(*stream.codecpar);
-        codec.flags |= AV_CODEC_FLAG_COPY_OPAQUE;
-    });
+    m_codec.open(stream, threads(stream.codecpar->width, stream.codecpar->height));
 }
 
 Picture PictureDecoder::decodeFirst()
@@ -55,7 +41,7 @@ Picture PictureDecoder::decodeFirst()
     // decode() reads on until there is a picture or the source ends; the bound is kept by counting what it feeds.
     for (int packets = 0; packets < kFirstPicturePackets; ++packets) {
         FramePtr pFrame = makeFrame();
-        const int result = receivePicture(*m_pCodec, *pFrame);
+        const int result = m_codec.receive(*pFrame);
         if (result >= 0) {
             const Companion companion = m_stamps.companionOf(*pFrame);
             const std::int64_t stamp = stampOf(*pFrame, companion);
@@ -77,7 +63,11 @@ Picture PictureDecoder::decode()
         if (!pFrame) {
             return {};
         }
-        const int result = receivePicture(*m_pCodec, *pFrame);
+        const int result = m_codec.receive(*pFrame);
+        if (result == AVERROR_EOF && m_heldBack) {
+            goOnInOther();
+            continue;
+        }
         if (result == AVERROR_EOF) {
             return {};
         }
@@ -100,15 +90,47 @@ bool PictureDecoder::feed()
     if (m_bDrained) {
         return false;
     }
+    if (m_heldBack) {
+        return true;
+    }
     CodedPicture coded;
     while (m_reader.read(coded)) {
-        if (isToBeFed(coded)) {
-            send(coded);
+        if (!isToBeFed(coded)) {
+            continue;
+        }
+        if (m_codec.wantsChange() && mayChangeAt(coded)) {
+            m_heldBack = std::move(coded);
+            static_cast<void>(m_codec.send(nullptr));
             return true;
         }
+        send(coded);
+        return true;
     }
     m_bDrained = true;
-    return avcodec_send_packet(m_pCodec.get(), nullptr) >= 0;
+    return m_codec.send(nullptr) >= 0;
+}
+
+bool PictureDecoder::mayChangeAt(const CodedPicture &coded) const
+{
+    // Only where nothing that is shown before it comes behind it, which the index alone can tell. Key pictures are also
+    // those behind which older ones are referred to, and those of which a wave begins that renews the picture.
+    const auto place = (coded.pPacket->flags & AV_PKT_FLAG_KEY) != 0 ? placeOf(coded.number) : std::nullopt;
+    if (!place || place->ordinal != *coded.number - m_nFirstNumber) {
+        return false;
+    }
+    const AVCodecParameters &parameters = *m_reader.pictureStream().codecpar;
+    if (parameters.codec_id != AV_CODEC_ID_H264 && parameters.codec_id != AV_CODEC_ID_HEVC) {
+        return true;
+    }
+    return CodedUnits::of(*coded.pPacket, parameters).refresh;
+}
+
+void PictureDecoder::goOnInOther()
+{
+    m_codec.change();
+    CodedPicture first = std::move(*m_heldBack);
+    m_heldBack.reset();
+    send(first);
 }
 
 std::optional<FileIndex::Place> PictureDecoder::placeOf(const std::optional<std::int64_t> &number) const
@@ -120,10 +142,10 @@ void PictureDecoder::send(CodedPicture &coded)
 {
     const auto place = placeOf(coded.number);
     const bool bUnneeded = m_bLeaveOut || (place && place->ordinal < m_nNeededFrom);
-    m_pCodec->skip_frame = bUnneeded ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
+    m_codec.leaveOutUnneeded(bUnneeded);
     m_stamps.enter(coded);
     // What cannot be decoded costs a picture; the next packet may be whole again.
-    static_cast<void>(avcodec_send_packet(m_pCodec.get(), coded.pPacket.get()));
+    static_cast<void>(m_codec.send(coded.pPacket.get()));
 }
 
 bool PictureDecoder::isToBeFed(const CodedPicture &coded)
@@ -156,7 +178,7 @@ bool PictureDecoder::isToBeFed(const CodedPicture &coded)
 
 std::int64_t PictureDecoder::stampOf(const AVFrame &frame, const Companion &companion)
 {
-    return m_stamps.stampOf(frame, companion, m_bDrained ? -1 : m_pCodec->has_b_frames + m_pCodec->thread_count);
+    return m_stamps.stampOf(frame, companion, m_bDrained || m_heldBack ? -1 : m_codec.delay());
 }
 
 bool PictureDecoder::isUseless(const Companion &companion, std::int64_t stamp)
@@ -200,7 +222,7 @@ std::int64_t PictureDecoder::nominalDuration() const
 {
     const AVStream &stream = m_reader.pictureStream();
     // A raw stream's own rate is the demuxer's guess; its pictures may carry the true one.
-    const AVRational own = m_pCodec->framerate;
+    const AVRational own = m_codec.frameRate();
     const AVRational rate = m_reader.isWithoutTimes() && own.num > 0 && own.den > 0 ? own : stream.avg_frame_rate;
     if (rate.num <= 0 || rate.den <= 0) {
         return kUsualDuration;
@@ -218,7 +240,8 @@ std::int64_t PictureDecoder::durationOf(const AVFrame &frame) const
 
 void PictureDecoder::restart(bool atKey)
 {
-    flushDecoder(*m_pCodec);
+    m_codec.restart();
+    m_heldBack.reset();
     m_latestKeyTick.reset();
     m_keySerial.reset();
     m_nKeyStamp = AV_NOPTS_VALUE;
@@ -256,7 +279,8 @@ bool PictureDecoder::hurryTo(std::int64_t time, std::int64_t tick)
     if (!bWorthIt) {
         return false;
     }
-    flushDecoder(*m_pCodec);
+    m_codec.restart();
+    m_heldBack.reset();
     m_keySerial.reset();
     m_bWaitForKey = true;
     if (key && m_stamps.latestNumber()) {

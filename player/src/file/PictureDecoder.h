@@ -2,11 +2,13 @@
 #define PLAYER_PICTUREDECODER_H
 
 #include "player/src/core/Picture.h"
+#include "player/src/file/FileCodec.h"
 #include "player/src/file/FileIndex.h"
 #include "player/src/file/FileReader.h"
 #include "player/src/file/FrameStamps.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -29,7 +31,18 @@ public:
     PictureDecoder(const PictureDecoder &) = delete;
     PictureDecoder &operator=(const PictureDecoder &) = delete;
 
-    void open();
+    /** `threads`: from a coded picture's width and height. */
+    void open(const std::function<DecoderThreads(int, int)> &threads);
+    /** Somebody waits, or does so no more; see DecoderThreads. */
+    void setHurried(bool hurried)
+    {
+        m_codec.setHurried(hurried);
+    }
+    /** That decode at the moment. */
+    [[nodiscard]] int threads() const
+    {
+        return m_codec.threads();
+    }
     /** The first picture that can be decoded, within a bound; empty where there is none. Throws OpenFailure. */
     Picture decodeFirst();
     /** The packet that it came of. */
@@ -85,6 +98,8 @@ private:
 
     [[nodiscard]] std::optional<FileIndex::Place> placeOf(const std::optional<std::int64_t> &number) const;
     void send(CodedPicture &coded);
+    [[nodiscard]] bool mayChangeAt(const CodedPicture &coded) const;
+    void goOnInOther();
     bool isToBeFed(const CodedPicture &coded);
     [[nodiscard]] std::int64_t stampOf(const AVFrame &frame, const Companion &companion);
     [[nodiscard]] bool isUseless(const Companion &companion, std::int64_t stamp);
@@ -92,7 +107,9 @@ private:
     [[nodiscard]] std::int64_t durationOf(const AVFrame &frame) const;
 
     FileReader &m_reader;
-    CodecPtr m_pCodec;
+    FileCodec m_codec;
+    /** The first one for the other decoder, which waits until this one has given its last. */
+    std::optional<CodedPicture> m_heldBack;
     FrameStamps m_stamps;
     std::shared_ptr<const FileIndex> m_pIndex;
     std::int64_t m_nFirstNumber = 0;

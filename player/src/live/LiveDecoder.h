@@ -2,7 +2,7 @@
 #define PLAYER_LIVEDECODER_H
 
 #include "player/src/core/Picture.h"
-#include "player/src/live/CodedUnits.h"
+#include "player/src/core/CodedUnits.h"
 #include "player/src/live/LiveDemuxer.h"
 
 #include <array>

@@ -97,7 +97,9 @@ std::shared_ptr<FilePlayback> Port::openPlayback(const char *path, FileOpening &
     if (!pBytes) {
         throw OpenFailure{Error::Open};
     }
-    auto pDecoder = std::make_unique<FileDecoder>(m_platform.clock(), std::move(pBytes));
+    auto pDecoder = std::make_unique<FileDecoder>(m_platform.clock(), std::move(pBytes), [this](int width, int height) {
+        return m_platform.decoderThreads(width, height);
+    });
     auto pPlayback = std::make_shared<FilePlayback>(m_platform, std::move(pDecoder), m_pCallbacks);
     pPlayback->buildIndex(opening.open(path));
     return pPlayback;

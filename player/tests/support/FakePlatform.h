@@ -43,6 +43,11 @@ public:
     }
 
     std::unique_ptr<ByteSource> openFile(const char *path) override;
+    /** Two where somebody waits, whatever the size: small clips show what happens to large ones. */
+    [[nodiscard]] DecoderThreads decoderThreads(int /*width*/, int /*height*/) override
+    {
+        return {1, 2};
+    }
     [[nodiscard]] bool isWindow(WindowHandle window) override;
     std::unique_ptr<Presenter> makePresenter(WindowHandle window) override;
     void drawAnalysis(void *pContext, const AnalysisFrames &frames, const PictureShape &shape,

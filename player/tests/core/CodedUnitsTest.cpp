@@ -1,4 +1,4 @@
-#include "player/src/live/CodedUnits.h"
+#include "player/src/core/CodedUnits.h"
 
 #include <gtest/gtest.h>
 
@@ -89,6 +89,17 @@ TEST(CodedUnitsTest, TellsPicturesThatAreMadeOfNothingButThemselves)
     // H.265: the first slice, parameter set 0, kind 2 (intra) or 1 (predicted).
     EXPECT_TRUE(look(AV_CODEC_ID_HEVC, {0, 0, 1, 0x02, 1, 0xD8, 0}).intra);
     EXPECT_FALSE(look(AV_CODEC_ID_HEVC, {0, 0, 1, 0x02, 1, 0xD0, 0}).intra);
+}
+
+TEST(CodedUnitsTest, TellsWhereNothingRefersBackOverThePicture)
+{
+    EXPECT_TRUE(look(AV_CODEC_ID_H264, {0, 0, 1, 0x67, 1, 2, 0, 0, 1, 0x65, 0x88, 4}).refresh);
+    EXPECT_FALSE(look(AV_CODEC_ID_H264, {0, 0, 1, 0x41, 0xB0, 4}).refresh) << "intra, not IDR";
+    for (const int type : {16, 19, 20, 21}) {
+        EXPECT_TRUE(look(AV_CODEC_ID_HEVC, {0, 0, 1, static_cast<std::uint8_t>(type << 1), 1, 0xA0}).refresh) << type;
+    }
+    EXPECT_FALSE(look(AV_CODEC_ID_HEVC, {0, 0, 1, 1 << 1, 1, 0xA0}).refresh) << "trailing";
+    EXPECT_FALSE(look(AV_CODEC_ID_HEVC, {0, 0, 1, 0x42, 1, 4}).refresh) << "no picture";
 }
 
 TEST(CodedUnitsTest, TakesOtherCodecsForPictures)

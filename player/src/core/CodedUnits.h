@@ -21,6 +21,8 @@ struct CodedUnits {
     std::optional<int> recoversAfter;
     /** The picture is made of nothing but itself. */
     bool intra = false;
+    /** Nothing that is shown behind it refers to anything before it: IDR, or a random access point of H.265. */
+    bool refresh = false;
     /** H.265: there is supplementary information in it. */
     bool information = false;
 

@@ -1,4 +1,4 @@
-#include "player/src/live/CodedUnits.h"
+#include "player/src/core/CodedUnits.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -211,6 +211,7 @@ void lookAt264(Bytes unit, CodedUnits &units, bool &bAllIntra)
     if (type >= kH264Slice && type <= kH264LastSlice) {
         units.picture = true;
         bAllIntra = bAllIntra && (type == kH264LastSlice || isIntra264(unit));
+        units.refresh = type == kH264LastSlice;
     } else if (type == kH264Information) {
         const auto after = recoveryPoint(unit, true);
         units.recoversAfter = after ? after : units.recoversAfter;
@@ -224,6 +225,7 @@ void lookAt265(Bytes unit, CodedUnits &units, bool &bAllIntra)
         units.picture = true;
         const bool bRandomAccess = type >= kH265FirstRandomAccess && type <= kH265LastRandomAccess;
         bAllIntra = bAllIntra && (bRandomAccess || isIntra265(unit).value_or(true));
+        units.refresh = bRandomAccess;
     } else if (type == kH265PrefixInformation || type == kH265SuffixInformation) {
         const auto after = recoveryPoint(unit, false);
         units.recoversAfter = after ? after : units.recoversAfter;

@@ -1,0 +1,35 @@
+#ifndef PLAYER_DECODERTHREADS_H
+#define PLAYER_DECODERTHREADS_H
+
+#include "player/src/core/Codec.h"
+
+#include <cstdint>
+
+namespace player
+{
+
+/**
+ * How many threads decode a file. A decoder that is spread over threads takes a tenth more of the processors in all and
+ * keeps a picture for each thread, so that it is for where somebody waits: seeks, steps back, high speed, pictures of
+ * which a single thread is too slow. Threads: a value.
+ */
+struct DecoderThreads {
+    int playing = 1;
+    int hurried = 1;
+
+    /** For coded pictures of that size on this machine. */
+    static DecoderThreads forPictures(int width, int height)
+    {
+        // Small ones need no help, and nine panes share the machine.
+        constexpr std::int64_t kSmall = 720 * 576;
+        constexpr std::int64_t kLarge = 1920 * 1088;
+        constexpr int kMost = 4;
+        const std::int64_t size = std::int64_t{width} * height;
+        const int most = processorThreads(kMost);
+        return {size > kLarge ? most : 1, size > kSmall ? most : 1};
+    }
+};
+
+} // namespace player
+
+#endif
