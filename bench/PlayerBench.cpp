@@ -95,6 +95,15 @@ void showing(benchmark::State &state)
     }
 }
 
+/** Until the port's clock has come so far. */
+void waitForSecond(const FilePort &port, unsigned long second)
+{
+    const auto end = Clock::now() + std::chrono::seconds(10);
+    while (Kavun_GetPlayedTime(port.number()) < second && Clock::now() < end) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+}
+
 void fast(benchmark::State &state)
 {
     const ShownWindow window(640, 360);
@@ -107,14 +116,14 @@ void fast(benchmark::State &state)
         for (int doubled = 1; doubled < 16; doubled *= 2) {
             Kavun_Fast(port.number());
         }
+        waitForSecond(port, 1);
         const auto began = Clock::now();
         const double before = bench::processorSeconds();
         const int presented = port.presented();
-        const auto playedBefore = Kavun_GetPlayedTime(port.number());
-        port.waitForEnd();
+        waitForSecond(port, 9);
         const double seconds = secondsSince(began);
         state.counters["cores"] = (bench::processorSeconds() - before) / seconds;
-        state.counters["clock"] = (10.0 - playedBefore) / 16 / seconds;
+        state.counters["clock"] = (9.0 - 1.0) / 16 / seconds;
         state.counters["pictures_a_second"] = (port.presented() - presented) / seconds;
         state.SetIterationTime(seconds);
     }

@@ -48,6 +48,11 @@ bool FileClock::setSpeedStep(int step, Moment now)
     return true;
 }
 
+std::int64_t FileClock::perSecond() const
+{
+    return scaled(1000000, m_nStep);
+}
+
 Moment FileClock::momentOf(std::int64_t position) const
 {
     return m_since + onTheWall(position - m_nPosition);

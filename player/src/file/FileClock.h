@@ -40,6 +40,15 @@ public:
     /** The speed is two to the power of the step. False, and no change, past either end. */
     bool setSpeedStep(int step, Moment now);
 
+    /** Source time that passes in a second on the wall, were it running. */
+    [[nodiscard]] std::int64_t perSecond() const;
+    /** At this speed more pictures fall due than anybody sees; not all of them need be decoded. */
+    [[nodiscard]] bool isCoarse() const
+    {
+        constexpr int kEightfold = 3;
+        return m_nStep >= kEightfold;
+    }
+
     /** The moment at which a running clock reaches a position. */
     [[nodiscard]] Moment momentOf(std::int64_t position) const;
 

@@ -99,7 +99,7 @@ public:
 
     /** Leaves out pictures on which no other depends. */
     void leaveOutUnneeded(bool leaveOut);
-    /** The clock is faster than a single thread may be, or does so no more. Seeks hurry by themselves. */
+    /** A single thread is too slow for the clock, or is so no more. Seeks hurry by themselves. */
     void setHurried(bool hurried)
     {
         m_decoder.setHurried(hurried);

@@ -327,11 +327,12 @@ void FileFeed::keepUp(const Picture &picture, const FeedClient::Pace &pace)
 {
     const std::int64_t late = pace.running ? pace.position - picture.time : 0;
     const bool bLate = late > pace.perSecond / kLateDivisor;
-    m_pDecoder->leaveOutUnneeded(bLate);
-    const bool bFast = pace.perSecond > FeedClient::Pace().perSecond;
-    m_bIsSlow = m_bIsSlow || (bLate && !bFast);
-    m_pDecoder->setHurried(pace.running && (bFast || m_bIsSlow));
-    if (late > pace.perSecond / kVeryLateDivisor) {
+    const bool bCoarse = pace.running && pace.coarse;
+    m_pDecoder->leaveOutUnneeded(bLate || bCoarse);
+    // Every picture of sixteen times the speed would take every processor, for pictures that nobody sees.
+    m_bIsSlow = m_bIsSlow || (bLate && !bCoarse);
+    m_pDecoder->setHurried(m_bIsSlow && !bCoarse);
+    if (late > pace.perSecond / (bCoarse ? kLateDivisor : kVeryLateDivisor)) {
         m_pDecoder->hurryTo(pace.position);
     }
 }

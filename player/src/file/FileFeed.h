@@ -24,6 +24,8 @@ public:
         std::int64_t position = 0;
         /** Source time that passes in a second on the wall. */
         std::int64_t perSecond = 1000000;
+        /** More pictures fall due than anybody sees: those on which no other depends are not wanted. */
+        bool coarse = false;
     };
 
     FeedClient() = default;
@@ -109,7 +111,7 @@ private:
 
     // Decoding thread only.
     std::unique_ptr<FileDecoder> m_pDecoder;
-    /** A single thread was too slow once at normal speed. */
+    /** A single thread was too slow once, not at the highest speeds. */
     bool m_bIsSlow = false;
 
     // Guarded by m_mutex.

@@ -137,7 +137,12 @@ void FilePlayback::hold(Moment now)
 {
     // What has fallen due up to now is what is held.
     adoptPictures(now);
+    // Where not every picture was decoded the one on display at this time has to be fetched.
+    const bool bFetch = m_state == State::Paused && m_fileClock.isRunning() && m_fileClock.isCoarse();
     updateClock(now);
+    if (bFetch) {
+        seekLocked(m_fileClock.position(now), now);
+    }
 }
 
 Error FilePlayback::changeSpeed(int steps)
@@ -333,12 +338,8 @@ std::optional<PictureShape> FilePlayback::shapeLocked() const
 FeedClient::Pace FilePlayback::pace()
 {
     const std::lock_guard lock(m_mutex);
-    Pace pace;
-    pace.running = m_fileClock.isRunning();
-    pace.position = m_fileClock.position(m_clock.now());
-    const int step = m_fileClock.speedStep();
-    pace.perSecond = step < 0 ? pace.perSecond >> -step : pace.perSecond << step;
-    return pace;
+    const bool bRunning = m_fileClock.isRunning();
+    return {bRunning, m_fileClock.position(m_clock.now()), m_fileClock.perSecond(), m_fileClock.isCoarse()};
 }
 
 void FilePlayback::feedChanged()
