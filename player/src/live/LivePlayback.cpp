@@ -1,5 +1,6 @@
 #include "player/src/live/LivePlayback.h"
 
+#include "player/src/core/Notice.h"
 #include "player/src/sound/SoundPlayer.h"
 
 #include <algorithm>
@@ -33,9 +34,11 @@ LivePlayback::LivePlayback(Platform &platform, std::vector<std::uint8_t> header,
       m_mode(mode),
       m_pSound(std::make_shared<SoundTrack>(platform.clock(), SoundTrack::Kind::Live,
                                             [&platform] { platform.sound().wake(); })),
+      m_pTrack(std::make_shared<AnalysisTrack>(notice)),
       m_feed(
-          platform.clock(), std::move(header), bufferSize, mode, [this] { feedChanged(); }, m_pSound, &m_analysis)
+          platform.clock(), std::move(header), bufferSize, mode, [this] { feedChanged(); }, m_pSound, m_pTrack.get())
 {
+    setAnalysis(m_pTrack);
 }
 
 LivePlayback::~LivePlayback()

@@ -61,6 +61,7 @@ private:
 
     const StreamMode m_mode;
     const std::shared_ptr<SoundTrack> m_pSound;
+    const std::shared_ptr<AnalysisTrack> m_pTrack;
     LiveFeed m_feed;
 
     // Guarded by m_mutex.

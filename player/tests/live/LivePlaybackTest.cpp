@@ -1,6 +1,7 @@
 // Pushed streams through a port: which pictures are shown, and when.
 #include "player/src/core/SystemClock.h"
 #include "player/src/port/Port.h"
+#include "player/tests/support/AnalysisRecording.h"
 #include "player/tests/support/Clips.h"
 #include "player/tests/support/FakeClock.h"
 #include "player/tests/support/FakePlatform.h"
@@ -88,21 +89,12 @@ TEST_F(LivePlaybackTest, ShowsEachPictureAsSoonAsItsRecordHasCome)
     EXPECT_EQ(m_platform.numbers().size(), 40u);
 }
 
-/** A metadata document with one object, whose label is the picture's number. */
-std::string documentOf(int number)
-{
-    return "<tt:MetadataStream><tt:VideoAnalytics><tt:Frame><tt:Object><tt:Appearance><tt:Shape>"
-           "<tt:BoundingBox left='-0.5' top='0.5' right='0.5' bottom='-0.5'/></tt:Shape><tt:Class><tt:Type>" +
-           std::to_string(number) +
-           "</tt:Type></tt:Class></tt:Appearance></tt:Object></tt:Frame></tt:VideoAnalytics></tt:MetadataStream>";
-}
-
 TEST_F(LivePlaybackTest, DrawsTheAnalysisOfEachPictureOverItWhereTheHostWantsThat)
 {
     constexpr long kAnalysis = 1;
     LiveOptions options;
     options.metadata = true;
-    options.document = documentOf;
+    options.document = player::test::analysisDocument;
     const PushedStream stream = liveMatroska("h264.avi", options);
     open(stream);
     showEach(stream, 0, 20);
