@@ -36,7 +36,8 @@ LivePlayback::LivePlayback(Platform &platform, std::vector<std::uint8_t> header,
                                             [&platform] { platform.sound().wake(); })),
       m_pTrack(std::make_shared<AnalysisTrack>(notice)),
       m_feed(
-          platform.clock(), std::move(header), bufferSize, mode, [this] { feedChanged(); }, m_pSound, m_pTrack.get())
+          platform.clock(), std::move(header), bufferSize, mode, [this] { feedChanged(); }, m_pSound,
+          [this](std::int64_t time, std::string_view document) { documentCame(time, document); })
 {
     setAnalysis(m_pTrack);
 }
@@ -65,6 +66,22 @@ void LivePlayback::feedChanged()
         m_bBehind = bBehind;
     }
     presentHere(bBehind ? kVeryQuick : kQuick);
+}
+
+void LivePlayback::documentCame(std::int64_t time, std::string_view document)
+{
+    m_pTrack->add(time, document);
+    {
+        const std::lock_guard lock(m_mutex);
+        const bool bOfCurrent = m_current && time >= m_current.time - AnalysisTrack::kTolerance &&
+                                time <= m_current.time + AnalysisTrack::kTolerance;
+        if (!bOfCurrent || !m_pCallbacks->analysisShown) {
+            return;
+        }
+        // Pictures do not wait for what is said about them: what was shown without it is shown again.
+        m_bFresh = true;
+    }
+    m_changed.notifyAll();
 }
 
 Error LivePlayback::push(const std::uint8_t *pData, std::size_t size)

@@ -116,6 +116,28 @@ TEST_F(LivePlaybackTest, DrawsTheAnalysisOfEachPictureOverItWhereTheHostWantsTha
     EXPECT_TRUE(m_platform.shown().back().labels.empty());
 }
 
+TEST_F(LivePlaybackTest, DrawsAnalysisThatComesBehindItsPictureWhileThatIsShown)
+{
+    LiveOptions options;
+    options.metadata = true;
+    options.document = player::test::analysisDocument;
+    PushedStream stream = liveMatroska("h264.avi", options);
+    for (std::size_t i = 0; i + 1 < stream.records.size(); i += 2) {
+        std::swap(stream.records[i], stream.records[i + 1]);
+    }
+    open(stream);
+    m_port->showPrivateData(0xff, true);
+    for (std::size_t i = 0; i < 40; i += 2) {
+        ASSERT_EQ(stream.push(*m_port, i, i + 1), Error::None);
+        m_clock.advance(kShown);
+        ASSERT_EQ(m_platform.number(), stream.records[i].number) << "it waits for nothing";
+        ASSERT_EQ(stream.push(*m_port, i + 1, i + 2), Error::None);
+        m_clock.advance(kInterval - kShown);
+        ASSERT_EQ(m_platform.number(), stream.records[i].number);
+        EXPECT_EQ(m_platform.shown().back().labels, std::vector<std::string>{std::to_string(stream.records[i].number)});
+    }
+}
+
 TEST_F(LivePlaybackTest, ShowsPicturesWhoseAnalysisMakesNoSense)
 {
     LiveOptions options;
