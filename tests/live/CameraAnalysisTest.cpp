@@ -42,10 +42,13 @@ std::optional<int> boxIn(const Shot &shot)
     return std::nullopt;
 }
 
-/** Where the camera says that its box is, analysis_document() of camera_clips.py. */
+/** How many places the boxes of analysis_document() in camera_clips.py have; a round of pictures is several times as
+ * many. */
+constexpr int kPlaces = 20;
+
+/** Where the camera says that its box is. */
 bool isWhereItBelongs(int nLeft, int nPicture, int nWidth)
 {
-    constexpr int kPlaces = 20;
     constexpr double kSlack = 3;
     const double left = (0.1 + nPicture % kPlaces * 0.09) / 2 * nWidth;
     return std::fabs(nLeft - left) <= kSlack;
@@ -54,6 +57,8 @@ bool isWhereItBelongs(int nLeft, int nPicture, int nWidth)
 /** How many pictures had their boxes. */
 struct Boxes {
     int nRight = 0;
+    /** That of a picture shortly before it. */
+    int nLate = 0;
     int nWrong = 0;
     int nNone = 0;
     /** A wrong one, for people. */
@@ -82,7 +87,7 @@ protected:
                     ofLatest = {};
                 }
                 judge(ofLatest, shot, view.nPicture);
-                return boxes.nRight + boxes.nWrong + boxes.nNone >= nPictures;
+                return boxes.nRight + boxes.nLate + boxes.nWrong + boxes.nNone >= nPictures;
             },
             30'000));
         return boxes;
@@ -91,19 +96,24 @@ protected:
     static void judge(Boxes &boxes, const Shot &shot, int nPicture)
     {
         const auto box = boxIn(shot);
-        const bool bRight = box && isWhereItBelongs(*box, nPicture, shot.nWidth);
-        if (box && !bRight) {
+        const auto isOf = [&](int nBefore) {
+            return box && isWhereItBelongs(*box, nPicture + kPlaces - nBefore, shot.nWidth);
+        };
+        const bool bWrong = box && !isOf(0) && !isOf(1) && !isOf(2) && !isOf(3);
+        if (bWrong) {
             boxes.wrong = "picture " + std::to_string(nPicture) + " has its box at pixel " + std::to_string(*box) +
                           " of " + std::to_string(shot.nWidth);
         }
-        ++(!box ? boxes.nNone : bRight ? boxes.nRight : boxes.nWrong);
+        ++(!box ? boxes.nNone : isOf(0) ? boxes.nRight : bWrong ? boxes.nWrong : boxes.nLate);
     }
 
-    /** A live picture is shown before what the camera says about it has come: it is right if it ever was. */
+    /** A live picture may be shown before what the camera says about it has come: it is right if it ever was. */
     static void add(const Boxes &ofPicture, Boxes &boxes)
     {
         if (ofPicture.nRight > 0) {
             ++boxes.nRight;
+        } else if (ofPicture.nLate > 0) {
+            ++boxes.nLate;
         } else if (ofPicture.nWrong > 0) {
             ++boxes.nWrong;
             boxes.wrong = ofPicture.wrong;
@@ -158,17 +168,18 @@ TEST_F(CameraAnalysis, IsDrawnOnThePictureThatItBelongsToWhileTheHostWantsIt)
     EXPECT_EQ(look(kPictures).nNone, kPictures) << "nobody wants it yet";
 
     ASSERT_EQ(PELLORA_SetIntelData(m_lHandle, 1), 1);
-    // Until its first sender reports the camera does not tell at what time of day a picture and a document were. And on
-    // a busy machine a picture may be looked at in its first moments alone.
-    constexpr int kMost = kPictures * 9 / 10;
+    // Until its first sender reports the camera does not tell at what time of day a picture and a document were.
+    const auto isInStep = [](const Boxes &boxes, int nSeen) { return boxes.nWrong == 0 && boxes.nRight > nSeen / 2; };
     constexpr int kPatience = 20;
     Boxes boxes = look(kPictures);
-    for (int i = 0; i < kPatience && boxes.nRight < kMost; ++i) {
+    for (int i = 0; i < kPatience && !isInStep(boxes, kPictures); ++i) {
         boxes = look(kPictures);
     }
-    ASSERT_GE(boxes.nRight, kMost) << boxes.wrong;
+    ASSERT_TRUE(isInStep(boxes, kPictures)) << boxes.wrong << ", right " << boxes.nRight << ", late " << boxes.nLate;
+    // On a busy machine documents arrive late, and some pictures are looked at in their first moments alone.
     boxes = look(3 * kPictures);
-    EXPECT_GE(boxes.nRight, 3 * kMost) << boxes.wrong;
+    EXPECT_TRUE(isInStep(boxes, 3 * kPictures))
+        << boxes.wrong << ", right " << boxes.nRight << ", late " << boxes.nLate;
     EXPECT_EQ(boxes.nNone, 0);
 
     ASSERT_EQ(PELLORA_SetIntelData(m_lHandle, 0), 1);
@@ -251,6 +262,7 @@ TEST_F(CameraAnalysis, IsDrawnOnThePicturesOfARecordingToo)
     static_cast<void>(look(5));
     const Boxes boxes = look(30);
     EXPECT_EQ(boxes.nWrong, 0) << boxes.wrong;
+    EXPECT_EQ(boxes.nLate, 0);
     EXPECT_EQ(boxes.nRight, 30);
 
     ASSERT_EQ(PELLORA_Pause(m_lHandle), 1);
