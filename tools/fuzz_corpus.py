@@ -51,6 +51,8 @@ FILES = {
     "mpeg4-index.avi": "-c:v mpeg4 -q:v 31 -g 4 -frames:v 8",
     "h264.ts": "-c:v libx264 -preset veryfast -crf 40 -g 4 -frames:v 8 -f mpegts",
     "h265.h265": "-c:v libx265 -preset veryfast -crf 40 -x265-params log-level=error:keyint=4 -frames:v 8 -f hevc",
+    "analysis.mkv": "-map 0:v -map 1:s -c:v libx264 -preset veryfast -crf 40 -g 4 -bf 0 -frames:v 8 -c:s copy "
+                    "-metadata:s:s:0 title=application/vnd.onvif.metadata",
 }
 
 # Codings that ffmpeg packs into RTP: the number in device/fuzz/FuzzedTrack.h, the payload type, ffmpeg's arguments.
@@ -152,10 +154,10 @@ def http(body, chunked=False):
     return f"HTTP/1.1 200 OK\r\nContent-Type: application/soap+xml\r\nContent-Length: {len(body)}\r\n\r\n{body}"
 
 
-def ffmpeg(arguments, output):
+def ffmpeg(arguments, output, *inputs):
     command = ["ffmpeg", "-hide_banner", "-loglevel", "error", "-y", "-re"] if "://" in output else [
         "ffmpeg", "-hide_banner", "-loglevel", "error", "-y"]
-    subprocess.run([*command, "-f", "lavfi", "-i", SMALL, "-frames:v", "20", *arguments.split(), output], check=True)
+    subprocess.run([*command, "-f", "lavfi", "-i", SMALL, *inputs, "-frames:v", "20", *arguments.split(), output], check=True)
 
 
 def sent(arguments, payload_type):
@@ -212,8 +214,11 @@ def main():
         ffmpeg(arguments, str(WORK / name))
         # The header that a host gives is the first kilobyte.
         write("player", "pushed_stream", name, (WORK / name).read_bytes()[:MOST], [0, 4, 0])
+    (WORK / "analysis.srt").write_text("".join(
+        f"{place}\n00:00:00,{100 * place:03} --> 00:00:00,{100 * place + 90:03}\n{text}\n\n"
+        for place, text in enumerate(ANALYSIS.values())), encoding="utf-8")
     for name, arguments in FILES.items():
-        ffmpeg(arguments, str(WORK / name))
+        ffmpeg(arguments, str(WORK / name), *(["-i", WORK / "analysis.srt"] if name == "analysis.mkv" else []))
         # Seek, step, seek back, capture, behind six steps in all.
         write("player", "file", name, (WORK / name).read_bytes()[:MOST], [6, 0x20, 3, 8, 6, 0x85, 7])
     for name, text in ADDRESSES.items():

@@ -1,4 +1,4 @@
-// A file of any bytes through a port: opened, played, sought, stepped, captured, closed.
+// A file of any bytes through a port: opened, played with its analysis, sought, stepped, captured, closed.
 #include "player/src/port/Port.h"
 #include "player/tests/support/FakeClock.h"
 #include "player/tests/support/FakePlatform.h"
@@ -66,6 +66,8 @@ void pellora::test::fuzz(FuzzInput &input)
     player::test::FakeClock clock;
     player::test::FakePlatform platform(clock);
     const auto pPort = std::make_shared<Port>(platform, 1, 0);
+    // What the file says about its pictures is read, too.
+    pPort->showPrivateData(0xff, true);
     platform.openBy([&](const char *) { return std::make_unique<player::test::MemoryBytes>(input.bytes()); });
     const Error error = pPort->openFile("any");
     if (error == Error::None) {

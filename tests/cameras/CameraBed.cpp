@@ -13,8 +13,9 @@ namespace
 {
 
 // The cameras of camera_clips.py that are no part of the wall, in its order.
-const Camera kKinds[] = {{"h264", 10}, {"h265", 11},    {"mjpeg", 12, 50},   {"alaw", 13}, {"mulaw", 14},
-                         {"aac", 15},  {"bframes", 16}, {"slow", 17, 60, 1}, {"hd", 18},   {"fast", 19, 200, 50}};
+const Camera kKinds[] = {{"h264", 10},  {"h265", 11},          {"mjpeg", 12, 50}, {"alaw", 13},
+                         {"mulaw", 14}, {"aac", 15},           {"bframes", 16},   {"slow", 17, 60, 1},
+                         {"hd", 18},    {"fast", 19, 200, 50}, {"analysis", 20}};
 
 } // namespace
 

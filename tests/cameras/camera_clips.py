@@ -9,6 +9,7 @@ identity plus the picture's place in the clip, from 0.
 import fcntl
 import sys
 from dataclasses import dataclass
+from datetime import datetime, timezone
 from pathlib import Path
 
 sys.dont_write_bytecode = True  # the checkout holds sources only
@@ -46,6 +47,7 @@ class Camera:
 
     path: str
     clip: CameraClip
+    analysis: bool = False  # a metadata track with a document for each picture
 
     @property
     def identity(self):
@@ -73,9 +75,21 @@ def all_cameras():
         ("slow", "h264", "-c:v libx264 -preset veryfast -tune zerolatency -crf 28 -g 2 ", {"fps": "1", "frames": 60}),
         ("hd", "h264", LIVE_264 + "-b:v 3M ", {"width": 1920, "height": 1080, "noise": 4}),
         ("fast", "h264", LIVE_264.replace("-g 25", "-g 50"), {"fps": "50", "frames": 200}),
+        ("analysis", "h264", LIVE_264, {}),
     ]
     for identity, (name, codec, options, more) in enumerate(kinds, 10):
-        yield Camera(name, CameraClip(f"{name}.mkv", codec, options, identity=identity, **more))
+        yield Camera(name, CameraClip(f"{name}.mkv", codec, options, identity=identity, **more), name == "analysis")
+
+
+def analysis_document(number, seconds):
+    """What the camera with analysis has found in a picture: a box in its middle half, at one of twenty places."""
+    left = -0.9 + number % 20 * 0.09
+    moment = datetime.fromtimestamp(seconds, timezone.utc).strftime("%Y-%m-%dT%H:%M:%S.%fZ")
+    return (f'<?xml version="1.0" encoding="UTF-8"?><tt:MetadataStream xmlns:tt="http://www.onvif.org/ver10/schema">'
+            f'<tt:VideoAnalytics><tt:Frame UtcTime="{moment}"><tt:Object ObjectId="1"><tt:Appearance><tt:Shape>'
+            f'<tt:BoundingBox left="{left:.2f}" top="0.4" right="{left + 0.08:.2f}" bottom="-0.4"/><tt:CenterOfGravity '
+            f'x="{left + 0.04:.2f}" y="0"/></tt:Shape></tt:Appearance></tt:Object></tt:Frame></tt:VideoAnalytics>'
+            "</tt:MetadataStream>").encode()
 
 
 def make_clips(folder):

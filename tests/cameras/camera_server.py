@@ -13,6 +13,7 @@ It is its own process so that it can be killed and frozen. Prints "ready" when i
 
 import ctypes
 import signal
+import struct
 import sys
 import threading
 import time
@@ -27,7 +28,7 @@ gi.require_version("GstRtspServer", "1.0")
 from gi.repository import GLib, Gst, GstRtsp, GstRtspServer  # noqa: E402
 
 sys.dont_write_bytecode = True  # the checkout holds sources only
-from camera_clips import all_cameras  # noqa: E402
+from camera_clips import all_cameras, analysis_document  # noqa: E402
 
 USER, PASSWORD = "viewer", "s3cret/w@rd"
 PAYLOADERS = {
@@ -37,13 +38,20 @@ PAYLOADERS = {
     "audio/x-alaw": ("identity", "rtppcmapay pt=8"),
     "audio/x-mulaw": ("identity", "rtppcmupay pt=0"),
     "audio/mpeg": ("aacparse", "rtpmp4gpay pt=97"),
+    # Packets as they are: GStreamer has no payloader of documents.
+    "application/x-rtp": ("identity", "identity"),
 }
+ANALYSIS_TYPE, ANALYSIS_RATE, ANALYSIS_SOURCE = 107, 90000, 0x0A4A1735
+# So little that every document takes several packets.
+ANALYSIS_PAYLOAD = 200
 # How late a track may be before it goes on from where it is instead of catching up.
 LATEST = 0.5
 
 
 class Track:
     """One coded track of a clip in memory: its packets, in the order of decoding, and when each is due."""
+
+    lead = 0  # nanoseconds by which they are sent ahead of that
 
     def __init__(self, caps, packets, length):
         self.caps = caps
@@ -61,9 +69,48 @@ class Track:
                 start = index
         return start
 
+    def buffers(self, index, begin, _sent):
+        """What a packet is as it is pushed, in a round that began at a running time, behind so many buffers."""
+        data, pts, is_key = self.packets[index]
+        buffer = Gst.Buffer.new_wrapped(data)
+        buffer.pts = max(0, begin + pts)
+        if not is_key:
+            buffer.set_flags(Gst.BufferFlags.DELTA_UNIT)
+        return [buffer]
 
-def read_tracks(path, frames, rate):
-    """The tracks of a Matroska file, pictures first."""
+
+class AnalysisTrack(Track):
+    """A document for each picture, at its time, by the rules of ONVIF's streaming specification: whole documents, of
+    which each ends with a marker bit, and RTP time stamps that sender reports tie to the time of day. It is sent a
+    little ahead of its picture, so that the first look at that already shows it."""
+
+    lead = 15 * Gst.MSECOND
+
+    def __init__(self, pictures):
+        caps = Gst.Caps.from_string(f"application/x-rtp, media=application, payload={ANALYSIS_TYPE}, clock-rate="
+                                    f"{ANALYSIS_RATE}, encoding-name=VND.ONVIF.METADATA, ssrc=(uint){ANALYSIS_SOURCE}")
+        # No picture of this camera waits for a later one, so that the order of sending numbers them. It begins where
+        # they begin.
+        super().__init__(caps, [(number, pts, is_key) for number, (_, pts, is_key) in enumerate(pictures.packets)],
+                         pictures.length)
+
+    def buffers(self, index, begin, sent):
+        number, pts, _ = self.packets[index]
+        moment = max(0, begin + pts)
+        document = analysis_document(number, time.time())
+        pieces = [document[at:at + ANALYSIS_PAYLOAD] for at in range(0, len(document), ANALYSIS_PAYLOAD)]
+        buffers = []
+        for place, piece in enumerate(pieces):
+            marker = 0x80 if place == len(pieces) - 1 else 0
+            head = struct.pack(">BBHII", 0x80, marker | ANALYSIS_TYPE, (sent + place) % 2**16,
+                               moment * ANALYSIS_RATE // Gst.SECOND % 2**32, ANALYSIS_SOURCE)
+            buffers.append(Gst.Buffer.new_wrapped(head + piece))
+            buffers[-1].pts = moment
+        return buffers
+
+
+def read_tracks(path, frames, rate, analysis):
+    """The tracks of a Matroska file, pictures first, and one that tells what is in them where that is wanted."""
     tracks = []
     for pad in ("video_0", "audio_0"):
         pipeline = Gst.parse_launch(f'filesrc location="{path}" ! matroskademux name=demux '
@@ -92,6 +139,8 @@ def read_tracks(path, frames, rate):
             else:
                 length = (packets[-1][1] - packets[0][1]) * len(packets) // (len(packets) - 1)
             tracks.append(Track(caps, packets, length))
+    if analysis:
+        tracks.append(AnalysisTrack(tracks[0]))
     return tracks
 
 
@@ -103,6 +152,7 @@ class Feeder(threading.Thread):
         self.tracks = tracks
         self.sources = sources
         self.element = element
+        self.sent = [0] * len(tracks)
         self.end = threading.Event()
 
     def run(self):
@@ -139,15 +189,15 @@ class Feeder(threading.Thread):
         return self.element.get_current_running_time()
 
     def due_time(self, which, position):
-        return position[1] + self.tracks[which].due[position[0]]
+        track = self.tracks[which]
+        return position[1] + track.due[position[0]] - track.lead
 
     def push(self, which, position):
-        data, pts, is_key = self.tracks[which].packets[position[0]]
-        buffer = Gst.Buffer.new_wrapped(data)
-        buffer.pts = max(0, position[1] + pts)
-        if not is_key:
-            buffer.set_flags(Gst.BufferFlags.DELTA_UNIT)
-        return self.sources[which].emit("push-buffer", buffer) == Gst.FlowReturn.OK
+        for buffer in self.tracks[which].buffers(position[0], position[1], self.sent[which]):
+            if self.sources[which].emit("push-buffer", buffer) != Gst.FlowReturn.OK:
+                return False
+            self.sent[which] += 1
+        return True
 
 
 class CameraFactory(GstRtspServer.RTSPMediaFactory):
@@ -215,7 +265,7 @@ def main():
     # Ends with the test bed, however that ends.
     ctypes.CDLL(None).prctl(1, signal.SIGKILL)
     Gst.init(None)
-    cameras = [(camera, read_tracks(Path(clips) / camera.clip.file, camera.clip.frames, camera.clip.fps))
+    cameras = [(camera, read_tracks(Path(clips) / camera.clip.file, camera.clip.frames, camera.clip.fps, camera.analysis))
                for camera in all_cameras()]
     anybody, digest, basic, udp = (int(port) for port in ports)
     servers = [make_server(anybody, cameras), make_server(digest, cameras, GstRtsp.RTSPAuthMethod.DIGEST),

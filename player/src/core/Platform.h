@@ -5,7 +5,7 @@
 #include "player/src/core/Clock.h"
 #include "player/src/core/DecoderThreads.h"
 #include "player/src/core/Picture.h"
-#include "player/src/metadata/AnalysisTrack.h"
+#include "player/src/metadata/AnalysisSource.h"
 #include "player/src/picture/PixelRect.h"
 #include "player/src/sound/SoundOutput.h"
 

@@ -1,7 +1,5 @@
 #include "player/src/core/Playback.h"
 
-#include "player/src/core/Notice.h"
-
 #include <algorithm>
 #include <utility>
 
@@ -21,11 +19,7 @@ PixelRect DisplayRegion::on(const PictureShape &shape) const
 }
 
 Playback::Playback(Platform &platform, std::shared_ptr<PortCallbacks> pCallbacks)
-    : m_platform(platform),
-      m_clock(platform.clock()),
-      m_pCallbacks(std::move(pCallbacks)),
-      m_analysis(notice),
-      m_changed(m_clock)
+    : m_platform(platform), m_clock(platform.clock()), m_pCallbacks(std::move(pCallbacks)), m_changed(m_clock)
 {
 }
 
@@ -110,6 +104,9 @@ void Playback::close()
     m_changed.notifyAll();
     endRuns(runs);
     endFeed();
+    if (m_pAnalysis) {
+        m_pAnalysis->stop();
+    }
 }
 
 std::vector<std::shared_ptr<Playback::Run>> Playback::takeRuns()
@@ -284,7 +281,8 @@ void Playback::present(const Picture &picture, const PixelRect &region, WindowHa
 Overlay Playback::overlayOf(const Picture &picture, const PixelRect &region)
 {
     const bool bDraw = m_pCallbacks->draw.isSet();
-    AnalysisFrames frames = m_pCallbacks->analysisShown ? m_analysis.at(picture.time) : AnalysisFrames();
+    const bool bAnalysis = m_pAnalysis && m_pCallbacks->analysisShown;
+    AnalysisFrames frames = bAnalysis ? m_pAnalysis->at(picture.time) : AnalysisFrames();
     if (frames.empty()) {
         return bDraw ? Overlay([this](void *pContext) { m_pCallbacks->draw.call(pContext); }) : Overlay();
     }
@@ -295,6 +293,13 @@ Overlay Playback::overlayOf(const Picture &picture, const PixelRect &region)
             m_pCallbacks->draw.call(pContext);
         }
     };
+}
+
+void Playback::expectAnalysis(std::int64_t time) const
+{
+    if (m_pAnalysis && m_pCallbacks->analysisShown) {
+        m_pAnalysis->expect(time);
+    }
 }
 
 void Playback::presentHere(Moment::duration most)

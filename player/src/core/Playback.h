@@ -6,7 +6,7 @@
 #include "player/src/core/Error.h"
 #include "player/src/core/Picture.h"
 #include "player/src/core/Platform.h"
-#include "player/src/metadata/AnalysisTrack.h"
+#include "player/src/metadata/AnalysisSource.h"
 
 #include <atomic>
 #include <chrono>
@@ -14,6 +14,7 @@
 #include <mutex>
 #include <optional>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace player
@@ -66,6 +67,11 @@ public:
     Playback(const Playback &) = delete;
     Playback &operator=(const Playback &) = delete;
 
+    /** What the source says about its pictures. Before anybody else knows this object. */
+    void setAnalysis(std::shared_ptr<AnalysisSource> pAnalysis)
+    {
+        m_pAnalysis = std::move(pAnalysis);
+    }
     /** How many decoded pictures may be kept ready. */
     virtual void setCapacity(std::size_t pictures) = 0;
     Error play(WindowHandle window);
@@ -108,6 +114,9 @@ protected:
     /** Waits for presenting threads that left from inside their callbacks. Only from destructors. */
     void joinLeft();
 
+    /** A picture of that time comes next: if its analysis is wanted, let it be there then. */
+    void expectAnalysis(std::int64_t time) const;
+
     // With m_mutex held.
     /** From now on pictures are to be shown; called again while they are. */
     virtual void begin(Moment now) = 0;
@@ -130,8 +139,9 @@ protected:
     Platform &m_platform;
     Clock &m_clock;
     const std::shared_ptr<PortCallbacks> m_pCallbacks;
-    /** What the source says about its pictures. */
-    AnalysisTrack m_analysis;
+    /** What the source says about its pictures; null where it says nothing. Set before anybody else knows this object.
+     */
+    std::shared_ptr<AnalysisSource> m_pAnalysis;
 
     // Guarded by m_mutex.
     mutable std::mutex m_mutex;

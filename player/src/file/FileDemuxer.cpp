@@ -3,6 +3,7 @@
 #include "player/src/core/Codec.h"
 #include "player/src/core/Container.h"
 #include "player/src/core/DeviceTime.h"
+#include "player/src/metadata/AnalysisTrack.h"
 
 #include <algorithm>
 #include <cstring>
@@ -65,8 +66,8 @@ void FileDemuxer::chooseStreams()
         tellOf(*format.streams[sound]);
     }
     for (unsigned i = 0; i < format.nb_streams && m_metadata.number == 0; ++i) {
-        const AVMediaType type = format.streams[i]->codecpar->codec_type;
-        if (type == AVMEDIA_TYPE_SUBTITLE || type == AVMEDIA_TYPE_DATA) {
+        // Subtitles are not drawn.
+        if (isAnalysisStream(*format.streams[i])) {
             m_metadata.number = m_places.size();
             tellOf(*format.streams[i]);
         }

@@ -66,8 +66,10 @@ public:
     /** Whether a packet is that of the key picture, or one that lies behind it. */
     enum class Match { Before, Here, Behind };
     [[nodiscard]] Match match(const AVPacket &packet, const FileIndex::Key &key) const;
-    /** Back to the very first packet. */
+    /** Back to the first packet of the pictures; of others, what lies ahead of it may be left out. */
     bool rewind();
+    /** Back to the very first packet of all, which takes as long as opening did. */
+    bool reopen();
     /** Raw streams: nothing but pictures after each other, whose times come from the frame rate. */
     [[nodiscard]] bool isWithoutTimes() const
     {
@@ -114,7 +116,6 @@ private:
     [[nodiscard]] bool isSame(const AVFormatContext &format) const;
     [[nodiscard]] std::optional<std::int64_t> headerEndTick() const;
     [[nodiscard]] std::optional<std::int64_t> lookAtTheEnd();
-    bool reopen();
 
     FileContainer m_container;
     /** Where beginning anew failed, nothing can be read from what is left. */

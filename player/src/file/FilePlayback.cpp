@@ -115,6 +115,7 @@ void FilePlayback::endFeed()
 void FilePlayback::begin(Moment now)
 {
     m_feed.start();
+    expectAnalysis(m_current.time);
     m_fileClock.setSpeedStep(0, now);
     if (m_bEnded || m_bRewind) {
         seekLocked(0, now);
@@ -281,6 +282,7 @@ void FilePlayback::seekLocked(std::int64_t time, Moment now)
     m_bRewind = false;
     m_bAwaitSeek = true;
     m_feed.seek(time);
+    expectAnalysis(time);
     updateClock(now);
     m_fileClock.setPosition(std::min(time, length().value_or(time)), now);
 }
@@ -384,6 +386,7 @@ void FilePlayback::adoptPictures(Moment now)
         }
         picture = m_feed.takeSought();
         m_bAwaitSeek = false;
+        expectAnalysis(picture ? picture.time : m_current.time);
         updateClock(now);
     } else if (m_fileClock.isRunning()) {
         picture = m_feed.takeDue(m_fileClock.position(now));

@@ -33,6 +33,10 @@ public:
      * called once it is complete. Before anything else is.
      */
     void buildIndex(std::unique_ptr<ByteSource> pBytes);
+    [[nodiscard]] std::shared_ptr<const FileIndex> index() const
+    {
+        return m_pIndex;
+    }
     /** How long the file plays; empty while that is not known. */
     [[nodiscard]] std::optional<std::int64_t> length() const;
     /** When its last picture begins; empty while that is not known. */

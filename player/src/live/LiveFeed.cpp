@@ -1,5 +1,7 @@
 #include "player/src/live/LiveFeed.h"
 
+#include "player/src/metadata/AnalysisTrack.h"
+
 #include <utility>
 
 namespace player
@@ -21,11 +23,11 @@ constexpr std::int64_t kMostQueuedBytes = 192 * 1024 * 1024;
 } // namespace
 
 LiveFeed::LiveFeed(Clock &clock, std::vector<std::uint8_t> header, std::size_t bufferSize, StreamMode mode,
-                   std::function<void()> changed, std::shared_ptr<SoundTrack> pSound, AnalysisTrack *pAnalysis)
+                   std::function<void()> changed, std::shared_ptr<SoundTrack> pSound, OnDocument onDocument)
     : m_clock(clock),
       m_mode(mode),
       m_changed(std::move(changed)),
-      m_pAnalysis(pAnalysis),
+      m_onDocument(std::move(onDocument)),
       m_buffer(clock, bufferSize),
       m_sound(clock, std::move(pSound)),
       m_demuxer(
@@ -219,14 +221,14 @@ void LiveFeed::opened(const AVFormatContext &format)
 void LiveFeed::took(PacketPtr pPacket, const AVFormatContext &format)
 {
     const AVStream &stream = *format.streams[pPacket->stream_index];
-    if (!m_pAnalysis || !isAnalysisStream(stream)) {
+    if (!m_onDocument || !isAnalysisStream(stream)) {
         m_sound.took(std::move(pPacket), format);
         return;
     }
     const auto time = m_decoder.timeAt(pPacket->pts, stream.time_base);
     if (time && pPacket->size > 0) {
         const auto *pText = reinterpret_cast<const char *>(pPacket->data);
-        m_pAnalysis->add(*time, {pText, static_cast<std::size_t>(pPacket->size)});
+        m_onDocument(*time, {pText, static_cast<std::size_t>(pPacket->size)});
     }
 }
 

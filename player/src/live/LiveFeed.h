@@ -6,7 +6,6 @@
 #include "player/src/live/LiveDemuxer.h"
 #include "player/src/live/LiveSound.h"
 #include "player/src/live/PacketGroup.h"
-#include "player/src/metadata/AnalysisTrack.h"
 
 #include <atomic>
 #include <deque>
@@ -14,6 +13,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -38,13 +38,16 @@ enum class StreamMode { RealTime, File };
 class LiveFeed : private OtherStreams
 {
 public:
+    /** A document that the stream has for its pictures, and its time, on which its first picture stands at 0. */
+    using OnDocument = std::function<void(std::int64_t time, std::string_view document)>;
+
     /**
-     * The sound goes to its track as it comes, and what the stream says about its pictures to `pAnalysis`, where there
-     * is one; that must outlive this.
+     * The sound goes to its track as it comes, and what the stream says about its pictures to `onDocument`, which is
+     * called like `changed`.
      */
     LiveFeed(Clock &clock, std::vector<std::uint8_t> header, std::size_t bufferSize, StreamMode mode,
              std::function<void()> changed, std::shared_ptr<SoundTrack> pSound = nullptr,
-             AnalysisTrack *pAnalysis = nullptr);
+             OnDocument onDocument = nullptr);
     ~LiveFeed() override;
     LiveFeed(const LiveFeed &) = delete;
     LiveFeed &operator=(const LiveFeed &) = delete;
@@ -94,7 +97,7 @@ private:
     Clock &m_clock;
     const StreamMode m_mode;
     const std::function<void()> m_changed;
-    AnalysisTrack *const m_pAnalysis;
+    const OnDocument m_onDocument;
     LiveBuffer m_buffer;
     std::thread m_thread;
     std::atomic<bool> m_bHeld{false};

@@ -1,5 +1,6 @@
 #include "player/src/live/LivePlayback.h"
 
+#include "player/src/core/Notice.h"
 #include "player/src/sound/SoundPlayer.h"
 
 #include <algorithm>
@@ -33,9 +34,12 @@ LivePlayback::LivePlayback(Platform &platform, std::vector<std::uint8_t> header,
       m_mode(mode),
       m_pSound(std::make_shared<SoundTrack>(platform.clock(), SoundTrack::Kind::Live,
                                             [&platform] { platform.sound().wake(); })),
+      m_pTrack(std::make_shared<AnalysisTrack>(notice)),
       m_feed(
-          platform.clock(), std::move(header), bufferSize, mode, [this] { feedChanged(); }, m_pSound, &m_analysis)
+          platform.clock(), std::move(header), bufferSize, mode, [this] { feedChanged(); }, m_pSound,
+          [this](std::int64_t time, std::string_view document) { documentCame(time, document); })
 {
+    setAnalysis(m_pTrack);
 }
 
 LivePlayback::~LivePlayback()
@@ -62,6 +66,22 @@ void LivePlayback::feedChanged()
         m_bBehind = bBehind;
     }
     presentHere(bBehind ? kVeryQuick : kQuick);
+}
+
+void LivePlayback::documentCame(std::int64_t time, std::string_view document)
+{
+    m_pTrack->add(time, document);
+    {
+        const std::lock_guard lock(m_mutex);
+        const bool bOfCurrent = m_current && time >= m_current.time - AnalysisTrack::kTolerance &&
+                                time <= m_current.time + AnalysisTrack::kTolerance;
+        if (!bOfCurrent || !m_pCallbacks->analysisShown) {
+            return;
+        }
+        // Pictures do not wait for what is said about them: what was shown without it is shown again.
+        m_bFresh = true;
+    }
+    m_changed.notifyAll();
 }
 
 Error LivePlayback::push(const std::uint8_t *pData, std::size_t size)

@@ -3,6 +3,7 @@
 
 #include "player/src/core/Playback.h"
 #include "player/src/live/LiveFeed.h"
+#include "player/src/metadata/AnalysisTrack.h"
 
 namespace player
 {
@@ -50,6 +51,8 @@ private:
 
     /** On the decoding thread: there is a picture, or none can be had from the stream. */
     void feedChanged();
+    /** On the decoding thread. */
+    void documentCame(std::int64_t time, std::string_view document);
     void adopt(Picture picture, Moment now);
     /** The next picture is expected soon, and nothing says that it will not come. */
     [[nodiscard]] bool areComing(Moment now) const;
@@ -61,6 +64,7 @@ private:
 
     const StreamMode m_mode;
     const std::shared_ptr<SoundTrack> m_pSound;
+    const std::shared_ptr<AnalysisTrack> m_pTrack;
     LiveFeed m_feed;
 
     // Guarded by m_mutex.

@@ -1,7 +1,7 @@
 #ifndef PLAYER_ANALYSISPAINTER_H
 #define PLAYER_ANALYSISPAINTER_H
 
-#include "player/src/metadata/AnalysisTrack.h"
+#include "player/src/metadata/AnalysisSource.h"
 #include "player/src/metadata/AnalysisView.h"
 
 #include <windows.h>

@@ -12,14 +12,6 @@ namespace player
 namespace
 {
 
-constexpr std::size_t kMostDocuments = 256;
-constexpr std::size_t kMostBytes = 2 * 1024 * 1024;
-/** How long a frame stands for the pictures after its own. */
-constexpr std::int64_t kHold = 1000000;
-/** Containers round: a frame of the picture's own time may seem to be after it. */
-constexpr std::int64_t kTolerance = 5000;
-/** Further back, a document's frames are taken for frames of its own time. */
-constexpr std::int64_t kLongestDocument = 2000000;
 constexpr std::size_t kMostSources = 8;
 
 /** A time that can be reckoned with, whatever a stream says. */
@@ -59,11 +51,14 @@ struct AnalysisTrack::Document {
     std::vector<TimedFrame> frames;
 };
 
-AnalysisTrack::AnalysisTrack(std::function<void(const char *)> tell) : m_tell(std::move(tell)) {}
+AnalysisTrack::AnalysisTrack(std::function<void(const char *)> tell, const Room &room)
+    : m_room(room), m_tell(std::move(tell))
+{
+}
 
 AnalysisTrack::~AnalysisTrack() = default;
 
-void AnalysisTrack::add(std::int64_t time, std::string_view document)
+std::optional<std::int64_t> AnalysisTrack::add(std::int64_t time, std::string_view document)
 {
     auto pDocument = std::make_shared<Document>();
     pDocument->time = sane(time);
@@ -73,17 +68,32 @@ void AnalysisTrack::add(std::int64_t time, std::string_view document)
     const std::lock_guard lock(m_mutex);
     m_nBytes += pDocument->size;
     m_documents.push_back(std::move(pDocument));
-    while (m_documents.size() > kMostDocuments || (m_nBytes > kMostBytes && m_documents.size() > 1)) {
-        m_nBytes -= m_documents.front()->size;
-        m_documents.pop_front();
+    std::optional<std::int64_t> gone;
+    while (m_documents.size() > m_room.documents || (m_nBytes > m_room.bytes && m_documents.size() > 1)) {
+        gone = std::max(gone.value_or(INT64_MIN), m_documents.front()->time);
+        forgetFirst();
+    }
+    return gone;
+}
+
+bool AnalysisTrack::isCrowded() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_documents.size() > m_room.documents / 2 || m_nBytes > m_room.bytes / 2;
+}
+
+void AnalysisTrack::forgetBefore(std::int64_t time)
+{
+    const std::lock_guard lock(m_mutex);
+    while (!m_documents.empty() && m_documents.front()->time < time) {
+        forgetFirst();
     }
 }
 
-void AnalysisTrack::clear()
+void AnalysisTrack::forgetFirst()
 {
-    const std::lock_guard lock(m_mutex);
-    m_documents.clear();
-    m_nBytes = 0;
+    m_nBytes -= m_documents.front()->size;
+    m_documents.pop_front();
 }
 
 AnalysisFrames AnalysisTrack::at(std::int64_t time)

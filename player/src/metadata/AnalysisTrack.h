@@ -1,7 +1,7 @@
 #ifndef PLAYER_ANALYSISTRACK_H
 #define PLAYER_ANALYSISTRACK_H
 
-#include "player/src/metadata/AnalysisFrame.h"
+#include "player/src/metadata/AnalysisSource.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -9,17 +9,16 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 struct AVStream;
 
 namespace player
 {
-
-/** What a picture's analysis is: the frames that belong to it, one of each source. */
-using AnalysisFrames = std::vector<std::shared_ptr<const AnalysisFrame>>;
 
 /** Whether a stream carries ONVIF metadata: the device library's track, or a timed metadata track of an MP4. */
 [[nodiscard]] bool isAnalysisStream(const AVStream &stream);
@@ -37,33 +36,50 @@ using AnalysisFrames = std::vector<std::shared_ptr<const AnalysisFrame>>;
  * Units:   microseconds from the first picture of the source.
  * Errors:  a document that makes no sense is left out; the first one of a source is told once. Throws std::bad_alloc.
  */
-class AnalysisTrack
+class AnalysisTrack : public AnalysisSource
 {
 public:
-    /** `tell` is called once, on the asking thread, with a line for whoever looks into what is wrong. */
-    explicit AnalysisTrack(std::function<void(const char *)> tell);
-    ~AnalysisTrack();
-    AnalysisTrack(const AnalysisTrack &) = delete;
-    AnalysisTrack &operator=(const AnalysisTrack &) = delete;
+    // Which documents a picture may need.
+    /** How long a frame stands for the pictures after its own. */
+    static constexpr std::int64_t kHold = 1000000;
+    /** Containers round: a frame of the picture's own time may seem to be after it. */
+    static constexpr std::int64_t kTolerance = 5000;
+    /** A document tells of so much before its own time at most: its other frames are taken for frames of that time. */
+    static constexpr std::int64_t kLongestDocument = 2000000;
 
-    void add(std::int64_t time, std::string_view document);
-    /** What came so far does not belong to what follows. */
-    void clear();
-    /** What belongs to the picture on display at a time. */
-    [[nodiscard]] AnalysisFrames at(std::int64_t time);
+    /** What is kept, at most. */
+    struct Room {
+        std::size_t documents = 256;
+        std::size_t bytes = std::size_t{2} * 1024 * 1024;
+    };
+
+    /** `tell` is called once, on the asking thread, with a line for whoever looks into what is wrong. */
+    explicit AnalysisTrack(std::function<void(const char *)> tell) : AnalysisTrack(std::move(tell), Room()) {}
+    AnalysisTrack(std::function<void(const char *)> tell, const Room &room);
+    ~AnalysisTrack() override;
+
+    /** The latest of the times whose documents had to go for it; empty where none had. */
+    std::optional<std::int64_t> add(std::int64_t time, std::string_view document);
+    /** The first ones, as far as they came in order, up to one that is not before the time. */
+    void forgetBefore(std::int64_t time);
+    /** There is not much room left. */
+    [[nodiscard]] bool isCrowded() const;
+    [[nodiscard]] AnalysisFrames at(std::int64_t time) override;
 
 private:
     struct Document;
     struct TimedFrame;
 
     void read(Document &document);
+    void forgetFirst();
 
+    const Room m_room;
     const std::function<void(const char *)> m_tell;
     /** Asking thread only. */
     bool m_bTold = false;
 
     // Guarded by m_mutex.
-    std::mutex m_mutex;
+    mutable std::mutex m_mutex;
     std::deque<std::shared_ptr<Document>> m_documents;
     std::size_t m_nBytes = 0;
 };

@@ -1,10 +1,13 @@
 #include "player/src/port/Port.h"
 
+#include "player/src/metadata/FileAnalysis.h"
 #include "player/src/picture/JpegEncoder.h"
 #include "player/src/sound/FileSound.h"
 #include "player/src/sound/SoundPlayer.h"
 
 #include <algorithm>
+#include <string>
+#include <utility>
 
 namespace player
 {
@@ -102,7 +105,21 @@ std::shared_ptr<FilePlayback> Port::openPlayback(const char *path, FileOpening &
     });
     auto pPlayback = std::make_shared<FilePlayback>(m_platform, std::move(pDecoder), m_pCallbacks);
     pPlayback->buildIndex(opening.open(path));
+    addAnalysis(*pPlayback, path);
     return pPlayback;
+}
+
+void Port::addAnalysis(FilePlayback &file, const char *path) const
+{
+    // No container whose times may start over carries any.
+    if (!file.has(SideStream::Metadata) || file.facts().mayLeap) {
+        return;
+    }
+    const auto pOpening = std::make_shared<FileOpening>(m_platform);
+    FileAnalysis::Opening opening{[pOpening, name = std::string(path)] { return pOpening->open(name.c_str()); },
+                                  [pOpening] { pOpening->cancel(); }};
+    file.setAnalysis(
+        std::make_shared<FileAnalysis>(m_platform.clock(), std::move(opening), file.facts().firstTick, file.index()));
 }
 
 Error Port::closeFile()

@@ -92,6 +92,8 @@ private:
     [[nodiscard]] std::shared_ptr<LivePlayback> stream() const;
     /** With m_mutex held: of what is open, null when nothing is. */
     [[nodiscard]] std::shared_ptr<SoundTrack> soundLocked() const;
+    /** Lets a file's analysis be read when somebody wants to see it. */
+    void addAnalysis(FilePlayback &file, const char *path) const;
     /** Lets a file's sound be read, and lead its clock while it is heard. */
     [[nodiscard]] std::shared_ptr<SoundTrack> addSound(FilePlayback &file) const;
 

@@ -1,6 +1,7 @@
 // Pushed streams through a port: which pictures are shown, and when.
 #include "player/src/core/SystemClock.h"
 #include "player/src/port/Port.h"
+#include "player/tests/support/AnalysisRecording.h"
 #include "player/tests/support/Clips.h"
 #include "player/tests/support/FakeClock.h"
 #include "player/tests/support/FakePlatform.h"
@@ -88,21 +89,12 @@ TEST_F(LivePlaybackTest, ShowsEachPictureAsSoonAsItsRecordHasCome)
     EXPECT_EQ(m_platform.numbers().size(), 40u);
 }
 
-/** A metadata document with one object, whose label is the picture's number. */
-std::string documentOf(int number)
-{
-    return "<tt:MetadataStream><tt:VideoAnalytics><tt:Frame><tt:Object><tt:Appearance><tt:Shape>"
-           "<tt:BoundingBox left='-0.5' top='0.5' right='0.5' bottom='-0.5'/></tt:Shape><tt:Class><tt:Type>" +
-           std::to_string(number) +
-           "</tt:Type></tt:Class></tt:Appearance></tt:Object></tt:Frame></tt:VideoAnalytics></tt:MetadataStream>";
-}
-
 TEST_F(LivePlaybackTest, DrawsTheAnalysisOfEachPictureOverItWhereTheHostWantsThat)
 {
     constexpr long kAnalysis = 1;
     LiveOptions options;
     options.metadata = true;
-    options.document = documentOf;
+    options.document = player::test::analysisDocument;
     const PushedStream stream = liveMatroska("h264.avi", options);
     open(stream);
     showEach(stream, 0, 20);
@@ -122,6 +114,28 @@ TEST_F(LivePlaybackTest, DrawsTheAnalysisOfEachPictureOverItWhereTheHostWantsTha
     m_platform.forget();
     showEach(stream, 60, 64);
     EXPECT_TRUE(m_platform.shown().back().labels.empty());
+}
+
+TEST_F(LivePlaybackTest, DrawsAnalysisThatComesBehindItsPictureWhileThatIsShown)
+{
+    LiveOptions options;
+    options.metadata = true;
+    options.document = player::test::analysisDocument;
+    PushedStream stream = liveMatroska("h264.avi", options);
+    for (std::size_t i = 0; i + 1 < stream.records.size(); i += 2) {
+        std::swap(stream.records[i], stream.records[i + 1]);
+    }
+    open(stream);
+    m_port->showPrivateData(0xff, true);
+    for (std::size_t i = 0; i < 40; i += 2) {
+        ASSERT_EQ(stream.push(*m_port, i, i + 1), Error::None);
+        m_clock.advance(kShown);
+        ASSERT_EQ(m_platform.number(), stream.records[i].number) << "it waits for nothing";
+        ASSERT_EQ(stream.push(*m_port, i + 1, i + 2), Error::None);
+        m_clock.advance(kInterval - kShown);
+        ASSERT_EQ(m_platform.number(), stream.records[i].number);
+        EXPECT_EQ(m_platform.shown().back().labels, std::vector<std::string>{std::to_string(stream.records[i].number)});
+    }
 }
 
 TEST_F(LivePlaybackTest, ShowsPicturesWhoseAnalysisMakesNoSense)

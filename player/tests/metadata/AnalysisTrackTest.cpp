@@ -97,11 +97,13 @@ TEST_F(AnalysisOfPictures, ComesFromEachSourceOfTheCamera)
     EXPECT_EQ(at(200), "c b");
 }
 
-TEST_F(AnalysisOfPictures, IsForgottenWithWhatItCameWith)
+TEST_F(AnalysisOfPictures, IsForgottenUpToATime)
 {
     add(0, document(frame("1.0", "a")));
-    m_track.clear();
-    EXPECT_EQ(at(0), "");
+    add(200, document(frame("1.2", "b")));
+    m_track.forgetBefore(200 * 1000);
+    EXPECT_EQ(at(160), "");
+    EXPECT_EQ(at(200), "b");
 }
 
 TEST_F(AnalysisOfPictures, TellsOnceThatItMakesNoSense)

@@ -1,5 +1,6 @@
 // Damaged files of every container, at one place after the other: opened, played and sought through a port.
 #include "player/src/port/Port.h"
+#include "player/tests/support/AnalysisRecording.h"
 #include "player/tests/support/Clips.h"
 #include "player/tests/support/FakeClock.h"
 #include "player/tests/support/FakePlatform.h"
@@ -10,6 +11,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <string>
+#include <string_view>
 
 namespace
 {
@@ -35,12 +37,21 @@ long memory(const char *what)
     return 0;
 }
 
+constexpr std::string_view kWithAnalysis = "small.mkv with analysis";
+
+std::string documentOfEveryFifth(int number)
+{
+    return number % 5 == 0 ? player::test::analysisDocument(number) : std::string();
+}
+
 class AHostileFile : public testing::TestWithParam<const char *>
 {
 protected:
     void SetUp() override
     {
-        m_bytes = bytesOf(mediaPath(GetParam()));
+        m_bytes = std::string_view(GetParam()) == kWithAnalysis
+                      ? player::test::savedWithAnalysis("small.mkv", documentOfEveryFifth)
+                      : bytesOf(mediaPath(GetParam()));
         ASSERT_GT(m_bytes.size(), 900u);
         m_platform.openBy([this](const char *) { return std::make_unique<MemoryBytes>(m_bytes); });
         // The most that is taken is counted anew from here on.
@@ -59,6 +70,7 @@ protected:
     bool plays()
     {
         const auto pPort = std::make_shared<Port>(m_platform, 1, 0);
+        pPort->showPrivateData(0xff, true);
         const Error error = pPort->openFile("any");
         if (error != Error::None) {
             EXPECT_TRUE(error == Error::Unsupported || error == Error::Corrupt || error == Error::Resources)
@@ -107,7 +119,8 @@ TEST_P(AHostileFile, ThatIsCutAnywhereIsPlayedOrRefused)
 
 INSTANTIATE_TEST_SUITE_P(Containers, AHostileFile,
                          testing::Values("small.mp4", "small.mov", "small-fragmented.mp4", "small.mkv", "small.webm",
-                                         "small.avi", "small.ts", "small.mpg", "small.flv", "small.h264", "small.h265"),
+                                         "small.avi", "small.ts", "small.mpg", "small.flv", "small.h264", "small.h265",
+                                         kWithAnalysis.data()),
                          [](const auto &row) { return player::test::testName(row.param); });
 
 } // namespace

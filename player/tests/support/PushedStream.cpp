@@ -388,14 +388,14 @@ PushedStream liveMatroska(const std::string &file, const LiveOptions &options)
         sent = std::max(sent, pPacket->pts - kReordering);
         pPacket->dts = std::min(sent, pPacket->pts);
         pPacket->stream_index = number >= 0 || !options.pictures ? 0 : 1;
-        if (number >= 0 && options.metadata) {
+        const std::string document = options.document ? options.document(number) : std::string(40, ' ');
+        if (number >= 0 && options.metadata && !document.empty()) {
             const PacketPtr pText(av_packet_alloc());
-            const std::string document = options.document ? options.document(number) : std::string(40, ' ');
             check(av_new_packet(pText.get(), static_cast<int>(document.size())), "metadata");
             std::copy(document.begin(), document.end(), pText->data);
             pText->stream_index = metadata;
             pText->pts = pPacket->pts;
-            pText->dts = pPacket->pts;
+            pText->dts = pPacket->dts;
             pText->duration = 1;
             stream.records.push_back({writer.write(*pText), -1, false});
         }

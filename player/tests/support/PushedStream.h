@@ -63,7 +63,7 @@ struct LiveOptions {
     bool sound = false;
     /** A text track of metadata with an entry before each picture. */
     bool metadata = false;
-    /** What such an entry says, of a picture; nothing but blanks without. */
+    /** What such an entry says, of a picture, which has none where that is empty; nothing but blanks without. */
     std::function<std::string(int number)> document = nullptr;
     /** Added to the times of the pictures from that one on, in milliseconds. */
     int jumpAt = -1;
