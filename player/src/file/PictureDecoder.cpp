@@ -2,6 +2,7 @@
 
 #include "player/src/core/Codec.h"
 #include "player/src/core/HardwareDecoding.h"
+#include "player/src/file/PackedPictures.h"
 #include "player/src/file/PictureTimes.h"
 
 #include <algorithm>
@@ -119,7 +120,9 @@ std::optional<FileIndex::Place> PictureDecoder::placeOf(const std::optional<std:
 void PictureDecoder::send(CodedPicture &coded)
 {
     const auto place = placeOf(coded.number);
-    const bool bUnneeded = m_bLeaveOut || (place && place->ordinal < m_nNeededFrom);
+    // FFmpeg 7.1 loses the picture after one that it leaves out where several are packed together.
+    m_bPacked = m_bPacked || (m_pCodec->codec_id == AV_CODEC_ID_MPEG4 && isNextPacked(*coded.pPacket, false));
+    const bool bUnneeded = !m_bPacked && (m_bLeaveOut || (place && place->ordinal < m_nNeededFrom));
     m_pCodec->skip_frame = bUnneeded ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
     m_stamps.enter(coded);
     // What cannot be decoded costs a picture; the next packet may be whole again.
