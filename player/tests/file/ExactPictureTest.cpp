@@ -1,6 +1,7 @@
 // The picture on display is the one that plain decoding says, whatever led there.
 #include "player/tests/support/Clips.h"
 #include "player/tests/support/MemoryBytes.h"
+#include "player/tests/support/PushedStream.h"
 #include "player/tests/support/Walk.h"
 
 #include <gtest/gtest.h>
@@ -11,8 +12,15 @@
 namespace
 {
 
+using player::test::Bytes;
 using player::test::Clip;
+using player::test::CodedPicture;
+using player::test::liveFlash;
+using player::test::liveMatroska;
+using player::test::LiveOptions;
+using player::test::liveProgram;
 using player::test::PlainPicture;
+using player::test::PushedStream;
 using player::test::Walk;
 
 class ExactPicture : public testing::TestWithParam<Clip>
@@ -73,6 +81,108 @@ INSTANTIATE_TEST_SUITE_P(Containers, JoinedFiles,
                          [](const auto &row) {
                              return player::test::testName(std::string(row.param.first) + "_" + row.param.second);
                          });
+
+TEST_P(ExactPicture, EndsAsOftenAsItIsPlayedToItsEnd)
+{
+    const auto pictures = player::test::decodePlainly(GetParam().path());
+    for (const int speed : {4, -4}) {
+        Walk(GetParam().path(), pictures, 7).endAgain(speed);
+    }
+}
+
+/** A hundred pictures, each of which lasts 40 ms, and whose file says something else. */
+struct OddStamps {
+    const char *name;
+    PushedStream (*make)();
+    /** When a picture is shown, in milliseconds. */
+    int (*time)(int number);
+};
+
+void PrintTo(const OddStamps &odd, std::ostream *pStream)
+{
+    *pStream << odd.name;
+}
+
+/** Adds to the stamps from the key picture by that count on. */
+LiveOptions jump(int key, std::int64_t ticks)
+{
+    LiveOptions options;
+    options.edit = [key, ticks, keys = 0](CodedPicture &picture) mutable {
+        keys += picture.key ? 1 : 0;
+        picture.pts += keys > key ? ticks : 0;
+        picture.dts += keys > key ? ticks : 0;
+    };
+    return options;
+}
+
+LiveOptions edited(std::function<void(CodedPicture &picture)> edit)
+{
+    LiveOptions options;
+    options.edit = std::move(edit);
+    return options;
+}
+
+int regular(int number)
+{
+    return 40 * number;
+}
+
+const OddStamps kOddStamps[] = {
+    {"matroska_repeat",
+     [] {
+         return liveMatroska("msmpeg4v3.mkv",
+                             edited([](CodedPicture &picture) { picture.pts -= picture.number % 10 == 5 ? 40 : 0; }));
+     },
+     [](int number) { return number % 10 == 5 ? 40 * (number - 1) + 1 : 40 * number; }},
+    {"matroska_start_over", [] { return liveMatroska("h264-alaw.mkv", jump(2, -2000)); }, regular},
+    {"matroska_jump_back", [] { return liveMatroska("h264-alaw.mkv", jump(2, -1500)); }, regular},
+    {"matroska_pause", [] { return liveMatroska("h264-alaw.mkv", jump(2, 20000)); },
+     [](int number) { return 40 * number + (number < 50 ? 0 : 20000); }},
+    {"flash_start_over", [] { return liveFlash("h264.flv", jump(2, -2000)); }, regular},
+    {"flash_leap", [] { return liveFlash("h264.flv", jump(2, 3600000)); }, regular},
+    {"program_missing",
+     [] {
+         return liveProgram("mpeg2.mpg", edited([](CodedPicture &picture) {
+                                picture.pts = picture.number % 25 < 2 ? picture.pts : AV_NOPTS_VALUE;
+                            }));
+     },
+     regular},
+    {"program_start_over", [] { return liveProgram("mpeg2.mpg", jump(4, -2000 * 90)); }, regular},
+    {"program_leap", [] { return liveProgram("mpeg2.mpg", jump(4, 3600 * 90000)); }, regular},
+};
+
+class OddlyStampedFile : public testing::TestWithParam<OddStamps>
+{
+};
+
+TEST_P(OddlyStampedFile, IsSteppedAndSoughtThroughAsItPlays)
+{
+    const std::string path = testing::TempDir() + "odd-" + GetParam().name;
+    {
+        const PushedStream stream = GetParam().make();
+        std::ofstream file(path, std::ios::binary);
+        const auto put = [&](const Bytes &bytes) {
+            file.write(reinterpret_cast<const char *>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+        };
+        put(stream.header);
+        for (const auto &record : stream.records) {
+            put(record.bytes);
+        }
+    }
+    std::vector<PlainPicture> pictures;
+    for (int number = 0; number < 100; ++number) {
+        pictures.push_back({number, GetParam().time(number) * std::int64_t{1000}, 0});
+    }
+    Walk(path, pictures, 9).playThrough();
+    Walk(path, pictures, 9).stepThrough();
+    Walk(path, pictures, 9).go(60);
+    if (!HasFailure()) {
+        std::remove(path.c_str());
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Stamps, OddlyStampedFile, testing::ValuesIn(kOddStamps),
+                         [](const auto &row) { return std::string(row.param.name); });
 
 TEST(EditedFile, IsSteppedAndSoughtThroughAsItsListSays)
 {

@@ -24,6 +24,18 @@ using player::test::LiveOptions;
 
 constexpr std::int64_t kTaken = 1700000000000000;
 
+void append(Bytes &bytes, std::uint64_t value, int size)
+{
+    for (int shift = 8 * (size - 1); shift >= 0; shift -= 8) {
+        bytes.push_back(static_cast<std::uint8_t>(value >> shift));
+    }
+}
+
+void append(Bytes &bytes, const char *letters)
+{
+    bytes.insert(bytes.end(), letters, letters + 4);
+}
+
 class RecordingTimeTest : public testing::Test
 {
 protected:
@@ -36,7 +48,11 @@ protected:
     /** What a host gets that writes the device library's records into a file, one after the other. */
     void openSaved(const LiveOptions &options)
     {
-        const auto stream = player::test::liveMatroska("h264-alaw.mkv", options);
+        openSaved(player::test::liveMatroska("h264-alaw.mkv", options));
+    }
+
+    void openSaved(const player::test::PushedStream &stream)
+    {
         {
             std::ofstream file(m_path, std::ios::binary);
             const auto put = [&](const Bytes &bytes) {
@@ -94,9 +110,24 @@ TEST_F(RecordingTimeTest, OfMatroskaCountsFromItsTimeNought)
     EXPECT_EQ(timeAt(1000), kTaken + 6000000);
 }
 
+TEST_F(RecordingTimeTest, OfMatroskaGoesOnWhereRecordingPaused)
+{
+    LiveOptions options;
+    options.date = kTaken;
+    options.jumpAt = 50;
+    options.jump = 20000;
+    openSaved(options);
+    EXPECT_EQ(timeAt(21999), kTaken + 49 * 40000);
+    EXPECT_EQ(timeAt(22000), kTaken + 22000000);
+    std::int64_t first = 0;
+    std::int64_t last = 0;
+    ASSERT_EQ(m_port.recordingTimes(first, last), Error::None);
+    EXPECT_EQ(last, kTaken + 20000000 + 99 * 40000);
+}
+
 TEST_F(RecordingTimeTest, IsUnknownWithoutEither)
 {
-    openSaved({});
+    openSaved(LiveOptions());
     std::int64_t time = 0;
     EXPECT_EQ(m_port.timeOnDisplay(time), Error::NoTime);
     EXPECT_EQ(m_port.recordingTimes(time, time), Error::NoTime);
@@ -113,18 +144,6 @@ TEST_F(RecordingTimeTest, CountsFromTheDateOfTheFile)
     ASSERT_EQ(m_port.recordingTimes(first, last), Error::None);
     EXPECT_EQ(first, 1709251198000000);
     EXPECT_EQ(last, 1709251198000000 + 99 * 40000);
-}
-
-void append(Bytes &bytes, std::uint64_t value, int size)
-{
-    for (int shift = 8 * (size - 1); shift >= 0; shift -= 8) {
-        bytes.push_back(static_cast<std::uint8_t>(value >> shift));
-    }
-}
-
-void append(Bytes &bytes, const char *letters)
-{
-    bytes.insert(bytes.end(), letters, letters + 4);
 }
 
 /** A box for file level with the start times of two tracks, the second of which is that of the clip's pictures. */

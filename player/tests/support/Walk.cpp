@@ -196,6 +196,20 @@ void Walk::playToTheEnd(int speed)
     check();
 }
 
+void Walk::endAgain(int speed)
+{
+    playToTheEnd(speed);
+    const int ends = m_nEnds;
+    const auto back = static_cast<unsigned long>(std::max<std::int64_t>(endTime() / 1000 - 100, 0));
+    note("seek back and go on at " + std::to_string(speed));
+    ASSERT_EQ(m_port.seek(back), Error::None);
+    ASSERT_EQ(m_port.pause(0), Error::None);
+    ASSERT_TRUE(m_clock.advanceUntil([&] { return m_nEnds > ends; })) << m_path;
+    m_clock.advance(1s);
+    EXPECT_EQ(m_nEnds, ends + 1) << m_path << "; the end is told once";
+    check();
+}
+
 void Walk::check()
 {
     m_clock.settle();

@@ -36,6 +36,8 @@ public:
     /** Steps on from the first picture to the last, and back again. */
     void stepThrough();
     void seekAbout(int times);
+    /** Plays to the end, seeks back from there and plays to it again: it is told once each time. */
+    void endAgain(int speed);
 
 private:
     int any(int from, int to)
