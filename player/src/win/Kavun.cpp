@@ -1,13 +1,13 @@
 // The C boundary: each function finds its port, calls it, and keeps the error. No exception leaves it.
 #include "Kavun.h"
 
+#include "companion/SettingsFile.h"
 #include "player/src/core/Ffmpeg.h"
 #include "player/src/core/HardwareDecoding.h"
 #include "player/src/port/ErrorStore.h"
 #include "player/src/port/PortTable.h"
 #include "player/src/win/SystemTime.h"
 #include "player/src/win/WindowsPlatform.h"
-#include "companion/SettingsFile.h"
 
 #include <cstring>
 
@@ -377,7 +377,7 @@ int Kavun_SetFileEndCallback(long port, void (*callback)(long port, void *user),
 int Kavun_SetFileRefCallBack(long port, void (*callback)(long port, void *user), void *user)
 {
     return onPort(port, [&](Port &p) {
-        p.callbacks().fileIndex.set(callback ? [=] { callback(port, user); } : std::function<void()>());
+        p.setFileIndexCallback(callback ? [=] { callback(port, user); } : std::function<void()>());
         return Error::None;
     });
 }
