@@ -138,6 +138,13 @@ std::optional<std::int64_t> FileContainer::startTime(std::uint32_t track)
     return time;
 }
 
+std::optional<std::int64_t> FileContainer::referenceTime()
+{
+    const auto time = firstReferenceTime(*m_pBytes);
+    m_pBytes->seek(m_nBytePosition);
+    return time;
+}
+
 void FileContainer::use(Opened opened)
 {
     m_opened.pFormat = std::move(opened.pFormat);

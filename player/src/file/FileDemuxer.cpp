@@ -356,6 +356,11 @@ std::optional<std::int64_t> FileDemuxer::recordingTime()
             m_bTimeOfTickZero = true;
             return time;
         }
+        // FFmpeg 7.1 does not read it.
+        const auto reference = m_container.referenceTime();
+        if (reference && isDate(*reference)) {
+            return reference;
+        }
     }
     for (const AVDictionary *pTags : {m_container.format().metadata, stream().metadata}) {
         const AVDictionaryEntry *pEntry = av_dict_get(pTags, "creation_time", nullptr, 0);
