@@ -40,6 +40,7 @@ tools/build.sh "${presets[@]}"
 [ "$lint" = no ] || tools/lint.sh
 echo "Making the test clips …"
 tests/media/make-media.sh build/media
+tools/footage.sh --tests build/footage >/dev/null
 
 # One run over all presets, so that there is one summary.
 mkdir -p build/all

@@ -26,7 +26,7 @@ function(pellora_add_test)
     set_tests_properties(${test} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}")
     set_property(TEST ${test} APPEND PROPERTY ENVIRONMENT
         "PELLORA_TEST_MEDIA=${CMAKE_SOURCE_DIR}/build/media" "PELLORA_BIN=${CMAKE_BINARY_DIR}/bin"
-        "PELLORA_KEEP_OUTPUT=1")
+        "PELLORA_TEST_FOOTAGE=${CMAKE_SOURCE_DIR}/build/footage" "PELLORA_KEEP_OUTPUT=1")
     if(PELLORA_SANITIZE MATCHES "thread")
         # FFmpeg is not instrumented, so that its own atomics are invisible and its memory would look unguarded.
         set_property(TEST ${test} APPEND PROPERTY ENVIRONMENT "TSAN_OPTIONS=ignore_noninstrumented_modules=1")

@@ -203,7 +203,10 @@ unsigned short Kavun_GetVolume(long port);
  */
 /** Fires once at each end of the file. */
 int Kavun_SetFileEndCallback(long port, void (*callback)(long port, void *user), void *user);
-/** Fires once when the file index is complete. */
+/**
+ * Fires once for each file, when its index is complete. One that is set later fires soon after, on a thread of the
+ * player's, unless another one has fired for the same file before.
+ */
 int Kavun_SetFileRefCallBack(long port, void (*callback)(long port, void *user), void *user);
 /** The device context's origin and extent are the window's client area. What is drawn is never captured. */
 int Kavun_RegisterDrawFun(long port, void (*callback)(long port, HDC dc, void *user), void *user);

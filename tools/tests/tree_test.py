@@ -128,6 +128,27 @@ class Codecs(unittest.TestCase):
         self.assertEqual({name.replace("mpegps", "mpeg") for name in built - FOR_CAMERAS}, played)
 
 
+class Footage(unittest.TestCase):
+    """What tools/footage.sh fetches, what is gone through, and whose it is."""
+
+    def setUp(self):
+        script = read("tools/footage.sh")
+        films = script[script.index("films() {"):script.index("fail() {")]
+        self.films = {(package, film) for package, names in re.findall(r"(\S+)\)\s+echo ([^;]*?)\s*;;", films, re.S)
+                      for film in names.split()}
+        self.fetched = set(" ".join(re.findall(r"packages\+?=\((.*)\)", script)).split())
+
+    def test_is_gone_through_by_the_player(self):
+        tested = set(re.findall(r'\{"([\w.-]+)", "([\w.-]+)", \d+\}', read("player/tests/file/FootageTest.cpp")))
+        self.assertEqual(tested, self.films)
+        self.assertGreaterEqual(len(self.fetched), 10)
+
+    def test_comes_of_packages_whose_licence_is_told(self):
+        self.assertEqual({package for package, _ in self.films}, self.fetched)
+        for package in self.fetched:
+            self.assertIn(f"`{package}`", read("THIRD_PARTY.md"))
+
+
 class FuzzTargets(unittest.TestCase):
     MOST_BYTES = 330 * 1000
 

@@ -1,6 +1,7 @@
 #include "player/src/file/DisplayOrder.h"
 
 #include "player/src/core/Error.h"
+#include "player/src/file/PackedPictures.h"
 
 #include <algorithm>
 #include <tuple>
@@ -83,7 +84,8 @@ void DisplayOrder::addByHeader(const Entry &entry, const AVPacket &packet)
     if (ordersByCount(m_codec)) {
         addByCount(entry, m_pParser->output_picture_number, m_pParser->key_frame == 1 || entry.key);
     } else {
-        addByType(entry, m_pParser->pict_type);
+        addByType(entry, m_bNextIsB ? AV_PICTURE_TYPE_B : m_pParser->pict_type);
+        m_bNextIsB = m_codec == AV_CODEC_ID_MPEG4 && isNextPacked(packet, m_bNextIsB);
     }
 }
 

@@ -80,6 +80,8 @@ private:
     /** A picture that others refer to is shown when the next such picture comes. */
     std::optional<Entry> m_anchor;
     std::int64_t m_nShown = 0;
+    /** The packet before held the next one's picture, too. */
+    bool m_bNextIsB = false;
     bool m_bEnded = false;
 };
 

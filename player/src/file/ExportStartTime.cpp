@@ -25,11 +25,12 @@ constexpr std::uint32_t name(const char (&letters)[5])
     return value;
 }
 
-/** Walks through boxes and into those that a StartTimeBox may stand in. */
+/** Walks through boxes and into those that a StartTimeBox may stand in; or, for a reference time, up to a fragment. */
 class Boxes
 {
 public:
-    Boxes(ByteSource &bytes, std::uint32_t track) : m_bytes(bytes), m_nTrack(track) {}
+    /** `track`: empty for a reference time. */
+    Boxes(ByteSource &bytes, std::optional<std::uint32_t> track) : m_bytes(bytes), m_track(track) {}
 
     std::optional<std::int64_t> find(std::int64_t begin, std::int64_t end, int depth)
     {
@@ -75,6 +76,10 @@ private:
 
     std::optional<std::int64_t> look(std::uint32_t type, std::int64_t begin, std::int64_t end, int depth)
     {
+        if (!m_track) {
+            m_nLeft = type == name("moof") ? 0 : m_nLeft;
+            return type == name("prft") ? referenceTime(begin, end) : std::nullopt;
+        }
         if (type == name("cstb")) {
             return startTime(begin, end);
         }
@@ -92,6 +97,18 @@ private:
         default:
             return std::nullopt;
         }
+    }
+
+    std::optional<std::int64_t> referenceTime(std::int64_t begin, std::int64_t end)
+    {
+        // ISO/IEC 14496-12, 8.16.5: behind version, flags and track, seconds since 1900 with 32 bits behind them.
+        constexpr std::uint64_t kFrom1900To1970 = 2208988800;
+        std::uint8_t box[16];
+        if (end - begin < 16 || !read(begin, box, 16) || AV_RB32(box + 8) <= kFrom1900To1970) {
+            return std::nullopt;
+        }
+        const std::uint64_t microseconds = std::uint64_t{AV_RB32(box + 12)} * 1000000 >> 32;
+        return static_cast<std::int64_t>((AV_RB32(box + 8) - kFrom1900To1970) * 1000000 + microseconds);
     }
 
     std::optional<std::int64_t> startTime(std::int64_t begin, std::int64_t end)
@@ -112,7 +129,7 @@ private:
                 continue;
             }
             const auto utc = static_cast<std::int64_t>(time - kFrom1601To1970);
-            if (AV_RB32(entry) == m_nTrack) {
+            if (AV_RB32(entry) == *m_track) {
                 return utc;
             }
             first = first.value_or(utc);
@@ -121,7 +138,7 @@ private:
     }
 
     ByteSource &m_bytes;
-    const std::uint32_t m_nTrack;
+    const std::optional<std::uint32_t> m_track;
     int m_nLeft = kMostBoxes;
 };
 
@@ -130,6 +147,11 @@ private:
 std::optional<std::int64_t> exportStartTime(ByteSource &bytes, std::uint32_t track)
 {
     return Boxes(bytes, track).find(0, bytes.size(), 0);
+}
+
+std::optional<std::int64_t> firstReferenceTime(ByteSource &bytes)
+{
+    return Boxes(bytes, std::nullopt).find(0, bytes.size(), 0);
 }
 
 } // namespace player

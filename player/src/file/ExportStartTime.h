@@ -19,6 +19,12 @@ namespace player
  */
 [[nodiscard]] std::optional<std::int64_t> exportStartTime(ByteSource &bytes, std::uint32_t track);
 
+/**
+ * When the first picture of a fragmented MP4 was taken, as its producer says ("prft"), in microseconds since 1970, UTC;
+ * empty where nothing tells. Of the later fragments nothing is asked. As bounded as the other.
+ */
+[[nodiscard]] std::optional<std::int64_t> firstReferenceTime(ByteSource &bytes);
+
 } // namespace player
 
 #endif

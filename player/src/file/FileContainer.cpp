@@ -27,6 +27,23 @@ Error errorOfOpening(int result)
     }
 }
 
+/**
+ * FFmpeg's own AVI files say of G.726 how long a chunk lasts, and that each byte is one. Its demuxer (FFmpeg 7.1)
+ * counts bytes then, so that every byte lasts as long as a chunk. The stream's rate tells how long it does last.
+ */
+void correctTick(AVStream &stream)
+{
+    const AVCodecParameters &parameters = *stream.codecpar;
+    if (parameters.codec_id != AV_CODEC_ID_ADPCM_G726 || parameters.bit_rate <= 0 || parameters.bit_rate > INT32_MAX ||
+        parameters.block_align != 1) {
+        return;
+    }
+    const AVRational byte{8, static_cast<int>(parameters.bit_rate)};
+    if (av_cmp_q(stream.time_base, av_mul_q(byte, {2, 1})) > 0) {
+        av_reduce(&stream.time_base.num, &stream.time_base.den, byte.num, byte.den, INT32_MAX);
+    }
+}
+
 } // namespace
 
 FileContainer::FileContainer(std::unique_ptr<ByteSource> pBytes) : m_pBytes(std::move(pBytes)) {}
@@ -104,6 +121,9 @@ FileContainer::Opened FileContainer::open()
         throw OpenFailure{errorOfOpening(result)};
     }
     opened.pFormat.reset(pFormat);
+    for (unsigned i = 0; isNamed(*pInput, "avi") && i < pFormat->nb_streams; ++i) {
+        correctTick(*pFormat->streams[i]);
+    }
     if (ffmpeg::findStreamInfo(*opened.pFormat) < 0) {
         throw OpenFailure{Error::Corrupt};
     }
@@ -114,6 +134,13 @@ std::optional<std::int64_t> FileContainer::startTime(std::uint32_t track)
 {
     const auto time = exportStartTime(*m_pBytes, track);
     // FFmpeg believes that the bytes go on where it stopped.
+    m_pBytes->seek(m_nBytePosition);
+    return time;
+}
+
+std::optional<std::int64_t> FileContainer::referenceTime()
+{
+    const auto time = firstReferenceTime(*m_pBytes);
     m_pBytes->seek(m_nBytePosition);
     return time;
 }

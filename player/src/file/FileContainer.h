@@ -49,6 +49,8 @@ public:
     }
     /** When an exported file's time line begins; see exportStartTime(). */
     [[nodiscard]] std::optional<std::int64_t> startTime(std::uint32_t track);
+    /** When its first fragment was taken; see firstReferenceTime(). */
+    [[nodiscard]] std::optional<std::int64_t> referenceTime();
     /** Negative where the source has no size. */
     [[nodiscard]] std::int64_t size() const
     {

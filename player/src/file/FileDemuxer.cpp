@@ -6,7 +6,6 @@
 #include "player/src/metadata/AnalysisTrack.h"
 
 #include <algorithm>
-#include <cstring>
 #include <vector>
 
 extern "C" {
@@ -77,7 +76,9 @@ void FileDemuxer::chooseStreams()
     m_bByBytes = m_bWithoutTimes || isNamed(*format.iformat, "mpegts") || isNamed(*format.iformat, "mpeg");
     m_bLacksStamps = m_bWithoutTimes || m_bTellsOrderOfDecoding || isNamed(*format.iformat, "mpeg");
     m_bLearns = isNamed(*format.iformat, "matroska") || isNamed(*format.iformat, "flv");
-    m_bMayLeap = (format.iformat->flags & AVFMT_TS_DISCONT) != 0;
+    m_bGuessesDecoding = isNamed(*format.iformat, "matroska");
+    // FFmpeg says so of the first two.
+    m_bMayLeap = (format.iformat->flags & AVFMT_TS_DISCONT) != 0 || isNamed(*format.iformat, "flv");
 }
 
 void FileDemuxer::tellOf(const AVStream &stream)
@@ -206,6 +207,10 @@ FileDemuxer::Match FileDemuxer::match(const AVPacket &packet, const FileIndex::K
         const bool bSame = m_bWithoutTimes || packet.pts == AV_NOPTS_VALUE || packet.pts == key.pts;
         return !bKey ? Match::Before : bSame && packet.size >= key.size ? Match::Here : Match::Behind;
     }
+    if (packet.pos >= 0 && key.bytePosition >= 0 && packet.pos != key.bytePosition) {
+        // Where stamps start over, there are several with the same.
+        return packet.pos < key.bytePosition ? Match::Before : Match::Behind;
+    }
     if (bKey && packet.pts == key.pts && packet.dts == key.dts) {
         return Match::Here;
     }
@@ -221,7 +226,7 @@ FileDemuxer::Match FileDemuxer::match(const AVPacket &packet, const FileIndex::K
 
 TimeLine FileDemuxer::timeLine() const
 {
-    return {pictureStream().time_base, m_bMayLeap, nominalTicks()};
+    return {pictureStream().time_base, {m_bMayLeap, m_bGuessesDecoding}, nominalTicks()};
 }
 
 std::int64_t FileDemuxer::nominalTicks() const
@@ -235,7 +240,8 @@ std::int64_t FileDemuxer::nominalTicks() const
 
 bool FileDemuxer::rewind()
 {
-    if (m_bBroken) {
+    // An index that grew with reading deceives where stamps start over.
+    if (m_bBroken || m_bLearns) {
         return reopen();
     }
     AVFormatContext *pFormat = &m_container.format();
@@ -351,6 +357,11 @@ std::optional<std::int64_t> FileDemuxer::recordingTime()
             m_bTimeOfTickZero = true;
             return time;
         }
+        // FFmpeg 7.1 does not read it.
+        const auto reference = m_container.referenceTime();
+        if (reference && isDate(*reference)) {
+            return reference;
+        }
     }
     for (const AVDictionary *pTags : {m_container.format().metadata, stream().metadata}) {
         const AVDictionaryEntry *pEntry = av_dict_get(pTags, "creation_time", nullptr, 0);
@@ -367,14 +378,6 @@ std::int64_t FileDemuxer::recordingTimeOf(const AVPacket &packet)
 {
     if (const auto time = deviceTimeOf(packet)) {
         return isDate(*time) ? *time : 0;
-    }
-    std::size_t size = 0;
-    // MP4 from live encoders: when the picture was taken or sent, ISO/IEC 14496-12, 8.16.5.
-    const std::uint8_t *pClock = av_packet_get_side_data(&packet, AV_PKT_DATA_PRFT, &size);
-    if (pClock && size >= sizeof(AVProducerReferenceTime)) {
-        AVProducerReferenceTime reference{};
-        std::memcpy(&reference, pClock, sizeof reference);
-        return isDate(reference.wallclock) ? reference.wallclock : 0;
     }
     return 0;
 }

@@ -132,6 +132,7 @@ private:
     /** Its own index grows with reading, and can be taught. */
     bool m_bLearns = false;
     bool m_bMayLeap = false;
+    bool m_bGuessesDecoding = false;
     bool m_bTimeOfTickZero = false;
 
     /** A side stream's number in m_pTold, 0 for none, and whether it is used. */

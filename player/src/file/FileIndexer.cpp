@@ -17,16 +17,19 @@ namespace
 
 /** Those who wait for the index to grow are told after so many packets. */
 constexpr std::int64_t kTellInterval = 256;
+/** A file that nobody has played or asked anything of by then gets its index all the same. */
+constexpr std::chrono::milliseconds kMostDelay{500};
 
 } // namespace
 
 FileIndexer::FileIndexer(Platform &platform, std::unique_ptr<ByteSource> pBytes, const Beginning &beginning,
-                         std::shared_ptr<FileIndex> pIndex, std::function<void()> done)
+                         std::shared_ptr<FileIndex> pIndex, News news)
     : m_platform(platform),
       m_beginning(beginning),
       m_pIndex(std::move(pIndex)),
-      m_done(std::move(done)),
-      m_demuxer(std::move(pBytes))
+      m_news(std::move(news)),
+      m_demuxer(std::move(pBytes)),
+      m_changed(platform.clock())
 {
 }
 
@@ -35,42 +38,92 @@ FileIndexer::~FileIndexer() = default;
 void FileIndexer::start()
 {
     const std::lock_guard lock(m_mutex);
-    m_thread = m_platform.clock().startThread([pSelf = shared_from_this()] { pSelf->run(); });
+    m_threads.push_back(m_platform.clock().startThread([pSelf = shared_from_this()] { pSelf->run(); }));
+}
+
+void FileIndexer::begin()
+{
+    if (m_bBegun.exchange(true)) {
+        return;
+    }
+    {
+        // Who has looked but does not wait yet must not miss the notice.
+        const std::lock_guard lock(m_mutex);
+    }
+    m_changed.notifyAll();
+}
+
+void FileIndexer::newsWanted()
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_bComplete && !m_bTold && !m_bStop && m_news.areWanted()) {
+        m_threads.push_back(m_platform.clock().startThread([pSelf = shared_from_this()] { pSelf->tellNews(); }));
+    }
 }
 
 void FileIndexer::stop()
 {
     m_bStop = true;
     m_demuxer.interrupt();
-    std::thread thread;
+    std::vector<std::thread> threads;
     {
         const std::lock_guard lock(m_mutex);
-        thread.swap(m_thread);
+        threads.swap(m_threads);
     }
-    if (!thread.joinable()) {
-        return;
+    m_changed.notifyAll();
+    for (std::thread &thread : threads) {
+        if (thread.get_id() == std::this_thread::get_id()) {
+            // From inside the callback, which is the last thing that the thread does.
+            thread.detach();
+        } else {
+            m_platform.clock().join(thread);
+        }
     }
-    if (thread.get_id() == std::this_thread::get_id()) {
-        // From inside the callback, which is the last thing that the thread does.
-        thread.detach();
-    } else {
-        m_platform.clock().join(thread);
+}
+
+void FileIndexer::awaitBegin()
+{
+    std::unique_lock lock(m_mutex);
+    const Moment latest = m_platform.clock().now() + kMostDelay;
+    while (!m_bBegun && !m_bStop && m_changed.waitUntil(lock, latest)) {
     }
 }
 
 void FileIndexer::run()
 {
+    awaitBegin();
     m_platform.yieldToOthers();
     try {
-        build();
-        if (m_pIndex->isComplete() && !m_bStop) {
-            m_done();
+        if (!m_bStop) {
+            build();
         }
     } catch (...) {
         // A file that cannot be opened a second time, or no memory left: it plays on without an index.
     }
     if (!m_pIndex->isComplete()) {
         m_pIndex->giveUp();
+        return;
+    }
+    {
+        const std::lock_guard lock(m_mutex);
+        m_bComplete = true;
+    }
+    tellNews();
+}
+
+void FileIndexer::tellNews()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_bTold || m_bStop || !m_news.areWanted()) {
+            return;
+        }
+        m_bTold = true;
+    }
+    try {
+        m_news.tell();
+    } catch (...) {
+        // Thread entry: what a host throws ends here.
     }
 }
 

@@ -1,6 +1,7 @@
 #ifndef PLAYER_FILEINDEXER_H
 #define PLAYER_FILEINDEXER_H
 
+#include "player/src/core/Condition.h"
 #include "player/src/core/Platform.h"
 #include "player/src/file/DisplayOrder.h"
 #include "player/src/file/FileDemuxer.h"
@@ -23,9 +24,9 @@ namespace player
  * Builds a file's index on a thread of its own, by reading the file once through, with its own eyes and behind
  * everybody else: nothing is decoded.
  *
- * Threads: start() and stop() from any; `done` is called on the thread, with no lock held, once the index is complete.
- *          stop() waits for the thread, except from inside `done`.
- * Owns:    its bytes and its thread. Shares the index. Borrows the platform, which outlives the thread.
+ * Threads: any. The news are told once, on a thread of this class, with no lock held: when the index is complete, or as
+ *          soon as somebody wants them who came later. stop() waits for the threads, except from inside the telling.
+ * Owns:    its bytes and its threads. Shares the index. Borrows the platform, which outlives the threads.
  */
 class FileIndexer : public std::enable_shared_from_this<FileIndexer>
 {
@@ -39,18 +40,31 @@ public:
         std::int64_t nominal = 40000;
     };
 
+    /** That the index is complete. */
+    struct News {
+        std::function<bool()> areWanted;
+        std::function<void()> tell;
+    };
+
+    /** The bytes are asked for nothing before the thread runs: their opening may take its time there. */
     FileIndexer(Platform &platform, std::unique_ptr<ByteSource> pBytes, const Beginning &beginning,
-                std::shared_ptr<FileIndex> pIndex, std::function<void()> done);
+                std::shared_ptr<FileIndex> pIndex, News news);
     ~FileIndexer();
     FileIndexer(const FileIndexer &) = delete;
     FileIndexer &operator=(const FileIndexer &) = delete;
 
-    /** Throws std::system_error. */
+    /** The thread begins its work when begin() was called, or after half a second. Throws std::system_error. */
     void start();
+    /** What was more urgent has been done. Cheap: may be called any number of times. */
+    void begin();
+    /** Somebody wants the news who may not have done so before. Throws std::system_error. */
+    void newsWanted();
     void stop();
 
 private:
+    void awaitBegin();
     void run();
+    void tellNews();
     void build();
     void read(DisplayOrder &order, const AVPacket &packet);
     void tell(const DisplayOrder::Entry &entry);
@@ -60,8 +74,9 @@ private:
     Platform &m_platform;
     const Beginning m_beginning;
     const std::shared_ptr<FileIndex> m_pIndex;
-    const std::function<void()> m_done;
+    const News m_news;
     std::atomic<bool> m_bStop{false};
+    std::atomic<bool> m_bBegun{false};
 
     // The thread.
     FileDemuxer m_demuxer;
@@ -78,8 +93,12 @@ private:
     /** Files that tell the order of decoding only: their stamps belong to the pictures in the order of showing. */
     std::deque<std::int64_t> m_stamps;
 
+    // Guarded by m_mutex.
     std::mutex m_mutex;
-    std::thread m_thread;
+    Condition m_changed;
+    std::vector<std::thread> m_threads;
+    bool m_bComplete = false;
+    bool m_bTold = false;
 };
 
 } // namespace player

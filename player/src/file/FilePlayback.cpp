@@ -37,13 +37,11 @@ FilePlayback::~FilePlayback()
 
 void FilePlayback::buildIndex(std::unique_ptr<ByteSource> pBytes)
 {
-    if (!pBytes) {
-        return;
-    }
     m_pIndex = std::make_shared<FileIndex>(m_clock);
     const FileIndexer::Beginning beginning{m_facts.firstNumber, m_facts.firstTick, m_facts.nominalDuration};
-    m_pIndexer = std::make_shared<FileIndexer>(m_platform, std::move(pBytes), beginning, m_pIndex,
-                                               [pCallbacks = m_pCallbacks] { pCallbacks->fileIndex.call(); });
+    const FileIndexer::News news{[pCallbacks = m_pCallbacks] { return pCallbacks->fileIndex.isSet(); },
+                                 [pCallbacks = m_pCallbacks] { pCallbacks->fileIndex.call(); }};
+    m_pIndexer = std::make_shared<FileIndexer>(m_platform, std::move(pBytes), beginning, m_pIndex, news);
     m_feed.setIndex(m_pIndex);
     m_pIndexer->start();
 }
@@ -57,6 +55,9 @@ void FilePlayback::stopIndexer()
 
 std::optional<std::int64_t> FilePlayback::length() const
 {
+    if (!m_facts.length) {
+        letIndexBegin();
+    }
     const auto indexed = m_pIndex ? m_pIndex->end() : std::nullopt;
     // Containers that are made of cuts tell no more than when their last packet says it is shown.
     return indexed && (!m_facts.length || m_facts.mayLeap) ? indexed : m_facts.length;
@@ -66,6 +67,7 @@ std::optional<std::int64_t> FilePlayback::lastTime() const
 {
     const auto indexed = m_pIndex ? m_pIndex->lastTime() : std::nullopt;
     if (indexed || !m_facts.length) {
+        letIndexBegin();
         return indexed;
     }
     return std::max<std::int64_t>(*m_facts.length - m_facts.pictureDuration, 0);
@@ -86,11 +88,6 @@ Error FilePlayback::recordingTimes(std::int64_t &first, std::int64_t &last) cons
     return Error::None;
 }
 
-void FilePlayback::attach(SideStream kind, std::shared_ptr<PacketSink> pSink)
-{
-    m_feed.reader().attach(kind, std::move(pSink));
-}
-
 void FilePlayback::setLeader(std::shared_ptr<LeadingClock> pLeader)
 {
     {
@@ -99,11 +96,6 @@ void FilePlayback::setLeader(std::shared_ptr<LeadingClock> pLeader)
         tellLeader();
     }
     m_changed.notifyAll();
-}
-
-void FilePlayback::setCapacity(std::size_t pictures)
-{
-    m_feed.setCapacity(pictures);
 }
 
 void FilePlayback::endFeed()
@@ -136,6 +128,7 @@ void FilePlayback::end(Moment now)
 
 void FilePlayback::hold(Moment now)
 {
+    letIndexBegin();
     // What has fallen due up to now is what is held.
     adoptPictures(now);
     // Where not every picture was decoded the one on display at this time has to be fetched.
@@ -209,6 +202,7 @@ Error FilePlayback::stepBack()
         if (m_state == State::Stopped) {
             return Error::Order;
         }
+        letIndexBegin();
         if (!m_pIndex || !m_pIndex->isComplete()) {
             return Error::NoIndex;
         }
@@ -281,6 +275,7 @@ void FilePlayback::seekLocked(std::int64_t time, Moment now)
     m_bEnded = false;
     m_bRewind = false;
     m_bAwaitSeek = true;
+    letIndexBegin();
     m_feed.seek(time);
     expectAnalysis(time);
     updateClock(now);
@@ -344,11 +339,6 @@ FeedClient::Pace FilePlayback::pace()
     return {bRunning, m_fileClock.position(m_clock.now()), m_fileClock.perSecond(), m_fileClock.isCoarse()};
 }
 
-void FilePlayback::feedChanged()
-{
-    tellChanged();
-}
-
 void FilePlayback::updateClock(Moment now)
 {
     m_fileClock.run(m_state == State::Playing && !m_bEnded && !m_bAwaitSeek, now);
@@ -377,6 +367,10 @@ void FilePlayback::adoptPictures(Moment now)
 {
     if (m_state == State::Stopped) {
         return;
+    }
+    if (m_current && !m_bFresh) {
+        // The first picture has been shown: nothing is as urgent as that.
+        letIndexBegin();
     }
     followLeader(now);
     Picture picture;

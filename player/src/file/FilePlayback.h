@@ -29,13 +29,19 @@ public:
     }
 
     /**
-     * Builds the index in the background, from bytes of its own; null: there will be none. The file-ref callback is
-     * called once it is complete. Before anything else is.
+     * Builds the index in the background, from bytes of its own. It begins when the first picture has been shown, or
+     * something else was asked for that needs it, or half a second has passed. The file-ref callback is called once for
+     * it: when it is complete, or when one is set that comes later. Before anything else is.
      */
     void buildIndex(std::unique_ptr<ByteSource> pBytes);
     [[nodiscard]] std::shared_ptr<const FileIndex> index() const
     {
         return m_pIndex;
+    }
+    /** The file-ref callback is another one now. */
+    void indexCallbackChanged()
+    {
+        m_pIndexer->newsWanted();
     }
     /** How long the file plays; empty while that is not known. */
     [[nodiscard]] std::optional<std::int64_t> length() const;
@@ -49,7 +55,10 @@ public:
      * seek, it gets them from the file's beginning. Returns when the sink before is called no more; waits for a read
      * that is under way. Not from inside a sink.
      */
-    void attach(SideStream kind, std::shared_ptr<PacketSink> pSink);
+    void attach(SideStream kind, std::shared_ptr<PacketSink> pSink)
+    {
+        m_feed.reader().attach(kind, std::move(pSink));
+    }
     [[nodiscard]] bool has(SideStream kind) const
     {
         return m_feed.reader().has(kind);
@@ -62,7 +71,10 @@ public:
     /** What the file's clock follows while it tells a position and the speed is 1; null: the computer's time. */
     void setLeader(std::shared_ptr<LeadingClock> pLeader);
 
-    void setCapacity(std::size_t pictures) override;
+    void setCapacity(std::size_t pictures) override
+    {
+        m_feed.setCapacity(pictures);
+    }
     /** +1 doubles the speed, -1 halves it. */
     Error changeSpeed(int steps);
     Error stepForward();
@@ -77,7 +89,10 @@ public:
 
 private:
     Pace pace() override;
-    void feedChanged() override;
+    void feedChanged() override
+    {
+        tellChanged();
+    }
 
     void begin(Moment now) override;
     void end(Moment now) override;
@@ -97,6 +112,10 @@ private:
     Error stepLocked(std::unique_lock<std::mutex> &lock);
     Error stepBackLocked(std::unique_lock<std::mutex> &lock);
     bool waitForPictures(std::unique_lock<std::mutex> &lock, Moment deadline);
+    void letIndexBegin() const
+    {
+        m_pIndexer->begin();
+    }
     void stopIndexer();
 
     const FileFacts m_facts;

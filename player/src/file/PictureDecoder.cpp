@@ -2,6 +2,7 @@
 
 #include "player/src/core/Codec.h"
 #include "player/src/core/CodedUnits.h"
+#include "player/src/file/PackedPictures.h"
 #include "player/src/file/PictureTimes.h"
 
 #include <algorithm>
@@ -114,7 +115,8 @@ bool PictureDecoder::mayChangeAt(const CodedPicture &coded) const
 {
     // Only where nothing that is shown before it comes behind it, which the index alone can tell. Key pictures are also
     // those behind which older ones are referred to, and those of which a wave begins that renews the picture.
-    const auto place = (coded.pPacket->flags & AV_PKT_FLAG_KEY) != 0 ? placeOf(coded.number) : std::nullopt;
+    const bool bKey = (coded.pPacket->flags & AV_PKT_FLAG_KEY) != 0 && !m_bPacked;
+    const auto place = bKey ? placeOf(coded.number) : std::nullopt;
     if (!place || place->ordinal != *coded.number - m_nFirstNumber) {
         return false;
     }
@@ -141,8 +143,10 @@ std::optional<FileIndex::Place> PictureDecoder::placeOf(const std::optional<std:
 void PictureDecoder::send(CodedPicture &coded)
 {
     const auto place = placeOf(coded.number);
-    const bool bUnneeded = m_bLeaveOut || (place && place->ordinal < m_nNeededFrom);
-    m_codec.leaveOutUnneeded(bUnneeded);
+    // FFmpeg 7.1 loses the picture after one that it leaves out where several are packed together.
+    m_bPacked = m_bPacked || (m_reader.pictureStream().codecpar->codec_id == AV_CODEC_ID_MPEG4 &&
+                              isNextPacked(*coded.pPacket, false));
+    m_codec.leaveOutUnneeded(!m_bPacked && (m_bLeaveOut || (place && place->ordinal < m_nNeededFrom)));
     m_stamps.enter(coded);
     // What cannot be decoded costs a picture; the next packet may be whole again.
     static_cast<void>(m_codec.send(coded.pPacket.get()));

@@ -116,6 +116,8 @@ private:
 
     std::int64_t m_nNeededFrom = 0;
     bool m_bLeaveOut = false;
+    /** Its packets have been seen to hold several pictures; see isNextPacked(). */
+    bool m_bPacked = false;
     bool m_bDrained = false;
     bool m_bAfterGap = false;
     bool m_bWaitForKey = false;

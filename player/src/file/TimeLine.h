@@ -21,8 +21,15 @@ namespace player
 class TimeLine
 {
 public:
-    /** `mayLeap`: a leap forwards is a cut and not a pause. `nominal`: what a picture lasts where nothing tells. */
-    TimeLine(AVRational tick, bool mayLeap, std::int64_t nominal);
+    struct Traits {
+        /** A leap forwards is a cut and not a pause. */
+        bool mayLeap = false;
+        /** The container says when pictures are shown; when they are decoded is a guess of FFmpeg's. */
+        bool guessesDecoding = false;
+    };
+
+    /** `nominal`: what a picture lasts where nothing tells. */
+    TimeLine(AVRational tick, const Traits &traits, std::int64_t nominal);
 
     /** What is told next follows nothing that was told before. */
     void restart(std::int64_t shift);
@@ -41,6 +48,9 @@ public:
     }
 
 private:
+    [[nodiscard]] std::int64_t joining(const AVPacket &packet, std::int64_t stamp) const;
+
+    const bool m_bGuessesDecoding;
     const std::int64_t m_nMostBack;
     const std::optional<std::int64_t> m_mostForward;
     const std::int64_t m_nNominal;
@@ -50,6 +60,8 @@ private:
     std::optional<std::int64_t> m_latest;
     bool m_bDecoding = false;
     std::int64_t m_nDuration = 0;
+    /** When the picture that is shown last has been shown, with its shift. */
+    std::optional<std::int64_t> m_shownUpTo;
 };
 
 } // namespace player

@@ -2,6 +2,7 @@
 
 #include "player/src/metadata/FileAnalysis.h"
 #include "player/src/picture/JpegEncoder.h"
+#include "player/src/port/LateBytes.h"
 #include "player/src/sound/FileSound.h"
 #include "player/src/sound/SoundPlayer.h"
 
@@ -83,7 +84,6 @@ Error Port::openFile(const char *path)
         pSound->setVolume(m_nVolume);
         m_pFileSound = std::move(pSound);
         m_pFile = std::move(pPlayback);
-        return Error::None;
     } catch (const OpenFailure &failure) {
         const std::lock_guard lock(m_mutex);
         return isStillWanted() ? failure.error : Error::Open;
@@ -92,6 +92,7 @@ Error Port::openFile(const char *path)
         static_cast<void>(isStillWanted());
         throw;
     }
+    return Error::None;
 }
 
 std::shared_ptr<FilePlayback> Port::openPlayback(const char *path, FileOpening &opening)
@@ -104,7 +105,8 @@ std::shared_ptr<FilePlayback> Port::openPlayback(const char *path, FileOpening &
         return m_platform.decoderThreads(width, height);
     });
     auto pPlayback = std::make_shared<FilePlayback>(m_platform, std::move(pDecoder), m_pCallbacks);
-    pPlayback->buildIndex(opening.open(path));
+    // The index opens the file once more, where nobody waits for it.
+    pPlayback->buildIndex(std::make_unique<LateBytes>(m_platform, path));
     addAnalysis(*pPlayback, path);
     return pPlayback;
 }
@@ -398,6 +400,14 @@ void Port::setVolume(unsigned short volume)
 unsigned short Port::volume() const
 {
     return m_nVolume;
+}
+
+void Port::setFileIndexCallback(std::function<void()> callback)
+{
+    m_pCallbacks->fileIndex.set(std::move(callback));
+    if (const auto pFile = file()) {
+        pFile->indexCallbackChanged();
+    }
 }
 
 void Port::showPrivateData(long type, bool show)

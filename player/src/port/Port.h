@@ -79,6 +79,8 @@ public:
     void setVolume(unsigned short volume);
     [[nodiscard]] unsigned short volume() const;
     void showPrivateData(long type, bool show);
+    /** Told once for each file, though it be set when the index has been complete for long. */
+    void setFileIndexCallback(std::function<void()> callback);
 
     [[nodiscard]] PortCallbacks &callbacks()
     {

@@ -377,7 +377,7 @@ int Kavun_SetFileEndCallback(long port, void (*callback)(long port, void *user),
 int Kavun_SetFileRefCallBack(long port, void (*callback)(long port, void *user), void *user)
 {
     return onPort(port, [&](Port &p) {
-        p.callbacks().fileIndex.set(callback ? [=] { callback(port, user); } : std::function<void()>());
+        p.setFileIndexCallback(callback ? [=] { callback(port, user); } : std::function<void()>());
         return Error::None;
     });
 }

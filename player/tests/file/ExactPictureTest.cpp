@@ -1,163 +1,27 @@
 // The picture on display is the one that plain decoding says, whatever led there.
-#include "player/src/port/Port.h"
 #include "player/tests/support/Clips.h"
-#include "player/tests/support/FakeClock.h"
-#include "player/tests/support/FakePlatform.h"
 #include "player/tests/support/MemoryBytes.h"
-#include "player/tests/support/PlainDecoding.h"
+#include "player/tests/support/PushedStream.h"
+#include "player/tests/support/Walk.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <fstream>
-#include <map>
-#include <random>
 
 namespace
 {
 
-using namespace std::chrono_literals;
-using player::Error;
-using player::Port;
+using player::test::Bytes;
 using player::test::Clip;
-using player::test::FakeClock;
-using player::test::FakePlatform;
+using player::test::CodedPicture;
+using player::test::liveFlash;
+using player::test::liveMatroska;
+using player::test::LiveOptions;
+using player::test::liveProgram;
 using player::test::PlainPicture;
-
-/** What a host does to a file, and what it may expect to see then. */
-class Walk
-{
-public:
-    Walk(const std::string &path, unsigned seed) : Walk(path, player::test::decodePlainly(path), seed) {}
-
-    Walk(const std::string &path, std::vector<PlainPicture> pictures, unsigned seed)
-        : m_pictures(std::move(pictures)), m_random(seed)
-    {
-        EXPECT_EQ(m_port.openFile(path.c_str()), Error::None);
-        EXPECT_EQ(m_port.play(m_platform.window()), Error::None);
-        EXPECT_EQ(m_port.pause(1), Error::None);
-        m_clock.settle();
-    }
-
-    ~Walk()
-    {
-        m_port.close();
-    }
-
-    void go(int moves)
-    {
-        for (int i = 0; i < moves && !testing::Test::HasFailure(); ++i) {
-            switch (any(0, 5)) {
-            case 0:
-                seek();
-                break;
-            case 1:
-                step(1);
-                break;
-            case 2:
-                step(-1);
-                break;
-            case 3:
-                stepOften(any(0, 1) == 0 ? -1 : 1, any(2, 12));
-                break;
-            case 4:
-                playFor(any(1, 900) * 1ms, 0);
-                break;
-            default:
-                playFor(any(1, 60) * 1ms, any(-2, 4));
-                break;
-            }
-        }
-    }
-
-private:
-    int any(int from, int to)
-    {
-        return std::uniform_int_distribution<int>(from, to)(m_random);
-    }
-
-    std::int64_t endTime() const
-    {
-        return m_pictures.back().time;
-    }
-
-    void seek()
-    {
-        const int milliseconds = any(0, static_cast<int>(endTime() / 1000) + 100);
-        note("seek to " + std::to_string(milliseconds));
-        ASSERT_EQ(m_port.seek(static_cast<unsigned long>(milliseconds)), Error::None);
-        m_nTime = std::min<std::int64_t>(milliseconds * std::int64_t{1000}, endTime());
-        m_place = player::test::pictureAt(m_pictures, m_nTime);
-        check();
-    }
-
-    void step(int direction)
-    {
-        note(direction > 0 ? "step" : "step back");
-        const bool bEnd = direction > 0 ? m_place + 1 == m_pictures.size() : m_place == 0;
-        const Error error = direction > 0 ? m_port.stepForward() : m_port.stepBack();
-        ASSERT_EQ(error, bEnd ? Error::End : Error::None) << m_path;
-        if (!bEnd) {
-            m_place += static_cast<std::size_t>(direction);
-            m_nTime = m_pictures[m_place].time;
-        }
-        check();
-    }
-
-    void stepOften(int direction, int times)
-    {
-        for (int i = 0; i < times && !testing::Test::HasFailure(); ++i) {
-            step(direction);
-        }
-    }
-
-    void playFor(std::chrono::microseconds duration, int speed)
-    {
-        const std::int64_t passed = speed < 0 ? duration.count() >> -speed : duration.count() << speed;
-        if (m_nTime + passed >= endTime()) {
-            return;
-        }
-        note("play for " + std::to_string(duration.count()) + " at " + std::to_string(speed));
-        ASSERT_EQ(m_port.play(nullptr), Error::None);
-        for (int i = 0; i < std::abs(speed); ++i) {
-            ASSERT_EQ(m_port.changeSpeed(speed > 0 ? 1 : -1), Error::None);
-        }
-        m_clock.advance(duration);
-        ASSERT_EQ(m_port.pause(1), Error::None);
-        m_nTime += passed;
-        m_place = player::test::pictureAt(m_pictures, m_nTime);
-        check();
-    }
-
-    void check()
-    {
-        m_clock.settle();
-        const PlainPicture &expected = m_pictures[m_place];
-        ASSERT_EQ(m_platform.number(), expected.number) << m_path;
-        const std::int64_t time = m_platform.shown().back().time;
-        ASSERT_EQ(m_times.emplace(m_place, time).first->second, time) << m_path << "; another time than before";
-        ASSERT_EQ(time, expected.time) << m_path;
-    }
-
-    void note(const std::string &move)
-    {
-        m_path += m_path.empty() ? move : ", " + move;
-        if (m_path.size() > 400) {
-            m_path.erase(0, m_path.size() - 400);
-        }
-    }
-
-    const std::vector<PlainPicture> m_pictures;
-    std::mt19937 m_random;
-    FakeClock m_clock;
-    FakePlatform m_platform{m_clock};
-    Port m_port{m_platform, 0, 0};
-    std::int64_t m_nTime = 0;
-    std::size_t m_place = 0;
-    std::map<std::size_t, std::int64_t> m_times;
-    std::string m_path;
-};
+using player::test::PushedStream;
+using player::test::Walk;
 
 class ExactPicture : public testing::TestWithParam<Clip>
 {
@@ -168,7 +32,7 @@ TEST_P(ExactPicture, IsOnDisplayAfterAnyMoves)
     if (GetParam().pictures > 400) {
         GTEST_SKIP() << "the same as others, only longer";
     }
-    Walk(GetParam().path(), 11).go(40);
+    Walk(GetParam().path(), player::test::decodePlainly(GetParam().path()), 11).go(40);
 }
 
 INSTANTIATE_TEST_SUITE_P(Clips, ExactPicture, testing::ValuesIn(player::test::numberedClips()),
@@ -217,6 +81,108 @@ INSTANTIATE_TEST_SUITE_P(Containers, JoinedFiles,
                          [](const auto &row) {
                              return player::test::testName(std::string(row.param.first) + "_" + row.param.second);
                          });
+
+TEST_P(ExactPicture, EndsAsOftenAsItIsPlayedToItsEnd)
+{
+    const auto pictures = player::test::decodePlainly(GetParam().path());
+    for (const int speed : {4, -4}) {
+        Walk(GetParam().path(), pictures, 7).endAgain(speed);
+    }
+}
+
+/** A hundred pictures, each of which lasts 40 ms, and whose file says something else. */
+struct OddStamps {
+    const char *name;
+    PushedStream (*make)();
+    /** When a picture is shown, in milliseconds. */
+    int (*time)(int number);
+};
+
+void PrintTo(const OddStamps &odd, std::ostream *pStream)
+{
+    *pStream << odd.name;
+}
+
+/** Adds to the stamps from the key picture by that count on. */
+LiveOptions jump(int key, std::int64_t ticks)
+{
+    LiveOptions options;
+    options.edit = [key, ticks, keys = 0](CodedPicture &picture) mutable {
+        keys += picture.key ? 1 : 0;
+        picture.pts += keys > key ? ticks : 0;
+        picture.dts += keys > key ? ticks : 0;
+    };
+    return options;
+}
+
+LiveOptions edited(std::function<void(CodedPicture &picture)> edit)
+{
+    LiveOptions options;
+    options.edit = std::move(edit);
+    return options;
+}
+
+int regular(int number)
+{
+    return 40 * number;
+}
+
+const OddStamps kOddStamps[] = {
+    {"matroska_repeat",
+     [] {
+         return liveMatroska("msmpeg4v3.mkv",
+                             edited([](CodedPicture &picture) { picture.pts -= picture.number % 10 == 5 ? 40 : 0; }));
+     },
+     [](int number) { return number % 10 == 5 ? 40 * (number - 1) + 1 : 40 * number; }},
+    {"matroska_start_over", [] { return liveMatroska("h264-alaw.mkv", jump(2, -2000)); }, regular},
+    {"matroska_jump_back", [] { return liveMatroska("h264-alaw.mkv", jump(2, -1500)); }, regular},
+    {"matroska_pause", [] { return liveMatroska("h264-alaw.mkv", jump(2, 20000)); },
+     [](int number) { return 40 * number + (number < 50 ? 0 : 20000); }},
+    {"flash_start_over", [] { return liveFlash("h264.flv", jump(2, -2000)); }, regular},
+    {"flash_leap", [] { return liveFlash("h264.flv", jump(2, 3600000)); }, regular},
+    {"program_missing",
+     [] {
+         return liveProgram("mpeg2.mpg", edited([](CodedPicture &picture) {
+                                picture.pts = picture.number % 25 < 2 ? picture.pts : AV_NOPTS_VALUE;
+                            }));
+     },
+     regular},
+    {"program_start_over", [] { return liveProgram("mpeg2.mpg", jump(4, -2000 * 90)); }, regular},
+    {"program_leap", [] { return liveProgram("mpeg2.mpg", jump(4, 3600 * 90000)); }, regular},
+};
+
+class OddlyStampedFile : public testing::TestWithParam<OddStamps>
+{
+};
+
+TEST_P(OddlyStampedFile, IsSteppedAndSoughtThroughAsItPlays)
+{
+    const std::string path = testing::TempDir() + "odd-" + GetParam().name;
+    {
+        const PushedStream stream = GetParam().make();
+        std::ofstream file(path, std::ios::binary);
+        const auto put = [&](const Bytes &bytes) {
+            file.write(reinterpret_cast<const char *>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+        };
+        put(stream.header);
+        for (const auto &record : stream.records) {
+            put(record.bytes);
+        }
+    }
+    std::vector<PlainPicture> pictures;
+    for (int number = 0; number < 100; ++number) {
+        pictures.push_back({number, GetParam().time(number) * std::int64_t{1000}, 0});
+    }
+    Walk(path, pictures, 9).playThrough();
+    Walk(path, pictures, 9).stepThrough();
+    Walk(path, pictures, 9).go(60);
+    if (!HasFailure()) {
+        std::remove(path.c_str());
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Stamps, OddlyStampedFile, testing::ValuesIn(kOddStamps),
+                         [](const auto &row) { return std::string(row.param.name); });
 
 TEST(EditedFile, IsSteppedAndSoughtThroughAsItsListSays)
 {

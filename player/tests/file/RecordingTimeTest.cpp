@@ -24,6 +24,36 @@ using player::test::LiveOptions;
 
 constexpr std::int64_t kTaken = 1700000000000000;
 
+void append(Bytes &bytes, std::uint64_t value, int size)
+{
+    for (int shift = 8 * (size - 1); shift >= 0; shift -= 8) {
+        bytes.push_back(static_cast<std::uint8_t>(value >> shift));
+    }
+}
+
+void append(Bytes &bytes, const char *letters)
+{
+    bytes.insert(bytes.end(), letters, letters + 4);
+}
+
+/** ISO/IEC 14496-12, 8.16.5: when a fragment's first picture was taken, in seconds since 1900 with 32 bits behind them.
+ */
+Bytes referenceTimeBox(std::int64_t utc)
+{
+    constexpr std::int64_t kFrom1900To1970 = 2208988800;
+    const auto seconds = static_cast<std::uint64_t>(utc / 1000000 + kFrom1900To1970);
+    // Rounded up, so that whoever rounds down comes to the same microsecond.
+    const auto part = ((static_cast<std::uint64_t>(utc % 1000000) << 32) + 999999) / 1000000;
+    Bytes box;
+    append(box, 8 + 4 + 4 + 8 + 8, 4);
+    append(box, "prft");
+    append(box, 0x01000000, 4);
+    append(box, 1, 4);
+    append(box, seconds << 32 | part, 8);
+    append(box, 0, 8);
+    return box;
+}
+
 class RecordingTimeTest : public testing::Test
 {
 protected:
@@ -36,7 +66,11 @@ protected:
     /** What a host gets that writes the device library's records into a file, one after the other. */
     void openSaved(const LiveOptions &options)
     {
-        const auto stream = player::test::liveMatroska("h264-alaw.mkv", options);
+        openSaved(player::test::liveMatroska("h264-alaw.mkv", options));
+    }
+
+    void openSaved(const player::test::PushedStream &stream)
+    {
         {
             std::ofstream file(m_path, std::ios::binary);
             const auto put = [&](const Bytes &bytes) {
@@ -94,9 +128,57 @@ TEST_F(RecordingTimeTest, OfMatroskaCountsFromItsTimeNought)
     EXPECT_EQ(timeAt(1000), kTaken + 6000000);
 }
 
+TEST_F(RecordingTimeTest, OfMatroskaGoesOnWhereRecordingPaused)
+{
+    LiveOptions options;
+    options.date = kTaken;
+    options.jumpAt = 50;
+    options.jump = 20000;
+    openSaved(options);
+    EXPECT_EQ(timeAt(21999), kTaken + 49 * 40000);
+    EXPECT_EQ(timeAt(22000), kTaken + 22000000);
+    std::int64_t first = 0;
+    std::int64_t last = 0;
+    ASSERT_EQ(m_port.recordingTimes(first, last), Error::None);
+    EXPECT_EQ(last, kTaken + 20000000 + 99 * 40000);
+}
+
+TEST_F(RecordingTimeTest, OfFragmentsCountsFromTheProducersReferenceTimeOfTheFirst)
+{
+    constexpr std::int64_t kOdd = kTaken + 123456;
+    auto stream = player::test::liveFragments("h264.mp4");
+    for (auto &record : stream.records) {
+        const Bytes box = referenceTimeBox(kOdd + record.number * std::int64_t{40000});
+        record.bytes.insert(record.bytes.begin(), box.begin(), box.end());
+    }
+    openSaved(stream);
+    EXPECT_EQ(timeAt(0), kOdd);
+    EXPECT_EQ(timeAt(2000), kOdd + 2000000);
+    std::int64_t first = 0;
+    std::int64_t last = 0;
+    ASSERT_EQ(m_port.recordingTimes(first, last), Error::None);
+    EXPECT_EQ(first, kOdd);
+    EXPECT_EQ(last, kOdd + 99 * 40000);
+}
+
+TEST(ReferenceTime, SurvivesWhateverStandsInTheBox)
+{
+    const Bytes whole = referenceTimeBox(kTaken);
+    for (std::size_t place = 0; place < whole.size(); ++place) {
+        for (const int value : {0x00, 0x01, 0x7F, 0xFF}) {
+            Bytes bytes = whole;
+            bytes[place] = static_cast<std::uint8_t>(value);
+            player::test::MemoryBytes source(bytes);
+            static_cast<void>(player::firstReferenceTime(source));
+        }
+        player::test::MemoryBytes cut(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(place)));
+        EXPECT_EQ(player::firstReferenceTime(cut), std::nullopt);
+    }
+}
+
 TEST_F(RecordingTimeTest, IsUnknownWithoutEither)
 {
-    openSaved({});
+    openSaved(LiveOptions());
     std::int64_t time = 0;
     EXPECT_EQ(m_port.timeOnDisplay(time), Error::NoTime);
     EXPECT_EQ(m_port.recordingTimes(time, time), Error::NoTime);
@@ -113,18 +195,6 @@ TEST_F(RecordingTimeTest, CountsFromTheDateOfTheFile)
     ASSERT_EQ(m_port.recordingTimes(first, last), Error::None);
     EXPECT_EQ(first, 1709251198000000);
     EXPECT_EQ(last, 1709251198000000 + 99 * 40000);
-}
-
-void append(Bytes &bytes, std::uint64_t value, int size)
-{
-    for (int shift = 8 * (size - 1); shift >= 0; shift -= 8) {
-        bytes.push_back(static_cast<std::uint8_t>(value >> shift));
-    }
-}
-
-void append(Bytes &bytes, const char *letters)
-{
-    bytes.insert(bytes.end(), letters, letters + 4);
 }
 
 /** A box for file level with the start times of two tracks, the second of which is that of the clip's pictures. */

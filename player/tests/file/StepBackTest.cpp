@@ -91,6 +91,11 @@ public:
         return pHeld;
     }
 
+    [[nodiscard]] int opened() const
+    {
+        return m_nOpened;
+    }
+
     void hold()
     {
         m_bHeld = true;
@@ -99,13 +104,15 @@ public:
     void release()
     {
         m_bHeld = false;
-        m_pLatest->look();
+        if (m_pLatest) {
+            m_pLatest->look();
+        }
     }
 
 private:
     FakeClock &m_clock;
     std::atomic<bool> m_bHeld{false};
-    int m_nOpened = 0;
+    std::atomic<int> m_nOpened{0};
     HeldBytes *m_pLatest = nullptr;
 };
 
@@ -176,9 +183,54 @@ TEST_F(StepBackTest, TheFileCanBeClosedFromInsideTheIndexCallback)
     m_platform.hold();
     ASSERT_EQ(m_port.openFile(clip("h264.mp4").path().c_str()), Error::None);
     m_platform.release();
+    m_clock.advance(1s);
+    EXPECT_EQ(closed, 1) << "though nobody has played it";
+    EXPECT_EQ(m_port.openFile(clip("h264.ts").path().c_str()), Error::None);
+}
+
+TEST_F(StepBackTest, ACallbackThatIsSetLaterIsToldOnceUnlessAnotherOneWas)
+{
+    m_port.setFileIndexCallback(nullptr);
+    holdAt("h264.mp4", 0);
+    ASSERT_EQ(m_port.stepForward(), Error::None);
+    ASSERT_EQ(m_port.stepBack(), Error::None) << "the index is complete";
+    std::atomic<int> told{0};
+    std::thread::id thread;
+    m_port.setFileIndexCallback([&] {
+        thread = std::this_thread::get_id();
+        ++told;
+    });
+    m_clock.settle();
+    EXPECT_EQ(told, 1);
+    EXPECT_NE(thread, std::this_thread::get_id());
+    m_port.setFileIndexCallback([&] { ++told; });
+    m_clock.settle();
+    EXPECT_EQ(told, 1);
+    ASSERT_EQ(m_port.closeFile(), Error::None);
+    holdAt("h264.ts", 0);
+    EXPECT_EQ(told, 2) << "it is another file's index";
+}
+
+TEST_F(StepBackTest, ACallbackThatIsSetLaterMayCloseTheFile)
+{
+    m_port.setFileIndexCallback(nullptr);
+    holdAt("h264.mp4", 0);
+    std::atomic<int> closed{0};
+    m_port.setFileIndexCallback([&] { closed += m_port.closeFile() == Error::None ? 1 : 0; });
     m_clock.settle();
     EXPECT_EQ(closed, 1);
-    EXPECT_EQ(m_port.openFile(clip("h264.ts").path().c_str()), Error::None);
+}
+
+TEST_F(StepBackTest, TheIndexLeavesTheFirstPictureTheWay)
+{
+    ASSERT_EQ(m_port.openFile(clip("h264.mp4").path().c_str()), Error::None);
+    m_clock.settle();
+    EXPECT_EQ(m_platform.opened(), 1) << "nothing has been shown yet";
+    ASSERT_EQ(m_port.play(m_platform.window()), Error::None);
+    m_clock.settle();
+    ASSERT_EQ(m_platform.number(), 0);
+    EXPECT_EQ(m_platform.opened(), 2);
+    EXPECT_EQ(m_nComplete, 1);
 }
 
 TEST_F(StepBackTest, EndsAtTheBeginning)

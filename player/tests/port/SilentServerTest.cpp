@@ -137,6 +137,20 @@ TEST_F(ASilentServer, ThatAnswersInTheEndHasItsFilePlayed)
     EXPECT_GE(m_platform.number(), 1);
 }
 
+TEST_F(ASilentServer, KeepsTheIndexAndNobodyElse)
+{
+    m_bSilentToOpen = true;
+    ASSERT_EQ(m_port->openFile(path().c_str()), Error::None);
+    m_pServer->setSilent(true);
+    ASSERT_EQ(m_port->stepBack(), Error::Order);
+    ASSERT_EQ(m_port->seek(0), Error::None) << "the index begins";
+    m_pServer->awaitCaller();
+    EXPECT_EQ(m_port->closeFile(), Error::None);
+    m_pServer->setSilent(false);
+    m_bSilentToOpen = false;
+    expectThatItPlays();
+}
+
 TEST_F(ASilentServer, KeepsNobodyWhoAsksForTimesAndSizes)
 {
     beginSeeking();

@@ -1,6 +1,7 @@
 #include "player/tests/support/FakePlatform.h"
 
 #include "player/tests/support/PictureNumber.h"
+#include "player/tests/support/PlainDecoding.h"
 #include "player/tests/support/StdioBytes.h"
 
 #include <algorithm>
@@ -32,8 +33,12 @@ public:
         if (overlay) {
             overlay(this);
         }
-        const Shown shown{numberOf(picture),          picture.time, region, m_platform.m_clock.now(),
-                          std::this_thread::get_id(), m_labels};
+        if (m_platform.m_bSums && m_pSummed != picture.pFrame) {
+            m_nChecksum = checksumOf(*picture.pFrame);
+            m_pSummed = picture.pFrame;
+        }
+        const Shown shown{numberOf(picture),          picture.time, region,     m_platform.m_clock.now(),
+                          std::this_thread::get_id(), m_labels,     m_nChecksum};
         const std::lock_guard lock(m_platform.m_mutex);
         m_platform.m_shown.push_back(shown);
     }
@@ -42,6 +47,8 @@ public:
     std::vector<std::string> m_labels;
 
 private:
+    std::shared_ptr<const AVFrame> m_pSummed;
+    std::uint32_t m_nChecksum = 0;
     FakePlatform &m_platform;
 };
 
@@ -104,6 +111,14 @@ void FakePlatform::forget()
 {
     const std::lock_guard lock(m_mutex);
     m_shown.clear();
+}
+
+void FakePlatform::forgetAllButLast()
+{
+    const std::lock_guard lock(m_mutex);
+    if (!m_shown.empty()) {
+        m_shown.erase(m_shown.begin(), std::prev(m_shown.end()));
+    }
 }
 
 } // namespace player::test

@@ -24,6 +24,8 @@ struct Shown {
     std::thread::id thread{};
     /** Of what its analysis has found, as far as it was drawn. */
     std::vector<std::string> labels{};
+    /** Of its pixels, where these are summed. */
+    std::uint32_t checksum = 0;
 };
 
 /**
@@ -92,6 +94,12 @@ public:
         m_bSeen = seen;
     }
 
+    /** The pixels of what is shown are summed from now on. */
+    void sumPictures()
+    {
+        m_bSums = true;
+    }
+
     [[nodiscard]] std::vector<Shown> shown() const;
     /** The same without what was only drawn anew. */
     [[nodiscard]] std::vector<Shown> changes() const;
@@ -100,6 +108,7 @@ public:
     /** What is on the screen now; -1 when nothing was shown since forget(). */
     [[nodiscard]] int number() const;
     void forget();
+    void forgetAllButLast();
     /** The presenters that exist now: one for each thread that shows pictures. */
     [[nodiscard]] int presenters() const
     {
@@ -113,6 +122,7 @@ private:
     int m_window = 0;
     std::atomic<int> m_nPresenters{0};
     std::atomic<bool> m_bSeen{true};
+    std::atomic<bool> m_bSums{false};
     std::function<std::unique_ptr<ByteSource>(const char *path)> m_open;
     mutable std::mutex m_mutex;
     std::vector<Shown> m_shown;

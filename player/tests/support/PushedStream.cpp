@@ -285,11 +285,12 @@ Bytes programRecord(const CodedPicture &picture)
     appendPack(bytes, kStart + picture.dts - 9000);
     for (std::size_t at = 0; at < picture.bytes.size(); at += kMostPayload) {
         const std::size_t size = std::min(kMostPayload, picture.bytes.size() - at);
-        const std::size_t head = at == 0 ? 13 : 3;
+        const bool bTold = at == 0 && picture.pts != AV_NOPTS_VALUE;
+        const std::size_t head = bTold ? 13 : 3;
         appendNumber(bytes, 0x1E0, 4);
         appendNumber(bytes, size + head, 2);
-        appendNumber(bytes, at == 0 ? 0x80C00A : 0x800000, 3);
-        if (at == 0) {
+        appendNumber(bytes, bTold ? 0x80C00A : 0x800000, 3);
+        if (bTold) {
             appendTime(bytes, 3, kStart + picture.pts);
             appendTime(bytes, 1, kStart + picture.dts);
         }

@@ -49,7 +49,7 @@ struct CodedPicture {
     bool lengths = false;
     /** In the order of showing. */
     int number = -1;
-    /** In the container's ticks. */
+    /** In the container's ticks. Without a pts, MPEG-PS tells neither. */
     std::int64_t pts = 0;
     std::int64_t dts = 0;
 };
