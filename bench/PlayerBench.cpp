@@ -246,7 +246,13 @@ BENCHMARK(showing)
     ->Unit(benchmark::kMillisecond);
 BENCHMARK(fast)->Name("Fast")->Iterations(1)->Repetitions(3)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(ports)->Name("Ports")->Arg(1)->Arg(4)->Arg(9)->Arg(16)->Arg(25)->Arg(36)->Iterations(1)->UseManualTime();
-BENCHMARK(memory)->Name("Memory")->Args({264, 640})->Args({265, 640})->Args({264, 1920})->Iterations(1)->UseManualTime();
+BENCHMARK(memory)
+    ->Name("Memory")
+    ->Args({264, 640})
+    ->Args({265, 640})
+    ->Args({264, 1920})
+    ->Iterations(1)
+    ->UseManualTime();
 BENCHMARK(again)->Name("Again")->Iterations(1)->UseManualTime();
 
 BENCHMARK_MAIN();

@@ -47,8 +47,10 @@ public:
         const player::FileFacts &facts = m_decoder.facts();
         m_pIndexer = std::make_shared<player::FileIndexer>(
             m_platform, std::make_unique<MemoryBytes>(bytes),
-            player::FileIndexer::Beginning{facts.firstNumber, facts.firstTick, facts.nominalDuration}, m_pIndex, [] {});
+            player::FileIndexer::Beginning{facts.firstNumber, facts.firstTick, facts.nominalDuration}, m_pIndex,
+            player::FileIndexer::News{never, [] {}});
         m_pIndexer->start();
+        m_pIndexer->begin();
         m_pIndex->waitFor(INT64_MAX, never, std::nullopt);
         m_decoder.setIndex(m_pIndex);
     }

@@ -71,7 +71,8 @@ protected:
     void SetUp() override
     {
         m_platform.openBy([this](const char *) -> std::unique_ptr<ByteSource> {
-            if (++m_nOpened > 2 && m_bSilent) {
+            // What its index and its analysis are read from.
+            if (++m_nOpened > 1 && m_bSilent) {
                 const std::atomic<bool> interrupted{false};
                 m_pServer->answer(interrupted);
             }
