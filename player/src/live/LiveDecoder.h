@@ -1,8 +1,8 @@
 #ifndef PLAYER_LIVEDECODER_H
 #define PLAYER_LIVEDECODER_H
 
-#include "player/src/core/Picture.h"
 #include "player/src/core/CodedUnits.h"
+#include "player/src/core/Picture.h"
 #include "player/src/live/LiveDemuxer.h"
 
 #include <array>
