@@ -20,13 +20,12 @@ struct DecoderThreads {
     /** For coded pictures of that size on this machine. */
     static DecoderThreads forPictures(int width, int height)
     {
-        // Small ones need no help, and nine panes share the machine.
-        constexpr std::int64_t kSmall = 720 * 576;
         constexpr std::int64_t kLarge = 1920 * 1088;
+        // Nine panes share the machine.
         constexpr int kMost = 4;
         const std::int64_t size = std::int64_t{width} * height;
         const int most = processorThreads(kMost);
-        return {size > kLarge ? most : 1, size > kSmall ? most : 1};
+        return {size > kLarge ? most : 1, most};
     }
 };
 

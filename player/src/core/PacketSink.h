@@ -27,7 +27,7 @@ struct SidePacket {
 };
 
 /**
- * Takes the coded packets of one stream as they are read: sound, analysis metadata.
+ * Takes the coded packets of a file's sound as they are read.
  *
  * Threads: called on the thread that reads the source, one call at a time, with no lock held, except hasEnough(), which
  *          may be called on any. Nothing may wait in it for another thread's work: it takes a packet or drops it. It is

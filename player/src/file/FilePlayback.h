@@ -51,19 +51,19 @@ public:
     Error recordingTimes(std::int64_t &first, std::int64_t &last) const;
 
     /**
-     * A sink takes the file's sound or metadata from now on; null: nobody does. Attached before the first play or
-     * seek, it gets them from the file's beginning. Returns when the sink before is called no more; waits for a read
+     * The sink takes the file's sound from now on; null: nobody does. Attached before the first play or seek, it gets
+     * it from the file's beginning. Returns when the sink before is called no more; waits for a read
      * that is under way. Not from inside a sink.
      */
-    void attach(SideStream kind, std::shared_ptr<PacketSink> pSink)
+    void attach(std::shared_ptr<PacketSink> pSink)
     {
-        m_feed.reader().attach(kind, std::move(pSink));
+        m_feed.reader().attach(std::move(pSink));
     }
     [[nodiscard]] bool has(SideStream kind) const
     {
         return m_feed.reader().has(kind);
     }
-    /** A sink has come to want more. Called with no lock of the sink's held. */
+    /** The sink has come to want more. Called with no lock of the sink's held. */
     void moreWanted()
     {
         m_feed.reader().moreWanted();

@@ -15,7 +15,6 @@ namespace player
 namespace
 {
 
-constexpr SideStream kSides[] = {SideStream::Sound, SideStream::Metadata};
 /** The queue of pictures is full with so much of either … */
 constexpr std::int64_t kEnoughBytes = 8 * 1024 * 1024;
 constexpr std::int64_t kEnoughSeconds = 1;
@@ -48,10 +47,8 @@ void FileReader::open()
     m_nNominal = m_demuxer.nominalTicks();
     m_timeLine.emplace(m_demuxer.timeLine());
     m_nextNumber = 0;
-    for (const SideStream kind : kSides) {
-        side(kind).feed.open(m_demuxer.sideStream(kind));
-        m_demuxer.use(kind, has(kind));
-    }
+    m_sound.feed.open(m_demuxer.sideStream(SideStream::Sound));
+    m_demuxer.use(SideStream::Sound, has(SideStream::Sound));
 }
 
 void FileReader::setFirstTick(std::int64_t tick)
@@ -59,18 +56,14 @@ void FileReader::setFirstTick(std::int64_t tick)
     const std::int64_t earlier = microsecondsBetween(m_nFirstTick, tick, pictureStream().time_base);
     m_nFirstTick = tick;
     m_nLatestTime -= earlier;
-    for (Side &side : m_sides) {
-        side.feed.moveKept(earlier);
-    }
+    m_sound.feed.moveKept(earlier);
 }
 
 void FileReader::start()
 {
     const std::lock_guard lock(m_mutex);
     if (!m_bRunning && !m_bStop) {
-        for (Side &side : m_sides) {
-            side.changed = true;
-        }
+        m_sound.changed = true;
         m_thread = m_clock.startThread([this] { run(); });
         m_bRunning = true;
     }
@@ -99,17 +92,16 @@ void FileReader::interrupt()
     m_demuxer.interrupt();
 }
 
-void FileReader::attach(SideStream kind, std::shared_ptr<PacketSink> pSink)
+void FileReader::attach(std::shared_ptr<PacketSink> pSink)
 {
     std::unique_lock lock(m_mutex);
-    Side &side = this->side(kind);
-    side.pWanted = std::move(pSink);
+    m_sound.pWanted = std::move(pSink);
     if (!m_bRunning) {
         return;
     }
-    side.changed = true;
+    m_sound.changed = true;
     m_wake.notifyAll();
-    m_done.wait(lock, [&] { return !side.changed || !m_bRunning; });
+    m_done.wait(lock, [&] { return !m_sound.changed || !m_bRunning; });
 }
 
 void FileReader::moreWanted()
@@ -189,9 +181,7 @@ void FileReader::startOver(std::int64_t shift, std::optional<std::int64_t> numbe
     m_timeLine->restart(shift);
     m_nextNumber = number;
     ++m_nGeneration;
-    for (Side &side : m_sides) {
-        side.feed.flush(m_nGeneration, time);
-    }
+    m_sound.feed.flush(m_nGeneration, time);
     const std::lock_guard lock(m_mutex);
     m_queue.clear();
     m_nQueuedBytes = 0;
@@ -247,10 +237,7 @@ bool FileReader::readPacket(CodedPicture &picture)
         picture = counted(std::move(pPacket));
         return true;
     case FileDemuxer::Found::Sound:
-        deliver(SideStream::Sound, std::move(pPacket));
-        return true;
-    case FileDemuxer::Found::Metadata:
-        deliver(SideStream::Metadata, std::move(pPacket));
+        deliver(std::move(pPacket));
         return true;
     default:
         return false;
@@ -309,8 +296,8 @@ void FileReader::workOnce(std::unique_lock<std::mutex> &lock)
         lock.lock();
         m_pTask = nullptr;
         m_done.notifyAll();
-    } else if (m_sides[0].changed || m_sides[1].changed) {
-        exchangeSinks(lock);
+    } else if (m_sound.changed) {
+        exchangeSink(lock);
     } else if (isToRead()) {
         readOne(lock);
     } else {
@@ -322,7 +309,7 @@ void FileReader::workOnce(std::unique_lock<std::mutex> &lock)
 
 bool FileReader::hasWork()
 {
-    return m_pTask != nullptr || m_sides[0].changed || m_sides[1].changed || isToRead();
+    return m_pTask != nullptr || m_sound.changed || isToRead();
 }
 
 bool FileReader::isToRead()
@@ -339,7 +326,7 @@ bool FileReader::isToRead()
         m_bFilling = true;
     }
     const bool bStretches = ticks < kStretch * second && m_nQueuedBytes < kStretch * kEnoughBytes;
-    return m_bFilling || (bStretches && isSinkShort());
+    return m_bFilling || (bStretches && m_sound.feed.isShort());
 }
 
 std::int64_t FileReader::queuedTicks() const
@@ -357,20 +344,13 @@ std::int64_t FileReader::queuedTicks() const
     return av_sat_sub64(av_sat_add64(end, last.shift), av_sat_add64(begin, first.shift));
 }
 
-bool FileReader::isSinkShort() const
-{
-    return std::any_of(m_sides.begin(), m_sides.end(), [](const Side &side) { return side.feed.isShort(); });
-}
-
 void FileReader::readOne(std::unique_lock<std::mutex> &lock)
 {
     lock.unlock();
     CodedPicture picture;
     const bool bMore = readPacket(picture);
     if (!bMore) {
-        for (Side &side : m_sides) {
-            side.feed.end();
-        }
+        m_sound.feed.end();
     }
     lock.lock();
     if (picture.pPacket) {
@@ -417,9 +397,9 @@ std::int64_t FileReader::timeOf(const AVPacket &packet, AVRational tick) const
     return std::abs(now - m_nLatestTime) <= std::abs(before - m_nLatestTime) ? now : before;
 }
 
-void FileReader::deliver(SideStream kind, PacketPtr pPacket)
+void FileReader::deliver(PacketPtr pPacket)
 {
-    SideFeed &feed = side(kind).feed;
+    SideFeed &feed = m_sound.feed;
     SidePacket packet;
     packet.time = timeOf(*pPacket, feed.stream()->time_base);
     packet.duration = microsecondsBetween(0, std::max<std::int64_t>(pPacket->duration, 0), feed.stream()->time_base);
@@ -428,19 +408,14 @@ void FileReader::deliver(SideStream kind, PacketPtr pPacket)
     feed.take(std::move(packet));
 }
 
-void FileReader::exchangeSinks(std::unique_lock<std::mutex> &lock)
+void FileReader::exchangeSink(std::unique_lock<std::mutex> &lock)
 {
-    for (const SideStream kind : kSides) {
-        Side &side = this->side(kind);
-        if (side.changed) {
-            const auto pSink = side.pWanted;
-            lock.unlock();
-            const bool bUsed = side.feed.exchange(pSink, m_nGeneration, std::max<std::int64_t>(m_nLatestTime, 0));
-            m_demuxer.use(kind, bUsed);
-            lock.lock();
-            side.changed = side.pWanted != pSink;
-        }
-    }
+    const auto pSink = m_sound.pWanted;
+    lock.unlock();
+    const bool bUsed = m_sound.feed.exchange(pSink, m_nGeneration, std::max<std::int64_t>(m_nLatestTime, 0));
+    m_demuxer.use(SideStream::Sound, bUsed);
+    lock.lock();
+    m_sound.changed = m_sound.pWanted != pSink;
     m_done.notifyAll();
 }
 

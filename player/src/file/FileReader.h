@@ -7,7 +7,6 @@
 #include "player/src/file/SideFeed.h"
 #include "player/src/file/TimeLine.h"
 
-#include <array>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -31,15 +30,15 @@ struct CodedPicture {
 };
 
 /**
- * Reads a file ahead on a thread of its own: pictures into a queue, everything else to its sink.
+ * Reads a file ahead on a thread of its own: pictures into a queue, its sound to a sink.
  *
  * The queue is refilled in bursts, from half full to full, rather than packet by packet. It is full with a second of
- * the file or eight megabytes, and with four times as much where a sink has too little: neither holds up the other.
- * Before start() nothing is read ahead, and what belongs to sinks is kept for them until then.
+ * the file or eight megabytes, and with four times as much where the sink has too little: neither holds up the other.
+ * Before start() nothing is read ahead, and sound is kept until then.
  *
  * Threads: read(), seek(), rewind() and what asks the container: one thread, the decoding one. attach() from any but
- *          a sink's own. The rest from any.
- * Owns:    the container and the reading thread. Shares the sinks.
+ *          the sink's own. The rest from any.
+ * Owns:    the container and the reading thread. Shares the sink.
  * Units:   ticks of the picture stream; times in microseconds from the first picture.
  * Errors:  open() throws OpenFailure; start() std::system_error. Afterwards a file that breaks off simply ends.
  */
@@ -82,7 +81,7 @@ public:
         return m_demuxer.isRecordingTimeOfTickZero();
     }
 
-    /** The tick of position 0, from which the sinks' times count. Before start(). */
+    /** The tick of position 0, from which the sink's times count. Before start(). */
     void setFirstTick(std::int64_t tick);
     void start();
     /** Ends the thread; what it waits for is interrupted. */
@@ -90,14 +89,14 @@ public:
     /** From any thread: reading ends at once, for ever. */
     void interrupt();
 
-    /** A sink takes the stream from now on; null: it is discarded. The one before is called no more. */
-    void attach(SideStream kind, std::shared_ptr<PacketSink> pSink);
+    /** The sink takes the sound from now on; null: it is discarded. The one before is called no more. */
+    void attach(std::shared_ptr<PacketSink> pSink);
     /** Whether the file has such a stream. */
     [[nodiscard]] bool has(SideStream kind) const
     {
         return m_demuxer.sideStream(kind) != nullptr;
     }
-    /** A sink has come to want more. */
+    /** The sink has come to want more. */
     void moreWanted();
 
     /** The next picture; false at the end. */
@@ -127,15 +126,15 @@ private:
     void workOnce(std::unique_lock<std::mutex> &lock);
     void readOne(std::unique_lock<std::mutex> &lock);
     [[nodiscard]] CodedPicture counted(PacketPtr pPacket);
-    void deliver(SideStream kind, PacketPtr pPacket);
+    void deliver(PacketPtr pPacket);
     [[nodiscard]] std::int64_t timeOf(const AVPacket &packet, AVRational tick) const;
-    void exchangeSinks(std::unique_lock<std::mutex> &lock);
+    void exchangeSink(std::unique_lock<std::mutex> &lock);
     bool goTo(const std::function<bool()> &go, std::optional<std::int64_t> number, std::int64_t time);
     void startOver(std::int64_t shift, std::optional<std::int64_t> number, std::int64_t time);
     bool findKey(const FileIndex::Key &key, const std::function<bool()> &superseded);
     bool findNumber(std::int64_t number, const std::function<bool()> &superseded);
     [[nodiscard]] CodedPicture nextPicture();
-    /** A picture is given back, everything else goes to its sink; false at the end. */
+    /** A picture is given back, sound goes to its sink; false at the end. */
     bool readPacket(CodedPicture &picture);
     /** Into an empty queue. */
     void putFirst(CodedPicture picture);
@@ -150,12 +149,7 @@ private:
     void onReader(const std::function<void()> &task);
     [[nodiscard]] bool hasWork();
     [[nodiscard]] bool isToRead();
-    [[nodiscard]] bool isSinkShort() const;
     [[nodiscard]] std::int64_t queuedTicks() const;
-    Side &side(SideStream kind)
-    {
-        return m_sides[static_cast<std::size_t>(kind)];
-    }
 
     Clock &m_clock;
 
@@ -175,7 +169,7 @@ private:
 
     std::thread m_thread;
 
-    // Guarded by m_mutex, which is held during no call to a sink.
+    // Guarded by m_mutex, which is held during no call to the sink.
     mutable std::mutex m_mutex;
     /** Something for the reader to do. */
     Condition m_wake;
@@ -183,7 +177,7 @@ private:
     Condition m_done;
     bool m_bRunning = false;
     bool m_bStop = false;
-    std::array<Side, 2> m_sides;
+    Side m_sound;
     std::deque<CodedPicture> m_queue;
     std::int64_t m_nQueuedBytes = 0;
     bool m_bFilling = true;

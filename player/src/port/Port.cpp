@@ -364,7 +364,7 @@ std::shared_ptr<SoundTrack> Port::addSound(FilePlayback &file) const
         return pTrack;
     }
     const auto pSound = std::make_shared<FileSound>(clock, pTrack);
-    file.attach(SideStream::Sound, pSound);
+    file.attach(pSound);
     file.setLeader(pSound);
     return pTrack;
 }

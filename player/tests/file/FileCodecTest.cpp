@@ -5,7 +5,6 @@
 #include "player/tests/support/Clips.h"
 #include "player/tests/support/FakePlatform.h"
 #include "player/tests/support/MemoryBytes.h"
-#include "player/tests/support/PictureNumber.h"
 #include "player/tests/support/PlainDecoding.h"
 #include "player/tests/support/PushedStream.h"
 
@@ -18,10 +17,8 @@ using player::DecoderThreads;
 using player::FileDecoder;
 using player::Picture;
 using player::test::Clip;
-using player::test::clip;
 using player::test::mediaPath;
 using player::test::MemoryBytes;
-using player::test::numberOf;
 
 constexpr int kPlaying = 1;
 constexpr int kHurried = 2;

@@ -13,7 +13,6 @@ namespace
 
 using player::CodedPicture;
 using player::FileReader;
-using player::SideStream;
 using player::test::CollectingSink;
 using player::test::FakeClock;
 
@@ -70,7 +69,7 @@ TEST_F(FileReaderTest, GivesEveryPictureInTheOrderOfTheFileWithAndWithoutAThread
 TEST_F(FileReaderTest, APictureQueueThatIsFullDoesNotStopSound)
 {
     open("long.mp4");
-    m_pReader->attach(SideStream::Sound, m_pSound);
+    m_pReader->attach(m_pSound);
     start();
     ASSERT_FALSE(m_pSound->entries().empty());
     const std::int64_t first = m_pSound->entries().back().time;
@@ -82,7 +81,7 @@ TEST_F(FileReaderTest, ReadsASecondAheadForASinkThatHasEnough)
 {
     open("long.mp4");
     m_pSound->m_bEnough = true;
-    m_pReader->attach(SideStream::Sound, m_pSound);
+    m_pReader->attach(m_pSound);
     start();
     ASSERT_FALSE(m_pSound->entries().empty());
     EXPECT_LT(m_pSound->entries().front().time, kSecond / 10) << "what was read while it was opened is not lost";
@@ -93,7 +92,7 @@ TEST_F(FileReaderTest, ASinkThatTakesNothingDoesNotStopPictures)
 {
     open("h264.mp4");
     m_pSound->m_bEnough = true;
-    m_pReader->attach(SideStream::Sound, m_pSound);
+    m_pReader->attach(m_pSound);
     m_pReader->start();
     EXPECT_EQ(readAll(), 100);
     m_clock.settle();
@@ -104,7 +103,7 @@ TEST_F(FileReaderTest, ReadsOnWhenASinkHasComeToWantMore)
 {
     open("long.mp4");
     m_pSound->m_bEnough = true;
-    m_pReader->attach(SideStream::Sound, m_pSound);
+    m_pReader->attach(m_pSound);
     start();
     const std::size_t before = m_pSound->entries().size();
     m_pSound->m_bEnough = false;
@@ -129,7 +128,7 @@ TEST_F(FileReaderTest, RefillsInBursts)
 TEST_F(FileReaderTest, ASeekVoidsWhatSinksHaveAndGoesOnThere)
 {
     open("long.mp4");
-    m_pReader->attach(SideStream::Sound, m_pSound);
+    m_pReader->attach(m_pSound);
     start();
     const unsigned before = m_pSound->m_nGeneration;
     m_pSound->forget();
@@ -145,9 +144,9 @@ TEST_F(FileReaderTest, ASeekVoidsWhatSinksHaveAndGoesOnThere)
 TEST_F(FileReaderTest, ASinkThatIsTakenAwayIsCalledNoMore)
 {
     open("long.mp4");
-    m_pReader->attach(SideStream::Sound, m_pSound);
+    m_pReader->attach(m_pSound);
     start();
-    m_pReader->attach(SideStream::Sound, nullptr);
+    m_pReader->attach(nullptr);
     m_pSound->forget();
     readAll();
     m_clock.settle();
@@ -159,7 +158,7 @@ TEST_F(FileReaderTest, AStreamThatItsSinkCannotUseIsDiscarded)
 {
     open("h264.mp4");
     m_pSound->m_bUseless = true;
-    m_pReader->attach(SideStream::Sound, m_pSound);
+    m_pReader->attach(m_pSound);
     m_pReader->start();
     readAll();
     EXPECT_TRUE(m_pSound->entries().empty());
@@ -171,7 +170,7 @@ TEST_F(FileReaderTest, SoundStandsOnTheLineOfThePictures)
     for (const char *file : {"start-5s.mkv", "start-1h.ts", "h264.avi", "h264.flv"}) {
         m_pSound = std::make_shared<CollectingSink>();
         open(file);
-        m_pReader->attach(SideStream::Sound, m_pSound);
+        m_pReader->attach(m_pSound);
         start();
         readAll();
         ASSERT_FALSE(m_pSound->entries().empty()) << file;
