@@ -42,6 +42,8 @@ void FileCodec::change()
     try {
         if (!m_codecs[next]) {
             m_codecs[next] = openDecoder(next == Hurried ? m_threads.hurried : m_threads.playing);
+            static_cast<void>(avcodec_send_packet(m_codecs[next].get(), m_pFirst.get()));
+            flushDecoder(*m_codecs[next]);
         }
     } catch (const OpenFailure &) {
         m_threads.hurried = m_threads.playing;
@@ -70,6 +72,9 @@ void FileCodec::noteParameters(const AVPacket &packet)
 int FileCodec::send(AVPacket *pPacket)
 {
     if (pPacket) {
+        if (!m_pFirst) {
+            m_pFirst.reset(av_packet_clone(pPacket));
+        }
         noteParameters(*pPacket);
         if (m_bTellParameters) {
             std::uint8_t *pData = av_packet_new_side_data(pPacket, AV_PKT_DATA_NEW_EXTRADATA, m_parameters.size());

@@ -77,6 +77,8 @@ private:
     bool m_bHurried = false;
     int m_nDecoding = Playing;
     CodecPtr m_codecs[2];
+    /** The file's first one: there alone encoders say who they are, and FFmpeg decodes what some did wrong by that. */
+    PacketPtr m_pFirst;
     /** What came with a packet, once, and holds from there on: the other decoder has not heard of it. */
     std::vector<std::uint8_t> m_parameters;
     bool m_bTellParameters = false;

@@ -104,8 +104,8 @@ public:
     void release()
     {
         m_bHeld = false;
-        if (m_pLatest) {
-            m_pLatest->look();
+        if (HeldBytes *const pLatest = m_pLatest) {
+            pLatest->look();
         }
     }
 
@@ -113,7 +113,7 @@ private:
     FakeClock &m_clock;
     std::atomic<bool> m_bHeld{false};
     std::atomic<int> m_nOpened{0};
-    HeldBytes *m_pLatest = nullptr;
+    std::atomic<HeldBytes *> m_pLatest{nullptr};
 };
 
 class StepBackTest : public testing::Test
