@@ -80,7 +80,7 @@ class Track:
 
 
 class AnalysisTrack(Track):
-    """A document for each picture, at its time, by the rules of ONVIF's streaming specification: whole documents, of
+    """A document for each picture, at its time, as ONVIF's cameras stream them: whole documents, of
     which each ends with a marker bit, and RTP time stamps that sender reports tie to the time of day. It is sent a
     little ahead of its picture, so that the first look at that already shows it."""
 
