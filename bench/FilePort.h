@@ -12,6 +12,9 @@ namespace bench
 /** A clip of the test media; the folder is PELLORA_TEST_MEDIA. */
 std::string clipPath(const std::string &name);
 
+/** What there is to say where one cannot be played. */
+inline constexpr const char *kNoClip = "the clip could not be played; run tests/media/make-media.sh";
+
 /** A window of that size that shows. Threads: the one that made it. */
 class ShownWindow
 {

@@ -12,6 +12,7 @@
 //                  pictures that were not presented, and memory; the third argument hides the windows
 // Memory           private bytes of that wall while all cameras go and come back every 30 seconds, for
 //                  PELLORA_BENCH_MINUTES minutes (default 1)
+#include "bench/Measures.h"
 #include "bench/NotingPlayer.h"
 #include "bench/NotingRelay.h"
 #include "bench/PlainFfmpeg.h"
@@ -21,7 +22,6 @@
 #include "interface/Pellora.h"
 #include "tests/cameras/CameraBed.h"
 #include "tests/support/HostWindow.h"
-#include "tests/support/ProcessMemory.h"
 
 #include <benchmark/benchmark.h>
 
@@ -36,29 +36,13 @@ namespace
 {
 
 using bench::decodeUntil;
+using bench::median;
 using bench::NotingPlayer;
 using bench::NotingRelay;
+using bench::privateMegabytes;
+using bench::secondsSince;
 using bench::Wall;
 using Clock = std::chrono::steady_clock;
-
-double secondsSince(Clock::time_point begin)
-{
-    return std::chrono::duration<double>(Clock::now() - begin).count();
-}
-
-double privateMegabytes()
-{
-    return static_cast<double>(support::privateBytes()) / (1024.0 * 1024.0);
-}
-
-double median(std::vector<double> values)
-{
-    if (values.empty()) {
-        return 0;
-    }
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
 
 cameras::CameraBed &bed()
 {

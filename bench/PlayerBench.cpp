@@ -11,9 +11,9 @@
 #include "Kavun.h"
 
 #include "bench/FilePort.h"
+#include "bench/Measures.h"
 #include "bench/PlainFfmpeg.h"
 #include "bench/ProcessorTime.h"
-#include "tests/support/ProcessMemory.h"
 
 #include <benchmark/benchmark.h>
 
@@ -28,20 +28,11 @@ namespace
 
 using bench::clipPath;
 using bench::FilePort;
+using bench::kNoClip;
+using bench::privateMegabytes;
+using bench::secondsSince;
 using bench::ShownWindow;
 using Clock = std::chrono::steady_clock;
-
-constexpr const char *kNoClip = "the clip could not be played; run tests/media/make-media.sh";
-
-double secondsSince(Clock::time_point begin)
-{
-    return std::chrono::duration<double>(Clock::now() - begin).count();
-}
-
-double privateMegabytes()
-{
-    return static_cast<double>(support::privateBytes()) / (1024.0 * 1024.0);
-}
 
 std::string hdClip(std::int64_t codec)
 {

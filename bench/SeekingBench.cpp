@@ -1,11 +1,12 @@
 // Going to a picture, against FFmpeg decoding as far.
 //
-// FirstPicture  PELLORA's way to a file's first picture: opened, playing, drawn; FFmpeg opening it and decoding one
+// FirstPicture  the player's way to a file's first picture: opened, playing, drawn; FFmpeg opening it and decoding one
 // ExactSeek     a seek to the last but ten of 250 pictures with one key picture; FFmpeg decoding up to there
 // Stepping      a hundred steps back in a group of pictures, from its end and from its middle, against a hundred on
 #include "Kavun.h"
 
 #include "bench/FilePort.h"
+#include "bench/Measures.h"
 #include "bench/PlainFfmpeg.h"
 
 #include <benchmark/benchmark.h>
@@ -20,22 +21,13 @@ namespace
 
 using bench::clipPath;
 using bench::FilePort;
+using bench::kNoClip;
+using bench::median;
+using bench::secondsSince;
 using bench::ShownWindow;
 using Clock = std::chrono::steady_clock;
 
-constexpr const char *kNoClip = "the clip could not be played; run tests/media/make-media.sh";
 constexpr const char *kOneGroup = "bench-1080p-one-group.mp4";
-
-double secondsSince(Clock::time_point begin)
-{
-    return std::chrono::duration<double>(Clock::now() - begin).count();
-}
-
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values.empty() ? 0 : values[values.size() / 2];
-}
 
 /** Which of two ways is gone first changes from round to round: what one leaves in the caches serves the other. */
 void firstPicture(benchmark::State &state)

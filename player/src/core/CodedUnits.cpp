@@ -243,6 +243,7 @@ CodedUnits CodedUnits::of(const AVPacket &packet, const AVCodecParameters &param
         return units;
     }
     units.picture = false;
+    units.refresh = false;
     bool bAllIntra = true;
     const bool bWhole = forEachUnit({packet.data, packet.data + packet.size}, lengthBytes(parameters), [&](Bytes unit) {
         if (unit.size() >= 3) {

@@ -21,8 +21,9 @@ struct CodedUnits {
     std::optional<int> recoversAfter;
     /** The picture is made of nothing but itself. */
     bool intra = false;
-    /** Nothing that is shown behind it refers to anything before it: IDR, or a random access point of H.265. */
-    bool refresh = false;
+    /** Nothing that is shown behind it refers to anything before it: IDR, or a random access point of H.265. Of key
+     *  pictures of other codecs: always. */
+    bool refresh = true;
     /** H.265: there is supplementary information in it. */
     bool information = false;
 

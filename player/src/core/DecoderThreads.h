@@ -9,9 +9,9 @@ namespace player
 {
 
 /**
- * How many threads decode a file. A decoder that is spread over threads takes a tenth more of the processors in all and
- * keeps a picture for each thread, so that it is for where somebody waits, for a seek or a step back, and for pictures
- * for which a single thread is too slow. Threads: a value.
+ * How many threads decode a source. A decoder that is spread over threads takes a tenth more of the processors in all
+ * and keeps a picture for each thread, so that it is for where somebody waits, for a seek or a step back, and for
+ * pictures for which a single thread is too slow. Threads: a value.
  */
 struct DecoderThreads {
     int playing = 1;

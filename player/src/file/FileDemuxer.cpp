@@ -3,6 +3,7 @@
 #include "player/src/core/Codec.h"
 #include "player/src/core/Container.h"
 #include "player/src/core/DeviceTime.h"
+#include "player/src/file/PictureTimes.h"
 #include "player/src/metadata/AnalysisTrack.h"
 
 #include <algorithm>
@@ -185,7 +186,7 @@ std::optional<FileIndex::Key> FileDemuxer::keyOf(const AVPacket &packet) const
     key.dts = packet.dts;
     key.bytePosition = packet.pos;
     key.size = packet.size;
-    const std::int64_t stamp = packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts;
+    const std::int64_t stamp = stampOfPacket(packet);
     if (m_bByBytes ? packet.pos < 0 : stamp == AV_NOPTS_VALUE) {
         return std::nullopt;
     }

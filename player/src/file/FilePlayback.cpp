@@ -58,14 +58,14 @@ std::optional<std::int64_t> FilePlayback::length() const
     if (!m_facts.length) {
         letIndexBegin();
     }
-    const auto indexed = m_pIndex ? m_pIndex->end() : std::nullopt;
+    const auto indexed = m_pIndex->end();
     // Containers that are made of cuts tell no more than when their last packet says it is shown.
     return indexed && (!m_facts.length || m_facts.mayLeap) ? indexed : m_facts.length;
 }
 
 std::optional<std::int64_t> FilePlayback::lastTime() const
 {
-    const auto indexed = m_pIndex ? m_pIndex->lastTime() : std::nullopt;
+    const auto indexed = m_pIndex->lastTime();
     if (indexed || !m_facts.length) {
         letIndexBegin();
         return indexed;
@@ -83,7 +83,7 @@ Error FilePlayback::recordingTimes(std::int64_t &first, std::int64_t &last) cons
         return Error::NoIndex;
     }
     first = *m_facts.recordingTime;
-    const auto told = m_pIndex ? m_pIndex->lastUtc() : std::nullopt;
+    const auto told = m_pIndex->lastUtc();
     last = told.value_or(first + *time);
     return Error::None;
 }
@@ -203,7 +203,7 @@ Error FilePlayback::stepBack()
             return Error::Order;
         }
         letIndexBegin();
-        if (!m_pIndex || !m_pIndex->isComplete()) {
+        if (!m_pIndex->isComplete()) {
             return Error::NoIndex;
         }
         m_state = State::Paused;

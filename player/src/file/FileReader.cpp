@@ -1,6 +1,7 @@
 #include "player/src/file/FileReader.h"
 
 #include "player/src/core/Codec.h"
+#include "player/src/file/PictureTimes.h"
 
 #include <algorithm>
 #include <utility>
@@ -382,7 +383,7 @@ CodedPicture FileReader::counted(PacketPtr pPacket)
 
 std::int64_t FileReader::timeOf(const AVPacket &packet, AVRational tick) const
 {
-    const std::int64_t stamp = packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts;
+    const std::int64_t stamp = stampOfPacket(packet);
     if (stamp == AV_NOPTS_VALUE) {
         return m_nLatestTime;
     }

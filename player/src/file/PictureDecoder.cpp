@@ -120,11 +120,7 @@ bool PictureDecoder::mayChangeAt(const CodedPicture &coded) const
     if (!place || place->ordinal != *coded.number - m_nFirstNumber) {
         return false;
     }
-    const AVCodecParameters &parameters = *m_reader.pictureStream().codecpar;
-    if (parameters.codec_id != AV_CODEC_ID_H264 && parameters.codec_id != AV_CODEC_ID_HEVC) {
-        return true;
-    }
-    return CodedUnits::of(*coded.pPacket, parameters).refresh;
+    return CodedUnits::of(*coded.pPacket, *m_reader.pictureStream().codecpar).refresh;
 }
 
 void PictureDecoder::goOnInOther()
@@ -156,7 +152,7 @@ bool PictureDecoder::isToBeFed(const CodedPicture &coded)
 {
     const AVPacket &packet = *coded.pPacket;
     const bool bKey = (packet.flags & AV_PKT_FLAG_KEY) != 0;
-    const std::int64_t stamp = packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts;
+    const std::int64_t stamp = stampOfPacket(packet);
     const std::int64_t tick = stamp == AV_NOPTS_VALUE ? stamp : av_sat_add64(stamp, coded.shift);
     if (bKey && tick != AV_NOPTS_VALUE) {
         if (m_latestKeyTick) {

@@ -9,6 +9,12 @@
 namespace player
 {
 
+/** What a packet says of when it is shown or, where it does not, decoded; AV_NOPTS_VALUE where it says neither. */
+[[nodiscard]] inline std::int64_t stampOfPacket(const AVPacket &packet)
+{
+    return packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts;
+}
+
 // When pictures are shown, and for how long. Decoder and index go by these, so that both tell the same of a picture.
 // Units: microseconds. Threads: any.
 

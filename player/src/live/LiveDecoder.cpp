@@ -1,6 +1,7 @@
 #include "player/src/live/LiveDecoder.h"
 
 #include "player/src/core/Codec.h"
+#include "player/src/core/DecoderThreads.h"
 #include "player/src/core/HardwareDecoding.h"
 
 #include <algorithm>
@@ -25,13 +26,10 @@ constexpr int kMostKeysFailed = 3;
 
 int decoderThreads(const AVCodecParameters &parameters)
 {
-    // One is enough up to full HD, and FFmpeg hides damage in H.264 where the slices of a picture are shared out.
-    constexpr int kMost = 4;
-    constexpr std::int64_t kFullHd = 1920 * 1088;
-    if (parameters.codec_id == AV_CODEC_ID_H264 || std::int64_t{parameters.width} * parameters.height <= kFullHd) {
-        return 1;
-    }
-    return processorThreads(kMost);
+    // FFmpeg hides damage in H.264 where the slices of a picture are shared out.
+    return parameters.codec_id == AV_CODEC_ID_H264
+               ? 1
+               : DecoderThreads::forPictures(parameters.width, parameters.height).playing;
 }
 
 } // namespace

@@ -14,13 +14,6 @@ namespace
 
 constexpr std::size_t kMostSources = 8;
 
-/** A time that can be reckoned with, whatever a stream says. */
-std::int64_t sane(std::int64_t time)
-{
-    constexpr std::int64_t kMost = std::int64_t{1} << 60;
-    return std::clamp(time, -kMost, kMost);
-}
-
 } // namespace
 
 bool isAnalysisStream(const AVStream &stream)

@@ -3,6 +3,7 @@
 
 #include "player/src/metadata/AnalysisSource.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -46,6 +47,13 @@ public:
     static constexpr std::int64_t kTolerance = 5000;
     /** A document tells of so much before its own time at most: its other frames are taken for frames of that time. */
     static constexpr std::int64_t kLongestDocument = 2000000;
+
+    /** A time that can be reckoned with, whatever a source says. */
+    [[nodiscard]] static std::int64_t sane(std::int64_t time)
+    {
+        constexpr std::int64_t kMost = std::int64_t{1} << 60;
+        return std::clamp(time, -kMost, kMost);
+    }
 
     /** What is kept, at most. */
     struct Room {

@@ -2,6 +2,7 @@
 
 #include "player/src/core/Codec.h"
 #include "player/src/core/Notice.h"
+#include "player/src/file/PictureTimes.h"
 
 #include <algorithm>
 #include <new>
@@ -31,13 +32,6 @@ constexpr std::int64_t kAhead = 3 * kSecond;
 constexpr std::int64_t kFarAhead = 20 * kSecond;
 /** What a picture may need are four seconds: a hundred objects in each of 60 pictures a second fit in ten times. */
 constexpr AnalysisTrack::Room kRoom{8192, std::size_t{32} * 1024 * 1024};
-
-/** Positions that can be reckoned with, whatever a file says. */
-std::int64_t sane(std::int64_t time)
-{
-    constexpr std::int64_t kMost = std::int64_t{1} << 60;
-    return std::clamp(time, -kMost, kMost);
-}
 
 } // namespace
 
@@ -77,7 +71,7 @@ void FileAnalysis::stop()
 
 AnalysisFrames FileAnalysis::at(std::int64_t time)
 {
-    time = sane(time);
+    time = AnalysisTrack::sane(time);
     std::shared_ptr<Part> pPart;
     {
         const std::lock_guard lock(m_mutex);
@@ -95,7 +89,7 @@ void FileAnalysis::expect(std::int64_t time)
 {
     const std::lock_guard lock(m_mutex);
     m_bExpecting = true;
-    want(sane(time));
+    want(AnalysisTrack::sane(time));
 }
 
 std::shared_ptr<FileAnalysis::Part> FileAnalysis::partFor(std::int64_t time)
@@ -298,14 +292,14 @@ bool FileAnalysis::readOne(Part &part)
 
 std::int64_t FileAnalysis::timeOf(const AVPacket &packet, const AVStream &stream) const
 {
-    const std::int64_t stamp = packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts;
+    const std::int64_t stamp = stampOfPacket(packet);
     if (stamp == AV_NOPTS_VALUE) {
         // As if it were not there.
-        return -(std::int64_t{1} << 60);
+        return AnalysisTrack::sane(INT64_MIN);
     }
     const AVRational pictureTick = m_pDemuxer->pictureStream().time_base;
-    return sane(microsecondsBetween(0, stamp, stream.time_base)) -
-           sane(microsecondsBetween(0, m_nFirstTick, pictureTick));
+    return AnalysisTrack::sane(microsecondsBetween(0, stamp, stream.time_base)) -
+           AnalysisTrack::sane(microsecondsBetween(0, m_nFirstTick, pictureTick));
 }
 
 } // namespace player

@@ -105,6 +105,7 @@ TEST(CodedUnitsTest, TellsWhereNothingRefersBackOverThePicture)
 TEST(CodedUnitsTest, TakesOtherCodecsForPictures)
 {
     EXPECT_TRUE(look(AV_CODEC_ID_MJPEG, {1, 2, 3}).picture);
+    EXPECT_TRUE(look(AV_CODEC_ID_MJPEG, {1, 2, 3}).refresh);
 }
 
 } // namespace
