@@ -11,6 +11,7 @@
 
 #include <cstdio>
 #include <fstream>
+#include <utility>
 
 namespace
 {
@@ -96,6 +97,15 @@ protected:
         return time;
     }
 
+    /** When the first and the last picture were taken. */
+    std::pair<std::int64_t, std::int64_t> recorded() const
+    {
+        std::int64_t first = 0;
+        std::int64_t last = 0;
+        EXPECT_EQ(m_port.recordingTimes(first, last), Error::None);
+        return {first, last};
+    }
+
     const std::string m_path = testing::TempDir() + "saved-stream.mkv";
     FakeClock m_clock;
     FakePlatform m_platform{m_clock};
@@ -110,11 +120,7 @@ TEST_F(RecordingTimeTest, IsTheDevicesOwnStampInASavedStream)
     EXPECT_EQ(timeAt(0), kTaken);
     EXPECT_EQ(timeAt(2000), kTaken + 2000000);
     EXPECT_EQ(timeAt(2039), kTaken + 2000000) << "the picture's, not that of the moment";
-    std::int64_t first = 0;
-    std::int64_t last = 0;
-    ASSERT_EQ(m_port.recordingTimes(first, last), Error::None);
-    EXPECT_EQ(first, kTaken);
-    EXPECT_EQ(last, kTaken + 99 * 40000);
+    EXPECT_EQ(recorded(), std::pair(kTaken, kTaken + 99 * 40000));
 }
 
 TEST_F(RecordingTimeTest, OfMatroskaCountsFromItsTimeNought)
@@ -137,10 +143,7 @@ TEST_F(RecordingTimeTest, OfMatroskaGoesOnWhereRecordingPaused)
     openSaved(options);
     EXPECT_EQ(timeAt(21999), kTaken + 49 * 40000);
     EXPECT_EQ(timeAt(22000), kTaken + 22000000);
-    std::int64_t first = 0;
-    std::int64_t last = 0;
-    ASSERT_EQ(m_port.recordingTimes(first, last), Error::None);
-    EXPECT_EQ(last, kTaken + 20000000 + 99 * 40000);
+    EXPECT_EQ(recorded().second, kTaken + 20000000 + 99 * 40000);
 }
 
 TEST_F(RecordingTimeTest, OfFragmentsCountsFromTheProducersReferenceTimeOfTheFirst)
@@ -154,11 +157,7 @@ TEST_F(RecordingTimeTest, OfFragmentsCountsFromTheProducersReferenceTimeOfTheFir
     openSaved(stream);
     EXPECT_EQ(timeAt(0), kOdd);
     EXPECT_EQ(timeAt(2000), kOdd + 2000000);
-    std::int64_t first = 0;
-    std::int64_t last = 0;
-    ASSERT_EQ(m_port.recordingTimes(first, last), Error::None);
-    EXPECT_EQ(first, kOdd);
-    EXPECT_EQ(last, kOdd + 99 * 40000);
+    EXPECT_EQ(recorded(), std::pair(kOdd, kOdd + 99 * 40000));
 }
 
 TEST(ReferenceTime, SurvivesWhateverStandsInTheBox)
@@ -190,11 +189,7 @@ TEST_F(RecordingTimeTest, CountsFromTheDateOfTheFile)
     ASSERT_EQ(m_port.play(m_platform.window()), Error::None);
     ASSERT_EQ(m_port.pause(1), Error::None);
     EXPECT_EQ(timeAt(1500), 1709251198000000 + 1480000);
-    std::int64_t first = 0;
-    std::int64_t last = 0;
-    ASSERT_EQ(m_port.recordingTimes(first, last), Error::None);
-    EXPECT_EQ(first, 1709251198000000);
-    EXPECT_EQ(last, 1709251198000000 + 99 * 40000);
+    EXPECT_EQ(recorded(), std::pair(1709251198000000, 1709251198000000 + 99 * 40000));
 }
 
 /** A box for file level with the start times of two tracks, the second of which is that of the clip's pictures. */
@@ -227,10 +222,7 @@ TEST_F(RecordingTimeTest, IsThatOfTheStartTimeBoxInAnExportedFile)
             file.write(reinterpret_cast<const char *>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
         }
         ASSERT_EQ(m_port.openFile(m_path.c_str()), Error::None);
-        std::int64_t first = 0;
-        std::int64_t last = 0;
-        ASSERT_EQ(m_port.recordingTimes(first, last), Error::None);
-        EXPECT_NEAR(static_cast<double>(first), static_cast<double>(kTaken), 100000);
+        EXPECT_NEAR(static_cast<double>(recorded().first), static_cast<double>(kTaken), 100000);
         m_port.closeFile();
     }
 }

@@ -326,6 +326,18 @@ protected:
         }
     }
 
+    /** It is asked to sound while the first one does, and refused once it is known. */
+    void expectNothingTakenBy(const PushedStream &stream, milliseconds upTo)
+    {
+        openAndListen(m_sounding);
+        playUpTo(1000ms);
+        openOther(stream);
+        pushToOther(stream);
+        EXPECT_EQ(m_other->playSound(), Error::NoSound);
+        playUpTo(upTo);
+        expectTheFirstIsHeard(900ms, upTo - 100ms);
+    }
+
     const PushedStream m_sounding = withSound("h264-alaw.mkv");
     const PushedStream m_silent = liveMatroska("h264.avi");
 };
@@ -345,25 +357,13 @@ TEST_F(AwaitedSound, TakesOverWhenItIsKnownAndNotBefore)
 
 TEST_F(AwaitedSound, ThatTurnsOutNotToBeThereHasTakenNothingAndFailsFromThenOn)
 {
-    openAndListen(m_sounding);
-    playUpTo(1000ms);
-    openOther(m_silent);
-    pushToOther(m_silent);
-    EXPECT_EQ(m_other->playSound(), Error::NoSound);
-    playUpTo(2900ms);
-    expectTheFirstIsHeard(900ms, 2800ms);
+    expectNothingTakenBy(m_silent, 2900ms);
 }
 
 TEST_F(AwaitedSound, OfAStreamThatCannotBeReadHasTakenNothingAndFailsFromThenOn)
 {
-    openAndListen(m_sounding);
-    playUpTo(1000ms);
     const PushedStream garbage{Bytes(40, 0xA5), {{Bytes(3000000, 0xA5)}}};
-    openOther(garbage);
-    pushToOther(garbage);
-    EXPECT_EQ(m_other->playSound(), Error::NoSound);
-    playUpTo(2000ms);
-    expectTheFirstIsHeard(900ms, 1900ms);
+    expectNothingTakenBy(garbage, 2000ms);
 }
 
 TEST_F(AwaitedSound, ThatIsNotThereGivesTheDeviceBack)
