@@ -6,8 +6,11 @@ extern "C" {
 #include <libavformat/avformat.h>
 #include <libavutil/dict.h>
 #include <libavutil/frame.h>
+#include <libavutil/mem.h>
 }
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <new>
 
@@ -67,9 +70,12 @@ public:
     Options(const Options &) = delete;
     Options &operator=(const Options &) = delete;
 
+    /** Throws std::bad_alloc: what may be opened must not go unsaid. */
     void set(const char *pName, const char *pValue)
     {
-        av_dict_set(&m_pEntries, pName, pValue, 0);
+        if (av_dict_set(&m_pEntries, pName, pValue, 0) < 0) {
+            throw std::bad_alloc();
+        }
     }
     [[nodiscard]] AVDictionary **get()
     {
@@ -88,6 +94,31 @@ T *required(T *p)
         throw std::bad_alloc();
     }
     return p;
+}
+
+using ReadFunction = int (*)(void *pOwner, std::uint8_t *pBuffer, int size);
+using WriteFunction = int (*)(void *pOwner, const std::uint8_t *pBuffer, int size);
+using SeekFunction = std::int64_t (*)(void *pOwner, std::int64_t offset, int whence);
+
+/**
+ * A context with a buffer of so many bytes whose functions are called with pOwner. It is for reading where there is a
+ * function that reads; without one that seeks, forwards only. Throws std::bad_alloc.
+ */
+[[nodiscard]] inline IoPtr makeIo(int bufferBytes, void *pOwner, ReadFunction read, WriteFunction write,
+                                  SeekFunction seek)
+{
+    struct Free {
+        void operator()(unsigned char *p) const
+        {
+            av_free(p);
+        }
+    };
+    std::unique_ptr<unsigned char, Free> pBuffer(
+        static_cast<unsigned char *>(required(av_malloc(static_cast<std::size_t>(bufferBytes)))));
+    const int writes = read == nullptr && write != nullptr ? 1 : 0;
+    IoPtr pIo(required(avio_alloc_context(pBuffer.get(), bufferBytes, writes, pOwner, read, write, seek)));
+    (void)pBuffer.release();
+    return pIo;
 }
 
 } // namespace ffmpeg

@@ -1,16 +1,17 @@
 #include "base/CLog.h"
 
+#include "base/tests/CapturedStderr.h"
 #include "base/tests/TemporaryFolder.h"
+#include "tests/support/ProcessHandles.h"
 
 #include <gtest/gtest.h>
 
 #include <log4cxx/spi/location/locationinfo.h>
 
-#include <io.h>
-
 #include <algorithm>
 #include <atomic>
-#include <cstdio>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
@@ -26,30 +27,6 @@ const std::string kFileAppender = "log4j.rootLogger=INFO, f\n"
                                   "log4j.appender.f.Encoding=UTF-8\n"
                                   "log4j.appender.f.layout=org.apache.log4j.PatternLayout\n"
                                   "log4j.appender.f.layout.ConversionPattern=%p|%m|%F|%M|%L%n\n";
-
-// Standard error into a file for the object's life.
-class CapturedStderr
-{
-public:
-    explicit CapturedStderr(const std::wstring &path) : m_nSaved(_dup(2))
-    {
-        std::fflush(stderr);
-        std::FILE *pFile = _wfopen(path.c_str(), L"wb");
-        _dup2(_fileno(pFile), 2);
-        std::fclose(pFile);
-    }
-    ~CapturedStderr()
-    {
-        std::fflush(stderr);
-        _dup2(m_nSaved, 2);
-        _close(m_nSaved);
-    }
-    CapturedStderr(const CapturedStderr &) = delete;
-    CapturedStderr &operator=(const CapturedStderr &) = delete;
-
-private:
-    int m_nSaved;
-};
 
 class CLogTest : public testing::Test
 {
@@ -163,15 +140,57 @@ INSTANTIATE_TEST_SUITE_P(Files, CLogBrokenFileTest,
                                          "log4j.rootLogger=INFO, absent\n",
                                          "log4j.rootLogger=INFO, f\nlog4j.appender.f=org.example.Unknown\n"));
 
-TEST_F(CLogTest, SurvivesAFileThatCannotBeOpened)
+TEST_F(CLogTest, SaysOnceThatAFileCannotBeOpenedAndSurvivesIt)
 {
-    const CapturedStderr captured(m_folder.path(L"stderr.txt"));
-    start("log4j.rootLogger=INFO, f\nlog4j.appender.f=org.apache.log4j.FileAppender\n"
-          "log4j.appender.f.File=Z:/proc/absent/out.log\n"
-          "log4j.appender.f.layout=org.apache.log4j.SimpleLayout\n");
-    info("goes nowhere");
-    log().UninitLog();
+    {
+        const CapturedStderr captured(m_folder.path(L"stderr.txt"));
+        start("log4j.rootLogger=INFO, f\nlog4j.appender.f=org.apache.log4j.FileAppender\n"
+              "log4j.appender.f.File=Z:/proc/absent/out.log\n"
+              "log4j.appender.f.layout=org.apache.log4j.SimpleLayout\n");
+        info("goes nowhere");
+        info("goes nowhere, either");
+        log().UninitLog();
+    }
     EXPECT_FALSE(m_folder.exists(L"out.log"));
+    EXPECT_EQ(m_folder.read(L"stderr.txt"),
+              "Corvane: the log file \"Z:/proc/absent/out.log\" cannot be opened; what belongs there is lost\n");
+}
+
+TEST_F(CLogTest, SaysNothingOfAFileThatIsOpen)
+{
+    {
+        const CapturedStderr captured(m_folder.path(L"stderr.txt"));
+        start(kFileAppender);
+        log().UninitLog();
+    }
+    EXPECT_EQ(m_folder.read(L"stderr.txt"), "");
+}
+
+/** The configuration that is shipped, as it is in the source tree. */
+std::string shippedConfiguration()
+{
+    std::ifstream file(PELLORA_SOURCE_DIR "/resources/addon.log4cxx.properties", std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+TEST_F(CLogTest, KeepsTenFilesOfFiveMegabytesAsItIsShipped)
+{
+    constexpr std::size_t kMegabyte = 1024 * 1024;
+    start(shippedConfiguration());
+    // Twelve files' worth.
+    for (int i = 0; i < 60; ++i) {
+        info(std::string(kMegabyte, 'x'));
+    }
+    log().UninitLog();
+    EXPECT_TRUE(m_folder.exists(L"addon.log"));
+    for (int i = 1; i <= 9; ++i) {
+        const std::wstring name = L"addon.log." + std::to_wstring(i);
+        ASSERT_TRUE(m_folder.exists(name)) << i;
+        const std::size_t nSize = m_folder.read(name).size();
+        EXPECT_GT(nSize, 4 * kMegabyte) << i;
+        EXPECT_LT(nSize, 7 * kMegabyte) << i;
+    }
+    EXPECT_FALSE(m_folder.exists(L"addon.log.10"));
 }
 
 TEST_F(CLogTest, LogsFromThreadsWhileItIsStartedAndStopped)
@@ -196,6 +215,41 @@ TEST_F(CLogTest, LogsFromThreadsWhileItIsStartedAndStopped)
         thread.join();
     }
     EXPECT_NE(0U, m_folder.read(L"out.log").size());
+}
+
+// The log's library has one lock an appender, and the compiler gives it no destructor unless it is told to.
+TEST_F(CLogTest, LeavesNothingOfTheSystemsWhenItEnds)
+{
+    constexpr int kRounds = 40;
+    constexpr int kLines = 200;
+    const auto round = [this] {
+        start(kFileAppender);
+        std::atomic<bool> go{false};
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 3; ++i) {
+            threads.emplace_back([&go] {
+                while (!go) {
+                    std::this_thread::yield();
+                }
+                for (int n = 0; n < kLines; ++n) {
+                    info("wanted by several at once");
+                }
+            });
+        }
+        go = true;
+        for (std::thread &thread : threads) {
+            thread.join();
+        }
+        log().UninitLog();
+    };
+    round();
+    const std::size_t nBefore = support::processHandles()["Event"];
+    ASSERT_GT(nBefore, 0U);
+    for (int i = 0; i < kRounds; ++i) {
+        round();
+    }
+    // Locks that there are once for good make one each, at some time.
+    EXPECT_LE(support::processHandles()["Event"], nBefore + kRounds / 4);
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "base/tests/HostWindow.h"
+#include "base/tests/UserInput.h"
 #include "widgets/CFullScreenWidget.h"
 #include "widgets/CWidgetLayoutMgr.h"
 #include "widgets/QWinWidget.h"
@@ -41,35 +42,6 @@ RECT screenRect(HWND hWnd)
 bool operator==(const RECT &a, const RECT &b)
 {
     return EqualRect(&a, &b) != FALSE;
-}
-
-COLORREF pixelOnScreen(int x, int y)
-{
-    const HDC hDc = GetDC(nullptr);
-    const COLORREF color = GetPixel(hDc, x, y);
-    ReleaseDC(nullptr, hDc);
-    return color;
-}
-
-void click(int x, int y)
-{
-    SetCursorPos(x, y);
-    INPUT input[2] = {};
-    input[0].type = INPUT_MOUSE;
-    input[0].mi.dwFlags = MOUSEEVENTF_LEFTDOWN;
-    input[1].type = INPUT_MOUSE;
-    input[1].mi.dwFlags = MOUSEEVENTF_LEFTUP;
-    SendInput(2, input, sizeof(INPUT));
-}
-
-void pressEscape()
-{
-    INPUT input[2] = {};
-    input[0].type = INPUT_KEYBOARD;
-    input[0].ki.wVk = VK_ESCAPE;
-    input[1] = input[0];
-    input[1].ki.dwFlags = KEYEVENTF_KEYUP;
-    SendInput(2, input, sizeof(INPUT));
 }
 
 // A widget that remembers where it was pressed.
@@ -148,7 +120,7 @@ TEST(QWinWidget, TakesTheFocusOnAClickInside)
 {
     Window window;
     SetFocus(window.host.handle());
-    click(100 + 250, 80 + 150);
+    click({100 + 250, 80 + 150});
     EXPECT_TRUE(pumpUntil([&] { return window.plainPane.m_pressed == QPoint(50, 50); }));
     EXPECT_TRUE(GetFocus() == handleOf(&window.widget) || IsChild(handleOf(&window.widget), GetFocus()) != FALSE);
 }
@@ -238,6 +210,58 @@ TEST(QWinWidget, LeavesItsHostAlsoWhenOneOfItsHandlersFails)
     EXPECT_FALSE(other.isVisible());
 }
 
+bool g_bRefusing;
+
+LRESULT CALLBACK refuse(int nCode, WPARAM wParam, LPARAM lParam)
+{
+    return nCode == HCBT_DESTROYWND && g_bRefusing ? 1 : CallNextHookEx(nullptr, nCode, wParam, lParam);
+}
+
+TEST(QWinWidget, LivesOnWhenItsHostsEndIsRefusedAndLeavesAtTheNextOne)
+{
+    // An earlier hook, and so asked after the library's.
+    const HHOOK hHook = SetWindowsHookExW(WH_CBT, refuse, nullptr, GetCurrentThreadId());
+    HostWindow host(100, 80, 640, 480);
+    HostWindow second(100, 80, 640, 480);
+    QWinWidget widget(host.handle());
+    QWinWidget other(second.handle());
+    widget.show();
+    other.show();
+    g_bRefusing = true;
+    EXPECT_EQ(FALSE, DestroyWindow(host.handle()));
+    EXPECT_TRUE(widget.isVisible());
+    EXPECT_FALSE(widget.hasLeftHost());
+
+    g_bRefusing = false;
+    second.destroy();
+    EXPECT_TRUE(other.hasLeftHost());
+    EXPECT_TRUE(widget.isVisible());
+    host.destroy();
+    EXPECT_TRUE(widget.hasLeftHost());
+    EXPECT_NE(FALSE, IsWindow(handleOf(&widget)));
+    UnhookWindowsHookEx(hHook);
+}
+
+TEST(QWinWidget, LeavesAHostThatGoesWithItsOwnerOrItsParent)
+{
+    HostWindow owner(0, 0, 640, 480);
+    const HWND hOwned = CreateWindowExW(0, L"Static", L"owned", WS_POPUP | WS_VISIBLE, 10, 10, 300, 200, owner.handle(),
+                                        nullptr, nullptr, nullptr);
+    const HWND hChild = CreateWindowExW(0, L"Static", L"child", WS_CHILD | WS_VISIBLE, 10, 10, 300, 200, hOwned,
+                                        nullptr, nullptr, nullptr);
+    QWinWidget inOwned(hOwned);
+    QWinWidget inChild(hChild);
+    inOwned.show();
+    inChild.show();
+
+    owner.destroy();
+
+    for (const QWinWidget *pWidget : {&inOwned, &inChild}) {
+        EXPECT_TRUE(pWidget->hasLeftHost());
+        EXPECT_NE(FALSE, IsWindow(handleOf(pWidget)));
+    }
+}
+
 TEST(QWinWidget, LeavesNoWindowBehind)
 {
     HostWindow host(100, 80, 640, 480);
@@ -265,7 +289,7 @@ TEST(CFullScreenWidget, CoversTheScreenAndComesBackExactly)
     EXPECT_EQ(hPane, handleOf(&window.nativePane));
     EXPECT_NE(FALSE, IsWindowVisible(hPane));
     EXPECT_EQ(QSize(screen.right, screen.bottom), window.frame.size());
-    EXPECT_TRUE(pumpUntil([] { return pixelOnScreen(1500, 1100) == RGB(0x23, 0x23, 0x23); }));
+    EXPECT_TRUE(pumpUntil([] { return colourAt({1500, 1100}) == RGB(0x23, 0x23, 0x23); }));
 
     window.frame.ExitFullScreen();
     EXPECT_TRUE(pumpUntil([&] { return screenRect(hFrame) == before; }));
@@ -283,15 +307,15 @@ TEST(CFullScreenWidget, GivesItsChildrenTheirMousePositions)
     for (int round = 0; round < 2; ++round) {
         window.frame.EnterFullScreen();
         EXPECT_TRUE(pumpUntil([&] { return window.frame.width() == GetSystemMetrics(SM_CXSCREEN); }));
-        click(20 + 7, 10 + 9);
+        click({20 + 7, 10 + 9});
         EXPECT_TRUE(pumpUntil([&] { return window.nativePane.m_pressed == QPoint(7, 9); }));
-        click(200 + 5, 100 + 6);
+        click({200 + 5, 100 + 6});
         EXPECT_TRUE(pumpUntil([&] { return window.plainPane.m_pressed == QPoint(5, 6); }));
         window.frame.ExitFullScreen();
         EXPECT_TRUE(pumpUntil([&] { return window.frame.width() == 640; }));
-        click(100 + 20 + 11, 80 + 10 + 12);
+        click({100 + 20 + 11, 80 + 10 + 12});
         EXPECT_TRUE(pumpUntil([&] { return window.nativePane.m_pressed == QPoint(11, 12); }));
-        click(100 + 200 + 13, 80 + 100 + 14);
+        click({100 + 200 + 13, 80 + 100 + 14});
         EXPECT_TRUE(pumpUntil([&] { return window.plainPane.m_pressed == QPoint(13, 14); }));
     }
 }
@@ -301,7 +325,7 @@ TEST(CFullScreenWidget, ComesBackOnEscape)
     Window window;
     window.frame.EnterFullScreen();
     EXPECT_TRUE(pumpUntil([&] { return GetFocus() == handleOf(&window.frame); }));
-    pressEscape();
+    press(VK_ESCAPE);
     EXPECT_TRUE(pumpUntil([&] { return !window.frame.IsFullScreen() && window.frame.width() == 640; }));
 }
 
@@ -473,10 +497,12 @@ TEST_F(LayoutTest, LeavesRoomForAFrameRoundEveryPane)
                                     {pane.center().x(), pane.top() - 1},
                                     {pane.center().x(), pane.bottom() + 1}};
             for (const QPoint &side : sides) {
-                EXPECT_TRUE(pumpUntil([&] { return pixelOnScreen(side.x(), side.y()) == RGB(0x38, 0x6d, 0xfa); }))
-                    << "split " << type << " pane " << i << " at " << side.x() << "," << side.y();
+                EXPECT_TRUE(pumpUntil([&] {
+                    return colourAt({side.x(), side.y()}) == RGB(0x38, 0x6d, 0xfa);
+                })) << "split "
+                    << type << " pane " << i << " at " << side.x() << "," << side.y();
             }
-            EXPECT_EQ(RGB(0, 0, 0), pixelOnScreen(pane.center().x(), pane.center().y()));
+            EXPECT_EQ(RGB(0, 0, 0), colourAt({pane.center().x(), pane.center().y()}));
         }
     }
 }

@@ -3,6 +3,7 @@ needs=""
 source="ffmpeg"
 . "$DEPS/recipes/ffmpeg-components.sh"
 unset PKG_CONFIG_LIBDIR # dav1d is Debian's own here
+prepare() { patch -p1 <"$DEPS/patches/ffmpeg-open-without-memory.patch"; }
 configure() {
     "$SRC/configure" --prefix="$PREFIX" --enable-shared --disable-static "${components[@]}" --enable-libdav1d \
         --extra-ldsoflags="-Wl,-rpath,$PREFIX/lib"

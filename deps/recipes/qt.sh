@@ -1,5 +1,6 @@
 # Widgets for the video windows: Core, Gui, Widgets and the Windows platform plug-in, without what is never used.
 needs=""
+. "$DEPS/recipes/reproducible.sh"
 unpack() {
     rmdir "$SRC"
     set -- $FILES
@@ -17,6 +18,10 @@ without_features="accessibility tabletevent sql network testlib printer concurre
     identityproxymodel transposeproxymodel concatenatetablesproxymodel stringlistmodel standarditemmodel textodfwriter
     textmarkdownreader textmarkdownwriter movie picture style-fusion style-windowsvista imageformat_xbm
     imageformat_ppm commandlineparser mimetype filesystemwatcher processenvironment process whatsthis"
+prepare() {
+    sed -i "s|^QMAKE_LFLAGS_RELEASE .*|& $WITHOUT_TIME|" mkspecs/common/g++-win32.conf
+    sed -i "s|-fno-keep-inline-dllexport|& $WITHOUT_FOLDER|" mkspecs/win32-g++/qmake.conf
+}
 configure() {
     local arguments=()
     for library in $without_libraries; do arguments+=("-no-$library"); done

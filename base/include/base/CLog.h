@@ -22,7 +22,8 @@ namespace details
  *
  * Threads: any thread may log at any time; InitLog and UninitLog may race with logging.
  * Errors:  never throws. Logging before InitLog or after UninitLog is silent and safe. A missing or broken
- *          properties file gives one clear line on standard error, and warnings and errors go there.
+ *          properties file gives one clear line on standard error, and warnings and errors go there. A log file that
+ *          cannot be opened gives one, too.
  */
 class CORVANE_API CLog
 {

@@ -25,13 +25,17 @@ public:
 
     /** Covers the screen it is on; again: nothing. */
     void EnterFullScreen();
-    /** Back to its place, size and stacking; also on Esc. Not full screen: nothing. */
+    /**
+     * Back to its place, size and stacking; also on Esc. Not full screen: nothing. The keyboard goes to the window
+     * that had it before, unless the user has taken it elsewhere meanwhile.
+     */
     void ExitFullScreen();
     [[nodiscard]] bool IsFullScreen() const;
 
 protected:
     void keyPressEvent(QKeyEvent *pEvent) override;
     void closeEvent(QCloseEvent *pEvent) override;
+    bool nativeEvent(const QByteArray &eventType, void *pMessage, long *pResult) override;
 
 private:
     struct State;

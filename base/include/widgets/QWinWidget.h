@@ -7,6 +7,8 @@
 
 #include <windows.h>
 
+#include <stdexcept>
+
 /**
  * A widget whose native parent is a window of somebody else's.
  *
@@ -21,6 +23,12 @@ class CORVANE_API QWinWidget : public QWidget
     Q_OBJECT
 
 public:
+    /** There is no native window, and never will be. */
+    struct NoWindow : std::runtime_error {
+        using std::runtime_error::runtime_error;
+    };
+
+    /** Throws NoWindow when the host destroys its window while this one is made in it. */
     explicit QWinWidget(HWND hParentWnd, QObject *pParent = nullptr, Qt::WindowFlags flags = {});
     ~QWinWidget() override;
 

@@ -2,6 +2,7 @@
 
 #include "base/src/base/LogConfiguration.h"
 
+#include <log4cxx/fileappender.h>
 #include <log4cxx/helpers/loglog.h>
 #include <log4cxx/helpers/transcoder.h>
 #include <log4cxx/level.h>
@@ -9,6 +10,7 @@
 #include <log4cxx/logmanager.h>
 #include <log4cxx/propertyconfigurator.h>
 #include <log4cxx/spi/location/locationinfo.h>
+#include <log4cxx/spi/loggerrepository.h>
 
 #include <cstdio>
 #include <mutex>
@@ -36,6 +38,42 @@ bool configureFromFile(const std::string &path)
         // A file that cannot be understood; the caller reports it.
         return false;
     }
+}
+
+/** log4cxx opens its files while it is configured, and goes on without one that it cannot open. */
+void reportFilesOf(const log4cxx::LoggerPtr &pLogger)
+{
+    for (const log4cxx::AppenderPtr &pAppender : pLogger->getAllAppenders()) {
+        const auto pFileAppender = std::dynamic_pointer_cast<log4cxx::FileAppender>(pAppender);
+        if (pFileAppender == nullptr) {
+            continue;
+        }
+        std::string path;
+        log4cxx::helpers::Transcoder::encodeUTF8(pFileAppender->getFile(), path);
+        if (!canAppendTo(path)) {
+            std::fprintf(stderr, "Corvane: the log file \"%s\" cannot be opened; what belongs there is lost\n",
+                         path.c_str());
+        }
+    }
+}
+
+void reportUnopenedFiles()
+{
+    reportFilesOf(log4cxx::LogManager::getRootLogger());
+    for (const log4cxx::LoggerPtr &pLogger : log4cxx::LogManager::getCurrentLoggers()) {
+        reportFilesOf(pLogger);
+    }
+}
+
+/**
+ * log4cxx destroys its loggers when the process ends, after the system has stopped all other threads, and waits for
+ * ever for the lock of an appender that one of those was writing to. With a share that nobody gives back they stay;
+ * every line is in its file by then.
+ */
+void keepLoggersToTheEnd()
+{
+    static const auto *const pKept = new log4cxx::spi::LoggerRepositoryPtr(log4cxx::LogManager::getLoggerRepository());
+    static_cast<void>(pKept);
 }
 
 void closeAppenders()
@@ -86,6 +124,7 @@ void CLog::InitLog(const std::string &path)
         const std::unique_lock<std::shared_mutex> lock(m_pState->mutex);
         // Its own complaints would say the same as the one line below, at length.
         log4cxx::helpers::LogLog::setQuietMode(true);
+        keepLoggersToTheEnd();
         if (m_pState->started) {
             closeAppenders();
         }
@@ -97,6 +136,8 @@ void CLog::InitLog(const std::string &path)
             log4cxx::helpers::Properties properties;
             fillDefaultLogConfiguration(properties);
             configure(properties);
+        } else {
+            reportUnopenedFiles();
         }
         m_pState->started = true;
     } catch (const std::exception &error) {

@@ -141,6 +141,13 @@ bool readLogConfiguration(const std::string &path, log4cxx::helpers::Properties 
     return true;
 }
 
+bool canAppendTo(const std::string &path)
+{
+    const FileHandle file(
+        CreateFileW(toUtf16(path).c_str(), FILE_APPEND_DATA, kShareAll, nullptr, OPEN_EXISTING, 0, nullptr));
+    return file.isOpen();
+}
+
 void fillDefaultLogConfiguration(log4cxx::helpers::Properties &properties)
 {
     properties.setProperty("log4j.rootLogger", "WARN, stderr");

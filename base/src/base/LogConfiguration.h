@@ -17,6 +17,9 @@ namespace Base
  */
 [[nodiscard]] bool readLogConfiguration(const std::string &path, log4cxx::helpers::Properties &properties);
 
+/** True for a file that exists and can be appended to; `path` is UTF-8. */
+[[nodiscard]] bool canAppendTo(const std::string &path);
+
 /** Warnings and errors to standard error. */
 void fillDefaultLogConfiguration(log4cxx::helpers::Properties &properties);
 

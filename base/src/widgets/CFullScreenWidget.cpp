@@ -18,6 +18,7 @@ struct CFullScreenWidget::State {
     QRect m_geometry;
     HWND m_hParent = nullptr;
     HWND m_hAbove = nullptr; // the sibling that lies directly above, null for the topmost
+    HWND m_hFocus = nullptr; // where the keyboard was before, null for another program's
 };
 
 namespace
@@ -32,6 +33,12 @@ QRect monitorOf(HWND hWnd)
     const RECT &area = info.rcMonitor;
     return {QPoint(static_cast<int>(area.left), static_cast<int>(area.top)),
             QPoint(static_cast<int>(area.right) - 1, static_cast<int>(area.bottom) - 1)};
+}
+
+/** A window of the same top-level one can have the keyboard; the number may be another window's by now. */
+bool canHaveFocus(HWND hWnd, HWND hRoot)
+{
+    return hWnd != nullptr && GetAncestor(hWnd, GA_ROOT) == hRoot && IsWindowVisible(hWnd) != FALSE;
 }
 
 /** For Qt, which knows no exceptions. */
@@ -75,6 +82,7 @@ void CFullScreenWidget::EnterFullScreen()
     m_pState->m_geometry = geometry();
     m_pState->m_hParent = GetAncestor(hWnd, GA_PARENT);
     m_pState->m_hAbove = GetWindow(hWnd, GW_HWNDPREV);
+    m_pState->m_hFocus = GetFocus();
     // A window with a Qt parent: layouts of the parent leave it alone, and the host's top window owns it.
     setWindowFlags(Qt::Window | Qt::FramelessWindowHint);
     setGeometry(screen);
@@ -94,9 +102,11 @@ void CFullScreenWidget::ExitFullScreen()
         return;
     }
     m_pState->m_bFullScreen = false;
+    const HWND hWnd = reinterpret_cast<HWND>(winId());
+    const HWND hFocus = GetFocus();
+    const bool bHadFocus = hFocus == hWnd || IsChild(hWnd, hFocus) != FALSE;
     setWindowFlags(Qt::Widget);
     setGeometry(m_pState->m_geometry);
-    const HWND hWnd = reinterpret_cast<HWND>(winId());
     const HWND hAbove = m_pState->m_hAbove;
     const bool bAboveIsSibling = hAbove != nullptr && GetAncestor(hAbove, GA_PARENT) == m_pState->m_hParent;
     setVisible(m_pState->m_bShown);
@@ -106,6 +116,16 @@ void CFullScreenWidget::ExitFullScreen()
         // The parent may have been resized meanwhile.
         pLayout->invalidate();
         pLayout->activate();
+    }
+    // A window that becomes a child would keep the keyboard, and the host would not be the active window.
+    const HWND hRoot = GetAncestor(hWnd, GA_ROOT);
+    HWND hTarget = hFocus;
+    if (bHadFocus) {
+        hTarget = canHaveFocus(m_pState->m_hFocus, hRoot) ? m_pState->m_hFocus : hRoot;
+    }
+    if (hTarget != nullptr && hTarget != GetFocus()) {
+        // Last: the host hears of it.
+        SetFocus(hTarget);
     }
 }
 
@@ -121,6 +141,17 @@ void CFullScreenWidget::keyPressEvent(QKeyEvent *pEvent)
         return;
     }
     QFrame::keyPressEvent(pEvent);
+}
+
+bool CFullScreenWidget::nativeEvent(const QByteArray &eventType, void *pMessage, long *pResult)
+{
+    // The screen stays covered whatever its scale; Qt would take the size that Windows suggests.
+    constexpr UINT kDpiChanged = 0x02E0;
+    if (static_cast<const MSG *>(pMessage)->message == kDpiChanged) {
+        *pResult = 0;
+        return true;
+    }
+    return QFrame::nativeEvent(eventType, pMessage, pResult);
 }
 
 void CFullScreenWidget::closeEvent(QCloseEvent *pEvent)

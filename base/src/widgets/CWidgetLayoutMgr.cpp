@@ -50,7 +50,8 @@ void place(QWidget *pWidget, const CellRect &rect)
 
 struct CWidgetLayoutMgr::State {
     QPointer<QWidget> m_pContainer;
-    QList<QPointer<QWidget>> m_listWidget;
+    // Not a QList, which does not bear that memory for an element runs out.
+    std::vector<QPointer<QWidget>> m_listWidget;
     QPointer<QWidget> m_pMaximized;
     std::vector<GridSpec> m_vecGrid;
     int m_nType = struSplitTypeData::SPLIT_1;
@@ -83,16 +84,15 @@ void CWidgetLayoutMgr::State::layOutGrid(const GridSpec &shown) const
 {
     // Empty when the container is too small: sizes stay, since overlays scale with them.
     const std::vector<CellRect> places = placeCells(shown, m_pContainer->width(), m_pContainer->height());
-    for (int i = 0; i < m_listWidget.size(); ++i) {
+    for (std::size_t i = 0; i < m_listWidget.size(); ++i) {
         QWidget *pWidget = m_listWidget[i];
-        const auto index = static_cast<std::size_t>(i);
         if (pWidget == nullptr) {
             continue;
         }
-        if (index < places.size()) {
-            place(pWidget, places[index]);
+        if (i < places.size()) {
+            place(pWidget, places[i]);
         }
-        pWidget->setVisible(index < shown.cells.size());
+        pWidget->setVisible(i < shown.cells.size());
     }
 }
 
@@ -132,8 +132,9 @@ bool CWidgetLayoutMgr::Init(const QString &xmlPath, QWidget *pContainer, QList<Q
     }
     m_pState->m_pContainer = pContainer;
     m_pState->m_listWidget.clear();
+    m_pState->m_listWidget.reserve(static_cast<std::size_t>(widgets.size()));
     for (QWidget *pWidget : widgets) {
-        m_pState->m_listWidget.append(pWidget);
+        m_pState->m_listWidget.emplace_back(pWidget);
     }
     m_pState->m_vecGrid = loadGrids(xmlPath);
     pContainer->installEventFilter(this);
@@ -153,7 +154,8 @@ bool CWidgetLayoutMgr::ReDisplay(struSplitTypeData::SplitType type)
 
 void CWidgetLayoutMgr::ShowMaximized(QWidget *pWidget)
 {
-    if (pWidget != nullptr && m_pState->m_listWidget.contains(pWidget)) {
+    const std::vector<QPointer<QWidget>> &widgets = m_pState->m_listWidget;
+    if (pWidget != nullptr && std::find(widgets.begin(), widgets.end(), pWidget) != widgets.end()) {
         m_pState->m_pMaximized = pWidget;
         m_pState->layOut();
     }

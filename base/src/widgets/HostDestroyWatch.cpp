@@ -16,11 +16,14 @@ namespace
 struct Watched {
     HWND hHostWnd;
     HostDestroyWatch::Callbacks callbacks;
+    /** The host is about to go, unless somebody has kept it from it. */
+    bool bHostGoes = false;
 };
 
 struct Watch {
-    HHOOK hSentMessages = nullptr;
     HHOOK hWindows = nullptr;
+    /** Only while a host is about to go: it makes every message that is sent on this thread dearer. */
+    HHOOK hSentMessages = nullptr;
     std::map<QWinWidget *, Watched> widgets;
 };
 
@@ -54,12 +57,46 @@ void call(const std::function<void()> &callback)
     }
 }
 
+LRESULT CALLBACK onSentMessage(int nCode, WPARAM wParam, LPARAM lParam);
+
+bool goesWith(const Watched &watched, HWND hWnd)
+{
+    return watched.hHostWnd == hWnd || IsChild(hWnd, watched.hHostWnd) != FALSE;
+}
+
+/** Sees to it that the end of the hosts that go with a window is not missed, whatever fails afterwards: no allocation.
+ */
+void waitForDestroy(HWND hWnd)
+{
+    Watch &watch = instance();
+    for (auto &[pWidget, watched] : watch.widgets) {
+        watched.bHostGoes = watched.bHostGoes || goesWith(watched, hWnd);
+        if (watched.bHostGoes && watch.hSentMessages == nullptr) {
+            watch.hSentMessages = SetWindowsHookExW(WH_CALLWNDPROC, onSentMessage, nullptr, GetCurrentThreadId());
+        }
+    }
+}
+
+/** Removes the hooks that nothing needs any more. No allocation: widgets call it while they are destroyed. */
+void removeHooks()
+{
+    Watch &watch = instance();
+    const bool bWaiting = std::any_of(watch.widgets.begin(), watch.widgets.end(),
+                                      [](const auto &entry) { return entry.second.bHostGoes; });
+    if (!bWaiting && watch.hSentMessages != nullptr) {
+        UnhookWindowsHookEx(std::exchange(watch.hSentMessages, nullptr));
+    }
+    if (watch.widgets.empty() && watch.hWindows != nullptr) {
+        UnhookWindowsHookEx(std::exchange(watch.hWindows, nullptr));
+    }
+}
+
 void onDestructionWanted(HWND hWnd)
 {
+    waitForDestroy(hWnd);
     const std::map<QWinWidget *, Watched> before = instance().widgets;
     for (const auto &[pWidget, watched] : before) {
-        const bool bGoesToo = watched.hHostWnd == hWnd || IsChild(hWnd, watched.hHostWnd) != FALSE;
-        if (bGoesToo && instance().widgets.count(pWidget) != 0) {
+        if (goesWith(watched, hWnd) && instance().widgets.count(pWidget) != 0) {
             call(watched.callbacks.beforeDestroy);
         }
     }
@@ -78,6 +115,7 @@ LRESULT CALLBACK onSentMessage(int nCode, WPARAM wParam, LPARAM lParam)
     const auto *pMessage = reinterpret_cast<const CWPSTRUCT *>(lParam);
     if (nCode == HC_ACTION && pMessage->message == WM_DESTROY) {
         onHostDestroyed(pMessage->hwnd);
+        removeHooks();
     }
     return CallNextHookEx(nullptr, nCode, wParam, lParam);
 }
@@ -100,21 +138,16 @@ void HostDestroyWatch::watch(QWinWidget *pWidget, HWND hHostWnd, Callbacks callb
 {
     Watch &watch = instance();
     watch.widgets[pWidget] = {hHostWnd, std::move(callbacks)};
-    if (watch.hSentMessages == nullptr) {
+    if (watch.hWindows == nullptr) {
         pinModule(reinterpret_cast<const void *>(&onSentMessage));
-        watch.hSentMessages = SetWindowsHookExW(WH_CALLWNDPROC, onSentMessage, nullptr, GetCurrentThreadId());
         watch.hWindows = SetWindowsHookExW(WH_CBT, onWindowEvent, nullptr, GetCurrentThreadId());
     }
 }
 
 void HostDestroyWatch::forget(QWinWidget *pWidget)
 {
-    Watch &watch = instance();
-    watch.widgets.erase(pWidget);
-    if (watch.widgets.empty() && watch.hSentMessages != nullptr) {
-        UnhookWindowsHookEx(std::exchange(watch.hSentMessages, nullptr));
-        UnhookWindowsHookEx(std::exchange(watch.hWindows, nullptr));
-    }
+    instance().widgets.erase(pWidget);
+    removeHooks();
 }
 
 } // namespace Base

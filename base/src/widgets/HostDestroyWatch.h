@@ -18,7 +18,8 @@ namespace Base
  * Windows that the host's top window owns, such as one that covers the screen, go even before that message.
  * Hooks rather than a subclass: the host's window procedure is other people's to replace and to put back.
  *
- * Threads: the GUI thread; the hooks are that thread's alone and exist while a widget is watched.
+ * Threads: the GUI thread; the hooks are that thread's alone and exist while a widget is watched, the one
+ *          that sees every message only while a host is about to go.
  * Errors:  what a callback throws is logged, and the next one is called.
  */
 class HostDestroyWatch

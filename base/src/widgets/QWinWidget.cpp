@@ -34,7 +34,11 @@ QWinWidget::QWinWidget(HWND hParentWnd, QObject *pParent, Qt::WindowFlags flags)
     RECT client{};
     GetClientRect(hParentWnd, &client);
     setGeometry(0, 0, static_cast<int>(client.right), static_cast<int>(client.bottom));
-    winId();
+    if (IsWindow(reinterpret_cast<HWND>(winId())) == FALSE) {
+        // Windows tells a host of its children while they are made, and it has destroyed its window then. Qt 5.15 makes
+        // no child windows in one that it could not make, and tries for ever.
+        throw NoWindow("the window was destroyed while a child was made in it");
+    }
     Base::HostDestroyWatch::watch(this, hParentWnd,
                                   {[this] { leaveFullScreen(); },
                                    [this] {
@@ -74,7 +78,8 @@ void QWinWidget::setVisible(bool bVisible)
 
 bool QWinWidget::hasLeftHost() const
 {
-    return m_bLeftHost;
+    // A child that was made while its host was being destroyed comes too late for the watch.
+    return m_bLeftHost || IsWindow(m_hParentWnd) == FALSE;
 }
 
 bool QWinWidget::nativeEvent(const QByteArray &eventType, void *pMessage, long *pResult)
