@@ -76,10 +76,13 @@ typedef struct {
 /** Called on a thread of the library's, one call at a time, in the order in which a preview's states follow. */
 typedef void (*SELVIK_DCM_STATE_CB)(const SELVIK_DCM_STATE *state, void *user);
 
-#ifdef __cplusplus
-#define SELVIK_STATIC_ASSERT static_assert
+#if defined(__cplusplus)
+#define SELVIK_STATIC_ASSERT(condition, message) static_assert(condition, message)
+#elif defined(__STDC_VERSION__) && __STDC_VERSION__ >= 201112L
+#define SELVIK_STATIC_ASSERT(condition, message) _Static_assert(condition, message)
 #else
-#define SELVIK_STATIC_ASSERT _Static_assert
+/* Before C11 an array of negative size stands in for it. */
+#define SELVIK_STATIC_ASSERT(condition, message) extern char SELVIK_asserted[(condition) ? 1 : -1]
 #endif
 SELVIK_STATIC_ASSERT(sizeof(SELVIK_DCM_STREAM_DATA) == 16, "SELVIK_DCM_STREAM_DATA");
 SELVIK_STATIC_ASSERT(offsetof(SELVIK_DCM_STREAM_DATA, type) == 0, "type");
@@ -122,7 +125,7 @@ unsigned long SELVIK_DCM_GetLastError(void);
  * for a device that asks for none: an identifier, or -1.
  */
 long SELVIK_DCM_Login(const char *address, const char *user, const char *password);
-/** Forgets a log-in and stops its previews. */
+/** Forgets a log-in, stops its previews and waits for their good-byes, about a second at most in all. */
 int SELVIK_DCM_Logout(long userID);
 /**
  * Tells the states of all previews from now on; null: nobody. There is one such callback in a process. When the call

@@ -91,8 +91,7 @@ void ContainerInput::openHttp()
 {
     m_http = std::make_unique<HttpStream>(m_address);
     m_http->open(m_patience);
-    m_io.reset(required(avio_alloc_context(static_cast<unsigned char *>(required(av_malloc(kBufferSize))), kBufferSize,
-                                           0, this, &ContainerInput::readHttp, nullptr, nullptr)));
+    m_io = makeIo(kBufferSize, this, &ContainerInput::readHttp, nullptr, nullptr);
 }
 
 void ContainerInput::openFormat()

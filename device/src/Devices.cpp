@@ -57,9 +57,10 @@ long Devices::start(Preview::Request request)
     prepareProcess();
     const long userID = request.userID;
     long handle = -1;
-    // In the table before it starts: its callback may already stop it.
+    // In the table before it starts: its callback may already stop it. From here on nothing may be thrown before it is
+    // started, since a log-out waits for the end of what is in the table.
     const std::shared_ptr<Preview> preview = m_previews.add(std::move(request), handle);
-    if (userID >= 0 && !m_logins.find(userID)) {
+    if (userID >= 0 && !m_logins.has(userID)) {
         // A log-out forgets the log-in first and then stops what is in the table: it may have looked there too early.
         (void)preview->stop();
     }
@@ -97,13 +98,15 @@ void Devices::logout(long userID)
     if (!m_logins.remove(userID)) {
         throw Failure(SELVIK_ERROR_HANDLE);
     }
-    const std::vector<std::shared_ptr<Preview>> ending = m_previews.ofLogin(userID);
-    for (const std::shared_ptr<Preview> &preview : ending) {
-        preview->stop();
-    }
-    for (const std::shared_ptr<Preview> &preview : ending) {
-        preview->awaitEnd();
-    }
+    // All of them are told before one is waited for.
+    const auto forEach = [this, userID](auto operation) {
+        for (auto preview = m_previews.nextOfLogin(userID, -1); preview != nullptr;
+             preview = m_previews.nextOfLogin(userID, preview->handle())) {
+            operation(*preview);
+        }
+    };
+    forEach([](Preview &preview) { preview.stop(); });
+    forEach([](Preview &preview) { preview.awaitEnd(); });
 }
 
 void Devices::setStateCallback(SELVIK_DCM_STATE_CB pFunction, void *pUser)

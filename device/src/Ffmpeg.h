@@ -18,6 +18,7 @@ using ffmpeg::CodecPtr;
 using ffmpeg::FormatPtr;
 using ffmpeg::FramePtr;
 using ffmpeg::IoPtr;
+using ffmpeg::makeIo;
 using ffmpeg::Options;
 using ffmpeg::PacketPtr;
 using ffmpeg::ParametersPtr;

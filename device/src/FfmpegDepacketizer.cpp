@@ -39,8 +39,7 @@ bool FfmpegDepacketizer::open(const std::string &description)
 {
     m_format.reset();
     m_bOpen = false;
-    m_io.reset(required(avio_alloc_context(static_cast<unsigned char *>(required(av_malloc(kBufferSize))), kBufferSize,
-                                           0, this, &FfmpegDepacketizer::read, &FfmpegDepacketizer::drop, nullptr)));
+    m_io = makeIo(kBufferSize, this, &FfmpegDepacketizer::read, &FfmpegDepacketizer::drop, nullptr);
     m_input.assign(description.begin(), description.end());
     AVFormatContext *pFormat = required(avformat_alloc_context());
     pFormat->pb = m_io.get();

@@ -44,8 +44,7 @@ std::string timeText(std::int64_t utc)
 
 LiveMuxer::LiveMuxer(const std::vector<ParametersPtr> &tracks, std::int64_t utcOfZero)
 {
-    m_io.reset(required(avio_alloc_context(static_cast<unsigned char *>(required(av_malloc(kBufferSize))), kBufferSize,
-                                           1, this, nullptr, &LiveMuxer::append, nullptr)));
+    m_io = makeIo(kBufferSize, this, nullptr, &LiveMuxer::append, nullptr);
     m_io->seekable = 0;
     // What FFmpeg writes in one piece goes past the context's buffer.
     m_io->direct = 1;

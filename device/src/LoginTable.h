@@ -41,6 +41,13 @@ public:
         return m_logins.erase(userID) != 0;
     }
 
+    /** Allocates nothing. */
+    [[nodiscard]] bool has(long userID) const
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_logins.count(userID) != 0;
+    }
+
     [[nodiscard]] std::optional<Login> find(long userID) const
     {
         const std::lock_guard<std::mutex> lock(m_mutex);

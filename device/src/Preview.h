@@ -49,6 +49,11 @@ public:
     Preview(const Preview &) = delete;
     Preview &operator=(const Preview &) = delete;
 
+    [[nodiscard]] long handle() const
+    {
+        return m_lHandle;
+    }
+
     [[nodiscard]] long userID() const
     {
         return m_request.userID;

@@ -3,10 +3,10 @@
 
 #include "device/src/Preview.h"
 
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <mutex>
-#include <vector>
 
 namespace selvik
 {
@@ -27,10 +27,14 @@ public:
 
     ~PreviewTable()
     {
-        for (const std::shared_ptr<Preview> &preview : all([](const Preview &) { return true; })) {
-            preview->stop();
-        }
         std::unique_lock<std::mutex> lock(m_mutex);
+        for (auto entry = m_previews.begin(); entry != m_previews.end();) {
+            const std::shared_ptr<Preview> preview = entry->second;
+            lock.unlock();
+            preview->stop();
+            lock.lock();
+            entry = m_previews.upper_bound(preview->handle());
+        }
         m_services.pTime->wait(lock, m_removed, TimeSource::kNoDeadline, [this] { return m_previews.empty(); });
     }
 
@@ -63,26 +67,19 @@ public:
         m_removed.notify_all();
     }
 
-    /** The previews of one log-in, also those whose thread is about to end. */
-    [[nodiscard]] std::vector<std::shared_ptr<Preview>> ofLogin(long userID) const
+    /**
+     * The next preview of a log-in behind that handle, -1 for the first one, also where its thread is about to end;
+     * null behind the last one. Allocates nothing, so that a log-out cannot fail half-way.
+     */
+    [[nodiscard]] std::shared_ptr<Preview> nextOfLogin(long userID, long behind) const
     {
-        return all([userID](const Preview &preview) { return preview.userID() == userID; });
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        const auto found = std::find_if(m_previews.upper_bound(behind), m_previews.end(),
+                                        [userID](const auto &entry) { return entry.second->userID() == userID; });
+        return found == m_previews.end() ? nullptr : found->second;
     }
 
 private:
-    template <typename Predicate>
-    [[nodiscard]] std::vector<std::shared_ptr<Preview>> all(Predicate isMeant) const
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        std::vector<std::shared_ptr<Preview>> found;
-        for (const auto &[handle, preview] : m_previews) {
-            if (isMeant(*preview)) {
-                found.push_back(preview);
-            }
-        }
-        return found;
-    }
-
     const PreviewServices m_services;
     mutable std::mutex m_mutex;
     std::condition_variable m_removed;

@@ -2,10 +2,9 @@
 
 #include "device/tests/HttpCamera.h"
 #include "device/tests/PreviewFixture.h"
+#include "tests/support/TemporaryFile.h"
 
 #include <gtest/gtest.h>
-
-#include <fstream>
 
 namespace selvik
 {
@@ -250,11 +249,10 @@ TEST_F(HttpPreview, OpensNothingThatADescriptionOrPlaylistNames)
         StreamRecorder recorder(m_time);
         const Started overHttp(*this, recorder, camera.url());
         EXPECT_EQ(overHttp.error(), static_cast<unsigned long>(SELVIK_ERROR_MEDIA));
-        const std::string path = testing::TempDir() + "selvik-description.txt";
-        std::ofstream(path, std::ios::binary) << text;
-        const Started fromFile(*this, recorder, "file:" + path);
+        const testsupport::TemporaryFile file("selvik-description.txt");
+        file.append(text);
+        const Started fromFile(*this, recorder, "file:" + file.path());
         EXPECT_EQ(fromFile.error(), static_cast<unsigned long>(SELVIK_ERROR_MEDIA));
-        (void)std::remove(path.c_str());
     }
     EXPECT_TRUE(secret.requests().empty());
 }

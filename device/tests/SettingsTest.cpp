@@ -1,11 +1,11 @@
 #include "device/src/Settings.h"
 
 #include "companion/OwnModule.h"
+#include "tests/support/TemporaryFile.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 
 namespace selvik
 {
@@ -98,14 +98,9 @@ TEST(Settings, ComplainOnlySoOftenAndBearAnything)
 
 TEST(Settings, AreReadFromAFileOfAnyName)
 {
-    const std::string name = testing::TempDir() + "Pellora-\xC3\xA4\xE4\xB8\xAD.ini";
-    {
-        std::ofstream file(std::filesystem::u8path(name), std::ios::binary);
-        file << "[device]\r\nverify_certificates = yes\r\n";
-        ASSERT_TRUE(file.good());
-    }
-    EXPECT_TRUE(Settings::read(name).bVerifyCertificates);
-    std::filesystem::remove(std::filesystem::u8path(name));
+    const testsupport::TemporaryFile file("Pellora-\xC3\xA4\xE4\xB8\xAD.ini");
+    file.append(std::string("[device]\r\nverify_certificates = yes\r\n"));
+    EXPECT_TRUE(Settings::read(file.path()).bVerifyCertificates);
 }
 
 #ifdef _WIN32

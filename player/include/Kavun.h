@@ -73,9 +73,12 @@ typedef void (*KAVUN_DRAW_CALLBACK)(long port, HDC dc, void *user);
 /* Native tests of what stands on this header: long is wider there, and the records are nobody's contract. */
 #define KAVUN_STATIC_ASSERT(condition, text) static_assert(true, text)
 #elif defined(__cplusplus)
-#define KAVUN_STATIC_ASSERT static_assert
+#define KAVUN_STATIC_ASSERT(condition, text) static_assert(condition, text)
+#elif defined(__STDC_VERSION__) && __STDC_VERSION__ >= 201112L
+#define KAVUN_STATIC_ASSERT(condition, text) _Static_assert(condition, text)
 #else
-#define KAVUN_STATIC_ASSERT _Static_assert
+/* Before C11 an array of negative size stands in for it. */
+#define KAVUN_STATIC_ASSERT(condition, text) extern char KAVUN_asserted[(condition) ? 1 : -1]
 #endif
 KAVUN_STATIC_ASSERT(sizeof(KAVUN_SYSTEM_TIME) == 28, "KAVUN_SYSTEM_TIME is seven 32-bit words");
 KAVUN_STATIC_ASSERT(offsetof(KAVUN_SYSTEM_TIME, dwYear) == 0, "dwYear");
@@ -164,7 +167,10 @@ int Kavun_GetSystemTime(long port, KAVUN_SYSTEM_TIME *time);
 
 /** Picture size in pixels as it is shown: rotation and pixel aspect applied. A stream has none before its first (8). */
 int Kavun_GetPictureSize(long port, long *width, long *height);
-/** JPEG of the picture now on display; with error 7 *pictureSize is the size that is needed. */
+/**
+ * JPEG of the picture now on display; with error 7 *pictureSize is the size that is needed. A null buffer of size 0
+ * asks for that.
+ */
 int Kavun_GetJPEG(long port, unsigned char *buffer, unsigned long bufferSize, unsigned long *pictureSize);
 /** JPEG of a part of it; the rectangle is clamped to the picture, an empty one fails with 1. */
 int Kavun_GetCropJPEG(long port, CROP_PIC_INFO *info);

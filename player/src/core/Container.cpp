@@ -43,20 +43,6 @@ bool followsLengths(const AVInputFormat &input)
     return av_match_list(input.name, "matroska,mov,flv", ',') > 0;
 }
 
-IoPtr makeIo(void *pOwner, int bufferBytes, ReadFunction read, SeekFunction seek)
-{
-    auto *pBuffer = static_cast<std::uint8_t *>(av_malloc(static_cast<std::size_t>(bufferBytes)));
-    if (!pBuffer) {
-        throw OpenFailure{Error::Resources};
-    }
-    IoPtr pIo(avio_alloc_context(pBuffer, bufferBytes, 0, pOwner, read, nullptr, seek));
-    if (!pIo) {
-        av_free(pBuffer);
-        throw OpenFailure{Error::Resources};
-    }
-    return pIo;
-}
-
 AVFormatContext *makeFormat(AVIOContext &io, const char *containers, AVIOInterruptCB interrupt)
 {
     ffmpeg::limitAllocations();

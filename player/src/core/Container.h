@@ -28,11 +28,6 @@ inline constexpr char kPushedContainers[] = "mov,matroska,mpegts,mpeg,flv,h264,h
 /** Lengths tell where its parts end, rather than start codes where they begin: a broken one leads astray. */
 [[nodiscard]] bool followsLengths(const AVInputFormat &input);
 
-using ReadFunction = int (*)(void *pOwner, std::uint8_t *pBuffer, int size);
-using SeekFunction = std::int64_t (*)(void *pOwner, std::int64_t offset, int whence);
-
-/** What a container is read through. Without a seek function it is read forwards only. Throws OpenFailure. */
-[[nodiscard]] IoPtr makeIo(void *pOwner, int bufferBytes, ReadFunction read, SeekFunction seek);
 /**
  * A container over it that is not open yet. It becomes none but one of `containers`, never opens a second file or a
  * connection, by no protocol, and ends its work when `interrupt` says so. Throws OpenFailure. Passed on to

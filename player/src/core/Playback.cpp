@@ -68,6 +68,8 @@ Error Playback::play(WindowHandle window)
 void Playback::startRun()
 {
     auto pRun = std::make_shared<Run>();
+    // Its place among those that leave, so that ending it needs no memory.
+    m_leaving.reserve(m_leaving.size() + 1);
     // The caller holds m_mutex, which the thread takes first. It therefore sees pRun->thread and m_pRun set.
     pRun->thread = m_clock.startThread([pSelf = shared_from_this(), pRun] { pSelf->presentLoop(pRun); });
     m_pRun = std::move(pRun);

@@ -105,7 +105,7 @@ FileContainer::Opened FileContainer::open()
     if (m_opened.pFormat && !m_pBytes->seek(0)) {
         throw OpenFailure{Error::Corrupt};
     }
-    opened.pIo = makeIo(this, kIoBufferBytes, readBytes, m_pBytes->size() >= 0 ? seekBytes : nullptr);
+    opened.pIo = ffmpeg::makeIo(kIoBufferBytes, this, readBytes, nullptr, m_pBytes->size() >= 0 ? seekBytes : nullptr);
     if (m_pBytes->size() == 0) {
         throw OpenFailure{Error::Corrupt};
     }

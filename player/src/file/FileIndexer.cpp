@@ -38,7 +38,7 @@ FileIndexer::~FileIndexer() = default;
 void FileIndexer::start()
 {
     const std::lock_guard lock(m_mutex);
-    m_threads.push_back(m_platform.clock().startThread([pSelf = shared_from_this()] { pSelf->run(); }));
+    addThread(&FileIndexer::run);
 }
 
 void FileIndexer::begin()
@@ -57,8 +57,15 @@ void FileIndexer::newsWanted()
 {
     const std::lock_guard lock(m_mutex);
     if (m_bComplete && !m_bTold && !m_bStop && m_news.areWanted()) {
-        m_threads.push_back(m_platform.clock().startThread([pSelf = shared_from_this()] { pSelf->tellNews(); }));
+        addThread(&FileIndexer::tellNews);
     }
+}
+
+void FileIndexer::addThread(void (FileIndexer::*pfnBody)())
+{
+    // A thread for which there is no place would end the process.
+    m_threads.reserve(m_threads.size() + 1);
+    m_threads.push_back(m_platform.clock().startThread([pSelf = shared_from_this(), pfnBody] { (*pSelf.*pfnBody)(); }));
 }
 
 void FileIndexer::stop()

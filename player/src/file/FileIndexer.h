@@ -63,6 +63,8 @@ public:
 
 private:
     void awaitBegin();
+    /** With m_mutex held. */
+    void addThread(void (FileIndexer::*pfnBody)());
     void run();
     void tellNews();
     void build();

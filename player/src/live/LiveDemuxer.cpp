@@ -215,7 +215,7 @@ bool LiveDemuxer::open()
 void LiveDemuxer::openFormat()
 {
     m_pStream = nullptr;
-    m_pIo = makeIo(this, kIoBufferBytes, readBytes, nullptr);
+    m_pIo = ffmpeg::makeIo(kIoBufferBytes, this, readBytes, nullptr, nullptr);
     AVFormatContext *pFormat = makeFormat(*m_pIo, kPushedContainers, {isInterrupted, this});
     pFormat->flags |= AVFMT_FLAG_NOBUFFER;
     const std::int64_t usualProbeBytes = pFormat->probesize;

@@ -289,6 +289,10 @@ void LiveFeed::collectWaiting()
 
 void LiveFeed::decode(const LivePacket &packet)
 {
+    if (!m_demuxer.hasPictureStream()) {
+        // The end came while the container was opened anew, with packets of the old one still in hand.
+        return;
+    }
     m_decoder.feed(packet, m_demuxer.pictureStream(), m_demuxer.isWithoutTimes());
     Picture next = m_decoder.take();
     while (next) {

@@ -69,6 +69,11 @@ FileOpening::FileOpening(Platform &platform) : m_platform(platform), m_pState(st
 std::unique_ptr<ByteSource> FileOpening::open(const char *path)
 {
     auto pQuestion = std::make_shared<State::Question>();
+    {
+        // Nothing may be thrown between the start of the thread and its end.
+        const std::lock_guard lock(m_pState->mutex);
+        m_pState->opened.reserve(m_pState->opened.size() + 1);
+    }
     std::thread thread = m_platform.clock().startThread(
         [&platform = m_platform, pState = m_pState, pQuestion, name = std::string(path)] {
             std::shared_ptr<ByteSource> pBytes;
@@ -107,7 +112,8 @@ void FileOpening::cancel()
     {
         const std::lock_guard lock(m_pState->mutex);
         m_pState->bCancelled = true;
-        opened = m_pState->opened;
+        // Nothing comes behind them, and a copy could fail.
+        opened.swap(m_pState->opened);
     }
     m_pState->changed.notifyAll();
     for (const auto &pWeak : opened) {

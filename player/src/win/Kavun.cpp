@@ -300,7 +300,7 @@ int Kavun_GetPictureSize(long port, long *width, long *height)
 int Kavun_GetJPEG(long port, unsigned char *buffer, unsigned long bufferSize, unsigned long *pictureSize)
 {
     return onPort(port, [&](Port &p) {
-        if (!buffer || !pictureSize) {
+        if ((!buffer && bufferSize > 0) || !pictureSize) {
             return Error::Argument;
         }
         std::vector<std::uint8_t> file;
@@ -312,7 +312,7 @@ int Kavun_GetJPEG(long port, unsigned char *buffer, unsigned long bufferSize, un
 int Kavun_GetCropJPEG(long port, CROP_PIC_INFO *info)
 {
     return onPort(port, [&](Port &p) {
-        if (!info || !info->pBuf || !info->pCropRect || info->dwQuality > 100) {
+        if (!info || (!info->pBuf && info->dwBufSize > 0) || !info->pCropRect || info->dwQuality > 100) {
             return Error::Argument;
         }
         const unsigned long *pRect = info->pCropRect;

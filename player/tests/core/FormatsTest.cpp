@@ -131,7 +131,7 @@ TEST(AContainerContext, BecomesNothingButWhatItMayBeAndOpensNothing)
     for (const char *name : {"sdp", "rtsp", "avi", "mjpeg", "wav"}) {
         const AVInputFormat *pInput = av_find_input_format(name);
         ASSERT_TRUE(pInput) << name;
-        const player::IoPtr pIo = player::makeIo(nullptr, 4096, readNothing, nullptr);
+        const player::IoPtr pIo = ffmpeg::makeIo(4096, nullptr, readNothing, nullptr, nullptr);
         AVFormatContext *pFormat = player::makeFormat(*pIo, player::kPushedContainers, {interrupted, nullptr});
         AVIOContext *pOther = nullptr;
         EXPECT_EQ(pFormat->io_open(pFormat, &pOther, "file:other", AVIO_FLAG_READ, nullptr), AVERROR(EACCES));

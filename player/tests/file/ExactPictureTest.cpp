@@ -3,16 +3,13 @@
 #include "player/tests/support/MemoryBytes.h"
 #include "player/tests/support/PushedStream.h"
 #include "player/tests/support/Walk.h"
+#include "tests/support/TemporaryFile.h"
 
 #include <gtest/gtest.h>
-
-#include <cstdio>
-#include <fstream>
 
 namespace
 {
 
-using player::test::Bytes;
 using player::test::Clip;
 using player::test::CodedPicture;
 using player::test::liveFlash;
@@ -22,6 +19,7 @@ using player::test::liveProgram;
 using player::test::PlainPicture;
 using player::test::PushedStream;
 using player::test::Walk;
+using testsupport::TemporaryFile;
 
 class ExactPicture : public testing::TestWithParam<Clip>
 {
@@ -55,13 +53,9 @@ class JoinedFiles : public testing::TestWithParam<Joined>
 
 TEST_P(JoinedFiles, PlayThroughTheirSeamWhateverTheirStampsSay)
 {
-    const std::string path = testing::TempDir() + "joined-" + GetParam().first;
-    {
-        std::ofstream file(path, std::ios::binary);
-        for (const char *part : {GetParam().first, GetParam().second}) {
-            const auto bytes = player::test::bytesOf(player::test::mediaPath(part));
-            file.write(reinterpret_cast<const char *>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-        }
+    const TemporaryFile file(GetParam().first);
+    for (const char *part : {GetParam().first, GetParam().second}) {
+        file.append(player::test::bytesOf(player::test::mediaPath(part)));
     }
     // Each picture of both lasts 40 ms.
     std::vector<PlainPicture> pictures;
@@ -70,8 +64,7 @@ TEST_P(JoinedFiles, PlayThroughTheirSeamWhateverTheirStampsSay)
             pictures.push_back({number, static_cast<std::int64_t>(pictures.size()) * 40000, 0});
         }
     }
-    Walk(path, pictures, 5).go(40);
-    std::remove(path.c_str());
+    Walk(file.path(), pictures, 5).go(40);
 }
 
 INSTANTIATE_TEST_SUITE_P(Containers, JoinedFiles,
@@ -157,28 +150,19 @@ class OddlyStampedFile : public testing::TestWithParam<OddStamps>
 
 TEST_P(OddlyStampedFile, IsSteppedAndSoughtThroughAsItPlays)
 {
-    const std::string path = testing::TempDir() + "odd-" + GetParam().name;
-    {
-        const PushedStream stream = GetParam().make();
-        std::ofstream file(path, std::ios::binary);
-        const auto put = [&](const Bytes &bytes) {
-            file.write(reinterpret_cast<const char *>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-        };
-        put(stream.header);
-        for (const auto &record : stream.records) {
-            put(record.bytes);
-        }
+    const PushedStream stream = GetParam().make();
+    const TemporaryFile file(GetParam().name);
+    file.append(stream.header);
+    for (const auto &record : stream.records) {
+        file.append(record.bytes);
     }
     std::vector<PlainPicture> pictures;
     for (int number = 0; number < 100; ++number) {
         pictures.push_back({number, GetParam().time(number) * std::int64_t{1000}, 0});
     }
-    Walk(path, pictures, 9).playThrough();
-    Walk(path, pictures, 9).stepThrough();
-    Walk(path, pictures, 9).go(60);
-    if (!HasFailure()) {
-        std::remove(path.c_str());
-    }
+    Walk(file.path(), pictures, 9).playThrough();
+    Walk(file.path(), pictures, 9).stepThrough();
+    Walk(file.path(), pictures, 9).go(60);
 }
 
 INSTANTIATE_TEST_SUITE_P(Stamps, OddlyStampedFile, testing::ValuesIn(kOddStamps),
@@ -187,18 +171,13 @@ INSTANTIATE_TEST_SUITE_P(Stamps, OddlyStampedFile, testing::ValuesIn(kOddStamps)
 TEST(EditedFile, IsSteppedAndSoughtThroughAsItsListSays)
 {
     // 512 ticks a picture; the first one is at 1024. Picture 30 is no key picture.
-    const std::string path = testing::TempDir() + "edited.mp4";
-    {
-        const auto bytes = player::test::clipWithEditList(1024 + 30 * 512, 2000);
-        std::ofstream file(path, std::ios::binary);
-        file.write(reinterpret_cast<const char *>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    }
+    const TemporaryFile file("edited.mp4");
+    file.append(player::test::clipWithEditList(1024 + 30 * 512, 2000));
     std::vector<PlainPicture> pictures;
     for (int number = 30; number < 80; ++number) {
         pictures.push_back({number, (number - 30) * 40000, 0});
     }
-    Walk(path, pictures, 3).go(40);
-    std::remove(path.c_str());
+    Walk(file.path(), pictures, 3).go(40);
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 // Which of its two decoders a file is decoded by, and that no picture is lost where the other one goes on.
-#include "player/src/core/SystemClock.h"
 #include "player/src/file/FileDecoder.h"
 #include "player/src/file/FileIndexer.h"
+#include "player/tests/support/AwaitingClock.h"
 #include "player/tests/support/Clips.h"
 #include "player/tests/support/FakePlatform.h"
 #include "player/tests/support/MemoryBytes.h"
@@ -87,7 +87,7 @@ public:
     }
 
 private:
-    player::SystemClock m_clock;
+    player::test::AwaitingClock m_clock;
     player::test::FakePlatform m_platform{m_clock};
     FileDecoder m_decoder;
     std::shared_ptr<player::FileIndex> m_pIndex;

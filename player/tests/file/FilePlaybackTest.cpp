@@ -1,6 +1,6 @@
 // Files through a port: the pictures, when they are shown, and what a host does with them.
-#include "player/src/core/SystemClock.h"
 #include "player/src/port/Port.h"
+#include "player/tests/support/AwaitingClock.h"
 #include "player/tests/support/Clips.h"
 #include "player/tests/support/FakeClock.h"
 #include "player/tests/support/FakePlatform.h"
@@ -21,6 +21,7 @@ using player::DisplayRegion;
 using player::Error;
 using player::Moment;
 using player::Port;
+using player::test::AwaitingClock;
 using player::test::clip;
 using player::test::FakeClock;
 using player::test::FakePlatform;
@@ -414,7 +415,7 @@ bool eventually(const std::function<bool()> &condition)
 class FilePlaybackInRealTime : public testing::Test
 {
 protected:
-    player::SystemClock m_clock;
+    AwaitingClock m_clock;
     FakePlatform m_platform{m_clock};
     Port m_port{m_platform, 0, 0};
 };

@@ -6,11 +6,11 @@
 #include "player/tests/support/FakePlatform.h"
 #include "player/tests/support/MemoryBytes.h"
 #include "player/tests/support/PushedStream.h"
+#include "tests/support/TemporaryFile.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <fstream>
+#include <memory>
 #include <utility>
 
 namespace
@@ -61,7 +61,6 @@ protected:
     ~RecordingTimeTest() override
     {
         m_port.close();
-        std::remove(m_path.c_str());
     }
 
     /** What a host gets that writes the device library's records into a file, one after the other. */
@@ -72,20 +71,22 @@ protected:
 
     void openSaved(const player::test::PushedStream &stream)
     {
-        {
-            std::ofstream file(m_path, std::ios::binary);
-            const auto put = [&](const Bytes &bytes) {
-                file.write(reinterpret_cast<const char *>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-            };
-            put(stream.header);
-            for (const auto &record : stream.records) {
-                put(record.bytes);
-            }
+        Bytes bytes = stream.header;
+        for (const auto &record : stream.records) {
+            bytes.insert(bytes.end(), record.bytes.begin(), record.bytes.end());
         }
-        ASSERT_EQ(m_port.openFile(m_path.c_str()), Error::None);
+        openBytes(bytes);
         ASSERT_EQ(m_port.play(m_platform.window()), Error::None);
         ASSERT_EQ(m_port.pause(1), Error::None);
         m_clock.settle();
+    }
+
+    void openBytes(const Bytes &bytes)
+    {
+        m_port.closeFile();
+        m_pFile = std::make_unique<testsupport::TemporaryFile>("saved-stream.mkv");
+        m_pFile->append(bytes);
+        ASSERT_EQ(m_port.openFile(m_pFile->path().c_str()), Error::None);
     }
 
     std::int64_t timeAt(unsigned long milliseconds)
@@ -106,7 +107,7 @@ protected:
         return {first, last};
     }
 
-    const std::string m_path = testing::TempDir() + "saved-stream.mkv";
+    std::unique_ptr<testsupport::TemporaryFile> m_pFile;
     FakeClock m_clock;
     FakePlatform m_platform{m_clock};
     Port m_port{m_platform, 0, 0};
@@ -217,13 +218,8 @@ TEST_F(RecordingTimeTest, IsThatOfTheStartTimeBoxInAnExportedFile)
         Bytes bytes = player::test::bytesOf(player::test::mediaPath("recorded.mp4"));
         const Bytes box = exportBox(entries);
         bytes.insert(bytes.end(), box.begin(), box.end());
-        {
-            std::ofstream file(m_path, std::ios::binary);
-            file.write(reinterpret_cast<const char *>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-        }
-        ASSERT_EQ(m_port.openFile(m_path.c_str()), Error::None);
+        openBytes(bytes);
         EXPECT_NEAR(static_cast<double>(recorded().first), static_cast<double>(kTaken), 100000);
-        m_port.closeFile();
     }
 }
 

@@ -80,6 +80,11 @@ class SlowIndexPlatform : public FakePlatform
 public:
     explicit SlowIndexPlatform(FakeClock &clock) : FakePlatform(clock), m_clock(clock) {}
 
+    ~SlowIndexPlatform() override
+    {
+        end();
+    }
+
     std::unique_ptr<ByteSource> openFile(const char *path) override
     {
         auto pBytes = FakePlatform::openFile(path);

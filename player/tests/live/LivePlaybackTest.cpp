@@ -1,7 +1,7 @@
 // Pushed streams through a port: which pictures are shown, and when.
-#include "player/src/core/SystemClock.h"
 #include "player/src/port/Port.h"
 #include "player/tests/support/AnalysisRecording.h"
+#include "player/tests/support/AwaitingClock.h"
 #include "player/tests/support/Clips.h"
 #include "player/tests/support/FakeClock.h"
 #include "player/tests/support/FakePlatform.h"
@@ -24,6 +24,7 @@ using player::DisplayRegion;
 using player::Error;
 using player::Moment;
 using player::Port;
+using player::test::AwaitingClock;
 using player::test::Bytes;
 using player::test::bytesOf;
 using player::test::cut;
@@ -764,38 +765,6 @@ TEST_F(LivePlaybackTest, APausedPictureIsThereWhenItsWindowCanBeSeenAgain)
     EXPECT_EQ(m_platform.number(), 4);
 }
 
-/** The computer's own clock, which knows of the threads that leave by themselves. */
-class AwaitingClock : public player::SystemClock
-{
-public:
-    void awaitThreads()
-    {
-        std::unique_lock lock(m_mutex);
-        m_ended.wait(lock, [this] { return m_nThreads == 0; });
-    }
-
-    std::thread startThread(std::function<void()> body) override
-    {
-        {
-            const std::lock_guard lock(m_mutex);
-            ++m_nThreads;
-        }
-        return SystemClock::startThread([this, body = std::move(body)]() mutable {
-            body();
-            // What it holds may be the last of the port.
-            body = nullptr;
-            const std::lock_guard lock(m_mutex);
-            --m_nThreads;
-            m_ended.notify_all();
-        });
-    }
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_ended;
-    int m_nThreads = 0;
-};
-
 // On the computer's own clock, since the test's takes locks that would hide a race.
 TEST(LivePlaybackInRealTime, EndsFromInsideItsDrawCallback)
 {
@@ -828,7 +797,7 @@ TEST(LivePlaybackInRealTime, EndsFromInsideItsDrawCallback)
 // On the computer's own clock, since the test's takes locks that would hide a race.
 TEST(LivePlaybackInRealTime, EndsAtAnyMomentWhileThreeThreadsUseIt)
 {
-    player::SystemClock clock;
+    AwaitingClock clock;
     FakePlatform platform(clock);
     Port port(platform, 0, 0);
     const PushedStream stream = liveMatroska("h264.avi");

@@ -159,7 +159,7 @@ TEST_F(ATooLargePicture, InTheMiddleOfAStreamIsLeftOut)
 TEST(ATableThatIsAnnounced, TakesNoMoreMemoryThanTheLargestPicture)
 {
     av_max_alloc(INT_MAX);
-    const player::IoPtr pIo = player::makeIo(nullptr, 4096, nullptr, nullptr);
+    const player::IoPtr pIo = ffmpeg::makeIo(4096, nullptr, nullptr, nullptr, nullptr);
     const ffmpeg::FormatPtr pFormat(player::makeFormat(*pIo, player::kPushedContainers, {}));
     ASSERT_TRUE(pFormat);
     EXPECT_EQ(av_malloc(ffmpeg::kMostAllocation + 1), nullptr);

@@ -19,6 +19,11 @@ thread_local const FakeClock *t_pClock = nullptr;
 
 FakeClock::~FakeClock()
 {
+    awaitThreads();
+}
+
+void FakeClock::awaitThreads()
+{
     std::unique_lock lock(m_mutex);
     m_changed.wait(lock, [this] { return m_threads.empty(); });
 }

@@ -23,7 +23,7 @@ namespace player::test
 class FakeClock : public Clock
 {
 public:
-    /** Waits until every thread that it has started has ended. */
+    /** As awaitThreads(). */
     ~FakeClock() override;
 
     // The player's side.
@@ -43,6 +43,8 @@ public:
     bool advanceUntil(const std::function<bool()> &condition);
     /** From a callback: it takes so long. */
     void spend(std::chrono::microseconds duration);
+    /** Waits until every thread that it has started has ended. */
+    void awaitThreads();
     /** How often a thread of the player's was woken up to now. */
     [[nodiscard]] int wakes();
 

@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -37,7 +38,19 @@ struct Shown {
 class FakePlatform : public Platform
 {
 public:
-    explicit FakePlatform(Clock &clock) : m_clock(clock), m_speaker(clock), m_sound(*this) {}
+    template <class AwaitedClock>
+    explicit FakePlatform(AwaitedClock &clock)
+        : m_clock(clock),
+          m_awaitThreads([&clock] { clock.awaitThreads(); }),
+          m_speaker(clock),
+          m_pSound(std::make_unique<SoundPlayer>(*this))
+    {
+    }
+
+    ~FakePlatform() override
+    {
+        end();
+    }
 
     [[nodiscard]] Clock &clock() override
     {
@@ -67,7 +80,7 @@ public:
 
     [[nodiscard]] SoundPlayer &sound() override
     {
-        return m_sound;
+        return *m_pSound;
     }
 
     /** Opens files in this way from now on. */
@@ -115,10 +128,22 @@ public:
         return m_nPresenters;
     }
 
+protected:
+    /**
+     * Waits for the clock's threads: an opening that a port has given up outlives the port, and uses the platform.
+     * Derived ones with an openFile() of their own call it from their destructors, too.
+     */
+    void end()
+    {
+        m_pSound.reset();
+        m_awaitThreads();
+    }
+
 private:
     friend class FakePresenter;
 
     Clock &m_clock;
+    std::function<void()> m_awaitThreads;
     int m_window = 0;
     std::atomic<int> m_nPresenters{0};
     std::atomic<bool> m_bSeen{true};
@@ -127,7 +152,7 @@ private:
     mutable std::mutex m_mutex;
     std::vector<Shown> m_shown;
     FakeSpeaker m_speaker;
-    SoundPlayer m_sound;
+    std::unique_ptr<SoundPlayer> m_pSound;
 };
 
 } // namespace player::test

@@ -378,6 +378,25 @@ TEST_F(PlayerTest, ReportsTheSizeThatACaptureNeeds)
     EXPECT_TRUE(Kavun_GetJPEG(m_nPort, file.data(), size, &size));
 }
 
+TEST_F(PlayerTest, ReportsTheSizeThatACaptureNeedsToWhoHasNoBufferYet)
+{
+    const TestWindow window;
+    holdAt("h264.mp4", window.handle(), 1000);
+    ASSERT_TRUE(window.waitForNumber(25));
+    unsigned long size = 0;
+    EXPECT_FALSE(Kavun_GetJPEG(m_nPort, nullptr, 0, &size));
+    EXPECT_EQ(lastError(), KAVUN_ERROR_BUFFER_TOO_SMALL);
+    std::vector<unsigned char> file(size);
+    EXPECT_TRUE(Kavun_GetJPEG(m_nPort, file.data(), size, &size));
+
+    unsigned long rect[4] = {0, 0, 320, 240};
+    CROP_PIC_INFO info{};
+    info.pCropRect = rect;
+    EXPECT_FALSE(Kavun_GetCropJPEG(m_nPort, &info));
+    EXPECT_EQ(lastError(), KAVUN_ERROR_BUFFER_TOO_SMALL);
+    EXPECT_EQ(info.dwPicSize, size);
+}
+
 TEST_F(PlayerTest, CapturesAPartClampedToThePicture)
 {
     const TestWindow window;
@@ -641,6 +660,7 @@ TEST_F(PlayerTest, RefusesNullForEveryPointer)
     unsigned long rect[4] = {0, 0, 10, 10};
     CROP_PIC_INFO withoutBuffer{};
     withoutBuffer.pCropRect = rect;
+    withoutBuffer.dwBufSize = 1;
     CROP_PIC_INFO withoutRectangle{};
     withoutRectangle.pBuf = &byte;
     const std::function<int()> calls[] = {
