@@ -31,10 +31,16 @@ std::shared_ptr<StreamSink> LivePanes::find(const void *pPane) const
     return found != m_sinks.end() ? found->second : nullptr;
 }
 
-void LivePanes::addUnclaimedStart(const void *pPane)
+LivePanes::UnclaimedStart LivePanes::unclaimedStart(const void *pPane)
+{
+    std::multiset<const void *> starts;
+    return starts.extract(starts.insert(pPane));
+}
+
+void LivePanes::addUnclaimedStart(UnclaimedStart start) noexcept
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_unclaimedStarts.insert(pPane);
+    m_unclaimedStarts.insert(std::move(start));
 }
 
 void LivePanes::removeUnclaimedStart(const void *pPane)

@@ -36,6 +36,8 @@ public:
 class LivePanes
 {
 public:
+    using UnclaimedStart = std::multiset<const void *>::node_type;
+
     LivePanes() = default;
     LivePanes(const LivePanes &) = delete;
     LivePanes &operator=(const LivePanes &) = delete;
@@ -48,8 +50,10 @@ public:
     /** Null for an address at which no pane is. */
     [[nodiscard]] std::shared_ptr<StreamSink> find(const void *pPane) const;
 
-    /** A start for this address goes on without its pane. */
-    void addUnclaimedStart(const void *pPane);
+    /** The memory that one unclaimed start takes, for the pane at this address. */
+    [[nodiscard]] static UnclaimedStart unclaimedStart(const void *pPane);
+    /** A start for this address goes on without its pane. Takes no memory, since nothing may throw there. */
+    void addUnclaimedStart(UnclaimedStart start) noexcept;
     /** That start has come back and is stopped. */
     void removeUnclaimedStart(const void *pPane);
     [[nodiscard]] bool hasUnclaimedStart(const void *pPane) const;

@@ -4,6 +4,8 @@
 #include "preview/LivePanes.h"
 #include "preview/RetiredPreviews.h"
 
+#include <new>
+
 namespace pellora
 {
 
@@ -43,7 +45,14 @@ bool PanePreview::start(const PreviewParam &param)
     m_pStart = m_pane.makeStart(param.userID, requestOf(param));
     // Before the start is handed over: a fast header comes before this function has returned.
     open(param);
-    m_workers.queueStart(*m_pStart);
+    try {
+        m_workers.queueStart(*m_pStart);
+    } catch (...) {
+        // It will never come back, and must not stand in the way of the next one.
+        m_pStart.reset();
+        m_pStream->close();
+        throw;
+    }
     return true;
 }
 
@@ -85,7 +94,12 @@ void PanePreview::queueStop(long lPreviewHandel)
 {
     // It goes on sending until the pool has come to it.
     RetiredPreviews::instance().retire(lPreviewHandel);
-    m_workers.queueStop(lPreviewHandel);
+    try {
+        m_workers.queueStop(lPreviewHandel);
+    } catch (const std::bad_alloc &) {
+        // Nobody else knows the handle any more: the camera would send for ever.
+        stopDevice(logAt(kFile, "void __cdecl pellora::PanePreview::queueStop(long)"), lPreviewHandel);
+    }
 }
 
 bool PanePreview::endDevice()

@@ -2,10 +2,10 @@
 
 #include "logging/LogException.h"
 #include "preview/Device.h"
-#include "preview/LivePanes.h"
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace pellora
 {
@@ -20,7 +20,11 @@ const char *const kRun = "void __cdecl pellora::TakeStreamTask::run(void)";
 } // namespace
 
 PreviewStart::PreviewStart(long lUserID, const SELVIK_DCM_PREVIEW_INFO &request)
-    : m_lUserID(lUserID), m_struPreviewInfo(request), m_szUrl{}, m_pTicket(std::make_shared<StartTicket>())
+    : m_lUserID(lUserID),
+      m_struPreviewInfo(request),
+      m_szUrl{},
+      m_unclaimed(LivePanes::unclaimedStart(request.user)),
+      m_pTicket(std::make_shared<StartTicket>())
 {
     if (m_struPreviewInfo.url == nullptr) {
         return;
@@ -36,7 +40,7 @@ PreviewStart::~PreviewStart()
     m_pTicket->awaitDelivery();
 }
 
-void PreviewStart::Release::operator()(PreviewStart *pStart) const
+void PreviewStart::Release::operator()(PreviewStart *pStart) const noexcept
 {
     if (!pStart->m_bQueued) {
         delete pStart;
@@ -44,7 +48,7 @@ void PreviewStart::Release::operator()(PreviewStart *pStart) const
     }
     const void *const pPane = pStart->m_struPreviewInfo.user;
     // Counted before the start can end itself.
-    LivePanes::instance().addUnclaimedStart(pPane);
+    LivePanes::instance().addUnclaimedStart(std::move(pStart->m_unclaimed));
     const bool bTaken = pStart->m_bTaken;
     const std::shared_ptr<StartTicket> pTicket = pStart->m_pTicket;
     const std::optional<long> result = pTicket->abandon();

@@ -2,6 +2,7 @@
 #define PREVIEW_PREVIEWSTART_H
 
 #include "Selvikdcm.h"
+#include "preview/LivePanes.h"
 #include "preview/PreviewWork.h"
 #include "preview/StartTicket.h"
 
@@ -35,7 +36,7 @@ class PreviewStart : public PreviewWork
 {
 public:
     struct Release {
-        void operator()(PreviewStart *pStart) const;
+        void operator()(PreviewStart *pStart) const noexcept;
     };
     using Owned = std::unique_ptr<PreviewStart, Release>;
 
@@ -75,6 +76,8 @@ private:
     // GUI thread.
     bool m_bQueued = false;
     bool m_bTaken = false;
+    /** Counts the start once nobody claims it; made beforehand. */
+    LivePanes::UnclaimedStart m_unclaimed;
     /** Shared with carryOut(), which must not look into the start once the result is out. */
     std::shared_ptr<StartTicket> m_pTicket;
 };

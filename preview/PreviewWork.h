@@ -27,9 +27,9 @@ public:
     PreviewWorkers(const PreviewWorkers &) = delete;
     PreviewWorkers &operator=(const PreviewWorkers &) = delete;
 
-    /** Hands the start to the pool. Without a pool nothing happens, and the start is not queued. */
+    /** Hands the start to the pool. Without a pool nothing happens. It is queued neither then nor where this throws. */
     virtual void queueStart(PreviewStart &start) = 0;
-    /** Has the preview stopped by the pool; without one it is stopped here. */
+    /** Has the preview stopped by the pool; without one it is stopped here. Where it throws, it is not stopped. */
     virtual void queueStop(long lPreviewHandel) = 0;
 
 protected:

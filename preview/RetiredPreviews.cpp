@@ -1,6 +1,7 @@
 #include "preview/RetiredPreviews.h"
 
 #include <algorithm>
+#include <new>
 
 namespace pellora
 {
@@ -21,7 +22,14 @@ void RetiredPreviews::retire(long lPreviewHandel)
     if (m_handles.size() >= kMost) {
         m_handles.pop_front();
     }
-    m_handles.push_back(lPreviewHandel);
+    try {
+        m_handles.push_back(lPreviewHandel);
+    } catch (const std::bad_alloc &) {
+        // One that is older is forgotten instead; the stop that comes next must not fail for it.
+        if (!m_handles.empty()) {
+            m_handles.front() = lPreviewHandel;
+        }
+    }
 }
 
 void RetiredPreviews::forget(long lPreviewHandel)

@@ -1,6 +1,8 @@
 #ifndef PREVIEW_STARTTICKET_H
 #define PREVIEW_STARTTICKET_H
 
+#include "preview/ReentrantMutex.h"
+
 #include <mutex>
 #include <optional>
 
@@ -33,7 +35,7 @@ public:
     template <typename Deliver>
     [[nodiscard]] bool finish(long lPreviewHandel, Deliver deliver)
     {
-        const std::lock_guard<std::recursive_mutex> lock(m_mutex);
+        const std::lock_guard<ReentrantMutex> lock(m_mutex);
         if (m_bAbandoned) {
             return false;
         }
@@ -56,7 +58,7 @@ public:
 
 private:
     // Guarded by m_mutex.
-    mutable std::recursive_mutex m_mutex;
+    mutable ReentrantMutex m_mutex;
     bool m_bAbandoned = false;
     std::optional<long> m_result;
 };

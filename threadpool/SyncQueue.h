@@ -110,14 +110,19 @@ private:
         return !bEmpty;
     }
 
-    static void Tell(const char *pWhat)
+    static void Tell(const char *pWhat) noexcept
     {
         // The comma is the full-width one of code page 936, whatever this file's encoding;
         // docs/compatibility.md: pool-console-lines.
-        std::ostringstream line;
-        line << pWhat << "\xA3\xAC"
-             << "thread id: " << std::this_thread::get_id() << '\n';
-        std::cout << line.str() << std::flush;
+        try {
+            std::ostringstream line;
+            line << pWhat << "\xA3\xAC"
+                 << "thread id: " << std::this_thread::get_id() << '\n';
+            std::cout << line.str() << std::flush;
+        } catch (...) {
+            // No memory for the text. A worker that waits, and the process with it, must not end for a line.
+            return;
+        }
     }
 
     // Guarded by m_mutex.

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <new>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,9 @@ class HeldWorkers final : public PreviewWorkers
 public:
     void queueStart(PreviewStart &start) override
     {
+        if (bNoMemory) {
+            throw std::bad_alloc();
+        }
         start.setQueued(bPool);
         if (bPool) {
             queued = dynamic_cast<TestStart *>(&start);
@@ -33,6 +37,7 @@ public:
     }
 
     bool bPool = true;
+    bool bNoMemory = false;
     TestStart *queued = nullptr;
     std::vector<long> stops;
 };
@@ -223,6 +228,17 @@ TEST_F(PanePreviewTest, IdleStopsAskNothingOfTheDevice)
     EXPECT_EQ(m_pictureEnds, 2);
     EXPECT_TRUE(devicedouble::newCalls().empty());
     EXPECT_TRUE(m_workers.stops.empty());
+}
+
+TEST_F(PanePreviewTest, IdleAStartThatThePoolHasNoMemoryForIsDropped)
+{
+    m_workers.bNoMemory = true;
+    EXPECT_THROW(m_preview.start(param()), std::bad_alloc);
+
+    EXPECT_EQ(TestStart::s_nLive, 0);
+    EXPECT_FALSE(m_preview.isWanted());
+    m_workers.bNoMemory = false;
+    EXPECT_TRUE(m_preview.start(param()));
 }
 
 // ---- starting ----

@@ -118,8 +118,8 @@ TEST(LivePanesTest, CountsTheStartsThatGoOnWithoutTheirPane)
     LivePanes panes;
     int nPane = 0;
     EXPECT_FALSE(panes.hasUnclaimedStart(&nPane));
-    panes.addUnclaimedStart(&nPane);
-    panes.addUnclaimedStart(&nPane);
+    panes.addUnclaimedStart(LivePanes::unclaimedStart(&nPane));
+    panes.addUnclaimedStart(LivePanes::unclaimedStart(&nPane));
     panes.removeUnclaimedStart(&nPane);
     EXPECT_TRUE(panes.hasUnclaimedStart(&nPane));
     panes.removeUnclaimedStart(&nPane);
