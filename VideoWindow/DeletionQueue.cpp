@@ -61,7 +61,8 @@ void DeletionQueue::createMessageWindow()
     m_hMessageWnd = CreateWindowExW(0, kClassName, nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, hModule, nullptr);
     if (m_hMessageWnd == nullptr) {
         logError(logAt(kFile, "void __cdecl pellora::DeletionQueue::createMessageWindow(void)"),
-                 "CreateWindowExW error: %d.", GetLastError());
+                 "CreateWindowExW error: %d, without a message window destroyed video windows stay in memory",
+                 GetLastError());
         return;
     }
     SetWindowLongPtrW(m_hMessageWnd, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));

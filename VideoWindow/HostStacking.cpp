@@ -36,7 +36,10 @@ void forEachNativeWindow(const std::vector<QPointer<VideoWindow>> &videoWindows,
     }
 }
 
-/** The page lies behind the video, all but transparent, and lets the mouse pass. */
+/**
+ * The page lies behind the video, all but transparent, and lets the mouse pass.
+ * It stays so; docs/compatibility.md: page-stays-changed.
+ */
 void putRenderWidgetBehind(HWND hHostWnd, const std::vector<QPointer<VideoWindow>> &videoWindows)
 {
     HWND hPage = FindWindowExW(hHostWnd, nullptr, L"Chrome_RenderWidgetHostHWND", nullptr);
@@ -51,7 +54,10 @@ void putRenderWidgetBehind(HWND hHostWnd, const std::vector<QPointer<VideoWindow
     });
 }
 
-/** The video lies directly behind the page, which is transparent where it wants the video to be seen. */
+/**
+ * The video lies directly behind the page, which is transparent where it wants the video to be seen. A hidden one is
+ * shown; docs/compatibility.md: stacking-shows.
+ */
 void putVideoBehindD3dWindow(HWND hHostWnd, const std::vector<QPointer<VideoWindow>> &videoWindows)
 {
     HWND hPage = FindWindowExW(hHostWnd, nullptr, L"Intermediate D3D Window", nullptr);

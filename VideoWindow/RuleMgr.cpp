@@ -58,7 +58,7 @@ RuleExtras extrasFrom(RuleType type, const void *pExtend)
 
 } // namespace
 
-long RuleMgr::createRule(RuleType type, COLORREF color, void *pExtend, unsigned char byLimitMask)
+long RuleMgr::createRule(RuleType type, COLORREF color, const void *pExtend, unsigned char byLimitMask)
 {
     std::unique_ptr<AbstractRule> pRule = makeRule(type, pExtend, byLimitMask);
     if (!pRule) {

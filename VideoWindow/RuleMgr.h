@@ -35,7 +35,7 @@ public:
     RuleMgr &operator=(const RuleMgr &) = delete;
 
     /** The new rule's id: the lowest free one. -1 for a type that is none, and when all are taken. */
-    long createRule(RuleType type, COLORREF color, void *pExtend, unsigned char byLimitMask);
+    long createRule(RuleType type, COLORREF color, const void *pExtend, unsigned char byLimitMask);
     /** A rule for the picture as it is now, in no slot; null for a type that is none. */
     [[nodiscard]] std::unique_ptr<AbstractRule> makeRule(RuleType type, const void *pExtend,
                                                          unsigned char byLimitMask) const;

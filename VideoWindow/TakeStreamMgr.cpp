@@ -61,14 +61,25 @@ bool TakeStreamMgr::addTask(ThreadTask *pTask, PreviewWork *pWork)
         m_waiting.push_back(pWork);
     }
     // Without the lock: it waits while the queue is full, and tasks that begin take the lock.
-    m_pThreadPool->AddTask(pTask);
+    try {
+        m_pThreadPool->AddTask(pTask);
+    } catch (...) {
+        taken(pWork);
+        throw;
+    }
     return true;
 }
 
 void TakeStreamMgr::queueStart(PreviewStart &start)
 {
+    // Before, since it may come back before addTask() does.
     start.setQueued(m_pThreadPool != nullptr);
-    addTask(&start.task(), &start);
+    try {
+        addTask(&start.task(), &start);
+    } catch (...) {
+        start.setQueued(false);
+        throw;
+    }
 }
 
 void TakeStreamMgr::queueStop(long lPreviewHandel)

@@ -36,6 +36,7 @@ public:
     /**
      * False without a pool: then the task is neither run nor deleted, and stays the caller's. `pWork`: what is settled
      * when the pool ends before the task has begun, and calls taken() when it begins; null for a task that may be lost.
+     * Where memory runs out it throws, and the task stays the caller's.
      */
     bool addTask(publicdatacontroller::ThreadTask *pTask, PreviewWork *pWork = nullptr);
 

@@ -122,16 +122,26 @@ bool VideoWindow::normalScreen()
 bool VideoWindow::batchPreview(long lHandle, const std::vector<PreviewParam> &requests,
                                std::vector<PreviewParam> &handed)
 {
-    return startEach(&VideoWnd::previewStream, lHandle, requests, handed);
+    const auto start = [lHandle](VideoWnd &pane, const PreviewParam &request) {
+        if (!pane.previewStream(request)) {
+            logWarn(logAt(kFile, "bool __cdecl pellora::VideoWindow::batchPreview(long,const class std::vector<struct "
+                                 "pellora::PreviewParam> &,class std::vector<struct pellora::PreviewParam> &)"),
+                    "batch request %d is refused: a start is under way in pane %d of window %d", pane.subHandel(),
+                    pane.subHandel(), lHandle);
+        }
+    };
+    return startEach(start, lHandle, requests, handed);
 }
 
 bool VideoWindow::batchPreviewAsync(long lHandle, const std::vector<PreviewParam> &requests,
                                     std::vector<PreviewParam> &handed)
 {
-    return startEach(&VideoWnd::previewStreamAsync, lHandle, requests, handed);
+    // A device that cannot be started has its line by then.
+    const auto start = [](VideoWnd &pane, const PreviewParam &request) { pane.previewStreamAsync(request); };
+    return startEach(start, lHandle, requests, handed);
 }
 
-bool VideoWindow::startEach(bool (VideoWnd::*pfnStart)(const PreviewParam &), long lHandle,
+bool VideoWindow::startEach(const std::function<void(VideoWnd &, const PreviewParam &)> &start, long lHandle,
                             const std::vector<PreviewParam> &requests, std::vector<PreviewParam> &handed)
 {
     for (std::size_t i = 0; i < requests.size(); ++i) {
@@ -140,7 +150,7 @@ bool VideoWindow::startEach(bool (VideoWnd::*pfnStart)(const PreviewParam &), lo
             continue;
         }
         // The answer tells what was handed over, not what became of it.
-        (pPane->*pfnStart)(requests[i]);
+        start(*pPane, requests[i]);
         handed.push_back(requests[i]);
         handed.back().lHandle = lHandle;
         handed.back().lSubHandel = static_cast<long>(i);

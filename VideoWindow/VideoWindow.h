@@ -31,7 +31,7 @@ struct PreviewStatus;
  *
  * Threads: the GUI thread.
  * Owns:    the panes and the frame through Qt parentage, and the layout. The host's window is the host's; when it goes
- *          first, this one stays as a dead window that every call survives.
+ *          first, this one stays as a dead window on which exports do nothing.
  */
 class VideoWindow : public QWinWidget
 {
@@ -90,7 +90,7 @@ private slots:
     void onNormal();
 
 private:
-    bool startEach(bool (VideoWnd::*pfnStart)(const PreviewParam &), long lHandle,
+    bool startEach(const std::function<void(VideoWnd &, const PreviewParam &)> &start, long lHandle,
                    const std::vector<PreviewParam> &requests, std::vector<PreviewParam> &handed);
 
     VideoWnd *m_pCurWnd = nullptr;

@@ -6,6 +6,7 @@
 #include "logging/LogException.h"
 
 #include <QApplication>
+#include <QScopedValueRollback>
 
 #include <algorithm>
 #include <utility>
@@ -41,6 +42,12 @@ const char *obstacle(HWND hHostWnd)
     return nullptr;
 }
 
+void reportObstacle(HWND hHostWnd, const char *pObstacle)
+{
+    logError(logAt(kFile, "long __cdecl pellora::VideoWindowMgr::createVideoWindow(struct HWND__ *,unsigned char)"),
+             "no video window in %p: %s", hHostWnd, pObstacle);
+}
+
 } // namespace
 
 VideoWindowMgr::VideoWindowMgr() : m_subclass(*new WindowSubclass(&NewWindowProc, L"PelloraNewWindowProc"))
@@ -54,12 +61,22 @@ long VideoWindowMgr::createVideoWindow(HWND hHostWnd, unsigned char embedMode)
     if (pObstacle == nullptr && isGoing(hHostWnd)) {
         pObstacle = "the window is being destroyed";
     }
+    if (pObstacle == nullptr && m_bMaking) {
+        // Windows tells a host of its children while they are made, and Qt 5.15 cannot make two at the same time.
+        pObstacle = "another one is being made";
+    }
     if (pObstacle != nullptr) {
-        logError(logAt(kFile, "long __cdecl pellora::VideoWindowMgr::createVideoWindow(struct HWND__ *,unsigned char)"),
-                 "no video window in %p: %s", hHostWnd, pObstacle);
+        reportObstacle(hHostWnd, pObstacle);
         return -1;
     }
-    auto pWindow = std::make_unique<VideoWindow>(hHostWnd);
+    const QScopedValueRollback<bool> making(m_bMaking, true);
+    std::unique_ptr<VideoWindow> pWindow;
+    try {
+        pWindow = std::make_unique<VideoWindow>(hHostWnd);
+    } catch (const QWinWidget::NoWindow &exception) {
+        reportObstacle(hHostWnd, exception.what());
+        return -1;
+    }
     pWindow->show();
     attachHostWindow(pWindow.get(), embedMode);
     // A window for which there is no slot stays shown and attached; docs/compatibility.md: tenth-window-shown.
@@ -75,8 +92,11 @@ long VideoWindowMgr::pushVideoWindow(VideoWindow *pWindow)
                           [](const VideoWindow *pOther) { return pOther->hasLeftHost(); });
     }
     if (it == m_windows.end()) {
-        logInfo(logAt(kFile, "long __cdecl pellora::VideoWindowMgr::pushVideoWindow(class pellora::VideoWindow *)"),
-                "the container of VideoWindow is full, the max count is: %d", static_cast<int>(kMaxWindows));
+        const LogLocation where =
+            logAt(kFile, "long __cdecl pellora::VideoWindowMgr::pushVideoWindow(class pellora::VideoWindow *)");
+        logInfo(where, "the container of VideoWindow is full, the max count is: %d", static_cast<int>(kMaxWindows));
+        logWarn(where, "a video window in %p gets no handle: it is shown, and stays until its host window is destroyed",
+                pWindow->parentWindow());
         return -1;
     }
     std::unique_ptr<VideoWindow> pDead(std::exchange(*it, pWindow));

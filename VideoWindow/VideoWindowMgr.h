@@ -80,6 +80,8 @@ private:
     /** Hosts whose messages come by, with or without video windows. */
     std::map<HWND, HostEntry> m_hosts;
     DeletionQueue m_deletions;
+    /** A video window and its native windows are being made further down the stack. */
+    bool m_bMaking = false;
 };
 
 /** The window procedure of every host window that holds a video window. */

@@ -216,7 +216,7 @@ bool VideoWnd::closeDraw()
     return m_port.unregisterDraw();
 }
 
-long VideoWnd::createRule(RuleType type, COLORREF color, void *pExtend, unsigned char byLimitMask)
+long VideoWnd::createRule(RuleType type, COLORREF color, const void *pExtend, unsigned char byLimitMask)
 {
     const long lRuleID = m_ruleMgr.createRule(type, color, pExtend, byLimitMask);
     m_ruleEditor.setCreated(lRuleID, type);
@@ -238,7 +238,7 @@ bool VideoWnd::getRuleCoord(long lRuleID, void *pCoord)
     return m_ruleMgr.getRuleCoord(lRuleID, pCoord);
 }
 
-bool VideoWnd::setRuleCoord(long lRuleID, void *pCoord)
+bool VideoWnd::setRuleCoord(long lRuleID, const void *pCoord)
 {
     return m_ruleMgr.setRuleCoode(lRuleID, pCoord);
 }
@@ -258,6 +258,11 @@ bool VideoWnd::setRuleCoordCallback(RuleCoordCallback pfnCallback, long lHandle)
 {
     m_lHandle = lHandle;
     return m_ruleMgr.setRuleCoordCallback(pfnCallback, m_lHandle, m_lSubHandel);
+}
+
+long VideoWnd::subHandel() const
+{
+    return m_lSubHandel;
 }
 
 bool VideoWnd::isPlaying() const

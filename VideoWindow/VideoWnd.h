@@ -82,15 +82,17 @@ public:
     bool openDraw();
     bool closeDraw();
     /** The new rule's id, -1 when there is none. One without geometry is drawn by the mouse next. */
-    long createRule(RuleType type, COLORREF color, void *pExtend, unsigned char byLimitMask);
+    long createRule(RuleType type, COLORREF color, const void *pExtend, unsigned char byLimitMask);
     bool destroyRule(long lRuleID);
     bool clearRule();
     bool getRuleCoord(long lRuleID, void *pCoord);
-    bool setRuleCoord(long lRuleID, void *pCoord);
+    bool setRuleCoord(long lRuleID, const void *pCoord);
     bool setRuleArrowType(long lRuleID, unsigned short wArrowType);
     bool setOriginPos(unsigned short wOriginPos);
     bool setRuleCoordCallback(RuleCoordCallback pfnCallback, long lHandle);
 
+    /** The pane's index in its window. */
+    [[nodiscard]] long subHandel() const;
     [[nodiscard]] bool isPlaying() const;
     /** The window is being destroyed: what still arrives is dropped, and the host is called no more. */
     bool setExit();

@@ -186,11 +186,12 @@ TEST_F(HostProcedureTest, SeesTheEndOfAHostThatHasPutItsOwnProcedureBack)
     m_first.destroy();
 
     EXPECT_TRUE(support::pumpUntil([] { return videoWindows().size() == 9; }));
+    // The others are dead, and open nothing any more.
     std::string path = "a.mkv";
-    EXPECT_EQ(PELLORA_SetVisible(0, 1), 1);
+    EXPECT_EQ(PELLORA_SetVisible(0, 1), 0);
     EXPECT_EQ(PELLORA_FullScreen(0), 0);
-    PELLORA_PreviewFile(0, path.data(), 0, 0);
-    EXPECT_THAT(newCalls(), testing::Contains("Kavun_Play(0, null)"));
+    EXPECT_EQ(PELLORA_PreviewFile(0, path.data(), 0, 0), 0);
+    EXPECT_THAT(newCalls(), testing::IsEmpty());
 }
 
 // ---- slots of windows that died with their hosts ----
@@ -236,6 +237,60 @@ TEST_F(HostProcedureTest, TakesNoHostThatIsBeingDestroyed)
 
     EXPECT_EQ(lHandle, -1);
     EXPECT_EQ(videoWindows().size(), 1U);
+}
+
+// Nothing tells that a window is about to go which has held no video window before.
+TEST_F(HostProcedureTest, LeavesAWindowDeadThatWasMadeWhileAnUnknownHostWasDestroyed)
+{
+    long lHandle = -1;
+    FirstHost::whenReceived([&](UINT nMessage) {
+        if (nMessage == WM_DESTROY) {
+            lHandle = PELLORA_CreateWindow(m_first.handle(), 2);
+        }
+    });
+
+    m_first.destroy();
+    FirstHost::whenReceived(nullptr);
+
+    ASSERT_EQ(lHandle, 0);
+    EXPECT_EQ(PELLORA_SetVisible(lHandle, 1), 0);
+    EXPECT_EQ(PELLORA_SplitScreen(lHandle, 4), 0);
+    EXPECT_EQ(PELLORA_DestroyWindow(lHandle), 1);
+    EXPECT_EQ(PELLORA_CreateWindow(m_second.handle(), 2), 0);
+}
+
+TEST_F(HostProcedureTest, MakesNoWindowInsideTheMakingOfAnother)
+{
+    std::vector<long> handles;
+    FirstHost::whenReceived([&](UINT nMessage) {
+        // Windows tells a host of each child that is made in it, while it is made.
+        if (nMessage == WM_PARENTNOTIFY && handles.empty()) {
+            handles.push_back(PELLORA_CreateWindow(m_first.handle(), 2));
+        }
+    });
+
+    const long lHandle = PELLORA_CreateWindow(m_first.handle(), 2);
+    FirstHost::whenReceived(nullptr);
+
+    EXPECT_EQ(lHandle, 0);
+    EXPECT_THAT(handles, testing::ElementsAre(-1));
+    EXPECT_EQ(videoWindows().size(), 1U);
+    EXPECT_EQ(PELLORA_CreateWindow(m_first.handle(), 2), 1);
+}
+
+TEST_F(HostProcedureTest, MakesNoWindowInAHostThatGoesMeanwhile)
+{
+    FirstHost::whenReceived([&](UINT nMessage) {
+        if (nMessage == WM_PARENTNOTIFY) {
+            FirstHost::whenReceived(nullptr);
+            m_first.destroy();
+        }
+    });
+
+    EXPECT_EQ(PELLORA_CreateWindow(m_first.handle(), 2), -1);
+
+    EXPECT_TRUE(videoWindows().empty());
+    EXPECT_EQ(PELLORA_CreateWindow(m_second.handle(), 2), 0);
 }
 
 } // namespace

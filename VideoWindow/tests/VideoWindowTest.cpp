@@ -9,6 +9,7 @@
 #include <QMouseEvent>
 #include <QScreen>
 
+#include <cstring>
 #include <stdexcept>
 
 using testing::ElementsAre;
@@ -210,6 +211,18 @@ TEST_F(VideoWindowTest, MovesFrameAndCommandsToTheSelectedPane)
     std::string path = "a.mkv";
     PELLORA_PreviewFile(m_lHandle, path.data(), 0, 0);
     EXPECT_THAT(newCalls(), testing::Contains("Kavun_Play(0, " + pictureWindow(m_panes[4]) + ")"));
+}
+
+TEST_F(VideoWindowTest, KeepsACurrentPaneThatTheGridDoesNotShow)
+{
+    PELLORA_SplitScreen(m_lHandle, 9);
+    PELLORA_SetCurWnd(m_lHandle, 5);
+    PELLORA_SplitScreen(m_lHandle, 1);
+
+    EXPECT_THAT(shownPanes(), ElementsAre(0));
+    std::string path = "a.mkv";
+    PELLORA_PreviewFile(m_lHandle, path.data(), 0, 0);
+    EXPECT_THAT(newCalls(), testing::Contains("Kavun_Play(0, " + pictureWindow(m_panes[5]) + ")"));
 }
 
 TEST_F(VideoWindowTest, SelectsAPaneThatIsLeftClicked)
@@ -478,13 +491,13 @@ TEST_F(VideoWindowTest, TakesItsGeometryInTheHostsClientPixels)
 {
     m_log.clear();
     EXPECT_EQ(PELLORA_SetGeometry(m_lHandle, 11, 22, 333, 222), 1);
+    EXPECT_THAT(m_log.lines(), IsEmpty());
     EXPECT_EQ(PELLORA_SetGeometry(3, 11, 22, 333, 222), 0);
 
     RECT place = {};
     GetWindowRect(nativeWindow(m_pWindow), &place);
     MapWindowPoints(nullptr, m_pHost->handle(), reinterpret_cast<POINT *>(&place), 2);
     EXPECT_THAT((std::vector<long>{place.left, place.top, place.right, place.bottom}), ElementsAre(11, 22, 344, 244));
-    EXPECT_THAT(m_log.lines(), IsEmpty());
 }
 
 class ClipAreaTest : public VideoWindowTest
@@ -560,6 +573,71 @@ TEST_F(ClipAreaTest, CutsAllFourRectangles)
     EXPECT_EQ(PELLORA_SetClipArea(m_lHandle, &area), 1);
 
     expectHoles({{0, 0, 10, 10}, {20, 0, 30, 10}, {40, 0, 50, 10}, {60, 0, 90, 30}}, {0, 2, 4, 8});
+}
+
+/** A clip record of six rectangles, of which two lie behind it, at the end of the memory that can be read. */
+class LongClipArea
+{
+public:
+    LongClipArea()
+        : m_pPages(
+              static_cast<unsigned char *>(VirtualAlloc(nullptr, 2 * kPage, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE)))
+    {
+        DWORD nOld = 0;
+        VirtualProtect(m_pPages + kPage, kPage, PAGE_NOACCESS, &nOld);
+        const RECT last = {200, 200, 240, 230};
+        // The fifth is made of the radii and of the number.
+        get()->wRadius[0] = 300;
+        get()->wRadius[2] = 310;
+        get()->wNum = kCount;
+        const LONG nBottom = 330;
+        std::memcpy(m_pPages + kPage - sizeof(last) - sizeof(nBottom), &nBottom, sizeof(nBottom));
+        std::memcpy(m_pPages + kPage - sizeof(last), &last, sizeof(last));
+    }
+    ~LongClipArea()
+    {
+        VirtualFree(m_pPages, 0, MEM_RELEASE);
+    }
+    LongClipArea(const LongClipArea &) = delete;
+    LongClipArea &operator=(const LongClipArea &) = delete;
+
+    [[nodiscard]] tagPELLORA_CLIP_AREA *get() const
+    {
+        return reinterpret_cast<tagPELLORA_CLIP_AREA *>(m_pPages + kPage - kCount * sizeof(tagPELLORA_RECT));
+    }
+
+    static constexpr unsigned short kCount = 6;
+
+private:
+    static constexpr std::size_t kPage = 4096;
+
+    unsigned char *m_pPages;
+};
+
+TEST_F(ClipAreaTest, ReadsOnBehindTheRecordAsFarAsItClaims)
+{
+    const LongClipArea area;
+
+    EXPECT_EQ(PELLORA_SetClipArea(m_lHandle, area.get()), 1);
+
+    expectHoles({{0, 0, 0, 0}, {0, 0, 0, 0}, {0, 0, 0, 0}, {0, 0, 0, 0}, {300, 310, 6, 330}, {200, 200, 240, 230}},
+                {300, 0, 310, 0, LongClipArea::kCount, 0});
+}
+
+TEST_F(ClipAreaTest, CutsNothingWhenTheRecordClaimsMoreThanCanBeRead)
+{
+    const LongClipArea area;
+    tagPELLORA_CLIP_AREA before = {{{10, 10, 60, 40}, {}, {}, {}}, {0, 0, 0, 0}, 1};
+    EXPECT_EQ(PELLORA_SetClipArea(m_lHandle, &before), 1);
+    area.get()->wNum = LongClipArea::kCount + 1;
+    m_log.clear();
+
+    EXPECT_EQ(PELLORA_SetClipArea(m_lHandle, area.get()), 0);
+    EXPECT_EQ(PELLORA_SetClipArea(m_lHandle, reinterpret_cast<tagPELLORA_CLIP_AREA *>(0x10)), 0);
+
+    expectHoles({{10, 10, 60, 40}}, {0});
+    const std::string line = "WARN PELLORA_SetClipArea: the memory of the record ends before its rectangles do";
+    EXPECT_THAT(m_log.texts(), ElementsAre(line, line));
 }
 
 TEST_F(ClipAreaTest, NeedsAWindowAndARecord)
