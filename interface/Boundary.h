@@ -1,7 +1,7 @@
 #ifndef INTERFACE_BOUNDARY_H
 #define INTERFACE_BOUNDARY_H
 
-#include "logging/LogException.h"
+#include "interface/Refusal.h"
 
 namespace pellora
 {
@@ -33,6 +33,7 @@ Result guarded(const LogLocation &where, Result failure, Body body) noexcept
 {
     try {
         if (isUserInterfaceThread()) {
+            noteCall(where);
             return static_cast<Result>(body());
         }
         reportWrongThread(where);

@@ -2,8 +2,8 @@
 
 #include "VideoWindow/HostMemory.h"
 
+#include <algorithm>
 #include <cstring>
-#include <iterator>
 
 namespace pellora
 {
@@ -32,37 +32,46 @@ private:
     HRGN m_hRegion;
 };
 
-/** Copies an array element of the record; one beyond the array lies in what follows it in the host's memory. */
+/**
+ * Copies an array element of the record, which may lie at any address; one beyond the array lies in what follows it in
+ * the host's memory.
+ */
 template <typename Element>
-Element elementAt(const tagPELLORA_CLIP_AREA &area, std::size_t nArrayOffset, std::size_t nIndex)
+Element elementAt(const tagPELLORA_CLIP_AREA *pArea, std::size_t nArrayOffset, std::size_t nIndex)
 {
     Element element{};
-    const auto *pArray = reinterpret_cast<const unsigned char *>(&area) + nArrayOffset;
+    const auto *pArray = reinterpret_cast<const unsigned char *>(pArea) + nArrayOffset;
     std::memcpy(&element, pArray + nIndex * sizeof(element), sizeof(element));
     return element;
 }
 
-/** The holes that can be read: all that the record claims, unless the host's memory ends before. */
-std::size_t countHoles(const tagPELLORA_CLIP_AREA &area)
+std::size_t countOf(const tagPELLORA_CLIP_AREA *pArea)
 {
-    constexpr std::size_t kHoleSize = sizeof(area.struRect[0]);
-    if (area.wNum <= std::size(area.struRect)) {
-        return area.wNum;
-    }
-    // From the fifth on each rectangle ends behind its radius.
-    return readableBytes(&area, area.wNum * kHoleSize) / kHoleSize;
+    return elementAt<unsigned short>(pArea, offsetof(tagPELLORA_CLIP_AREA, wNum), 0);
 }
 
 } // namespace
 
-void clipWindow(HWND hWnd, int nWidth, int nHeight, const tagPELLORA_CLIP_AREA &area)
+bool isReadable(const tagPELLORA_CLIP_AREA *pArea)
+{
+    // Not with the padding behind the last field: a host that lays the record out by hand may leave it out.
+    constexpr std::size_t kRecord = offsetof(tagPELLORA_CLIP_AREA, wNum) + sizeof(tagPELLORA_CLIP_AREA::wNum);
+    if (readableBytes(pArea, kRecord) < kRecord) {
+        return false;
+    }
+    // From the fifth on each rectangle ends behind its radius.
+    const std::size_t nNeeded = std::max(kRecord, countOf(pArea) * sizeof(tagPELLORA_RECT));
+    return readableBytes(pArea, nNeeded) == nNeeded;
+}
+
+void clipWindow(HWND hWnd, int nWidth, int nHeight, const tagPELLORA_CLIP_AREA *pArea)
 {
     const Region region(CreateRectRgn(0, 0, nWidth, nHeight));
     // Not limited to the record's four; docs/compatibility.md: clip-count.
-    const std::size_t nHoles = countHoles(area);
-    for (std::size_t i = 0; i < nHoles; ++i) {
-        const auto rect = elementAt<tagPELLORA_RECT>(area, offsetof(tagPELLORA_CLIP_AREA, struRect), i);
-        const auto wRadius = elementAt<unsigned short>(area, offsetof(tagPELLORA_CLIP_AREA, wRadius), i);
+    const std::size_t nCount = countOf(pArea);
+    for (std::size_t i = 0; i < nCount; ++i) {
+        const auto rect = elementAt<tagPELLORA_RECT>(pArea, offsetof(tagPELLORA_CLIP_AREA, struRect), i);
+        const auto wRadius = elementAt<unsigned short>(pArea, offsetof(tagPELLORA_CLIP_AREA, wRadius), i);
         const Region part(CreateRoundRectRgn(rect.left, rect.top, rect.right, rect.bottom, wRadius, wRadius));
         CombineRgn(region.get(), region.get(), part.get(), RGN_DIFF);
     }

@@ -6,8 +6,11 @@
 namespace pellora
 {
 
-/** Gives the window its full rectangle less the holes. The record may claim more holes than it has room for. */
-void clipWindow(HWND hWnd, int nWidth, int nHeight, const tagPELLORA_CLIP_AREA &area);
+/** True when the record can be read with all the holes that it claims, which may be more than it has room for. */
+[[nodiscard]] bool isReadable(const tagPELLORA_CLIP_AREA *pArea);
+
+/** Gives the window its full rectangle less the holes of a record that is readable; it may lie at an odd address. */
+void clipWindow(HWND hWnd, int nWidth, int nHeight, const tagPELLORA_CLIP_AREA *pArea);
 
 } // namespace pellora
 

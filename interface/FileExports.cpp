@@ -5,7 +5,7 @@
 
 using namespace pellora;
 
-int PELLORA_PreviewFile(long lHandle, char *pFileName, unsigned char byLoop, unsigned char byOpenDraw) noexcept
+int PELLORA_PreviewFile(long lHandle, const char *pFileName, unsigned char byLoop, unsigned char byOpenDraw) noexcept
 {
     const LogLocation where = exportAt("int __cdecl PELLORA_PreviewFile(long,char *,unsigned char,unsigned char)");
     logCallWithText(where, "PELLORA_PreviewFile: lHandle: %d, pFileName: %s", pFileName, lHandle);

@@ -10,10 +10,10 @@ int PELLORA_SplitScreen(long lHandle, unsigned short wSplitNum) noexcept
     logCall(where, "PELLORA_SplitScreen: lHandle: %d, wSplitNum: %d", lHandle, wSplitNum);
     return onWindow<int>(where, lHandle, [&](VideoWindow &window) {
         if (wSplitNum != 1 && wSplitNum != 4 && wSplitNum != 9) {
-            return 0;
+            return refuse(where, "there is no split into %d, only into 1, 4 and 9", wSplitNum);
         }
         window.splitScreen(wSplitNum);
-        return 1;
+        return true;
     });
 }
 
@@ -39,9 +39,9 @@ int PELLORA_SetCurWnd(long lHandle, long lSubHandel) noexcept
         // No current pane to fall back to: -1 names none here.
         VideoWnd *pPane = window.getWnd(lSubHandel);
         if (pPane == nullptr) {
-            return 0;
+            return refusePane(where, lHandle, lSubHandel);
         }
         emit pPane->signalSelected();
-        return 1;
+        return true;
     });
 }

@@ -61,6 +61,7 @@ void sayHello(const LogLocation &where)
     logInfo(where, "==================Pellora Begin==================");
     logInfo(where, "CorvaneMgr: %p", corvane::CorvaneMgr::getInstance());
     logInfo(where, "CLog: %p", Base::CLog::getInstance());
+    logInfo(where, "Pellora %s", PELLORA_VERSION_TEXT);
     if (!corvane::CorvaneMgr::getInstance()->isInit()) {
         reportStart(where, QCoreApplication::instance() != nullptr
                                ? "the host's application object is no QApplication: no window can be made"

@@ -10,11 +10,13 @@
  *            call changes nothing, logs an error and returns its failure value. That thread must run a message loop
  *            (GetMessage/DispatchMessage is enough). Host callbacks are called on it too.
  * RESULTS    An int is 1 for success and 0 for failure unless a function says otherwise; a value is 0 when it is not
- *            known. The reason of a failure is in the log. No function throws.
+ *            known. The reason of a failure is in the log: one WARN line for a call that is refused, or, where its
+ *            handle names no window, a line on standard error. No function throws.
  * WINDOWS    lHandle is the number of a video window, 0 to 8. Each window holds nine panes, of which 1, 4 or 9 are
- *            shown; one pane is the current one (framed). A command takes the current pane, or the pane whose index,
- *            0 to 8 in reading order, is lSubHandel; there PELLORA_CURRENT_PANE stands for the current one. With a
- *            handle or index that names nothing a call returns 0.
+ *            shown; one pane is the current one (framed), at first pane 0. A command takes the current pane, or the
+ *            pane whose index, 0 to 8 in reading order, is lSubHandel; there PELLORA_CURRENT_PANE stands for the
+ *            current one. With a handle or index that names nothing a call returns 0. So it does for a window whose
+ *            host window has been destroyed; only PELLORA_DestroyWindow does its work there.
  * OWNERSHIP  Records, buffers and texts belong to the caller and are used during the call only. Texts end with a
  *            zero byte. A null record makes a call that needs it return 0.
  * CALLBACKS  Every function may be called from inside a callback, PELLORA_DestroyWindow too. What a callback receives
@@ -22,8 +24,10 @@
  * UNITS      Pixels are device pixels. Coordinates in thousandths run from 0 (left or top edge of the picture) to
  *            1000 (right or bottom edge).
  *
- * Before PELLORA_Init and after PELLORA_Fini there is no failure of its own: calls answer by what they find, so that
- * windows that outlive PELLORA_Fini can still be destroyed, and work again after the next PELLORA_Init.
+ * Before PELLORA_Init and after PELLORA_Fini calls answer by what they find. There is no video window before the first
+ * PELLORA_Init unless the host has a QApplication of its own; without one PELLORA_CreateWindow answers
+ * PELLORA_NO_WINDOW and every other call what it answers without a window. Windows that outlive PELLORA_Fini can be
+ * destroyed, and work again after the next PELLORA_Init.
  */
 #ifndef PELLORA_H
 #define PELLORA_H
@@ -43,9 +47,10 @@ extern "C" {
 
 /**
  * Starts the library: the application object when the process has none, the logger (configured by
- * addon.log4cxx.properties beside the library), the look of the windows. Call it first, on the thread that will own
- * the windows. The library stays in the process from then on; FreeLibrary afterwards is harmless. May be called again
- * after PELLORA_Fini.
+ * addon.log4cxx.properties beside the library), the workers that start previews, the look of the windows. Call it on
+ * the thread that will own the windows. Calls before it are allowed and answer by what they find: a callback that is
+ * set has no window to be set for. The library stays in the process from PELLORA_Init on; FreeLibrary afterwards is
+ * harmless. May be called again after PELLORA_Fini.
  *
  * Always 1 on the right thread; a step that fails is in the log, and the next one is taken. Where the host's own
  * application object is a QCoreApplication or a QGuiApplication there can be no widgets: that is an error line, also on
@@ -63,8 +68,9 @@ int PELLORA_Fini(void) PELLORA_NOEXCEPT;
  * to set (PELLORA_SetGeometry).
  *
  * hwnd       the host's window: alive, made by the calling thread. It is subclassed until its last video window is
- *            destroyed. When it is destroyed first, its video windows go blank for good; calls on them are harmless,
- *            and PELLORA_DestroyWindow still frees their handles.
+ *            destroyed. When it is destroyed first, its video windows are dead: every function answers its failure
+ *            value, with a WARN line that says so, except PELLORA_DestroyWindow, which ends what played there and frees
+ *            the handle.
  * embedMode  PELLORA_EMBED_MODE: how the video stays visible above a page drawn by Chromium, at each paint of the host.
  *            PELLORA_EMBED_RENDER_WIDGET makes the "Chrome_RenderWidgetHostHWND" child transparent and puts it behind
  *            the video, PELLORA_EMBED_D3D_WINDOW puts the video directly behind the "Intermediate D3D Window" child,
@@ -99,11 +105,14 @@ int PELLORA_SetGeometry(long lHandle, int x, int y, int width, int height) PELLO
 /**
  * Cuts holes into the window, through which the host's own content shows. Replaces the earlier holes; wNum 0 closes
  * them all. Does not follow later changes of the window's size: call it again then. wNum is not checked against 4:
- * the host answers for the memory behind the record.
+ * what lies behind the record is read, and where its memory ends before the rectangles the call is refused.
  */
-int PELLORA_SetClipArea(long lHandle, tagPELLORA_CLIP_AREA *pArea) PELLORA_NOEXCEPT;
+int PELLORA_SetClipArea(long lHandle, const tagPELLORA_CLIP_AREA *pArea) PELLORA_NOEXCEPT;
 
-/** Shows 1, 4 or 9 panes, from the first one; other numbers: 0. Panes that are not shown go on playing. */
+/**
+ * Shows 1, 4 or 9 panes, from the first one; other numbers: 0. A new window shows one. Panes that are not shown go on
+ * playing, and the current pane stays current, shown or not.
+ */
 int PELLORA_SplitScreen(long lHandle, unsigned short wSplitNum) PELLORA_NOEXCEPT;
 
 /** Covers the screen that the window is on. */
@@ -183,7 +192,8 @@ int PELLORA_SetIntelData(long lHandle, unsigned short wOpen) PELLORA_NOEXCEPT;
  *
  * 0 when the file cannot be opened; what played before has ended all the same.
  */
-int PELLORA_PreviewFile(long lHandle, char *pFileName, unsigned char byLoop, unsigned char byOpenDraw) PELLORA_NOEXCEPT;
+int PELLORA_PreviewFile(long lHandle, const char *pFileName, unsigned char byLoop,
+                        unsigned char byOpenDraw) PELLORA_NOEXCEPT;
 
 /**
  * Ends the file; its overlay, rules and loop end with it. A file-end callback stays for the next file. A live preview
@@ -228,7 +238,7 @@ unsigned long PELLORA_GetPlayPos(long lHandle) PELLORA_NOEXCEPT;
 unsigned long PELLORA_GetFileTime(long lHandle) PELLORA_NOEXCEPT;
 
 /** Length in seconds of a file that is not played. No window is needed. The name's spelling stays. */
-unsigned long PELLORA_GetFileTimeNoPriview(char *pFileName) PELLORA_NOEXCEPT;
+unsigned long PELLORA_GetFileTimeNoPriview(const char *pFileName) PELLORA_NOEXCEPT;
 
 /**
  * Recording times of the file's first and last picture. Always 0, also when the records were filled: zero them first
@@ -242,9 +252,10 @@ int PELLORA_GetSystemTime(long lHandle, tagPELLORA_SYSTEM_TIME *pTime) PELLORA_N
 
 /**
  * Sets the function that is called at each end of a file in the current pane, with lHandle; null clears it, and with
- * it a loop that runs. A callback set before a file is opened is kept and used for it.
+ * it a loop that runs. It may be set before a file is opened, and is kept for later files of the pane.
  *
- * 1 when the player has taken it, else 0: so also when it is only kept, because no file is open.
+ * 1 when the player has taken it, which it can only while something plays in the pane. 0 otherwise, although the
+ * callback is kept and will be called: 0 is no failure there.
  */
 unsigned long PELLORA_SetFileEndCallback(long lHandle, PELLORA_FILE_END_CB pfnCallback) PELLORA_NOEXCEPT;
 
@@ -274,7 +285,7 @@ int PELLORA_Screenshot(long lHandle, tagPELLORA_CROP_PIC_INFO *pInfo) PELLORA_NO
  * same part of the picture when a camera comes back at another resolution. A region without width or height in pixels:
  * 0, nothing changes.
  */
-int PELLORA_SetDisplayRegion(long lHandle, tagPELLORA_RECT *pRect, long lSubHandel) PELLORA_NOEXCEPT;
+int PELLORA_SetDisplayRegion(long lHandle, const tagPELLORA_RECT *pRect, long lSubHandel) PELLORA_NOEXCEPT;
 
 /* ---- sound of the current pane ---- */
 
@@ -333,7 +344,7 @@ int PELLORA_CloseDraw(long lHandle, long lSubHandel) PELLORA_NOEXCEPT;
  * exist; 0 also when there is no such window or pane.
  */
 long PELLORA_CreateRule(long lHandle, unsigned short wRuleType, unsigned long dwRed, unsigned long dwGreen,
-                        unsigned long dwBlue, void *pExtend, unsigned char byLimitMask,
+                        unsigned long dwBlue, const void *pExtend, unsigned char byLimitMask,
                         long lSubHandel) PELLORA_NOEXCEPT;
 
 /** Removes a rule. 1 for 0 to 63, also without such a rule. */
@@ -346,7 +357,7 @@ int PELLORA_ClearRule(long lHandle, long lSubHandel) PELLORA_NOEXCEPT;
 int PELLORA_GetRuleCoord(long lHandle, long lRuleID, void *pCoord, long lSubHandel) PELLORA_NOEXCEPT;
 
 /** Gives a rule the coordinates in the record of its type, kept within the edges of its limit mask. */
-int PELLORA_SetRuleCoord(long lHandle, long lRuleID, void *pCoord, long lSubHandel) PELLORA_NOEXCEPT;
+int PELLORA_SetRuleCoord(long lHandle, long lRuleID, const void *pCoord, long lSubHandel) PELLORA_NOEXCEPT;
 
 /**
  * Sets the function that is told what the user does to the pane's rules, with lHandle; null: none.

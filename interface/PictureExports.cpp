@@ -19,16 +19,13 @@ unsigned long pixels(unsigned long nThousandths, long nExtent)
     return static_cast<unsigned long>(std::clamp(fPixels, 0.0, static_cast<double>(MAXDWORD)));
 }
 
-bool takeScreenshot(VideoWnd &pane, tagPELLORA_CROP_PIC_INFO &info)
+bool takeScreenshot(PanePort &port, tagPELLORA_CROP_PIC_INFO &info)
 {
     // Without a picture both stay 0, and the player says what is wrong.
     long nWidth = 0;
     long nHeight = 0;
-    pane.port().getPictureSize(nWidth, nHeight);
+    port.getPictureSize(nWidth, nHeight);
     unsigned long *pRect = info.pCropRect;
-    if (pRect == nullptr) {
-        return false;
-    }
     // In the host's own rectangle; docs/compatibility.md: screenshot-in-place.
     pRect[0] = pixels(pRect[0], nWidth);
     pRect[1] = pixels(pRect[1], nHeight);
@@ -36,7 +33,7 @@ bool takeScreenshot(VideoWnd &pane, tagPELLORA_CROP_PIC_INFO &info)
     pRect[3] = pixels(pRect[3], nHeight);
     CROP_PIC_INFO request{};
     std::memcpy(&request, &info, sizeof(request));
-    const bool bDone = pane.port().screenshot(&request);
+    const bool bDone = port.screenshot(&request);
     std::memcpy(&info, &request, sizeof(request));
     return bDone;
 }
@@ -47,9 +44,10 @@ int PELLORA_GetPictureSize(long lHandle, tagPELLORA_POINT *pSize) noexcept
 {
     const LogLocation where = exportAt("int __cdecl PELLORA_GetPictureSize(long,struct tagPELLORA_POINT *)");
     logCall(where, "PELLORA_GetPictureSize: lHandle: %d.", lHandle);
-    return onCurrentPane<int>(where, lHandle, [&](VideoWnd &pane) {
-        return pSize != nullptr && pane.port().getPictureSize(pSize->x, pSize->y);
-    });
+    if (pSize == nullptr) {
+        return refuse(where, "pSize is null");
+    }
+    return onCurrentPort<int>(where, lHandle, [&](PanePort &port) { return port.getPictureSize(pSize->x, pSize->y); });
 }
 
 int PELLORA_Capture(long lHandle, unsigned char *pJpeg, unsigned long dwBufSize, unsigned long *pJpegSize) noexcept
@@ -65,15 +63,17 @@ int PELLORA_Screenshot(long lHandle, tagPELLORA_CROP_PIC_INFO *pInfo) noexcept
 {
     const LogLocation where = exportAt("int __cdecl PELLORA_Screenshot(long,struct tagPELLORA_CROP_PIC_INFO *)");
     logCall(where, "PELLORA_Screenshot: lHandle: %d", lHandle);
-    return onCurrentPane<int>(where, lHandle,
-                              [&](VideoWnd &pane) { return pInfo != nullptr && takeScreenshot(pane, *pInfo); });
+    if (pInfo == nullptr || pInfo->pCropRect == nullptr) {
+        return refuse(where, pInfo == nullptr ? "pInfo is null" : "pCropRect is null");
+    }
+    return onCurrentPort<int>(where, lHandle, [&](PanePort &port) { return takeScreenshot(port, *pInfo); });
 }
 
-int PELLORA_SetDisplayRegion(long lHandle, tagPELLORA_RECT *pRect, long lSubHandel) noexcept
+int PELLORA_SetDisplayRegion(long lHandle, const tagPELLORA_RECT *pRect, long lSubHandel) noexcept
 {
     const LogLocation where = exportAt("int __cdecl PELLORA_SetDisplayRegion(long,struct tagPELLORA_RECT *,long)");
     logCall(where, "PELLORA_SetDisplayRegion: lHandle: %d, lSubHandel: %d", lHandle, lSubHandel);
-    return onPane<int>(where, lHandle, lSubHandel, [&](VideoWnd &pane) {
+    return onSource<int>(where, lHandle, lSubHandel, [&](VideoWnd &pane) {
         if (pRect == nullptr) {
             return pane.setDisplayRegion(nullptr);
         }

@@ -34,10 +34,22 @@ void logCallWithAddress(const LogLocation &where, const char *pFormat, const cha
     }
 }
 
-bool isAcceptable(const tagPELLORA_PREVIEW_PARAM &param)
+/** Whether the request can be one, whatever the window; a warning says why it cannot. */
+bool isAcceptable(const LogLocation &where, const tagPELLORA_PREVIEW_PARAM &param) noexcept
 {
-    return param.userID >= 0 && param.lChannel != 0 && param.streamType >= 0 && param.streamType <= 2 &&
-           param.openDraw <= 1;
+    if (param.userID < 0) {
+        return refuse(where, "userID %d is no log-in", param.userID);
+    }
+    if (param.lChannel == 0) {
+        return refuse(where, "there is no lChannel 0, the first one is 1");
+    }
+    if (param.streamType < 0 || param.streamType > 2) {
+        return refuse(where, "there is no streamType %d, only 0, 1 and 2", param.streamType);
+    }
+    if (param.openDraw > 1) {
+        return refuse(where, "openDraw is %d, and has to be 0 or 1", param.openDraw);
+    }
+    return true;
 }
 
 PreviewParam requestOf(const tagPELLORA_PREVIEW_PARAM &param)
@@ -101,11 +113,14 @@ int PELLORA_PreviewStream(long lHandle, tagPELLORA_PREVIEW_PARAM param) noexcept
     const LogLocation where = exportAt("int __cdecl PELLORA_PreviewStream(long,struct tagPELLORA_PREVIEW_PARAM)");
     logCallWithAddress(where, "PELLORA_PreviewStream, lHandle: %d, userID: %d, streamType: %d, openDraw: %d, url: %s",
                        param.url, lHandle, param.userID, param.streamType, param.openDraw);
-    if (!isAcceptable(param)) {
+    if (!isAcceptable(where, param)) {
         return 0;
     }
-    // The address is not handed on: a single preview runs on its log-in's; docs/compatibility.md: single-ignores-url.
-    return onCurrentPane<int>(where, lHandle, &VideoWnd::previewStream, requestOf(param));
+    return onCurrentPane<int>(where, lHandle, [&](VideoWnd &pane) {
+        // Without the address: a single preview runs on its log-in's; docs/compatibility.md: single-ignores-url.
+        return pane.previewStream(requestOf(param)) ||
+               refuse(where, "a start is under way in pane %d of window %d", pane.subHandel(), lHandle);
+    });
 }
 
 int PELLORA_StopPreviewStream(long lHandle) noexcept

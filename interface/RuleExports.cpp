@@ -68,6 +68,17 @@ int onPaneOrAll(const LogLocation &where, long lHandle, long lSubHandel, Operati
     });
 }
 
+/** As onPane, with an operation on a rule, which fails when the pane has none of this kind with the number. */
+template <typename Operation, typename... Arguments>
+int onRule(const LogLocation &where, const char *pKind, long lHandle, long lRuleID, long lSubHandel,
+           Operation operation, Arguments... arguments) noexcept
+{
+    return onPane<int>(where, lHandle, lSubHandel, [&](VideoWnd &pane) {
+        return std::invoke(operation, pane, lRuleID, arguments...) ||
+               refuse(where, "pane %d of window %d has no %s %d", pane.subHandel(), lHandle, pKind, lRuleID);
+    });
+}
+
 } // namespace
 
 int PELLORA_SetOriginPos(long lHandle, unsigned short wOriginPos, long lSubHandel) noexcept
@@ -76,7 +87,7 @@ int PELLORA_SetOriginPos(long lHandle, unsigned short wOriginPos, long lSubHande
     logCall(where, "PELLORA_SetOriginPos: lHandle: %d, wOriginPos: %d, lSubHandel: %d.", lHandle, wOriginPos,
             lSubHandel);
     if (wOriginPos != PELLORA_ORIGIN_TOP_LEFT && wOriginPos != PELLORA_ORIGIN_BOTTOM_LEFT) {
-        return 0;
+        return refuse(where, "there is no origin %d, only 1 and 2", wOriginPos);
     }
     return onPane<int>(where, lHandle, lSubHandel, &VideoWnd::setOriginPos, wOriginPos);
 }
@@ -85,32 +96,38 @@ int PELLORA_OpenDraw(long lHandle, long lSubHandel) noexcept
 {
     const LogLocation where = exportAt("int __cdecl PELLORA_OpenDraw(long,long)");
     logCall(where, "PELLORA_OpenDraw: lHandle: %d, lSubHandel: %d.", lHandle, lSubHandel);
-    return onPane<int>(where, lHandle, lSubHandel, &VideoWnd::openDraw);
+    return onSource<int>(where, lHandle, lSubHandel, &VideoWnd::openDraw);
 }
 
 int PELLORA_CloseDraw(long lHandle, long lSubHandel) noexcept
 {
     const LogLocation where = exportAt("int __cdecl PELLORA_CloseDraw(long,long)");
     logCall(where, "PELLORA_CloseDraw: lHandle: %d, lSubHandel: %d.", lHandle, lSubHandel);
-    return onPane<int>(where, lHandle, lSubHandel, &VideoWnd::closeDraw);
+    return onSource<int>(where, lHandle, lSubHandel, &VideoWnd::closeDraw);
 }
 
 // docs/compatibility.md: create-rule-answers-0.
 long PELLORA_CreateRule(long lHandle, unsigned short wRuleType, unsigned long dwRed, unsigned long dwGreen,
-                        unsigned long dwBlue, void *pExtend, unsigned char byLimitMask, long lSubHandel) noexcept
+                        unsigned long dwBlue, const void *pExtend, unsigned char byLimitMask, long lSubHandel) noexcept
 {
     const LogLocation where = exportAt("long __cdecl PELLORA_CreateRule(long,unsigned short,unsigned long,"
                                        "unsigned long,unsigned long,void *,unsigned char,long)");
     logCreateRule(where, lHandle, lSubHandel, wRuleType, pExtend);
-    return onPane<long>(where, lHandle, lSubHandel, &VideoWnd::createRule, static_cast<RuleType>(wRuleType),
-                        colorOf(dwRed, dwGreen, dwBlue), pExtend, byLimitMask);
+    return onPane<long>(where, lHandle, lSubHandel, [&](VideoWnd &pane) {
+        const auto type = static_cast<RuleType>(wRuleType);
+        const long lRuleID = pane.createRule(type, colorOf(dwRed, dwGreen, dwBlue), pExtend, byLimitMask);
+        if (familyOf(type) == RuleFamily::None) {
+            refuse(where, "there is no rule type %d", wRuleType);
+        }
+        return lRuleID;
+    });
 }
 
 int PELLORA_DestroyRule(long lHandle, long lRuleID, long lSubHandel) noexcept
 {
     const LogLocation where = exportAt("int __cdecl PELLORA_DestroyRule(long,long,long)");
     logCall(where, "PELLORA_DestroyRule: lHandle: %d, lSubHandel: %d, lRuleID: %d", lHandle, lSubHandel, lRuleID);
-    return onPane<int>(where, lHandle, lSubHandel, &VideoWnd::destroyRule, lRuleID);
+    return onRule(where, "rule", lHandle, lRuleID, lSubHandel, &VideoWnd::destroyRule);
 }
 
 int PELLORA_ClearRule(long lHandle, long lSubHandel) noexcept
@@ -124,14 +141,20 @@ int PELLORA_GetRuleCoord(long lHandle, long lRuleID, void *pCoord, long lSubHand
 {
     const LogLocation where = exportAt("int __cdecl PELLORA_GetRuleCoord(long,long,void *,long)");
     logCall(where, "PELLORA_GetRuleCoord: lHandle: %d, lSubHandel: %d, lRuleID: %d", lHandle, lSubHandel, lRuleID);
-    return onPane<int>(where, lHandle, lSubHandel, &VideoWnd::getRuleCoord, lRuleID, pCoord);
+    if (pCoord == nullptr) {
+        return refuse(where, "pCoord is null");
+    }
+    return onRule(where, "rule", lHandle, lRuleID, lSubHandel, &VideoWnd::getRuleCoord, pCoord);
 }
 
-int PELLORA_SetRuleCoord(long lHandle, long lRuleID, void *pCoord, long lSubHandel) noexcept
+int PELLORA_SetRuleCoord(long lHandle, long lRuleID, const void *pCoord, long lSubHandel) noexcept
 {
     const LogLocation where = exportAt("int __cdecl PELLORA_SetRuleCoord(long,long,void *,long)");
     logCall(where, "PELLORA_SetRuleCoord: lHandle: %d, lSubHandel: %d, lRuleID: %d", lHandle, lSubHandel, lRuleID);
-    return onPane<int>(where, lHandle, lSubHandel, &VideoWnd::setRuleCoord, lRuleID, pCoord);
+    if (pCoord == nullptr) {
+        return refuse(where, "pCoord is null");
+    }
+    return onRule(where, "rule", lHandle, lRuleID, lSubHandel, &VideoWnd::setRuleCoord, pCoord);
 }
 
 int PELLORA_SetRuleCoordCallback(long lHandle, pfnRuleCoordCB pfnCallback, long lSubHandel) noexcept
@@ -150,5 +173,5 @@ int PELLORA_SetRuleArrowType(long lHandle, long lRuleID, unsigned short wArrowTy
     // docs/compatibility.md: log-rule-id-as-pointer.
     logCall(where, "PELLORA_SetRuleArrowType: lHandle: %d, lSubHandel: %d, lRuleID: %p, wArrowType: %d.", lHandle,
             lSubHandel, reinterpret_cast<void *>(static_cast<INT_PTR>(lRuleID)), wArrowType);
-    return onPane<int>(where, lHandle, lSubHandel, &VideoWnd::setRuleArrowType, lRuleID, wArrowType);
+    return onRule(where, "rule with arrows", lHandle, lRuleID, lSubHandel, &VideoWnd::setRuleArrowType, wArrowType);
 }

@@ -60,7 +60,7 @@ unsigned long PELLORA_GetFileTime(long lHandle) noexcept
     return onCurrentPort<unsigned long>(where, lHandle, &PanePort::getFileTime);
 }
 
-unsigned long PELLORA_GetFileTimeNoPriview(char *pFileName) noexcept
+unsigned long PELLORA_GetFileTimeNoPriview(const char *pFileName) noexcept
 {
     const LogLocation where = exportAt("unsigned long __cdecl PELLORA_GetFileTimeNoPriview(char *)");
     logCallWithText(where, "PELLORA_GetFileTimeNoPriview: pFileName: %s.", pFileName);
@@ -72,11 +72,11 @@ int PELLORA_GetSystemFileTime(long lHandle, tagPELLORA_SYSTEM_TIME *pStart, tagP
     const LogLocation where = exportAt("int __cdecl PELLORA_GetSystemFileTime(long,struct tagPELLORA_SYSTEM_TIME *,"
                                        "struct tagPELLORA_SYSTEM_TIME *)");
     logCall(where, "PELLORA_GetSystemFileTime: lHandle: %d", lHandle);
-    return onCurrentPane<int>(where, lHandle, [&](VideoWnd &pane) {
-        if (pStart == nullptr || pEnd == nullptr) {
-            return false;
-        }
-        return pane.port().getSystemFileTime(PlayerTime(*pStart).get(), PlayerTime(*pEnd).get());
+    if (pStart == nullptr || pEnd == nullptr) {
+        return refuse(where, pStart == nullptr ? "pStart is null" : "pEnd is null");
+    }
+    return onCurrentPort<int>(where, lHandle, [&](PanePort &port) {
+        return port.getSystemFileTime(PlayerTime(*pStart).get(), PlayerTime(*pEnd).get());
     });
 }
 
@@ -84,7 +84,9 @@ int PELLORA_GetSystemTime(long lHandle, tagPELLORA_SYSTEM_TIME *pTime) noexcept
 {
     const LogLocation where = exportAt("int __cdecl PELLORA_GetSystemTime(long,struct tagPELLORA_SYSTEM_TIME *)");
     logCall(where, "PELLORA_GetSystemTime: lHandle: %d.", lHandle);
-    return onCurrentPane<int>(where, lHandle, [&](VideoWnd &pane) {
-        return pTime != nullptr && pane.port().getSystemTime(PlayerTime(*pTime).get());
-    });
+    if (pTime == nullptr) {
+        return refuse(where, "pTime is null");
+    }
+    return onCurrentPort<int>(where, lHandle,
+                              [&](PanePort &port) { return port.getSystemTime(PlayerTime(*pTime).get()); });
 }

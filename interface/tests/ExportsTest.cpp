@@ -8,6 +8,7 @@ namespace
 {
 
 const char *const kHeader = "interface/Pellora.h";
+const char *const kGuide = "docs/host-guide.md";
 
 class ExportsTest : public PelloraFixture
 {
@@ -64,45 +65,25 @@ TEST_F(ExportsTest, ExportsExactlyTheFunctionsThatTheHeaderDeclares)
     EXPECT_EQ(functionsOf(support::exportedNames(GetModuleHandleW(L"Pellora.dll"))), declared);
 }
 
-TEST_F(ExportsTest, ExportsEveryFunctionAboutWindowsFilesAndSound)
+TEST_F(ExportsTest, ExportsExactlyTheFunctionsThatTheGuideTells)
 {
-    EXPECT_THAT(support::exportedNames(GetModuleHandleW(L"Pellora.dll")),
-                testing::IsSupersetOf({"PELLORA_Init",
-                                       "PELLORA_Fini",
-                                       "PELLORA_CreateWindow",
-                                       "PELLORA_CreateWindow2",
-                                       "PELLORA_DestroyWindow",
-                                       "PELLORA_SetVisible",
-                                       "PELLORA_SetGeometry",
-                                       "PELLORA_SetClipArea",
-                                       "PELLORA_PreviewFile",
-                                       "PELLORA_StopPreviewFile",
-                                       "PELLORA_Play",
-                                       "PELLORA_Pause",
-                                       "PELLORA_Restore",
-                                       "PELLORA_Fast",
-                                       "PELLORA_Slow",
-                                       "PELLORA_OneByOne",
-                                       "PELLORA_OneByOneBack",
-                                       "PELLORA_SetPlayPos",
-                                       "PELLORA_GetPlayPos",
-                                       "PELLORA_GetFileTime",
-                                       "PELLORA_GetFileTimeNoPriview",
-                                       "PELLORA_GetSystemFileTime",
-                                       "PELLORA_GetSystemTime",
-                                       "PELLORA_GetPictureSize",
-                                       "PELLORA_Capture",
-                                       "PELLORA_Screenshot",
-                                       "PELLORA_SetFileEndCallback",
-                                       "PELLORA_SplitScreen",
-                                       "PELLORA_FullScreen",
-                                       "PELLORA_NormalScreen",
-                                       "PELLORA_SetCurWnd",
-                                       "PELLORA_SetDisplayRegion",
-                                       "PELLORA_OpenSound",
-                                       "PELLORA_CloseSound",
-                                       "PELLORA_SetVolume",
-                                       "PELLORA_GetVolume"}));
+    EXPECT_EQ(functionsOf(support::exportedNames(GetModuleHandleW(L"Pellora.dll"))),
+              support::functionsInSection(kGuide, "All functions", "PELLORA_"));
+}
+
+TEST_F(ExportsTest, AreFiftyFour)
+{
+    EXPECT_EQ(support::definitionFileNames("interface/Pellora.def").size(), 54U);
+}
+
+/** Other names in running text would be misspelled ones. */
+TEST_F(ExportsTest, AreAllThatTheDocumentsSpeakOf)
+{
+    const std::set<std::string> exported = functionsOf(support::exportedNames(GetModuleHandleW(L"Pellora.dll")));
+    for (const char *pDocument : {kGuide, "docs/rules.md", "docs/compatibility.md", "README.md"}) {
+        EXPECT_THAT(exported, testing::IsSupersetOf(support::functionsInSection(pDocument, "", "PELLORA_")))
+            << pDocument;
+    }
 }
 
 } // namespace

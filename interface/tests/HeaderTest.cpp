@@ -85,6 +85,15 @@ static_assert(std::is_same_v<pfnPreviewStatusCB, PELLORA_PREVIEW_STATUS_CB>);
 static_assert(std::is_same_v<fFileEndCBFun, PELLORA_FILE_END_CB>);
 static_assert(std::is_same_v<pfnRuleCoordCB, PELLORA_RULE_COORD_CB>);
 
+// What is only read is taken from constants as well.
+static_assert(std::is_invocable_v<decltype(&PELLORA_PreviewFile), long, const char *, unsigned char, unsigned char>);
+static_assert(std::is_invocable_v<decltype(&PELLORA_GetFileTimeNoPriview), const char *>);
+static_assert(std::is_invocable_v<decltype(&PELLORA_SetClipArea), long, const tagPELLORA_CLIP_AREA *>);
+static_assert(std::is_invocable_v<decltype(&PELLORA_SetDisplayRegion), long, const tagPELLORA_RECT *, long>);
+static_assert(std::is_invocable_v<decltype(&PELLORA_CreateRule), long, unsigned short, unsigned long, unsigned long,
+                                  unsigned long, const void *, unsigned char, long>);
+static_assert(std::is_invocable_v<decltype(&PELLORA_SetRuleCoord), long, long, const void *, long>);
+
 TEST(HeaderTest, TellsTheProjectsVersion)
 {
     const std::string numbers = std::to_string(PELLORA_VERSION_MAJOR) + "." + std::to_string(PELLORA_VERSION_MINOR) +

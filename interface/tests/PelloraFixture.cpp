@@ -109,6 +109,12 @@ std::string pictureWindow(const QWidget *pPane)
     return spelled(nativeWindow(childNamed(pPane, "m_pLiveViewWnd")));
 }
 
+std::string functionName(const std::string &signature)
+{
+    const std::string name = signature.substr(signature.find("PELLORA_"));
+    return name.substr(0, name.find('('));
+}
+
 std::string spelled(const void *pPointer)
 {
     char text[32];

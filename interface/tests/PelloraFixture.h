@@ -52,6 +52,16 @@ using Texts = std::vector<std::string>;
 [[nodiscard]] std::string pictureWindow(const QWidget *pPane);
 [[nodiscard]] std::string spelled(const void *pPointer);
 
+/** The function in a signature: "PELLORA_Play". */
+[[nodiscard]] std::string functionName(const std::string &signature);
+
+/** The warning of an export that was refused. */
+MATCHER_P2(IsRefusal, reason, function, "")
+{
+    return arg.level == "WARN" && arg.message == functionName(function) + ": " + reason && arg.function == function &&
+           arg.file == "Pellora";
+}
+
 /** A line of the interface's log, whatever its line number. */
 MATCHER_P2(IsExportLine, message, function, "")
 {

@@ -4,7 +4,6 @@
 
 #include <array>
 #include <cstring>
-#include <thread>
 
 using testing::Contains;
 using testing::Each;
@@ -16,196 +15,14 @@ using testing::Not;
 namespace
 {
 
-std::string digits(const void *pPointer)
-{
-    char text[32];
-    std::snprintf(text, sizeof(text), "%016llX", reinterpret_cast<unsigned long long>(pPointer));
-    return text;
-}
+// ---- what is accepted ----
 
-void onStatus(tagPELLORA_PREVIEW_STATUS) {}
-
-// ---- each export ----
-
-struct PreviewExport {
-    const char *name;
-    std::function<int(long lHandle)> run;
-    std::vector<std::string> log; /**< with "HANDLE" where the handle stands */
-    const char *signature;
-};
-
-void PrintTo(const PreviewExport &row, std::ostream *pStream)
-{
-    *pStream << row.name;
-}
-
-std::vector<PreviewExport> previewExports()
-{
-    static char address[] = "rtsp://192.0.2.7/a";
-    static const auto withAddress = [] {
-        tagPELLORA_BATCH_PREVIEW_PARAM batch = batchOf(2);
-        batch.struPreviewParam[1].url = address;
-        batch.struPreviewParam[1].openDraw = 1;
-        return batch;
-    };
-    return {
-        {"PreviewStream",
-         [](long h) {
-             tagPELLORA_PREVIEW_PARAM param = previewParam(7, 2, 1, 1);
-             param.url = address;
-             return PELLORA_PreviewStream(h, param);
-         },
-         {"PELLORA_PreviewStream, lHandle: HANDLE, userID: 7, streamType: 1, openDraw: 1, url: rtsp://192.0.2.7/a"},
-         "int __cdecl PELLORA_PreviewStream(long,struct tagPELLORA_PREVIEW_PARAM)"},
-        {"StopPreviewStream",
-         [](long h) { return PELLORA_StopPreviewStream(h); },
-         {"PELLORA_StopPreviewStream: lHandle: HANDLE"},
-         "int __cdecl PELLORA_StopPreviewStream(long)"},
-        {"BatchPreviewStream",
-         [](long h) { return PELLORA_BatchPreviewStream(h, withAddress(), nullptr); },
-         {"PELLORA_BatchPreviewStream: lHandle: HANDLE, wNum: 2",
-          "PELLORA_BatchPreviewStream, lHandle: HANDLE, userID: 7, streamType: 1, openDraw: 0, lSubHandel: 88, "
-          "url: (null)",
-          "PELLORA_BatchPreviewStream, lHandle: HANDLE, userID: 7, streamType: 1, openDraw: 1, lSubHandel: 88, "
-          "url: rtsp://192.0.2.7/a"},
-         "int __cdecl PELLORA_BatchPreviewStream(long,struct tagPELLORA_BATCH_PREVIEW_PARAM,"
-         "struct tagPELLORA_BATCH_PREVIEW_PARAM *)"},
-        {"BatchPreviewStreamAsync",
-         [](long h) { return PELLORA_BatchPreviewStream_Async(h, withAddress(), nullptr); },
-         {"PELLORA_BatchPreviewStream_Async: lHandle: HANDLE, wNum: 2",
-          "PELLORA_BatchPreviewStream_Async, lHandle: HANDLE, userID: 7, streamType: 1, openDraw: 0, lSubHandel: 88, "
-          "url: (null)",
-          "PELLORA_BatchPreviewStream_Async, lHandle: HANDLE, userID: 7, streamType: 1, openDraw: 1, lSubHandel: 88, "
-          "url: rtsp://192.0.2.7/a"},
-         "int __cdecl PELLORA_BatchPreviewStream_Async(long,struct tagPELLORA_BATCH_PREVIEW_PARAM,"
-         "struct tagPELLORA_BATCH_PREVIEW_PARAM *)"},
-        {"StopAllPreviewStream",
-         [](long h) { return PELLORA_StopAllPreviewStream(h); },
-         {"PELLORA_StopAllPreviewStream: lHandle: HANDLE"},
-         "int __cdecl PELLORA_StopAllPreviewStream(long)"},
-        {"StopAllPreviewStreamAsync",
-         [](long h) { return PELLORA_StopAllPreviewStream_Async(h); },
-         {"PELLORA_StopAllPreviewStream_Async: lHandle: HANDLE"},
-         "int __cdecl PELLORA_StopAllPreviewStream_Async(long)"},
-        {"SetPreviewStatusCallback",
-         [](long h) { return PELLORA_SetPreviewStatusCallback(h, &onStatus); },
-         {"PELLORA_SetPreviewStatusCallback: lHandle: HANDLE, pfnPreviewStatusCB: " +
-          digits(reinterpret_cast<const void *>(&onStatus))},
-         "int __cdecl PELLORA_SetPreviewStatusCallback(long,void (__cdecl *)(struct tagPELLORA_PREVIEW_STATUS))"},
-        {"ClearPreviewStatusCallback",
-         [](long h) { return PELLORA_SetPreviewStatusCallback(h, nullptr); },
-         {"PELLORA_SetPreviewStatusCallback: lHandle: HANDLE, pfnPreviewStatusCB: 0000000000000000"},
-         "int __cdecl PELLORA_SetPreviewStatusCallback(long,void (__cdecl *)(struct tagPELLORA_PREVIEW_STATUS))"},
-        {"SetIntelData",
-         [](long h) { return PELLORA_SetIntelData(h, 2); },
-         {"PELLORA_SetIntelData: lHandle: HANDLE, wOpen: 2"},
-         "int __cdecl PELLORA_SetIntelData(long,unsigned short)"},
-    };
-}
-
-class PreviewExportTest : public PreviewFixture, public testing::WithParamInterface<PreviewExport>
-{
-protected:
-    /** The export's own lines, without those that its work brings about. */
-    std::vector<support::LogLine> exportLines() const
-    {
-        std::vector<support::LogLine> lines;
-        for (const support::LogLine &line : m_log.lines()) {
-            if (line.file == "Pellora") {
-                lines.push_back(line);
-            }
-        }
-        return lines;
-    }
-
-    void expectLines(long lHandle) const
-    {
-        const std::vector<support::LogLine> lines = exportLines();
-        ASSERT_EQ(lines.size(), GetParam().log.size());
-        for (std::size_t i = 0; i < lines.size(); ++i) {
-            std::string text = GetParam().log[i];
-            text.replace(text.find("HANDLE"), 6, std::to_string(lHandle));
-            EXPECT_THAT(lines[i], IsExportLine(text, GetParam().signature));
-        }
-    }
-};
-
-TEST_P(PreviewExportTest, LogsItsNameAndArgumentsAndSucceeds)
-{
-    EXPECT_EQ(GetParam().run(m_lHandle), 1);
-
-    expectLines(m_lHandle);
-}
-
-TEST_P(PreviewExportTest, OnlyLogsWithoutSuchAWindow)
-{
-    for (const long lHandle : {-1L, 1L, 8L, 9L, 99L, 2147483647L}) {
-        m_log.clear();
-
-        EXPECT_EQ(GetParam().run(lHandle), 0) << lHandle;
-
-        expectLines(lHandle);
-        EXPECT_EQ(m_log.lines().size(), GetParam().log.size());
-    }
-    settle();
-    EXPECT_THAT(newCalls(), IsEmpty());
-}
-
-TEST_P(PreviewExportTest, TouchesNothingOnAnotherThread)
-{
-    int nResult = -7;
-
-    std::thread([&] { nResult = GetParam().run(m_lHandle); }).join();
-
-    settle();
-    EXPECT_EQ(nResult, 0);
-    EXPECT_THAT(newCalls(), IsEmpty());
-    EXPECT_THAT(m_log.texts(), Contains(testing::StartsWith("ERROR ")));
-}
-
-INSTANTIATE_TEST_SUITE_P(Every, PreviewExportTest, testing::ValuesIn(previewExports()),
-                         [](const auto &row) { return std::string(row.param.name); });
-
-// ---- refusals ----
-
-struct Refused {
+struct Accepted {
     const char *name;
     tagPELLORA_PREVIEW_PARAM param;
 };
 
-class RefusedPreviewTest : public PreviewFixture, public testing::WithParamInterface<Refused>
-{
-};
-
-TEST_P(RefusedPreviewTest, TouchesNoPane)
-{
-    const long lPreview = startPlaying();
-
-    EXPECT_EQ(PELLORA_PreviewStream(m_lHandle, GetParam().param), 0);
-
-    settle();
-    EXPECT_THAT(newCalls(), IsEmpty());
-    EXPECT_EQ(m_log.lines().size(), 1U);
-    EXPECT_THAT(doubles::openPreviews(), ElementsAre(lPreview));
-    EXPECT_THAT(doubles::openPorts(), ElementsAre(0));
-}
-
-TEST_P(RefusedPreviewTest, IsRefusedWithoutAWindowToo)
-{
-    EXPECT_EQ(PELLORA_PreviewStream(99, GetParam().param), 0);
-
-    EXPECT_EQ(m_log.lines().size(), 1U);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Every, RefusedPreviewTest,
-    testing::Values(Refused{"NoUser", previewParam(-1)}, Refused{"LowestUser", previewParam(-2147483647L - 1)},
-                    Refused{"NoChannel", previewParam(7, 0)}, Refused{"StreamTypeBelow", previewParam(7, 2, -1)},
-                    Refused{"StreamTypeAbove", previewParam(7, 2, 3)}, Refused{"DrawTwo", previewParam(7, 2, 1, 2)},
-                    Refused{"DrawMost", previewParam(7, 2, 1, 255)}),
-    [](const auto &row) { return std::string(row.param.name); });
-
-class AcceptedPreviewTest : public PreviewFixture, public testing::WithParamInterface<Refused>
+class AcceptedPreviewTest : public PreviewFixture, public testing::WithParamInterface<Accepted>
 {
 };
 
@@ -223,12 +40,12 @@ TEST_P(AcceptedPreviewTest, ReachesTheDevice)
 }
 
 INSTANTIATE_TEST_SUITE_P(Every, AcceptedPreviewTest,
-                         testing::Values(Refused{"FirstUser", previewParam(0)},
-                                         Refused{"HighestUser", previewParam(2147483647L)},
-                                         Refused{"HighestChannel", previewParam(7, 0xFFFFFFFFUL)},
-                                         Refused{"MainStream", previewParam(7, 2, 0)},
-                                         Refused{"ThirdStream", previewParam(7, 2, 2)},
-                                         Refused{"WithOverlay", previewParam(7, 2, 1, 1)}),
+                         testing::Values(Accepted{"FirstUser", previewParam(0)},
+                                         Accepted{"HighestUser", previewParam(2147483647L)},
+                                         Accepted{"HighestChannel", previewParam(7, 0xFFFFFFFFUL)},
+                                         Accepted{"MainStream", previewParam(7, 2, 0)},
+                                         Accepted{"ThirdStream", previewParam(7, 2, 2)},
+                                         Accepted{"WithOverlay", previewParam(7, 2, 1, 1)}),
                          [](const auto &row) { return std::string(row.param.name); });
 
 // ---- the request ----
@@ -555,17 +372,6 @@ TEST_F(PreviewExportsTest, FillsTheRequestOfASinglePreviewAlike)
     const doubles::StartRequest request = doubles::startRequests().front();
     EXPECT_EQ(request.userID, 12);
     EXPECT_EQ(request.bytes, expectedRequest(34, 2, request, pane(4)));
-}
-
-TEST_F(PreviewExportsTest, NeverHandsOutTheAddressOfASinglePreview)
-{
-    tagPELLORA_PREVIEW_PARAM param = previewParam();
-    char address[] = "rtsp://192.0.2.7/a";
-    param.url = address;
-
-    EXPECT_TRUE(delivers(1, [&] { EXPECT_EQ(PELLORA_PreviewStream(m_lHandle, param), 1); }));
-
-    EXPECT_FALSE(doubles::startRequests().front().bUrl);
 }
 
 TEST_F(PreviewExportsTest, SurvivesAnAddressThatLeadsNowhere)

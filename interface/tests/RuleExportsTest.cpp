@@ -9,11 +9,8 @@
 #include <climits>
 #include <cstdio>
 #include <cstring>
-#include <functional>
-#include <thread>
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace
 {
@@ -88,152 +85,6 @@ std::string pointerDigits(long long nValue)
     return text;
 }
 
-std::string replaced(std::string text, const std::string &what, const std::string &by)
-{
-    const std::size_t nAt = text.find(what);
-    return nAt == std::string::npos ? text : text.replace(nAt, what.size(), by);
-}
-
-tagPELLORA_RULE_LINE g_line;
-
-/** One export about rules, as a row. */
-struct RuleCommand {
-    const char *name;
-    std::function<long(long lHandle, long lSubHandel)> run;
-    std::string log; /**< HANDLE and PANE stand for the numbers */
-    const char *signature;
-    bool bTakesAllPanes = false;
-};
-
-void PrintTo(const RuleCommand &command, std::ostream *pStream)
-{
-    *pStream << command.name;
-}
-
-/** Each succeeds with 1 on a pane that plays and has a line with arrows as rule 0. */
-std::vector<RuleCommand> ruleCommands()
-{
-    return {
-        {"SetOriginPos", [](long h, long s) { return PELLORA_SetOriginPos(h, 2, s); },
-         "PELLORA_SetOriginPos: lHandle: HANDLE, wOriginPos: 2, lSubHandel: PANE.",
-         "int __cdecl PELLORA_SetOriginPos(long,unsigned short,long)"},
-        {"OpenDraw", [](long h, long s) { return PELLORA_OpenDraw(h, s); },
-         "PELLORA_OpenDraw: lHandle: HANDLE, lSubHandel: PANE.", "int __cdecl PELLORA_OpenDraw(long,long)"},
-        {"CloseDraw", [](long h, long s) { return PELLORA_CloseDraw(h, s); },
-         "PELLORA_CloseDraw: lHandle: HANDLE, lSubHandel: PANE.", "int __cdecl PELLORA_CloseDraw(long,long)"},
-        {"CreateRule", [](long h, long s) { return PELLORA_CreateRule(h, 2, 0, 0, 0, nullptr, 0, s); },
-         "PELLORA_CreateRule: lHandle: HANDLE, lSubHandel: PANE, wRuleType: 2",
-         "long __cdecl PELLORA_CreateRule(long,unsigned short,unsigned long,unsigned long,unsigned long,void *,"
-         "unsigned char,long)"},
-        {"DestroyRule", [](long h, long s) { return PELLORA_DestroyRule(h, 0, s); },
-         "PELLORA_DestroyRule: lHandle: HANDLE, lSubHandel: PANE, lRuleID: 0",
-         "int __cdecl PELLORA_DestroyRule(long,long,long)"},
-        {"ClearRule", [](long h, long s) { return PELLORA_ClearRule(h, s); },
-         "PELLORA_ClearRule: lHandle: HANDLE, lSubHandel: PANE", "int __cdecl PELLORA_ClearRule(long,long)", true},
-        {"GetRuleCoord", [](long h, long s) { return PELLORA_GetRuleCoord(h, 0, &g_line, s); },
-         "PELLORA_GetRuleCoord: lHandle: HANDLE, lSubHandel: PANE, lRuleID: 0",
-         "int __cdecl PELLORA_GetRuleCoord(long,long,void *,long)"},
-        {"SetRuleCoord", [](long h, long s) { return PELLORA_SetRuleCoord(h, 0, &g_line, s); },
-         "PELLORA_SetRuleCoord: lHandle: HANDLE, lSubHandel: PANE, lRuleID: 0",
-         "int __cdecl PELLORA_SetRuleCoord(long,long,void *,long)"},
-        {"SetRuleCoordCallback", [](long h, long s) { return PELLORA_SetRuleCoordCallback(h, nullptr, s); },
-         "PELLORA_SetRuleCoordCallback: lHandle: HANDLE, lSubHandel: PANE, pfnRuleCoordCB: 0000000000000000",
-         "int __cdecl PELLORA_SetRuleCoordCallback(long,void (__cdecl *)(long,unsigned short,void *,unsigned char,long,"
-         "long,unsigned long),long)",
-         true},
-        // The rule's number reads as a pointer there.
-        {"SetRuleArrowType", [](long h, long s) { return PELLORA_SetRuleArrowType(h, 0, 2, s); },
-         "PELLORA_SetRuleArrowType: lHandle: HANDLE, lSubHandel: PANE, lRuleID: 0000000000000000, wArrowType: 2.",
-         "int __cdecl PELLORA_SetRuleArrowType(long,long,unsigned short,long)"},
-    };
-}
-
-class RuleCommandTest : public PelloraFixture, public testing::WithParamInterface<RuleCommand>
-{
-protected:
-    [[nodiscard]] auto logLine(long lHandle, long lSubHandel) const
-    {
-        const std::string text = replaced(GetParam().log, "HANDLE", std::to_string(lHandle));
-        return IsExportLine(replaced(text, "PANE", std::to_string(lSubHandel)), std::string(GetParam().signature));
-    }
-};
-
-TEST_P(RuleCommandTest, LogsAndActsOnThePaneItNames)
-{
-    const long lHandle = createWindow();
-    PELLORA_SplitScreen(lHandle, 4);
-    PELLORA_SetCurWnd(lHandle, 2);
-    playFile(lHandle);
-    PELLORA_CreateRule(lHandle, 6, 0, 0, 0, nullptr, 0, -1);
-    for (const long lSubHandel : {-1L, 2L}) {
-        m_log.clear();
-
-        EXPECT_EQ(GetParam().run(lHandle, lSubHandel), 1) << lSubHandel;
-
-        EXPECT_THAT(m_log.lines(), ElementsAre(logLine(lHandle, lSubHandel)));
-        PELLORA_ClearRule(lHandle, 2);
-        PELLORA_CreateRule(lHandle, 6, 0, 0, 0, nullptr, 0, 2);
-    }
-}
-
-TEST_P(RuleCommandTest, OnlyLogsWithoutSuchAPane)
-{
-    const long lHandle = createWindow();
-    playFile(lHandle);
-    PELLORA_CreateRule(lHandle, 6, 0, 0, 0, nullptr, 0, -1);
-    for (const long lSubHandel : {-2L, 9L, 10L, 254L, 256L, static_cast<long>(INT_MAX), static_cast<long>(INT_MIN)}) {
-        m_log.clear();
-
-        EXPECT_EQ(GetParam().run(lHandle, lSubHandel), 0) << lSubHandel;
-
-        EXPECT_THAT(m_log.lines(), ElementsAre(logLine(lHandle, lSubHandel)));
-    }
-    EXPECT_THAT(newCalls(), IsEmpty());
-}
-
-TEST_P(RuleCommandTest, OnlyLogsWithoutSuchAWindow)
-{
-    createWindow();
-    for (const long lHandle : {-1L, 1L, 9L, static_cast<long>(INT_MAX)}) {
-        m_log.clear();
-
-        EXPECT_EQ(GetParam().run(lHandle, -1), 0) << lHandle;
-
-        EXPECT_THAT(m_log.lines(), ElementsAre(logLine(lHandle, -1)));
-    }
-}
-
-TEST_P(RuleCommandTest, TakesAllPanesOnlyWhereItSaysSo)
-{
-    const long lHandle = createWindow();
-    playFile(lHandle);
-    PELLORA_CreateRule(lHandle, 6, 0, 0, 0, nullptr, 0, -1);
-    m_log.clear();
-
-    EXPECT_EQ(GetParam().run(lHandle, 255), GetParam().bTakesAllPanes ? 1 : 0);
-
-    EXPECT_THAT(m_log.lines(), ElementsAre(logLine(lHandle, 255)));
-    EXPECT_EQ(GetParam().run(lHandle + 1, 255), 0);
-}
-
-TEST_P(RuleCommandTest, TouchesNothingOnAnotherThread)
-{
-    const long lHandle = createWindow();
-    playFile(lHandle);
-    PELLORA_CreateRule(lHandle, 6, 0, 0, 0, nullptr, 0, -1);
-    m_log.clear();
-    long nResult = -7;
-
-    std::thread([&] { nResult = GetParam().run(lHandle, -1); }).join();
-
-    EXPECT_EQ(nResult, 0);
-    EXPECT_THAT(newCalls(), IsEmpty());
-    EXPECT_THAT(m_log.texts(), testing::Contains(testing::StartsWith("ERROR ")));
-}
-
-INSTANTIATE_TEST_SUITE_P(Every, RuleCommandTest, testing::ValuesIn(ruleCommands()),
-                         [](const auto &command) { return std::string(command.param.name); });
-
 /** A window of one pane that shows 1000 by 500 pixels and plays a file: 1 thousandth is 1 pixel across, 1/2 down. */
 class RuleExportsTest : public PelloraFixture
 {
@@ -279,52 +130,6 @@ protected:
 };
 
 // ---- creation ----
-
-struct CreateLogRow {
-    unsigned short wRuleType;
-    const char *logged; /**< what follows the type in the line; null: there is no line */
-};
-
-class CreateRuleLogTest : public RuleExportsTest, public testing::WithParamInterface<CreateLogRow>
-{
-};
-
-TEST_P(CreateRuleLogTest, SpellsTheCaptionOfTypesThatTakeOne)
-{
-    char extension[] = "\x04\x01\x01"
-                       "gate";
-    m_log.clear();
-
-    EXPECT_EQ(create(GetParam().wRuleType, extension), 0);
-
-    if (GetParam().logged == nullptr) {
-        EXPECT_THAT(m_log.lines(), IsEmpty());
-        return;
-    }
-    EXPECT_THAT(m_log.lines(),
-                ElementsAre(IsExportLine("PELLORA_CreateRule: lHandle: 0, lSubHandel: -1, wRuleType: " +
-                                             std::to_string(GetParam().wRuleType) + ", pExtend: " + GetParam().logged,
-                                         std::string("long __cdecl PELLORA_CreateRule(long,unsigned short,unsigned "
-                                                     "long,unsigned long,unsigned long,void *,unsigned char,long)"))));
-}
-
-// Polygons have three bytes before their caption; the plain one's is logged although it has none.
-INSTANTIATE_TEST_SUITE_P(Every, CreateRuleLogTest,
-                         testing::Values(CreateLogRow{1, nullptr}, CreateLogRow{2, nullptr}, CreateLogRow{3, nullptr},
-                                         CreateLogRow{4, "gate"}, CreateLogRow{5, nullptr}, CreateLogRow{6, nullptr},
-                                         CreateLogRow{7, "\x04\x01\x01gate"}, CreateLogRow{8, "gate"},
-                                         CreateLogRow{9, "\x04\x01\x01gate"}, CreateLogRow{10, "\x04\x01\x01gate"}),
-                         [](const auto &row) { return "Type" + std::to_string(row.param.wRuleType); });
-
-TEST_F(RuleExportsTest, LogsEveryTypeAlikeWithoutAnExtension)
-{
-    for (unsigned short wRuleType = 1; wRuleType <= 10; ++wRuleType) {
-        m_log.clear();
-        EXPECT_EQ(create(wRuleType), wRuleType - 1);
-        EXPECT_THAT(m_log.texts(), ElementsAre("INFO PELLORA_CreateRule: lHandle: 0, lSubHandel: -1, wRuleType: " +
-                                               std::to_string(wRuleType)));
-    }
-}
 
 TEST_F(RuleExportsTest, LogsACaptionUpToOneKibibyte)
 {
@@ -392,8 +197,10 @@ TEST_F(RuleExportsTest, RefusesUnknownTypes)
     for (const unsigned short wRuleType : {0, 11, 256 + 1, 65535}) {
         m_log.clear();
         EXPECT_EQ(create(wRuleType), -1) << wRuleType;
-        EXPECT_THAT(m_log.texts(), ElementsAre("INFO PELLORA_CreateRule: lHandle: 0, lSubHandel: -1, wRuleType: " +
-                                               std::to_string(wRuleType)));
+        EXPECT_THAT(
+            m_log.texts(),
+            ElementsAre("INFO PELLORA_CreateRule: lHandle: 0, lSubHandel: -1, wRuleType: " + std::to_string(wRuleType),
+                        "WARN PELLORA_CreateRule: there is no rule type " + std::to_string(wRuleType)));
     }
 }
 
@@ -433,11 +240,6 @@ TEST_F(RuleExportsTest, KeepsTheRulesOfEachPaneApart)
     EXPECT_EQ(PELLORA_ClearRule(m_lHandle, 255), 1);
     EXPECT_EQ(PELLORA_GetRuleCoord(m_lHandle, 0, &line, 1), 0);
     EXPECT_EQ(PELLORA_GetRuleCoord(m_lHandle, 0, &line, 3), 0);
-}
-
-TEST_F(RuleExportsTest, ClearsAllPanesAlsoWhenNoneHasRules)
-{
-    EXPECT_EQ(PELLORA_ClearRule(m_lHandle, 255), 1);
 }
 
 TEST_F(RuleExportsTest, ClearsTheOnlyPaneOfAWindowWithAllPanes)
@@ -486,23 +288,6 @@ TEST_F(RuleExportsTest, TakesTheLowByteOfEachColour)
 }
 
 // ---- origin ----
-
-TEST_F(RuleExportsTest, RefusesOtherOriginsBeforeItLooksForTheWindow)
-{
-    for (const unsigned short wOriginPos : {0, 3, 65535}) {
-        for (const long lHandle : {m_lHandle, 5L}) {
-            m_log.clear();
-            EXPECT_EQ(PELLORA_SetOriginPos(lHandle, wOriginPos, -1), 0);
-            EXPECT_THAT(m_log.texts(),
-                        ElementsAre("INFO PELLORA_SetOriginPos: lHandle: " + std::to_string(lHandle) +
-                                    ", wOriginPos: " + std::to_string(wOriginPos) + ", lSubHandel: -1."));
-        }
-    }
-    // The check comes before that of the thread, which alone would be logged.
-    m_log.clear();
-    std::thread([this] { EXPECT_EQ(PELLORA_SetOriginPos(m_lHandle, 3, -1), 0); }).join();
-    EXPECT_EQ(m_log.texts().size(), 1U);
-}
 
 TEST_F(RuleExportsTest, CountsRowsFromTheBottomWithTheOtherOrigin)
 {
@@ -740,18 +525,11 @@ TEST_F(RuleExportsTest, DestroysWhatIsInTheTableAndNamesWhatIsNot)
     for (const long lRuleID : {-1L, 64L, static_cast<long>(INT_MAX)}) {
         m_log.clear();
         EXPECT_EQ(PELLORA_DestroyRule(m_lHandle, lRuleID, -1), 0);
-        EXPECT_THAT(m_log.texts(), ElementsAre("INFO PELLORA_DestroyRule: lHandle: 0, lSubHandel: -1, lRuleID: " +
-                                                   std::to_string(lRuleID),
-                                               "ERROR handle wrong: " + std::to_string(lRuleID)));
-    }
-}
-
-TEST_F(RuleExportsTest, RefusesANullRecord)
-{
-    for (unsigned short wRuleType = 1; wRuleType <= 10; ++wRuleType) {
-        const long lRuleID = create(wRuleType);
-        EXPECT_EQ(PELLORA_GetRuleCoord(m_lHandle, lRuleID, nullptr, -1), 0) << wRuleType;
-        EXPECT_EQ(PELLORA_SetRuleCoord(m_lHandle, lRuleID, nullptr, -1), 0) << wRuleType;
+        EXPECT_THAT(
+            m_log.texts(),
+            ElementsAre("INFO PELLORA_DestroyRule: lHandle: 0, lSubHandel: -1, lRuleID: " + std::to_string(lRuleID),
+                        "ERROR handle wrong: " + std::to_string(lRuleID),
+                        "WARN PELLORA_DestroyRule: pane 0 of window 0 has no rule " + std::to_string(lRuleID)));
     }
 }
 
@@ -862,9 +640,13 @@ TEST_F(RuleExportsTest, PutsArrowsOnLinesWithArrowsOnly)
         for (const unsigned short wArrowType : {0, 1, 2, 3, 65535}) {
             m_log.clear();
             EXPECT_EQ(PELLORA_SetRuleArrowType(m_lHandle, lRuleID, wArrowType, -1), wRuleType == 6 ? 1 : 0);
-            EXPECT_THAT(m_log.texts(),
-                        ElementsAre("INFO PELLORA_SetRuleArrowType: lHandle: 0, lSubHandel: -1, lRuleID: " +
-                                    pointerDigits(lRuleID) + ", wArrowType: " + std::to_string(wArrowType) + "."));
+            Texts lines = {"INFO PELLORA_SetRuleArrowType: lHandle: 0, lSubHandel: -1, lRuleID: " +
+                           pointerDigits(lRuleID) + ", wArrowType: " + std::to_string(wArrowType) + "."};
+            if (wRuleType != 6) {
+                lines.push_back("WARN PELLORA_SetRuleArrowType: pane 0 of window 0 has no rule with arrows " +
+                                std::to_string(lRuleID));
+            }
+            EXPECT_EQ(m_log.texts(), lines);
         }
     }
 }

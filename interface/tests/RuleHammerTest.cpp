@@ -2,6 +2,7 @@
 
 #include "gdi/MemoryDib.h"
 #include "interface/tests/PelloraFixture.h"
+#include "tests/support/NoRealMouse.h"
 
 #include <algorithm>
 #include <array>
@@ -253,6 +254,7 @@ protected:
 
     long m_lHandle = -1;
     HWND m_hPicture = nullptr;
+    const support::NoRealMouse m_noRealMouse;
     std::mt19937 m_random{1234};
 };
 

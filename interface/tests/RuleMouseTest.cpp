@@ -2,6 +2,7 @@
 
 #include "VideoWindow/tests/RuleReports.h"
 #include "interface/tests/PelloraFixture.h"
+#include "tests/support/NoRealMouse.h"
 
 #include <QEvent>
 
@@ -72,7 +73,7 @@ protected:
     {
         PelloraFixture::SetUp();
         rulereports::reset();
-        // Where it is over no window and brings no events of its own.
+        // Where it is over no window.
         SetCursorPos(0, 0);
         // The selection frame takes a pixel on each side.
         m_pHost = std::make_unique<support::HostWindow>(1002, 502);
@@ -133,6 +134,8 @@ protected:
     MouseEventCount m_events;
 
 private:
+    const support::NoRealMouse m_noRealMouse;
+
     void postAndWait(const MessageOfWord &entry, int x, int y)
     {
         const int nBefore = m_events.count();
