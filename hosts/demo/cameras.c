@@ -23,10 +23,10 @@ static void log_in(Cameras *cameras, int pane, const char *address)
 {
     Camera *camera = &cameras->cameras[pane];
     /* A name and a password in the address go before those given here. */
-    camera->userID = cameras->library->Login(address, "", "");
+    camera->userID = cameras->library->devices.SELVIK_DCM_Login(address, "", "");
     camera->state = camera->userID >= 0 ? CAMERA_STOPPED : CAMERA_FAILED;
     if (camera->userID < 0)
-        camera->error = (LONG)cameras->library->GetLastError();
+        camera->error = (LONG)cameras->library->devices.SELVIK_DCM_GetLastError();
 }
 
 /** Called by the device library, on a thread of its own. */
@@ -48,7 +48,7 @@ void cameras_log_in(Cameras *cameras, const Library *library, const Options *opt
             log_in(cameras, pane, options->sources[pane].place);
         }
     }
-    library->SetStateCallback(on_state, cameras);
+    library->devices.SELVIK_DCM_SetStateCallback(on_state, cameras);
 }
 
 void cameras_tell_errors(Cameras *cameras)
@@ -60,7 +60,7 @@ void cameras_tell_errors(Cameras *cameras)
             continue;
         camera->errorTold = true;
         fprintf(stderr, "The camera of pane %d cannot be shown: %s.\n", pane + 1,
-                cameras->library->GetErrorText((unsigned long)error));
+                cameras->library->devices.SELVIK_DCM_GetErrorText((unsigned long)error));
         fflush(stderr);
     }
 }
@@ -80,7 +80,7 @@ int cameras_start_first(Cameras *cameras, long window, int panes)
     tagPELLORA_BATCH_PREVIEW_PARAM batch = {.wNum = 0};
     for (int pane = 0; pane < panes && cameras_has(cameras, pane); ++pane)
         batch.struPreviewParam[batch.wNum++] = request_for(cameras, pane);
-    if (batch.wNum == 0 || !cameras->library->BatchPreviewStream(window, batch, NULL))
+    if (batch.wNum == 0 || !cameras->library->video.PELLORA_BatchPreviewStream(window, batch, NULL))
         return 0;
     for (int pane = 0; pane < batch.wNum; ++pane)
         if (cameras->cameras[pane].userID >= 0)
@@ -90,7 +90,7 @@ int cameras_start_first(Cameras *cameras, long window, int panes)
 
 bool cameras_start(Cameras *cameras, long window, int pane)
 {
-    if (!cameras->library->PreviewStream(window, request_for(cameras, pane)))
+    if (!cameras->library->video.PELLORA_PreviewStream(window, request_for(cameras, pane)))
         return false;
     set_state(cameras, pane, CAMERA_STARTING);
     return true;
@@ -99,7 +99,7 @@ bool cameras_start(Cameras *cameras, long window, int pane)
 void cameras_stop(Cameras *cameras, long window, int pane)
 {
     /* It is not reported: only the outcomes of starts are. */
-    cameras->library->StopPreviewStream(window);
+    cameras->library->video.PELLORA_StopPreviewStream(window);
     set_state(cameras, pane, CAMERA_STOPPED);
 }
 
@@ -117,14 +117,14 @@ bool cameras_report(Cameras *cameras, int pane, bool playing)
 static DWORD WINAPI log_out(void *parameter)
 {
     Camera *camera = parameter;
-    camera->library->Logout(camera->userID);
+    camera->library->devices.SELVIK_DCM_Logout(camera->userID);
     camera->userID = -1;
     return 0;
 }
 
 void cameras_log_out(Cameras *cameras, bool playing)
 {
-    cameras->library->SetStateCallback(NULL, NULL);
+    cameras->library->devices.SELVIK_DCM_SetStateCallback(NULL, NULL);
     HANDLE threads[OPTIONS_MAX_SOURCES];
     DWORD count = 0;
     for (int pane = 0; pane < OPTIONS_MAX_SOURCES; ++pane) {
@@ -159,6 +159,11 @@ bool cameras_plays(const Cameras *cameras, int pane)
     return cameras->cameras[pane].state == CAMERA_PLAYING;
 }
 
+bool cameras_failed(const Cameras *cameras, int pane)
+{
+    return cameras->cameras[pane].state == CAMERA_FAILED;
+}
+
 void cameras_describe(const Cameras *cameras, int pane, wchar_t *text, size_t size)
 {
     int all = 0;
@@ -171,5 +176,6 @@ void cameras_describe(const Cameras *cameras, int pane, wchar_t *text, size_t si
     const LONG error = camera->state == CAMERA_FAILED ? camera->error : SELVIK_ERROR_NONE;
     swprintf(text, size, L"Pane %d: %ls%hs%hs    %d of %d cameras play", pane + 1, words[camera->state],
              error != SELVIK_ERROR_NONE ? ": " : "",
-             error != SELVIK_ERROR_NONE ? cameras->library->GetErrorText((unsigned long)error) : "", playing, all);
+             error != SELVIK_ERROR_NONE ? cameras->library->devices.SELVIK_DCM_GetErrorText((unsigned long)error) : "",
+             playing, all);
 }

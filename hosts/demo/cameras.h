@@ -61,6 +61,8 @@ bool cameras_has(const Cameras *cameras, int pane);
 /** Starting or playing. */
 bool cameras_runs(const Cameras *cameras, int pane);
 bool cameras_plays(const Cameras *cameras, int pane);
+/** It has no log-in, or its last start failed. */
+bool cameras_failed(const Cameras *cameras, int pane);
 /** The state of a pane's camera in words, and how many of all play. */
 void cameras_describe(const Cameras *cameras, int pane, wchar_t *text, size_t size);
 

@@ -15,12 +15,12 @@ void failure_of_file(const Library *library, char *file, wchar_t *text, size_t s
 {
     long port = -1;
     unsigned long error = 0;
-    if (!library->PlayerGetPort(&port)) {
-        error = library->PlayerGetLastError(port);
+    if (!library->player.Kavun_GetPort(&port)) {
+        error = library->player.Kavun_GetLastError(port);
     } else {
-        if (!library->PlayerOpenFile(port, file))
-            error = library->PlayerGetLastError(port);
-        library->PlayerFreePort(port);
+        if (!library->player.Kavun_OpenFile(port, file))
+            error = library->player.Kavun_GetLastError(port);
+        library->player.Kavun_FreePort(port);
     }
     if (error == 0)
         swprintf(text, size, L"the log beside the library says why");

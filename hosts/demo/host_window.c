@@ -167,10 +167,10 @@ int host_window_run(const Library *library, const Options *options)
         fprintf(stderr, "The host's window cannot be made: Windows error %lu.\n", GetLastError());
         return 1;
     }
-    library->Init();
+    library->video.PELLORA_Init();
     if (!wall_open(&state.wall, window, library, options)) {
         fputs("The video window cannot be made; the log beside the library says why.\n", stderr);
-        library->Fini();
+        library->video.PELLORA_Fini();
         return 1;
     }
     ShowWindow(window, SW_SHOW);
@@ -190,7 +190,7 @@ int host_window_run(const Library *library, const Options *options)
         TranslateMessage(&message);
         DispatchMessageW(&message);
     }
-    library->Fini();
+    library->video.PELLORA_Fini();
     wall_log_out(&state.wall);
     return (int)message.wParam;
 }

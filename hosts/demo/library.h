@@ -1,65 +1,28 @@
 /**
- * Pellora.dll, the device library and the player beside it, loaded at run time: the functions that this host uses.
+ * Pellora.dll, the device library and the player beside it, loaded at run time.
  *
  * A program may link the import libraries instead; loading by hand lets the libraries lie in a folder of their own.
  */
 #ifndef HOSTS_DEMO_LIBRARY_H
 #define HOSTS_DEMO_LIBRARY_H
 
-#include "interface/Pellora.h"
-
-#include "Selvikdcm.h"
+#include "Pellora_load.h"
 
 #include <stdbool.h>
 
-/** One pointer for each function, named as in the header without its prefix. */
+/** What is asked of the player itself: why a file cannot be played. */
+#define PLAYER_FUNCTIONS(F)                                                                                            \
+    F(int, Kavun_GetPort, (long *port))                                                                                \
+    F(int, Kavun_FreePort, (long port))                                                                                \
+    F(int, Kavun_OpenFile, (long port, char *path))                                                                    \
+    F(unsigned long, Kavun_GetLastError, (long port))
+
 typedef struct {
-    int (*Init)(void);
-    int (*Fini)(void);
-    long (*CreateWindow_)(HWND, unsigned char); /* windows.h makes a macro of the plain name */
-    int (*DestroyWindow)(long);
-    int (*SetGeometry)(long, int, int, int, int);
-    int (*SplitScreen)(long, unsigned short);
-    int (*SetCurWnd)(long, long);
-    int (*FullScreen)(long);
-    int (*NormalScreen)(long);
-    int (*SetPreviewStatusCallback)(long, PELLORA_PREVIEW_STATUS_CB);
-    int (*PreviewStream)(long, tagPELLORA_PREVIEW_PARAM);
-    int (*StopPreviewStream)(long);
-    int (*BatchPreviewStream)(long, tagPELLORA_BATCH_PREVIEW_PARAM, tagPELLORA_BATCH_PREVIEW_PARAM *);
-    int (*StopAllPreviewStream)(long);
-    int (*PreviewFile)(long, char *, unsigned char, unsigned char);
-    int (*Play)(long);
-    int (*Pause)(long);
-    int (*Restore)(long);
-    int (*Fast)(long);
-    int (*Slow)(long);
-    int (*OneByOne)(long);
-    int (*OneByOneBack)(long);
-    int (*OpenSound)(long);
-    int (*CloseSound)(long);
-    int (*SetVolume)(long, unsigned short);
-    unsigned short (*GetVolume)(long);
-    int (*SetPlayPos)(long, unsigned long);
-    unsigned long (*GetPlayPos)(long);
-    unsigned long (*GetFileTime)(long);
-    int (*GetSystemTime)(long, tagPELLORA_SYSTEM_TIME *);
-    int (*GetPictureSize)(long, tagPELLORA_POINT *);
-    int (*Capture)(long, unsigned char *, unsigned long, unsigned long *);
-    long (*CreateRule)(long, unsigned short, unsigned long, unsigned long, unsigned long, void *, unsigned char, long);
-    int (*SetRuleCoord)(long, long, void *, long);
-    int (*SetRuleCoordCallback)(long, PELLORA_RULE_COORD_CB, long);
-    /* Of the device library. */
-    long (*Login)(const char *, const char *, const char *);
-    int (*Logout)(long);
-    unsigned long (*GetLastError)(void);
-    int (*SetStateCallback)(SELVIK_DCM_STATE_CB, void *);
-    const char *(*GetErrorText)(unsigned long);
-    /* Of the player, where the names of others are alike. */
-    int (*PlayerGetPort)(long *);
-    int (*PlayerFreePort)(long);
-    int (*PlayerOpenFile)(long, char *);
-    unsigned long (*PlayerGetLastError)(long);
+    PelloraFunctions video;
+    SelvikFunctions devices;
+    struct {
+        PLAYER_FUNCTIONS(PELLORA_LOAD_MEMBER)
+    } player;
 } Library;
 
 /**

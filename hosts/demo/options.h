@@ -2,7 +2,7 @@
 #ifndef HOSTS_DEMO_OPTIONS_H
 #define HOSTS_DEMO_OPTIONS_H
 
-#include "interface/PelloraTypes.h"
+#include "PelloraTypes.h"
 
 #include <stdbool.h>
 #include <wchar.h>

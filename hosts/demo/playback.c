@@ -20,8 +20,8 @@ static bool has_source(const Wall *wall)
 static int volume_of(Wall *wall)
 {
     if (wall->volume < 0)
-        wall->volume =
-            (wall->library->GetVolume(wall->window) * FULL_VOLUME + PELLORA_MAX_VOLUME / 2) / PELLORA_MAX_VOLUME;
+        wall->volume = (wall->library->video.PELLORA_GetVolume(wall->window) * FULL_VOLUME + PELLORA_MAX_VOLUME / 2) /
+                       PELLORA_MAX_VOLUME;
     return wall->volume;
 }
 
@@ -36,8 +36,8 @@ PlaybackView playback_view(Wall *wall)
     view.volume = volume_of(wall);
     if (view.live)
         return view;
-    view.position = wall->library->GetPlayPos(wall->window);
-    view.length = wall->library->GetFileTime(wall->window);
+    view.position = wall->library->video.PELLORA_GetPlayPos(wall->window);
+    view.length = wall->library->video.PELLORA_GetFileTime(wall->window);
     view.seekable = view.length > 0;
     return view;
 }
@@ -62,23 +62,28 @@ static void append(wchar_t *text, size_t size, const wchar_t *format, ...)
     va_end(arguments);
 }
 
-static int failed_files(const Wall *wall)
+static bool has_failed(const Wall *wall, int pane)
+{
+    return wall->failures[pane][0] != L'\0' || cameras_failed(&wall->cameras, pane);
+}
+
+static int count_failed(const Wall *wall)
 {
     int failed = 0;
     for (int pane = 0; pane < wall->filled; ++pane)
-        failed += wall->failures[pane][0] != L'\0';
+        failed += has_failed(wall, pane);
     return failed;
 }
 
 static void append_picture(const Wall *wall, wchar_t *text, size_t size)
 {
     tagPELLORA_POINT picture = {0, 0};
-    wall->library->GetPictureSize(wall->window, &picture);
+    wall->library->video.PELLORA_GetPictureSize(wall->window, &picture);
     append(text, size, L"    %ld \u00d7 %ld", picture.x, picture.y);
 
     /* This function returns 0 also when it filled the record; the year tells. */
     tagPELLORA_SYSTEM_TIME time = {0};
-    wall->library->GetSystemTime(wall->window, &time);
+    wall->library->video.PELLORA_GetSystemTime(wall->window, &time);
     if (time.dwYear != 0)
         append(text, size, L"    %04lu-%02lu-%02lu %02lu:%02lu:%02lu UTC", time.dwYear, time.dwMonth, time.dwDay,
                time.dwHour, time.dwMinute, time.dwSecond);
@@ -101,27 +106,27 @@ void playback_describe(const Wall *wall, const PlaybackView *view, wchar_t *text
     }
     if (view->playable)
         append_picture(wall, text, size);
-    const int failed = failed_files(wall);
-    if (failed > 0 && failure[0] == L'\0')
+    const int failed = count_failed(wall);
+    if (failed > 0 && !has_failed(wall, wall->selected))
         append(text, size, L"    %d of %d panes cannot be played", failed, wall->filled);
 }
 
 void playback_seek(const Wall *wall, unsigned long seconds)
 {
-    wall->library->SetPlayPos(wall->window, seconds);
+    wall->library->video.PELLORA_SetPlayPos(wall->window, seconds);
 }
 
 void playback_hold(const Wall *wall, bool held)
 {
     if (held)
-        wall->library->Pause(wall->window);
+        wall->library->video.PELLORA_Pause(wall->window);
     else
-        wall->library->Restore(wall->window);
+        wall->library->video.PELLORA_Restore(wall->window);
 }
 
 static void seek_by(const Wall *wall, int seconds)
 {
-    const unsigned long position = wall->library->GetPlayPos(wall->window);
+    const unsigned long position = wall->library->video.PELLORA_GetPlayPos(wall->window);
     const unsigned long distance = (unsigned long)abs(seconds);
     playback_seek(wall, seconds >= 0 ? position + distance : position > distance ? position - distance : 0);
 }
@@ -137,7 +142,8 @@ void playback_toggle_pause(Wall *wall, wchar_t *message, size_t size)
 
 void playback_step(Wall *wall, bool on, wchar_t *message, size_t size)
 {
-    const bool stepped = on ? wall->library->OneByOne(wall->window) : wall->library->OneByOneBack(wall->window);
+    const bool stepped = on ? wall->library->video.PELLORA_OneByOne(wall->window)
+                            : wall->library->video.PELLORA_OneByOneBack(wall->window);
     if (stepped)
         wall->paused[wall->selected] = true; /* a step leaves the pane paused */
     else
@@ -148,7 +154,8 @@ void playback_toggle_sound(Wall *wall, wchar_t *message, size_t size)
 {
     /* One pane sounds at a time: to switch it on in one takes it from another. */
     const bool on = wall->sounding != wall->selected;
-    const bool done = on ? wall->library->OpenSound(wall->window) : wall->library->CloseSound(wall->window);
+    const bool done = on ? wall->library->video.PELLORA_OpenSound(wall->window)
+                         : wall->library->video.PELLORA_CloseSound(wall->window);
     if (done)
         wall->sounding = on ? wall->selected : -1;
     if (done)
@@ -160,7 +167,8 @@ void playback_toggle_sound(Wall *wall, wchar_t *message, size_t size)
 void playback_set_volume(Wall *wall, int percent, wchar_t *message, size_t size)
 {
     const int within = percent < 0 ? 0 : percent > FULL_VOLUME ? FULL_VOLUME : percent;
-    if (!wall->library->SetVolume(wall->window, (unsigned short)(within * PELLORA_MAX_VOLUME / FULL_VOLUME)))
+    if (!wall->library->video.PELLORA_SetVolume(wall->window,
+                                                (unsigned short)(within * PELLORA_MAX_VOLUME / FULL_VOLUME)))
         return;
     wall->volume = within;
     swprintf(message, size, L"Volume %d %%", within);
@@ -209,14 +217,14 @@ bool playback_on_key(Wall *wall, WPARAM key, wchar_t *message, size_t size)
         return true;
     case VK_ADD:
     case VK_OEM_PLUS:
-        swprintf(message, size, L"%ls", library->Fast(window) ? L"Faster" : L"Fastest");
+        swprintf(message, size, L"%ls", library->video.PELLORA_Fast(window) ? L"Faster" : L"Fastest");
         return true;
     case VK_SUBTRACT:
     case VK_OEM_MINUS:
-        swprintf(message, size, L"%ls", library->Slow(window) ? L"Slower" : L"Slowest");
+        swprintf(message, size, L"%ls", library->video.PELLORA_Slow(window) ? L"Slower" : L"Slowest");
         return true;
     case 'N':
-        library->Play(window);
+        library->video.PELLORA_Play(window);
         wall->paused[wall->selected] = false;
         return true;
     default:

@@ -53,8 +53,8 @@ static long create(const Library *library, long window, long pane, unsigned shor
         break;
     }
     const COLORREF color = looks[type].color;
-    return library->CreateRule(window, type, GetRValue(color), GetGValue(color), GetBValue(color), extension,
-                               PELLORA_LIMIT_NONE, pane);
+    return library->video.PELLORA_CreateRule(window, type, GetRValue(color), GetGValue(color), GetBValue(color),
+                                             extension, PELLORA_LIMIT_NONE, pane);
 }
 
 /** The words of a text and its place come from the host, never from the mouse. */
@@ -63,7 +63,7 @@ static void set_text(const Library *library, long window, long pane, long rule, 
 {
     tagPELLORA_RULE_TEXT record = {.wAnchor = PELLORA_ANCHOR_TOP_LEFT, .struPoint = point};
     strncpy(record.szText, text, sizeof record.szText - 1);
-    library->SetRuleCoord(window, rule, &record, pane);
+    library->video.PELLORA_SetRuleCoord(window, rule, &record, pane);
 }
 
 void rules_put(const Library *library, long window, long pane)
@@ -93,7 +93,8 @@ void rules_put(const Library *library, long window, long pane)
         {PELLORA_RULE_CROSS_WITH_TEXT, &cross},
     };
     for (size_t i = 0; i < sizeof rules / sizeof rules[0]; ++i)
-        library->SetRuleCoord(window, create(library, window, pane, rules[i].type), rules[i].record, pane);
+        library->video.PELLORA_SetRuleCoord(window, create(library, window, pane, rules[i].type), rules[i].record,
+                                            pane);
     set_text(library, window, pane, create(library, window, pane, PELLORA_RULE_TEXT), "text",
              (tagPELLORA_POINT){860, 160});
 }
@@ -145,7 +146,7 @@ static void on_coordinates(long rule, unsigned short type, void *record, unsigne
 
 void rules_listen(const Library *library, long window)
 {
-    library->SetRuleCoordCallback(window, on_coordinates, PELLORA_ALL_PANES);
+    library->video.PELLORA_SetRuleCoordCallback(window, on_coordinates, PELLORA_ALL_PANES);
 }
 
 bool rules_draw_new(const Library *library, long window, WPARAM key, wchar_t *message, size_t size)

@@ -15,7 +15,7 @@ static Wall *reported;
 /** What the user selects by a click is learnt from the library's report of it. */
 static void select_pane(Wall *wall, int pane)
 {
-    wall->library->SetCurWnd(wall->window, pane);
+    wall->library->video.PELLORA_SetCurWnd(wall->window, pane);
     wall->selected = pane;
     wall->volume = -1;
 }
@@ -25,7 +25,7 @@ static void start_file(Wall *wall, int pane)
     char *file = wall->options->sources[pane % wall->options->sourceCount].place;
     wall->paused[pane] = false;
     wall->failures[pane][0] = L'\0';
-    if (!wall->library->PreviewFile(wall->window, file, wall->loop, wall->options->rules)) {
+    if (!wall->library->video.PELLORA_PreviewFile(wall->window, file, wall->loop, wall->options->rules)) {
         failure_of_file(wall->library, file, wall->failures[pane], FAILURE_TEXT_SIZE);
         fprintf(stderr, "%s cannot be played: %ls.\n", file, wall->failures[pane]);
         fflush(stderr);
@@ -97,13 +97,13 @@ bool wall_open(Wall *wall, HWND host, const Library *library, const Options *opt
                    .loop = options->loop,
                    .sounding = -1,
                    .volume = -1};
-    wall->window = library->CreateWindow_(host, PELLORA_EMBED_PLAIN);
+    wall->window = library->video.PELLORA_CreateWindow(host, PELLORA_EMBED_PLAIN);
     if (wall->window == PELLORA_NO_WINDOW)
         return false;
     cameras_log_in(&wall->cameras, library, options);
     reported = wall;
-    library->SetPreviewStatusCallback(wall->window, on_status);
-    library->SplitScreen(wall->window, (unsigned short)options->split);
+    library->video.PELLORA_SetPreviewStatusCallback(wall->window, on_status);
+    library->video.PELLORA_SplitScreen(wall->window, (unsigned short)options->split);
     if (options->rules)
         rules_listen(library, wall->window);
     return true;
@@ -118,8 +118,8 @@ void wall_close(Wall *wall)
 {
     if (wall->window == PELLORA_NO_WINDOW)
         return;
-    wall->library->StopAllPreviewStream(wall->window);
-    wall->library->DestroyWindow(wall->window);
+    /* It ends what plays. Nothing else is done to a video window whose host is going. */
+    wall->library->video.PELLORA_DestroyWindow(wall->window);
     wall->window = PELLORA_NO_WINDOW;
     /* Fini waits for starts that wait for their camera's answer: to log out ends the waiting. */
     cameras_log_out(&wall->cameras, false);
@@ -140,7 +140,7 @@ void wall_place(const Wall *wall, int x, int y, int width, int height)
 {
     /* In full screen the library has the picture elsewhere; it comes back to the place given here. */
     if (wall->window != PELLORA_NO_WINDOW && width > 0 && height > 0)
-        wall->library->SetGeometry(wall->window, x, y, width, height);
+        wall->library->video.PELLORA_SetGeometry(wall->window, x, y, width, height);
 }
 
 /** Looping is fixed when a file is started, so each of them is started anew and brought back to its position. */
@@ -152,9 +152,9 @@ static void toggle_loop(Wall *wall, wchar_t *message, size_t size)
         if (cameras_has(&wall->cameras, pane))
             continue;
         select_pane(wall, pane);
-        const unsigned long position = wall->library->GetPlayPos(wall->window);
+        const unsigned long position = wall->library->video.PELLORA_GetPlayPos(wall->window);
         start_file(wall, pane);
-        wall->library->SetPlayPos(wall->window, position);
+        wall->library->video.PELLORA_SetPlayPos(wall->window, position);
     }
     select_pane(wall, selected);
     swprintf(message, size, L"Loop %ls", wall->loop ? L"on" : L"off");
@@ -189,11 +189,11 @@ static void capture(Wall *wall, wchar_t *message, size_t size)
     /* Too small a buffer fails and tells the size that is needed; an empty one asks for it. */
     unsigned char nothing[1];
     unsigned long needed = 0;
-    wall->library->Capture(wall->window, nothing, 0, &needed);
+    wall->library->video.PELLORA_Capture(wall->window, nothing, 0, &needed);
     unsigned char *jpeg = needed > 0 ? malloc(needed + needed / 4) : NULL; /* the next picture may need a little more */
     wchar_t name[64];
     swprintf(name, 64, L"capture-%d.jpg", wall->captures + 1);
-    if (jpeg != NULL && wall->library->Capture(wall->window, jpeg, needed + needed / 4, &needed) &&
+    if (jpeg != NULL && wall->library->video.PELLORA_Capture(wall->window, jpeg, needed + needed / 4, &needed) &&
         write_file(name, jpeg, needed)) {
         ++wall->captures;
         swprintf(message, size, L"Saved %ls", name);
@@ -205,7 +205,7 @@ static void capture(Wall *wall, wchar_t *message, size_t size)
 
 static void split(Wall *wall, unsigned short panes, wchar_t *message, size_t size)
 {
-    if (!wall->library->SplitScreen(wall->window, panes))
+    if (!wall->library->video.PELLORA_SplitScreen(wall->window, panes))
         return;
     fill_panes(wall, panes);
     swprintf(message, size, L"%d pane%ls", panes, panes == 1 ? L"" : L"s");
@@ -215,9 +215,9 @@ static void set_full_screen(Wall *wall, bool fullScreen)
 {
     wall->fullScreen = fullScreen;
     if (fullScreen)
-        wall->library->FullScreen(wall->window);
+        wall->library->video.PELLORA_FullScreen(wall->window);
     else
-        wall->library->NormalScreen(wall->window);
+        wall->library->video.PELLORA_NormalScreen(wall->window);
 }
 
 bool wall_shows_something(Wall *wall)
@@ -227,7 +227,7 @@ bool wall_shows_something(Wall *wall)
         /* An empty buffer is too small for any picture, and so asks whether there is one. */
         unsigned char nothing[1];
         unsigned long needed = 0;
-        wall->library->Capture(wall->window, nothing, 0, &needed);
+        wall->library->video.PELLORA_Capture(wall->window, nothing, 0, &needed);
         if (needed > 0)
             return true;
     }

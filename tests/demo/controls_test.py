@@ -166,8 +166,11 @@ class Player(demo.Host):
             if seen != number:
                 raise AssertionError(f"{number} became {seen}")
 
-    def pause(self):
-        self.key("space")
+    def pauses_after(self, action):
+        """What is shown once the player has taken an action for a pause."""
+        before = calls("PELLORA_Pause")
+        action()
+        self.screen_when(lambda _: calls("PELLORA_Pause") > before, 20)
         last = [None]
 
         def stands(screen):
@@ -176,6 +179,9 @@ class Player(demo.Host):
 
         self.screen_when(stands, 20)
         return last[0]
+
+    def pause(self):
+        return self.pauses_after(lambda: self.key("space"))
 
 
 class Controls(unittest.TestCase):
@@ -226,16 +232,9 @@ class Controls(unittest.TestCase):
     def test_the_mouse_pauses_and_the_arrows_leap_by_ten_seconds(self):
         with self.player() as player:
             player.click(player.column_of(20))
-            player.click(PLAY)
-            last = []
-
-            def stands(screen):
-                last.append(number_on(screen))
-                return len(last) > 2 and last[-1] is not None and last[-1] == last[-2] == last[-3]
-
-            player.screen_when(stands, 20)
-            self.assertGreaterEqual(last[-1], 20 * RATE)
-            second = last[-1] // RATE
+            stands_at = player.pauses_after(lambda: player.click(PLAY))
+            self.assertGreaterEqual(stands_at, 20 * RATE)
+            second = stands_at // RATE
             player.key("Right")
             player.shows((second + 10) * RATE)
             player.key("Left")
@@ -345,27 +344,30 @@ class Controls(unittest.TestCase):
                     self.assertAlmostEqual(number, place * SECONDS * RATE, delta=2 * RATE)
                     player.up()
 
-    def run_for_some_seconds(self, *sources):
-        with tempfile.TemporaryFile() as errors:
-            code = subprocess.run([demo.ROOT / "tools" / "wine-run.sh", demo.PROGRAM, "--seconds", "4",
-                                   *("Z:" + str(source) for source in sources)], stdout=subprocess.DEVNULL,
-                                  stderr=errors, timeout=90).returncode
-            errors.seek(0)
-            return code, errors.read().decode(errors="replace")
+    def run_until(self, status, *sources):
+        """What it says; it ends with 1 when nothing was shown in its time, which a busy machine may need more of."""
+        for seconds in ("4", "15", "60"):
+            with tempfile.TemporaryFile() as errors:
+                code = subprocess.run([demo.ROOT / "tools" / "wine-run.sh", demo.PROGRAM, "--seconds", seconds,
+                                       *("Z:" + str(source) for source in sources)], stdout=subprocess.DEVNULL,
+                                      stderr=errors, timeout=150).returncode
+                errors.seek(0)
+                said = errors.read().decode(errors="replace")
+            if code == status:
+                break
+        self.assertEqual(code, status, said)
+        return said
 
     def test_what_cannot_be_played_is_told_with_its_reason_and_showing_nothing_is_a_failure(self):
-        code, errors = self.run_for_some_seconds(self.text)
-        self.assertEqual(code, 1, errors)
+        errors = self.run_until(1, self.text)
         self.assertRegex(errors, r"notes\.txt cannot be played: [a-z ,]+ \([56]\)\.")
         self.assertIn("Nothing has been shown.", errors)
 
     def test_one_file_that_cannot_be_played_spoils_nothing(self):
-        code, errors = self.run_for_some_seconds(self.text, self.clip)
-        self.assertEqual(code, 0, errors)
+        errors = self.run_until(0, self.text, self.clip)
         self.assertIn("notes.txt cannot be played: ", errors)
         self.assertNotIn("Nothing has been shown.", errors)
-        code, errors = self.run_for_some_seconds(self.clip)
-        self.assertEqual(code, 0, errors)
+        errors = self.run_until(0, self.clip)
         self.assertNotIn("cannot be played", errors)
 
 

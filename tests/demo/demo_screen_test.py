@@ -114,7 +114,7 @@ class Host:
 
     def __enter__(self):
         self.log = tempfile.TemporaryFile()
-        self.process = subprocess.Popen([ROOT / "tools" / "wine-run.sh", PROGRAM, "--seconds", "60", *self.arguments],
+        self.process = subprocess.Popen([ROOT / "tools" / "wine-run.sh", PROGRAM, "--seconds", "600", *self.arguments],
                                         stdout=self.log, stderr=subprocess.STDOUT)
         return self
 
