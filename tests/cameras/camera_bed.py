@@ -21,7 +21,8 @@ Commands on the control connection are lines; each is answered by one line, "ok 
     stall PROXY            nothing is forwarded any more, on no connection
     refuse PROXY           the port refuses; connections are reset
     reset PROXY            each connection is reset in the middle of what the camera sends next
-    clean                  the server runs, and no proxy is left
+    relay PORT             a new relay (relay_server.py) that fetches the wall's cameras from the port; its own port
+    clean                  the server runs, and no proxy and no relay is left
 
 A proxy rewrites the ports that RTSP agrees on for UDP, so that media and reports go through it too.
 """
@@ -73,6 +74,21 @@ async def arrival(writer):
         await asyncio.sleep(0.001)
 
 
+async def start_program(name, *arguments):
+    """A program beside this one, which says that it is ready."""
+    process = await asyncio.create_subprocess_exec(
+        "/usr/bin/python3", str(Path(__file__).resolve().parent / name), *(str(one) for one in arguments),
+        stdout=subprocess.PIPE)
+    if await asyncio.wait_for(process.stdout.readline(), 60) != b"ready\n":
+        raise RuntimeError(f"{name} ended")
+    return process
+
+
+async def kill_program(process):
+    process.kill()
+    await process.wait()
+
+
 class Server:
     """The process of the cameras."""
 
@@ -82,20 +98,12 @@ class Server:
         self.process = None
 
     async def start(self):
-        if self.process is not None:
-            return
-        program = Path(__file__).resolve().parent / "camera_server.py"
-        self.process = await asyncio.create_subprocess_exec(
-            "/usr/bin/python3", str(program), str(self.clips), *(str(port) for port in self.ports),
-            stdout=subprocess.PIPE)
-        line = await asyncio.wait_for(self.process.stdout.readline(), 60)
-        if line != b"ready\n":
-            raise RuntimeError("the cameras' server ended")
+        if self.process is None:
+            self.process = await start_program("camera_server.py", self.clips, *self.ports)
 
     async def kill(self):
         if self.process is not None:
-            self.process.kill()
-            await self.process.wait()
+            await kill_program(self.process)
             self.process = None
 
     def send_signal(self, number):
@@ -279,6 +287,7 @@ class Bed:
     def __init__(self, clips):
         self.server = Server(clips)
         self.proxies = {}
+        self.relays = []
         # Its streams are those of the digest port; the first channel has a smaller one, too, which is another camera.
         channels = [camera.path for camera in all_cameras() if "/" in camera.path]
         self.onvif = onvif_device.Device(self.server.ports[1], channels, ["fast"])
@@ -305,11 +314,21 @@ class Bed:
             for proxy in self.proxies.values():
                 await proxy.refuse()
             self.proxies.clear()
+            await self.end_relays()
             self.server.send_signal(signal.SIGCONT)
             await self.server.start()
+        elif name == "relay":
+            port = free_ports(1)[0]
+            self.relays.append(await start_program("relay_server.py", values[0], port))
+            return [port]
         else:
             return await self.trouble(name, self.proxies[values[0]], *values[1:])
         return []
+
+    async def end_relays(self):
+        for relay in self.relays:
+            await kill_program(relay)
+        self.relays.clear()
 
     async def trouble(self, name, proxy, *values):
         if name == "delay":
@@ -367,6 +386,7 @@ async def run(clips, stay):
         print(control.sockets[0].getsockname()[1], flush=True)
         await over.wait()
     finally:
+        await bed.end_relays()
         await bed.server.kill()
 
 

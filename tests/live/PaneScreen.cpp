@@ -2,6 +2,7 @@
 
 #include "tests/cameras/CameraBed.h"
 #include "tests/support/BarCode.h"
+#include "tests/support/ScreenBytes.h"
 
 #include <QApplication>
 #include <QWidget>
@@ -28,24 +29,7 @@ Shot shootWindow(HWND hWnd)
     Shot shot;
     shot.nWidth = client.right;
     shot.nHeight = client.bottom;
-    shot.bytes.resize(std::size_t{4} * shot.nWidth * shot.nHeight);
-
-    const HDC screen = GetDC(nullptr);
-    const HDC memory = CreateCompatibleDC(screen);
-    const HBITMAP bitmap = CreateCompatibleBitmap(screen, shot.nWidth, shot.nHeight);
-    const HGDIOBJ previous = SelectObject(memory, bitmap);
-    BitBlt(memory, 0, 0, shot.nWidth, shot.nHeight, screen, origin.x, origin.y, SRCCOPY);
-    SelectObject(memory, previous);
-    BITMAPINFO info = {};
-    info.bmiHeader.biSize = sizeof(info.bmiHeader);
-    info.bmiHeader.biWidth = shot.nWidth;
-    info.bmiHeader.biHeight = -shot.nHeight;
-    info.bmiHeader.biPlanes = 1;
-    info.bmiHeader.biBitCount = 32;
-    GetDIBits(memory, bitmap, 0, static_cast<UINT>(shot.nHeight), shot.bytes.data(), &info, DIB_RGB_COLORS);
-    DeleteObject(bitmap);
-    DeleteDC(memory);
-    ReleaseDC(nullptr, screen);
+    shot.bytes = support::screenBytes({origin.x, origin.y, origin.x + client.right, origin.y + client.bottom});
     return shot;
 }
 

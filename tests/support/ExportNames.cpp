@@ -50,6 +50,25 @@ std::set<std::string> declaredFunctions(const std::string &headerPath, const std
     return names;
 }
 
+std::set<std::string> functionsInSection(const std::string &path, const std::string &heading, const std::string &prefix)
+{
+    std::string text = contents(path);
+    if (!heading.empty()) {
+        const std::size_t nBegin = text.find("\n## " + heading + "\n");
+        if (nBegin == std::string::npos) {
+            return {};
+        }
+        text = text.substr(nBegin, text.find("\n## ", nBegin + 1) - nBegin);
+    }
+    // "PELLORA_Get…" stands for several.
+    const std::regex function(prefix + R"([A-Z][a-z]\w*\b(?!…))");
+    std::set<std::string> names;
+    for (std::sregex_iterator found(text.begin(), text.end(), function), end; found != end; ++found) {
+        names.insert(found->str());
+    }
+    return names;
+}
+
 std::set<std::string> definitionFileNames(const std::string &path)
 {
     std::set<std::string> names;

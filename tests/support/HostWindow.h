@@ -11,7 +11,7 @@ namespace support
 {
 
 /** Lets the calling thread's messages run until the condition holds; false when the time is over. */
-[[nodiscard]] bool pumpUntil(const std::function<bool()> &condition, unsigned milliseconds = 5000);
+[[nodiscard]] bool pumpUntil(const std::function<bool()> &condition, unsigned milliseconds = 30'000);
 /** Lets run what has been posted to the calling thread so far. */
 void pumpPosted();
 

@@ -8,6 +8,7 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <fstream>
 #include <mutex>
 
@@ -61,6 +62,13 @@ public:
         return false;
     }
 
+    /** Until then lines are dropped: the configured appender's are nobody's, and would fill the memory of long tests.
+     */
+    void keep()
+    {
+        m_bKeeps = true;
+    }
+
     std::vector<LogLine> lines() const
     {
         const std::lock_guard<std::mutex> lock(m_linesMutex);
@@ -76,6 +84,9 @@ public:
 protected:
     void append(const log4cxx::spi::LoggingEventPtr &event, log4cxx::helpers::Pool &) override
     {
+        if (!m_bKeeps) {
+            return;
+        }
         const log4cxx::spi::LocationInfo &location = event->getLocationInformation();
         LogLine line;
         line.level = event->getLevel()->toString();
@@ -89,6 +100,7 @@ protected:
     }
 
 private:
+    std::atomic<bool> m_bKeeps{false};
     mutable std::mutex m_linesMutex;
     std::vector<LogLine> m_lines;
 };
@@ -115,6 +127,7 @@ void stopLogger()
 
 LogCapture::LogCapture() : m_pAppender(std::make_shared<MemoryAppender>())
 {
+    m_pAppender->keep();
     log4cxx::Logger::getRootLogger()->addAppender(m_pAppender);
 }
 

@@ -10,6 +10,12 @@ namespace support
  */
 [[nodiscard]] std::size_t privateBytes();
 
+/**
+ * The same without what the heaps keep free, which is as much as was needed at the same time: what was allocated and
+ * not given back, and all private memory outside the heaps.
+ */
+[[nodiscard]] std::size_t usedBytes();
+
 } // namespace support
 
 #endif
