@@ -22,6 +22,13 @@ if(WIN32)
     pellora_imported(gtest ${PELLORA_DEP_GOOGLETEST} lib/libgmock_main.a lib/libgmock.a lib/libgtest.a)
     pellora_imported(benchmark ${PELLORA_DEP_BENCHMARK} lib/libbenchmark.a)
     target_link_libraries(pellora_dep::benchmark INTERFACE shlwapi)
+    # A build folder remembers where Qt was; what deps/build.py has built anew since lies elsewhere.
+    foreach(package IN ITEMS Qt5 Qt5Core Qt5Gui Qt5Widgets)
+        string(FIND "${${package}_DIR}" "${PELLORA_DEP_QT}/" place)
+        if(NOT place EQUAL 0)
+            unset(${package}_DIR CACHE)
+        endif()
+    endforeach()
     find_package(Qt5 5.15 REQUIRED COMPONENTS Core Gui Widgets)
 else()
     pellora_imported(ffmpeg ${PELLORA_DEP_FFMPEG_NATIVE} lib/libavformat.so lib/libavcodec.so lib/libswscale.so

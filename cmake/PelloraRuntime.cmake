@@ -5,7 +5,8 @@
 function(pellora_runtime_file source place)
     set(output ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${place})
     if("STRIP" IN_LIST ARGN)
-        set(command ${CMAKE_STRIP} --strip-all -o ${output} ${source})
+        # It writes the time into the file that it makes.
+        set(command ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0 ${CMAKE_STRIP} --strip-all -o ${output} ${source})
     else()
         set(command ${CMAKE_COMMAND} -E copy ${source} ${output})
     endif()

@@ -1,7 +1,8 @@
-# pellora_add_test(NAME name SOURCES … [LIBRARIES …] [LABELS …] [DISPLAY] [TIMEOUT s] [WORKING_FOLDER name])
+# pellora_add_test(NAME name SOURCES … [LIBRARIES …] [LABELS …] [DISPLAY] [NOT_IN_DEBUG] [TIMEOUT s] [WORKING_FOLDER name])
 #
 # One GoogleTest program (with main(), unless a source has its own) and one CTest test. DISPLAY: it opens windows, so
-# that no other such test runs beside it.
+# that no other such test runs beside it. NOT_IN_DEBUG: it is long, and mingw-debug, whose own is what it checks on
+# Windows, would tell nothing that mingw-release and linux-asan do not.
 # WORKING_FOLDER puts the program into build/<preset>/<name> instead of bin, which is how a program meets doubles of
 # the platform libraries: Windows looks for a DLL beside the program first.
 #
@@ -11,7 +12,10 @@ function(pellora_add_test)
     if(PELLORA_FUZZ)
         return()
     endif()
-    cmake_parse_arguments(arg "DISPLAY" "NAME;TIMEOUT;WORKING_FOLDER" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+    cmake_parse_arguments(arg "DISPLAY;NOT_IN_DEBUG" "NAME;TIMEOUT;WORKING_FOLDER" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+    if(arg_NOT_IN_DEBUG AND PELLORA_CHECKED)
+        return()
+    endif()
     add_executable(${arg_NAME} ${arg_SOURCES})
     target_link_libraries(${arg_NAME} PRIVATE pellora_options ${arg_LIBRARIES} pellora_dep::gtest)
     if(arg_WORKING_FOLDER)

@@ -17,6 +17,7 @@ in before Debian's mirror is asked; PELLORA_JOBS (default: all cores).
 
 import argparse
 import concurrent.futures
+import contextlib
 import fcntl
 import hashlib
 import os
@@ -240,6 +241,8 @@ class Builder:
         self._sources = Sources()
         self._print = threading.Lock()
         self._finished = 0
+        # Held while a child is begun and while all are ended, so that none begins unseen.
+        self._begin = threading.Lock()
         self._children = set()
         self._stop = threading.Event()
 
@@ -297,25 +300,27 @@ class Builder:
                             errors.append(future.exception())
             finally:
                 if errors or pending or running:
-                    self._stop.set()
                     self._terminate()
         for error in errors[:1]:
             raise error
         self.say(f"Dependencies: built in {duration(time.monotonic() - began)}.")
 
     def _terminate(self):
-        for child in list(self._children):
-            try:
-                os.killpg(child.pid, 15)
-            except ProcessLookupError:
-                pass
+        with self._begin:
+            self._stop.set()
+            for child in self._children:
+                with contextlib.suppress(ProcessLookupError):
+                    os.killpg(child.pid, signal.SIGTERM)
+
+    def _refuse_after_the_end(self):
+        if self._stop.is_set():
+            raise BuildError("Interrupted.")
 
     def _build(self, recipe):
         began = time.monotonic()
         for source in recipe.sources:
             self._sources.fetch(source)
-        if self._stop.is_set():
-            raise BuildError("Interrupted.")
+        self._refuse_after_the_end()
         recipe.log.parent.mkdir(parents=True, exist_ok=True)
         resumed = recipe.work.exists()
         self.say(f"[ … ] {recipe.name} {recipe.version} started" +
@@ -335,14 +340,18 @@ class Builder:
         with open(recipe.log, "a" if resumed else "w", encoding="utf-8") as log:
             log.write(f"==== {recipe.name} {recipe.version}, key {recipe.key}, {time.ctime()}\n")
             log.flush()
-            child = subprocess.Popen(["bash", str(RECIPES / "common.sh")], env=environment, stdin=subprocess.DEVNULL,
-                                     stdout=log, stderr=subprocess.STDOUT, start_new_session=True)
-            self._children.add(child)
-            code = self._wait(recipe, child)
-            self._children.discard(child)
+            before = recipe.steps()[0]
+            with self._begin:
+                self._refuse_after_the_end()
+                child = subprocess.Popen(["bash", str(RECIPES / "common.sh")], env=environment,
+                                         stdin=subprocess.DEVNULL, stdout=log, stderr=subprocess.STDOUT,
+                                         start_new_session=True)
+                self._children.add(child)
+            code = self._wait(recipe, child, before)
+            with self._begin:
+                self._children.discard(child)
         if code != 0:
-            if self._stop.is_set():
-                raise BuildError("Interrupted.")
+            self._refuse_after_the_end()
             tail = "\n".join("    " + line for line in recipe.log.read_text(errors="replace").splitlines()[-15:])
             raise BuildError(f"{recipe.name} {recipe.version} did not build (exit code {code}). The last lines of its "
                              f"log:\n{tail}\nThe whole log: {recipe.log}\nIts build folder is kept; the next run goes "
@@ -354,10 +363,9 @@ class Builder:
             print(f"[{self._finished}/{len(self.wanted)}] {recipe.name} {recipe.version} … "
                   f"{duration(time.monotonic() - began)}", flush=True)
 
-    def _wait(self, recipe, child):
-        """Waits for the end of a recipe, and says meanwhile how far it is."""
+    def _wait(self, recipe, child, before):
+        """Waits for the end of a recipe, whose log held so many steps before it, and says meanwhile how far it is."""
         began = compiling = time.monotonic()
-        before = recipe.steps()[0]
         while True:
             try:
                 return child.wait(PROGRESS_SECONDS)

@@ -10,6 +10,7 @@ import signal
 import subprocess
 import sys
 import tempfile
+import textwrap
 import time
 import unittest
 from pathlib import Path
@@ -47,6 +48,7 @@ class Workshop:
         self.count = self.folder / "count"
         self.count.write_text("")
         self.names = []
+        self.meanwhile = ""  # Python that runs before the builder does, with its module "build".
 
     def recipe(self, name, needs="", build=":"):
         if name not in self.names:
@@ -57,7 +59,7 @@ class Workshop:
         return dict(os.environ, PELLORA_CACHE=str(self.cache), COUNT=str(self.count))
 
     def command(self):
-        program = (f"import sys; sys.path.insert(0, {str(self.root)!r}); import build; "
+        program = (f"import sys; sys.path.insert(0, {str(self.root)!r}); import build\n{self.meanwhile}\n"
                    f"build.WINDOWS = {self.names!r}; build.NATIVE = []; build.PROGRESS_SECONDS = 0.1; "
                    f"build.EXPECTED_STEPS = {{'alone': 5}}; sys.argv = ['build']; sys.exit(build.main())")
         return [sys.executable, "-B", "-c", program]
@@ -177,6 +179,43 @@ class DependencyBuilder(unittest.TestCase):
             self.wait_for(process, "alone 1.0: 2 of 5 steps, about ")
         with self.shop.running() as process:
             self.wait_for(process, "alone 1.0: 4 of 5 steps, about ")
+
+    def test_counts_the_steps_of_a_build_that_is_quicker_than_its_builder(self):
+        # The recipe's first steps stand in its log before anybody has looked there.
+        self.shop.recipe("alone", build="printf 'CC\\ta.o\\n'; sleep 300")
+        self.shop.meanwhile = textwrap.dedent("""
+            import time, types
+            def after_a_step(arguments, begin=build.subprocess.Popen, **options):
+                child = begin(arguments, **options)
+                log = build.Path(options["stdout"].name)
+                deadline = time.monotonic() + 30
+                while log.stem == "alone" and "CC" not in log.read_text() and time.monotonic() < deadline:
+                    time.sleep(0.01)
+                return child
+            build.subprocess = types.SimpleNamespace(**dict(vars(build.subprocess), Popen=after_a_step))
+            """)
+        with self.shop.running() as process:
+            self.wait_for(process, "alone 1.0: 1 of 5 steps, about ")
+
+    def test_ends_a_recipe_that_begins_while_it_is_ended(self):
+        self.shop.recipe("alone", build="sleep 300")
+        self.shop.meanwhile = textwrap.dedent("""
+            import os, signal, threading, types
+            ending = threading.Event()
+            def end(builder, real=build.Builder._terminate):
+                ending.set()
+                real(builder)
+            def while_it_ends(arguments, begin=build.subprocess.Popen, **options):
+                if build.Path(options["stdout"].name).stem == "alone":
+                    os.kill(os.getpid(), signal.SIGTERM)
+                    ending.wait(30)
+                return begin(arguments, **options)
+            build.Builder._terminate = end
+            build.subprocess = types.SimpleNamespace(**dict(vars(build.subprocess), Popen=while_it_ends))
+            """)
+        code, said, built = self.shop.run()
+        self.assertEqual(code, 130, said)
+        self.assertNotIn("alone", built)
 
     def test_promises_no_end_where_none_is_known(self):
         self.shop.recipe("lower", build="printf 'CC\\ta.o\\n'; sleep 300")

@@ -1,0 +1,21 @@
+# pellora_version(target description): gives a DLL or program its version resource, which Windows shows among the file's
+# properties and installers compare. After the target's OUTPUT_NAME is set.
+file(STRINGS ${CMAKE_SOURCE_DIR}/LICENSE pellora_copyright REGEX "^Copyright")
+
+function(pellora_version target description)
+    get_target_property(name ${target} OUTPUT_NAME)
+    get_target_property(kind ${target} TYPE)
+    if(kind STREQUAL "EXECUTABLE")
+        set(file ${name}.exe)
+        set(type VFT_APP)
+    elseif(kind STREQUAL "MODULE_LIBRARY")
+        set(file ${name}.node)
+        set(type VFT_DLL)
+    else()
+        set(file ${name}.dll)
+        set(type VFT_DLL)
+    endif()
+    set(copyright ${pellora_copyright})
+    configure_file(${CMAKE_SOURCE_DIR}/cmake/version.rc.in ${CMAKE_CURRENT_BINARY_DIR}/${name}.rc @ONLY)
+    target_sources(${target} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/${name}.rc)
+endfunction()
