@@ -23,10 +23,7 @@
 set -euo pipefail
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
 
-wrong() {
-    echo "ERROR: $1 ./demo.sh --help tells more." >&2
-    exit 2
-}
+source "$root/tools/arguments.sh"
 
 stay=no
 seconds=8
@@ -38,18 +35,15 @@ reach=()
 sources=()
 while [ $# -gt 0 ]; do
     case "$1" in
-    -h | --help)
-        sed -n '2,/^set /{/^set /d;s/^# \{0,1\}//p}' "$root/demo.sh"
-        exit 0
-        ;;
+    -h | --help) show_help ;;
     --stay) stay=yes ;;
     --seconds)
-        [[ "${2:-}" =~ ^[1-9][0-9]{0,5}$ ]] || wrong "--seconds needs a number of seconds."
+        require_seconds "${2:-}"
         seconds="$2"
         shift
         ;;
     --cameras)
-        [[ "${2:-}" =~ ^[1-9]$ ]] || wrong "--cameras needs a number from 1 to 9."
+        require_cameras "${2:-}"
         cameras=yes
         options+=("$1" "$2")
         shift
@@ -74,10 +68,8 @@ while [ $# -gt 0 ]; do
         if [ -e "$1" ]; then
             # Wine's Z: is the whole file system.
             sources+=("Z:$(realpath "$1")")
-        elif [[ "$1" == *@* ]]; then
-            wrong "An argument with an @ is no file and no camera's address; it may hold a password and is not printed."
         else
-            wrong "$1 is no file, no camera's address and no option."
+            refuse "$1"
         fi
         ;;
     esac

@@ -13,7 +13,13 @@ targets=()
 [ $# -eq 0 ] || targets=(--target "$@")
 
 native=()
-for preset in "${presets[@]}"; do case "$preset" in linux-*) native=(--native) ;; esac; done
+for preset in "${presets[@]}"; do
+    case "$preset" in
+    linux-*) native=(--native) ;;
+    # All of a Windows preset has the add-on for JavaScript in it.
+    *) [ ${#targets[@]} -gt 0 ] || tools/node-packages.sh ;;
+    esac
+done
 python3 deps/build.py "${native[@]}"
 for preset in "${presets[@]}"; do
     mkdir -p "build/$preset"

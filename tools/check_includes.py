@@ -31,10 +31,12 @@ MAY_INCLUDE = {
 MAY_INCLUDE["tests"] = list(MAY_INCLUDE)[:-1]
 MAY_INCLUDE["bench"] = ["tests", *MAY_INCLUDE["tests"]]
 # Who may name a companion's public header. Its other headers are its own business.
-PUBLIC = {"player": ["Kavun.h"], "device": ["Selvikdcm.h"], "interface": ["Pellora.h", "PelloraTypes.h"]}
+PUBLIC = {"player": ["Kavun.h"], "device": ["Selvikdcm.h"], "interface": ["Pellora.h", "PelloraTypes.h", "Pellora_load.h", "Pellora.hpp", "Pellora_events.hpp",
+                        "Pellora_pane.hpp"]}
 # Layers whose tests may use everything.
 THROUGH_EXPORTS = {"preview", "Drovel", "VideoWindow", "interface"}
-SOURCES = {".h", ".c", ".cpp"}
+HEADERS = {".h", ".hpp"}
+SOURCES = {*HEADERS, ".c", ".cpp"}
 
 
 def owners_of_headers(root):
@@ -42,7 +44,7 @@ def owners_of_headers(root):
     # Public headers lie beside each other wherever hosts put them, and include each other so.
     owners = {name: folder for folder, names in PUBLIC.items() for name in names}
     for folder in MAY_INCLUDE:
-        for header in (root / folder).rglob("*.h"):
+        for header in (path for path in (root / folder).rglob("*") if path.suffix in HEADERS):
             owners[str(header.relative_to(root))] = folder
             include = root / folder / "include"
             if include in header.parents:
@@ -60,7 +62,8 @@ def guard_problem(path, root, guards):
     if any(path.name in names for names in PUBLIC.values()):
         words = words[-1:]
     between = "".join(f"({re.escape(word)}_)?" for word in words[1:-1])
-    wanted = f"{words[0]}_{between}{words[-1]}_H" if words[1:] else f"{words[0]}_H"
+    ending = path.suffix[1:].upper()
+    wanted = f"{words[0]}_{between}{words[-1]}_{ending}" if words[1:] else f"{words[0]}_{ending}"
     directives = re.findall(r"^#\s*(\w+)\s+(\w+)", path.read_text(encoding="utf-8"), re.MULTILINE)[:2]
     guard = directives[0][1] if len(directives) == 2 and directives[0][0] == "ifndef" else None
     if guard is None or directives[1] != ("define", guard):
@@ -109,7 +112,7 @@ def main():
             if path.suffix in SOURCES:
                 files += 1
                 problems += problems_of(path, root, owners)
-            if path.suffix == ".h":
+            if path.suffix in HEADERS:
                 problems += filter(None, [guard_problem(path, root, guards)])
     for problem in problems:
         print(problem)

@@ -8,7 +8,7 @@ import sys
 from pathlib import Path
 
 LONGEST = 450
-SUFFIXES = {".h", ".c", ".cpp", ".py", ".sh", ".cmake"}
+SUFFIXES = {".h", ".hpp", ".c", ".cpp", ".py", ".sh", ".cmake"}
 LEFT_OUT = {"build", "tests", ".git"}
 
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that are missing: tools/install-packages.sh GROUP…  (build, run, test)
+# Installs the Debian packages that are missing: tools/install-packages.sh GROUP…  (build, run, package, test, script)
 # As root or with sudo. Does nothing, and asks for nothing, when all are there.
 set -euo pipefail
 
@@ -7,8 +7,10 @@ declare -A packages=(
     [build]="g++ gcc g++-mingw-w64-x86-64-posix mingw-w64-tools binutils-mingw-w64-x86-64 cmake ninja-build meson make
         nasm pkg-config ccache python3 dpkg-dev patch xz-utils bzip2 ca-certificates googletest"
     [run]="wine wine64 xvfb xauth x11-utils imagemagick fonts-wine fonts-liberation fonts-noto-cjk"
+    [script]="nodejs npm"
+    [package]="python3-markdown llvm git"
     [test]="ffmpeg xdotool libgtest-dev libgmock-dev libdav1d-dev libyuv-dev libturbojpeg0-dev libpugixml-dev
-        clang libclang-rt-dev clang-format clang-tidy git openssl python3-gi gir1.2-gst-rtsp-server-1.0
+        clang libclang-rt-dev clang-format clang-tidy lld git openssl python3-gi gir1.2-gst-rtsp-server-1.0
         gstreamer1.0-plugins-base
         gstreamer1.0-plugins-good gstreamer1.0-plugins-bad pulseaudio pulseaudio-utils"
 )

@@ -71,7 +71,7 @@ def compiler_and_arguments(entry, path):
 
 def tidy_command(path, arguments, extra):
     arguments = [a for a in arguments if not a.startswith(("-gdwarf", "-fno-keep-inline-dllexport", "-fsanitize",
-                                                           "-fno-sanitize", "-Werror"))]
+                                                           "-fno-sanitize", "-ffile-prefix-map", "-Werror"))]
     # GoogleTest's macros make the path-sensitive analysis of a test take longer than that of all it tests, and a test
     # is as long as what it tells.
     checks = ["--checks=-clang-analyzer-*,-readability-function-size"] if "tests" in path.relative_to(ROOT).parts else []

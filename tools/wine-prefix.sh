@@ -14,7 +14,7 @@ flock 9
 if [ ! -e "$prefix/.complete" ]; then
     rm -rf "$prefix"
     export WINEPREFIX="$prefix" WINEARCH=win64 WINEDEBUG=-all WINEDLLOVERRIDES=mscoree,mshtml= DISPLAY=
-    wine=/usr/lib/wine/wine64
+    wine="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)/wine64.sh"
     {
         "$wine" wineboot -i 9>&-
         /usr/lib/wine/wineserver64 -w || wineserver -w || true
@@ -29,6 +29,10 @@ if [ ! -e "$prefix/.complete" ]; then
         "$wine" reg add 'HKCU\Software\Wine\WineDbg' /v ShowCrashDialog /t REG_DWORD /d 0 /f 9>&-
         mkdir -p "$prefix/drive_c/windows/Fonts"
         cp /usr/share/wine/fonts/*.ttf "$prefix/drive_c/windows/Fonts/" || true
+        # Chromium ends at once when DirectWrite has no Tahoma, and finds it nowhere but under these names.
+        for value in "Tahoma (TrueType)=tahoma.ttf" "Tahoma Bold (TrueType)=tahomabd.ttf"; do
+            "$wine" reg add 'HKLM\Software\Microsoft\Windows NT\CurrentVersion\Fonts' /v "${value%%=*}" /d "${value#*=}" /f 9>&-
+        done
         wineserver -w || true
     } >"$cache/wine-prefix.log" 2>&1
     touch "$prefix/.complete"

@@ -4,7 +4,7 @@
 # PELLORA_BIN  folder with the libraries, searched after the program's own (default: the program's)
 # WINEPREFIX   default: the project's own prefix, made by tools/wine-prefix.sh
 # DISPLAY      needed by programs that open windows
-# PELLORA_KEEP_OUTPUT  print the output when the program has ended: Wine's own services outlive it and would hold a
+# PELLORA_KEEP_OUTPUT  pass the output on by way of a file: Wine's own services outlive the program and would hold a
 #                      test runner's pipe open, which then waits for them
 set -euo pipefail
 here="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
@@ -16,11 +16,16 @@ bin="${PELLORA_BIN:-$(dirname "$program")}"
 # Z: is the whole file system; Wine turns the unix path given here into it.
 export WINEPATH="Z:${bin//\//\\}"
 if [ -z "${PELLORA_KEEP_OUTPUT:-}" ]; then
-    exec /usr/lib/wine/wine64 "$program" "$@"
+    exec "$here/wine64.sh" "$program" "$@"
 fi
 output="$(mktemp)"
+trap 'rm -f "$output"' EXIT
+"$here/wine64.sh" "$program" "$@" >"$output" 2>&1 <&0 &
+wine=$!
+trap 'kill "$wine" 2>/dev/null || true' INT TERM
+# At once, so that what a program has said is not lost where it hangs and is ended.
+tail -n +1 --sleep-interval=0.1 --pid="$wine" -f "$output" &
 status=0
-/usr/lib/wine/wine64 "$program" "$@" >"$output" 2>&1 || status=$?
-cat "$output"
-rm -f "$output"
+wait "$wine" || status=$?
+wait $!
 exit "$status"

@@ -28,7 +28,7 @@ leave() {
     rm -rf "$folder"
 }
 trap leave EXIT
-WINEDEBUG=-all WINEDLLOVERRIDES=mscoree,mshtml= /usr/lib/wine/wine64 cmd <"$folder/pipe" >"$folder/banner" 2>&1 8>&- 9>&- &
+WINEDEBUG=-all WINEDLLOVERRIDES=mscoree,mshtml= "$here/wine64.sh" cmd <"$folder/pipe" >"$folder/banner" 2>&1 8>&- 9>&- &
 for _ in $(seq 1800); do
     [ -s "$folder/banner" ] && break
     sleep 0.1

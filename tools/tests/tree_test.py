@@ -12,7 +12,7 @@ sys.path += [str(ROOT / "tests" / "media"), str(ROOT / "tests" / "cameras")]
 import camera_clips  # noqa: E402
 import make_media  # noqa: E402
 
-CODE = {".h", ".c", ".cpp", ".py", ".sh", ".txt", ".cmake"}
+CODE = {".h", ".hpp", ".c", ".cpp", ".py", ".sh", ".txt", ".cmake"}
 FOLDERS = ["base", "bench", "cmake", "companion", "device", "Drovel", "ffmpeg", "gdi", "hosts", "interface", "logging", "player", "preview",
            "rules", "tests", "threadpool", "tools", "VideoWindow"]
 # FFmpeg's decoders of pictures by the codec's name where it is another one.
@@ -77,7 +77,9 @@ class Documents(unittest.TestCase):
 
     def test_link_to_files_that_exist(self):
         for document in [*ROOT.glob("*.md"), *(ROOT / "docs").rglob("*.md")]:
-            for target in re.findall(r"\]\(([^)#]+)[^)]*\)", document.read_text(encoding="utf-8")):
+            # What looks like a link in C++ is a function without a name.
+            text = re.sub(r"^```.*?^```", "", document.read_text(encoding="utf-8"), flags=re.MULTILINE | re.DOTALL)
+            for target in re.findall(r"\]\(([^)#]+)[^)]*\)", text):
                 if "://" not in target:
                     self.assertTrue((document.parent / target).exists(), f"{document.relative_to(ROOT)}: {target}")
 
@@ -104,6 +106,58 @@ class Compatibility(unittest.TestCase):
                 asked += 1
                 self.assertIn(name, self.entries, str(path))
         self.assertGreater(asked, 2)
+
+
+class Troubleshooting(unittest.TestCase):
+    """The guide quotes log lines: each is one that a source writes, at the level that the guide says."""
+
+    LEVELS = {"logInfo": "INFO", "logWarn": "WARN", "refuse": "WARN", "Warn": "WARN", "logError": "ERROR", "fprintf": None}
+    FOLDERS = ["base", "Drovel", "interface", "preview", "VideoWindow"]
+
+    def setUp(self):
+        guide = read("docs/host-guide.md").split("### Troubleshooting")[1]
+        self.quoted = re.findall(r"`((?:(?:INFO|WARN|ERROR) |Corvane: |Pellora: )[^`]+)`", guide)
+        self.written = [text for folder in self.FOLDERS for path in sorted((ROOT / folder).rglob("*.[ch]*"))
+                        if "tests" not in path.parts for text in self.texts(path.read_text(encoding="utf-8"))]
+
+    def texts(self, source):
+        """The level, None where the source does not tell it, and a pattern of each text of some length."""
+        source = re.sub(r"(?ms)^\s*//[^\n]*$|/\*.*?\*/", "", source)
+        for match in re.finditer(r'"(?:[^"\\\n]|\\.)*"(?:\s*"(?:[^"\\\n]|\\.)*")*', source):
+            text = "".join(re.findall(r'"((?:[^"\\\n]|\\.)*)"', match[0]))
+            text = text.replace("\\n", "").replace('\\"', '"').replace("\\\\", "\\")
+            parts = re.split(r"%[0-9.-]*l*[a-z]", text)
+            if sum(map(len, parts)) >= 10:
+                statement = re.split(r"[;{}]", source[:match.start()])[-1]
+                calls = [name for name in re.findall(r"\b(\w+)\(", statement) if name in self.LEVELS]
+                yield (self.LEVELS[calls[0]] if calls else None), re.compile(".+".join(map(re.escape, parts)))
+
+    def levels_of(self, line):
+        """Of the texts that this line can be; one that is refused has its function's name in front."""
+        shorter = re.sub(r"^\w+: ", "", line)
+        return [level for level, pattern in self.written if pattern.fullmatch(line) or pattern.fullmatch(shorter)]
+
+    def test_quotes_lines_that_are_written(self):
+        self.assertGreater(len(self.quoted), 30)
+        for quoted in self.quoted:
+            level, line = re.fullmatch(r"(?:(INFO|WARN|ERROR) )?(.*)", quoted).groups()
+            found = self.levels_of(line)
+            self.assertTrue(found, f"no source writes: {line}")
+            self.assertTrue(level in found or None in found, f"{line}: {found}")
+
+
+class Locks(unittest.TestCase):
+    # One a process, for good.
+    KEPT = {"base/src/base/CLog.cpp": "std::shared_mutex"}
+    LEAKING = re.compile(r"\bstd::(?:recursive_|shared_|recursive_timed_|shared_timed_)mutex\b")
+
+    def test_are_none_of_which_something_stays(self):
+        """GCC 12 for Windows never destroys these, and an event of the system stays of each that was waited for."""
+        for path, text in code():
+            if path.suffix in {".h", ".cpp"} and path.parts[0] != "tests" and "tests" not in path.parts:
+                lines = [line for line in text.splitlines() if not line.lstrip().startswith("*")]
+                found = set(self.LEAKING.findall("\n".join(lines)))
+                self.assertLessEqual(found, {self.KEPT.get(str(path))}, f"{path}: preview/ReentrantMutex.h, or std::mutex")
 
 
 class Codecs(unittest.TestCase):

@@ -8,7 +8,11 @@ import tempfile
 import unittest
 from pathlib import Path
 
-WITH_WINE = Path(__file__).resolve().parent.parent / "with-wine.sh"
+TOOLS = Path(__file__).resolve().parent.parent
+WITH_WINE = TOOLS / "with-wine.sh"
+WINE = TOOLS / "wine64.sh"
+# Of Linux' personalities: what lies in memory begins at fixed places.
+ADDR_NO_RANDOMIZE = 0x0040000
 SERVER = "/usr/lib/wine/wineserver64"
 # For a busy machine, which makes a prefix first.
 DEADLINE = 240
@@ -38,7 +42,7 @@ class WineServer(unittest.TestCase):
 
     def test_stays_without_clients_and_goes_with_the_run(self):
         # By itself it would leave within seconds of the last client: that of the first line.
-        run = self.start("/usr/lib/wine/wine64 cmd /c echo client; timeout 15 " + SERVER + " -w; echo waited: $?; exit 3")
+        run = self.start(f"{WINE} cmd /c echo client; timeout 15 " + SERVER + " -w; echo waited: $?; exit 3")
         said, _ = run.communicate(timeout=DEADLINE)
         self.assertEqual(run.returncode, 3)
         self.assertEqual(said.split(), ["client", "waited:", "124"])
@@ -60,6 +64,16 @@ class WineServer(unittest.TestCase):
         self.assertIsNone(second.poll())
         self.assertEqual(first.communicate("go on\n", timeout=DEADLINE)[0], "first\n")
         self.assertEqual(second.communicate(timeout=DEADLINE)[0], "second\n")
+
+    def test_its_programs_have_a_heap_in_a_fixed_place(self):
+        may_be_fixed = subprocess.run(["setarch", "--addr-no-randomize", "true"], capture_output=True).returncode == 0
+        with subprocess.Popen([WINE, "cmd"], env=self.environment, stdin=subprocess.PIPE, stdout=subprocess.PIPE) as cmd:
+            # Its banner: it is Wine by now.
+            self.assertTrue(cmd.stdout.read(1))
+            personality = int(Path(f"/proc/{cmd.pid}/personality").read_text(), 16)
+            cmd.stdin.close()
+        self.assertEqual(bool(personality & ADDR_NO_RANDOMIZE), may_be_fixed)
+        self.wait_for_the_servers_end()
 
     def test_a_run_inside_a_run_takes_its_server(self):
         run = self.start(f"{WITH_WINE} echo inside")
