@@ -31,6 +31,11 @@ function(pellora_add_test)
     set_property(TEST ${test} APPEND PROPERTY ENVIRONMENT
         "PELLORA_TEST_MEDIA=${CMAKE_SOURCE_DIR}/build/media" "PELLORA_BIN=${CMAKE_BINARY_DIR}/bin"
         "PELLORA_TEST_FOOTAGE=${CMAKE_SOURCE_DIR}/build/footage" "PELLORA_KEEP_OUTPUT=1")
+    if(WIN32)
+        # Early enough to be told before the limit, also on a busy machine.
+        math(EXPR hung "${arg_TIMEOUT} * 4 / 5")
+        set_property(TEST ${test} APPEND PROPERTY ENVIRONMENT "PELLORA_STACKS_AFTER=${hung}")
+    endif()
     if(PELLORA_SANITIZE MATCHES "thread")
         # FFmpeg is not instrumented, so that its own atomics are invisible and its memory would look unguarded.
         set_property(TEST ${test} APPEND PROPERTY ENVIRONMENT "TSAN_OPTIONS=ignore_noninstrumented_modules=1")

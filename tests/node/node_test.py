@@ -74,8 +74,10 @@ def run(script, *arguments, folder=None):
             try:
                 status = process.wait(LONGEST)
             except subprocess.TimeoutExpired:
+                # First of all, for the reason.
+                stacks = command(ROOT / "tools" / "stacks.py", "node.exe")
                 os.killpg(process.pid, signal.SIGKILL)
-                status = f"still running after {LONGEST} seconds"
+                status = f"still running after {LONGEST} seconds; {stacks}"
         output.seek(0)
         return status, output.read().decode(errors="replace"), time.monotonic() - begin
 
