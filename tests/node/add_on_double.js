@@ -33,6 +33,7 @@ module.exports = {
     },
     end: () => undefined,
     open: answer('open'),
+    hasHost: () => 1,
     close: async () => {
         calls.push(['close']);
     },

@@ -22,7 +22,7 @@ function media(name) {
 
 /**
  * Waits until the condition, which may be a promise, answers something; a question that fails is asked again. What is
- * waited for are words, or a function that tells them when it was in vain.
+ * waited for are words, or a function that tells them, or a promise of them, when it was in vain.
  */
 async function until(condition, what) {
     const deadline = Date.now() + DEADLINE;
@@ -32,7 +32,7 @@ async function until(condition, what) {
             return answer;
         }
         if (Date.now() > deadline) {
-            throw new Error(`not reached: ${typeof what === 'function' ? what() : what}`);
+            throw new Error(`not reached: ${typeof what === 'function' ? await what() : what}`);
         }
         await new Promise((resolve) => setTimeout(resolve, 10));
     }

@@ -31,13 +31,14 @@ test('calls from inside a listener, and closes there', async () => {
     const host = hosts.create(0, 640, 480);
     const video = await VideoWindow.open({ host });
     await playing(video, 'h264.mp4');
-    const done = new Promise((resolve, reject) => {
-        video.once('end', () => {
-            video.capture().then((jpeg) => video.close().then(() => resolve(jpeg))).catch(reject);
-        });
+    let captured = null;
+    video.once('end', async () => {
+        captured = await video.capture().catch((error) => error);
+        await video.close();
     });
     await video.seek(1000);
-    assert.ok((await done).length > 0);
+    await until(() => captured !== null && !video.isOpen, async () => `the end, at ${await video.position()} s`);
+    assert.ok(captured.length > 0, String(captured));
     await until(() => hosts.children(host) === 0, 'the end of the window');
 });
 

@@ -343,17 +343,62 @@ withWindow('closes once, and refuses afterwards', {}, async (video) => {
     await refuses(video.split(1), 'VideoWindow', /closed/);
 });
 
-test('closes a window whose owner is collected', async () => {
-    const host = newHost();
-    await (async () => {
-        const video = await VideoWindow.open({ host });
-        video.on('status', () => video.split(1));
-        assert.ok(hosts.children(host) > 0);
-    })();
-    await until(() => {
+/** A window that no script refers to, whatever its listeners do. */
+async function openAndForget(host, prepare) {
+    const video = await VideoWindow.open({ host });
+    await prepare(video);
+    assert.ok(hosts.children(host) > 0);
+}
+
+function collected(host) {
+    return until(() => {
         global.gc();
         return hosts.children(host) === 0;
     }, 'the collection of the window');
+}
+
+async function collectOften() {
+    for (let i = 0; i < 20; ++i) {
+        global.gc();
+        await new Promise((resolve) => setTimeout(resolve, 5));
+    }
+}
+
+test('closes a window whose owner is collected', async () => {
+    const host = newHost();
+    await openAndForget(host, async (video) => {
+        const split = () => video.split(1);
+        video.on('status', split);
+        video.off('status', split);
+        video.on('end', split);
+        video.removeAllListeners();
+    });
+    await collected(host);
+});
+
+test('keeps a window that somebody listens to until nobody does', async () => {
+    const host = newHost();
+    let ends = 0;
+    await openAndForget(host, async (video) => {
+        await playing(video, 'h264.mp4');
+        video.once('end', () => ++ends);
+    });
+    await collectOften();
+    await until(() => ends === 1, 'the end of the file');
+    await collected(host);
+});
+
+test('closes a window that is listened to and has lost its host when another one opens', async () => {
+    const [gone, host] = [newHost(), newHost()];
+    let closes = 0;
+    const lost = await VideoWindow.open({ host: gone });
+    lost.on('close', () => ++closes);
+    hosts.tell(gone, TELL.destroy, 0);
+    await until(() => lost.split(1).then(() => false, ({ reason }) => /destroyed/.test(reason)), 'the end of the host');
+    assert.strictEqual(closes, 0);
+    const video = await VideoWindow.open({ host });
+    await until(() => closes === 1, 'the end of the first window');
+    await video.close();
 });
 
 test('closes with a page that goes', async () => {
@@ -399,5 +444,5 @@ test('fails what waits for a thread that ends', async () => {
     const late = await until(() => video.split(1).then(() => false, (error) => error), 'the end of the thread');
     assert.match(late.reason, /thread of the host window has ended|destroyed/);
     assert.strictEqual(calls.length, 100);
-    await video.close().catch(() => undefined);
+    await video.close();
 });

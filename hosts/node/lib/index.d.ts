@@ -169,6 +169,7 @@ export type PreviewOutcome = { status: 'fulfilled' } | { status: 'rejected'; rea
  *
  * Every method answers when the library has done it on the host window's thread; nothing waits on either thread. What
  * the library refuses rejects with PelloraError. A window that is collected, or whose page, worker or process ends, closes.
+ * An open one that has listeners is not collected.
  */
 export class VideoWindow extends EventEmitter {
     static open(options: {

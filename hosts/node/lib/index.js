@@ -1,11 +1,11 @@
 'use strict';
 // Video windows for a page: what index.d.ts describes, over the add-on.
 
-const { EventEmitter } = require('events');
 const { CURRENT_PANE, PANES, handleOf, lookUp, paneOf, whole } = require('./arguments.js');
 const { cameras, clientSize, findWindow, load, loaded } = require('./binding.js');
 const Camera = require('./camera.js');
 const { PelloraError, later } = require('./errors.js');
+const LastingEmitter = require('./lasting.js');
 const rules = require('./rules.js');
 const Starts = require('./starts.js');
 
@@ -22,11 +22,10 @@ const STREAMS = { main: 0, sub: 1, third: 2 };
 const ORIGINS = { topLeft: 1, bottomLeft: 2 };
 const ARROWS = { both: 0, a: 1, b: 2, none: 3 };
 
-class VideoWindow extends EventEmitter {
+class VideoWindow extends LastingEmitter {
     /** Use VideoWindow.open. */
     constructor() {
         super();
-        this._open = false;
         this._starts = new Starts();
         this._ruleTypes = new Map();
         this._leave = null;
@@ -37,8 +36,11 @@ class VideoWindow extends EventEmitter {
         const mode = lookUp(MODES, embed, 'embed');
         lookUp(PANE_COUNTS, panes, 'the number of panes');
         const handle = handleOf(host);
+        // Nothing can happen any more in windows whose hosts are gone; they take up room among the nine. Ahead of this one on
+        // their thread, which nobody waits for here.
+        LastingEmitter.listenedTo.filter((each) => !each._hasHost()).forEach((each) => each.close());
         await later(() => loaded().open(video, handle, mode));
-        video._open = true;
+        video._setLife(true);
         if (page !== null) {
             video._closeWith(page);
         }
@@ -52,20 +54,30 @@ class VideoWindow extends EventEmitter {
     }
 
     get isOpen() {
-        return this._open;
+        return this._lives;
     }
 
-    /** Stops what plays and takes the window off the screen. Never fails; a second time it does nothing. */
+    /**
+     * Stops what plays and takes the window off the screen; a second time it does nothing. Fails where too many calls wait
+     * for the host window's thread.
+     */
     async close() {
-        if (!this._open) {
+        if (!this._lives) {
             return;
         }
-        this._open = false;
+        this._setLife(false);
         if (this._leave !== null) {
             this._leave();
         }
         this._starts.endAll('the window was closed before its outcome');
-        await later(() => loaded().close(this));
+        try {
+            await later(() => loaded().close(this));
+        } catch (error) {
+            // With its host's thread it has ended, too.
+            if (this._hasHost()) {
+                throw error;
+            }
+        }
         this.emit('close');
     }
 
@@ -328,8 +340,12 @@ class VideoWindow extends EventEmitter {
 
     // ---- inside ----
 
+    _hasHost() {
+        return loaded().hasHost(this) === 1;
+    }
+
     _native(call) {
-        return this._open ? later(() => call(loaded()))
+        return this._lives ? later(() => call(loaded()))
             : Promise.reject(new PelloraError('VideoWindow', 'the video window is closed'));
     }
 

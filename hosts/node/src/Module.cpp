@@ -98,6 +98,12 @@ napi_value open(const Call &call)
         pWindow, [embedMode](Library &library, Window &window) { return openWindow(library, window, embedMode); });
 }
 
+/** hasHost(object): 1 while the host window is there; waits for no thread */
+napi_value hasHost(const Call &call)
+{
+    return toScript(call.env, Value(IsWindow(call.window()->hHost) != 0 ? 1 : 0));
+}
+
 /** close(object) */
 napi_value close(const Call &call)
 {
@@ -217,6 +223,7 @@ napi_value registerModule(napi_env env, napi_value exports)
     add(env, exports, "findWindow", &guarded<findWindow>, pEnvironment);
     add(env, exports, "clientSize", &guarded<clientSize>, pEnvironment);
     add(env, exports, "open", &guarded<open>, pEnvironment);
+    add(env, exports, "hasHost", &guarded<hasHost>, pEnvironment);
     add(env, exports, "close", &guarded<close>, pEnvironment);
     add(env, exports, "call", &guarded<callOne>, pEnvironment);
     add(env, exports, "playFile", &guarded<play>, pEnvironment);
