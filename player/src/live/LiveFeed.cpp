@@ -268,6 +268,10 @@ void LiveFeed::keepUp()
     if (!m_bReading) {
         collectWaiting();
     }
+    if (m_group.isEmpty() || !m_lateSince) {
+        // Reading waited for the rest of a picture, and all that was whole has been decoded meanwhile: see onIdle().
+        return;
+    }
     if (now - *m_lateSince > kCatchUpPatience && now - m_group.whole() > kVeryLate) {
         m_lateSince.reset();
         giveUpGroup();

@@ -473,6 +473,50 @@ TEST(LiveFeedTest, WhereDecodingIsTooSlowThePictureIsNeverFarBehind)
     }
 }
 
+TEST(LiveFeedTest, WhereItIsLateAndReadsOnIntoAPictureThatHasComeInPartItShowsTheNewestWholeOne)
+{
+    // Each picture is a key picture.
+    const PushedStream stream = liveMatroska("mjpeg.avi");
+    const auto bytesOfRecords = [&stream](std::size_t from, std::size_t to) {
+        Bytes bytes;
+        for (std::size_t i = from; i < to; ++i) {
+            bytes.insert(bytes.end(), stream.records[i].bytes.begin(), stream.records[i].bytes.end());
+        }
+        return bytes;
+    };
+    const Bytes late = bytesOfRecords(3, 20);
+    const Bytes fresh = bytesOfRecords(20, 40);
+    // Wherever it breaks off: only in some places more is wanted than has been read ahead.
+    for (std::size_t part = 1; part < 100; ++part) {
+        const std::size_t cut = fresh.size() * part / 100;
+        FakeClock clock;
+        std::vector<int> numbers;
+        LiveFeed feed(clock, stream.header, 64 * 1024 * 1024, StreamMode::RealTime, [&] {
+            numbers.push_back(numberOf(feed.take()));
+            if (numbers.back() == 2) {
+                // A picture that takes long. Behind it there are some that are late, and some that have just come.
+                EXPECT_EQ(feed.push(late.data(), late.size()), Error::None);
+                clock.spend(400ms);
+                EXPECT_EQ(feed.push(fresh.data(), cut), Error::None);
+            }
+        });
+        feed.start();
+        const Bytes first = bytesOfRecords(0, 3);
+        ASSERT_EQ(feed.push(first.data(), first.size()), Error::None);
+        clock.advance(500ms);
+        const int newest = numbers.back();
+        std::size_t whole = 20;
+        for (std::size_t end = stream.records[20].bytes.size(); end <= cut; end += stream.records[whole].bytes.size()) {
+            ++whole;
+        }
+        EXPECT_GE(newest, static_cast<int>(whole) - 2) << "cut at " << cut;
+        ASSERT_EQ(feed.push(fresh.data() + cut, fresh.size() - cut), Error::None);
+        clock.settle();
+        feed.stop();
+        EXPECT_GE(numbers.back(), 38) << "cut at " << cut;
+    }
+}
+
 /** A cluster of Matroska that claims to be longer than anything, and enough of it for the claim to be doubted. */
 Record clusterWithoutEnd()
 {
