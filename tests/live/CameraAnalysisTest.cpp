@@ -271,12 +271,18 @@ TEST_F(CameraAnalysis, IsDrawnOnThePicturesOfARecordingToo)
 
     ASSERT_EQ(PELLORA_SetIntelData(m_lHandle, 1), 1);
     constexpr unsigned long kSynchronised = 7;
-    ASSERT_EQ(PELLORA_SetPlayPos(m_lHandle, kSynchronised), 1);
-    static_cast<void>(look(5));
-    const Boxes boxes = look(30);
-    EXPECT_EQ(boxes.nWrong, 0) << boxes.wrong;
-    EXPECT_EQ(boxes.nLate, 0);
-    EXPECT_EQ(boxes.nRight, 30);
+    constexpr int kPictures = 30;
+    constexpr int kPatience = 5;
+    Boxes boxes;
+    for (int i = 0; i < kPatience && boxes.nRight < kPictures; ++i) {
+        // On a busy machine a picture may be looked at once, and that before its document was read.
+        ASSERT_EQ(PELLORA_SetPlayPos(m_lHandle, kSynchronised), 1);
+        static_cast<void>(look(5));
+        boxes = look(kPictures);
+        EXPECT_EQ(boxes.nWrong, 0) << boxes.wrong;
+        EXPECT_EQ(boxes.nLate, 0);
+    }
+    EXPECT_EQ(boxes.nRight, kPictures) << "none " << boxes.nNone;
 
     ASSERT_EQ(PELLORA_Pause(m_lHandle), 1);
     ASSERT_EQ(PELLORA_SetPlayPos(m_lHandle, kSynchronised + 1), 1);
